@@ -1,0 +1,7 @@
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(JSONCPP REQUIRED IMPORTED_TARGET jsoncpp)
+pkg_check_modules(JSONC REQUIRED IMPORTED_TARGET json-c)
+pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc)
+pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
+find_package(tomlplusplus CONFIG REQUIRED)
+find_package(CLI11 CONFIG REQUIRED)

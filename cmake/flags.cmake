@@ -1,0 +1,20 @@
+# Compiler and linker flags of every target: link against `project_flags`.
+include(CheckPIESupported)
+check_pie_supported(LANGUAGES CXX)
+
+add_library(project_flags INTERFACE)
+target_compile_options(project_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wnon-virtual-dtor
+  -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wduplicated-cond -Wlogical-op -Werror
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+target_compile_definitions(project_flags INTERFACE _GNU_SOURCE CURRENTCONN_VERSION="${PROJECT_VERSION}")
+target_link_options(project_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
+
+if(CURRENTCONN_SANITIZE)
+  target_compile_options(project_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer -O1)
+  target_link_options(project_flags INTERFACE -fsanitize=address,undefined)
+elseif(CMAKE_BUILD_TYPE STREQUAL "Release")
+  target_compile_options(project_flags INTERFACE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2 -fstack-protector-strong -fstack-clash-protection -fcf-protection)
+endif()

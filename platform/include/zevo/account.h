@@ -1,0 +1,29 @@
+// Accounts of this server.
+#pragma once
+
+#include <sys/types.h>
+
+#include "zevo/export.h"
+
+// One account as the system's name service knows it. All of it is one block.
+struct UserRecord {
+  uid_t uid;
+  gid_t gid;
+  const char* name;  // the account's own name: "root" for a look-up of its alias
+  const char* home;
+  const char* shell;
+};
+
+extern "C" {
+
+// Looks up the account `name` (local or of any other source of the name service) and stores a new
+// record in *user. Returns 0 on success; a negative number, with *user null and the last error set,
+// where there is no such account (ZEVO_ERR_NO_SUCH_USER) or the look-up failed. Where no account
+// "admin" exists, "admin" is uid 0, since root's connections are shown under that name. The caller
+// releases the record with ZEVOUserFree.
+ZEVO_EXPORT int ZEVOUserGet(const char* name, UserRecord** user);
+
+// Releases a record of ZEVOUserGet; null is allowed.
+ZEVO_EXPORT void ZEVOUserFree(UserRecord* user);
+
+}  // extern "C"

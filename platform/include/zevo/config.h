@@ -1,0 +1,31 @@
+// The configuration of platform and hosts. The module has none.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "zevo/export.h"
+
+namespace zevo {
+
+// Every value has a default, so an absent file is a valid one.
+struct Config {
+  std::string language;  // "" : the locale's
+  std::string sessionFile = "/run/currentconn/sessions";
+  std::chrono::minutes idleLimit{15};  // of a web login
+  std::chrono::seconds toolLimit{10};  // how long a service's own tool may take
+  std::string smbstatus = "/usr/bin/smbstatus";
+};
+
+inline constexpr const char* kDefaultConfigPath = "/etc/currentconn/currentconn.toml";
+
+// Makes the file at `path` the process's configuration. Hosts call it once, before they load a
+// module. A missing file is an error only where `required`. Returns false with `*error` naming
+// file, line and reason, and changes nothing, where the file cannot be read, an unknown key stands
+// in it, or a value has the wrong type or range.
+ZEVO_EXPORT bool loadConfig(const std::string& path, bool required, std::string* error);
+
+// The process's configuration: the defaults until loadConfig succeeds.
+ZEVO_EXPORT const Config& config();
+
+}  // namespace zevo

@@ -1,0 +1,36 @@
+// Changing local accounts.
+#pragma once
+
+#include "zevo/account.h"
+#include "zevo/export.h"
+
+// Results of a write of several accounts, one for each.
+struct VLIBCMResult;
+// A change to one account's shadow record.
+struct VLIBUserShadow;
+
+extern "C" {
+
+// Null with the last error set on failure. Free takes null.
+ZEVO_EXPORT VLIBCMResult* VLIBCMResultAlloc(void);
+ZEVO_EXPORT void VLIBCMResultFree(VLIBCMResult* result);
+
+// Makes `count` (1) empty changes in *shadow. Negative with the last error set on failure, *shadow
+// then null.
+ZEVO_EXPORT int VLIBUserShadowAlloc(VLIBUserShadow** shadow, int count);
+// Null is allowed.
+ZEVO_EXPORT void VLIBUserShadowFree(VLIBUserShadow* shadow);
+// Sets the day of expiry, in days since 1 January 1970 (0 or more). Negative with the last error
+// set on failure.
+ZEVO_EXPORT int VLIBUserShadowExpiryDaySet(VLIBUserShadow* shadow, long days);
+
+// Writes `count` shadow changes in one transaction: all or none; a crash leaves the old shadow file
+// or the new one. 0 on success. Negative with the last error set otherwise, nothing changed:
+// ZEVO_ERR_TOO_FEW_ADMINISTRATORS where the batch takes a valid administrator and would leave fewer
+// than the configuration's minimum, or names root or its alias; ZEVO_ERR_NO_SUCH_USER where a name
+// has no line of its own in the shadow file. Needs effective uid 0. `result` (which may be null)
+// receives the outcome of each account.
+ZEVO_EXPORT int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
+                                        int count, VLIBCMResult** result);
+
+}  // extern "C"
