@@ -1,0 +1,21 @@
+// From the platform's block of records to a session list: what both collectors share.
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+
+#include "session/session.h"
+
+struct FreeBlock {
+  void operator()(_tag_ZEVO_CURCONN_* block) const { std::free(block); }
+};
+
+// The block that a platform call returned, and with it the records' texts.
+using RecordBlock = std::unique_ptr<_tag_ZEVO_CURCONN_, FreeBlock>;
+
+// The records as sessions, from the last record to the first: that order decides which of two equal
+// elements stands first after the stable sort.
+SessionList sessionsOf(const _tag_ZEVO_CURCONN_* records, int count);
+
+// Appends copies of all of `sessions` to `out`: all, or none where memory runs out.
+void appendCopies(const SessionList& sessions, SessionList& out);

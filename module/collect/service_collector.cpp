@@ -1,0 +1,23 @@
+#include "collect/service_collector.h"
+
+#include "api/log.h"
+#include "api/privileged_section.h"
+#include "collect/records.h"
+#include "session/merge.h"
+
+bool SDKSessionListGet(SessionList& out) {
+  _tag_ZEVO_CURCONN_* records = nullptr;
+  const SavedIds saved = ENTERCriticalSection(608);
+  const int count = ZEVOCurConnGet(&records);
+  LEAVECriticalSection(saved, 610);
+  const RecordBlock block(records);
+  if (count < 0) {
+    syslog(kLogError, "%s:%d Failed to get current log.", kLogSource, 620);
+    return false;
+  }
+  SessionList sessions = sessionsOf(records, count);
+  sessions.sort(SDKSessionCmp);
+  SDKSessionListMerge(sessions);
+  appendCopies(sessions, out);
+  return true;
+}

@@ -1,0 +1,8 @@
+// The connections of the file services.
+#pragma once
+
+#include "session/session.h"
+
+// Appends the current service connections, sorted and folded among themselves, to `out`. False,
+// with a log line and `out` unchanged, where the registry could not be read.
+bool SDKSessionListGet(SessionList& out);

@@ -1,0 +1,14 @@
+// What the listing methods share: collecting, paging and the result object.
+#pragma once
+
+#include "zevo/api_request.h"
+
+#include "session/query.h"
+
+// Appends the service connections and then the web logins to `list`. Both sources are always asked;
+// false where either could not be read.
+bool collectSessions(ZEVO::APIRequest* request, SessionList& list);
+
+// The result of a listing method: "total", "items" of the page, and "systime" as ctime writes it,
+// line break included.
+Json::Value listingResult(const SessionList& list, const Page& page);
