@@ -1,0 +1,27 @@
+# What ./run and ./test share: the packages that a build needs, and one build. Sourced by bash with $here set to the
+# project's folder.
+
+build_packages=(
+  ca-certificates cmake g++ ninja-build pkg-config
+  libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libtomlplusplus-dev
+)
+
+install_build_packages() {
+  "$here/packaging/install_packages.sh" "${build_packages[@]}" "$@"
+}
+
+# build_preset PRESET [cmake options]: says nothing where there is nothing to do, and all of it where it fails.
+build_preset() {
+  local preset=$1 log="$here/build/$1.log"
+  shift
+  mkdir -p "$here/build"
+  if ! [[ -w $here/build ]]; then
+    echo "cannot write $here/build: it belongs to another user; remove it or run this as its owner" >&2
+    return 1
+  fi
+  if ! (cd "$here" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
+    cat "$log" >&2
+    echo "the $preset build failed; the whole of it stands above and in $log" >&2
+    return 1
+  fi
+}
