@@ -1,10 +1,86 @@
+#include <algorithm>
+
 #include "zevo/api_response.h"
+#include "zevo/error.h"
 
 #include "api/api_table.h"
 #include "api/errors.h"
 #include "api/log.h"
+#include "api/parameters.h"
+#include "collect/service_collector.h"
+#include "enforce/disable_accounts.h"
+#include "enforce/http_kick.h"
+#include "enforce/kill_sessions.h"
+#include "enforce/request_values.h"
 
-void CurrentConnectionDisableUser(ZEVO::APIRequest* /*request*/, ZEVO::APIResponse* response) {
-  syslog(kLogError, "%s:%d disable_user is not available in this release.", kLogSource, 510);
-  response->SetError(kErrorWorkFailed, Json::Value());
+namespace {
+
+enum Line : int { kTooFewLine = 560, kBusyLine = 566 };
+
+using NameList = std::list<std::string>;
+
+// The users to disable, sorted, each once: never the caller's own account, and no directory
+// account.
+NameList requestedNames(const Json::Value& elements, const std::string& loginName) {
+  NameList names;
+  for (const Json::Value& element : elements) {
+    const std::string name = textOf(element);
+    if (name == loginName || name.find_first_of("\\@") != std::string::npos) continue;
+    names.push_back(name);
+  }
+  names.sort();
+  names.unique();
+  return names;
+}
+
+int errorOfAccountWrite() {
+  if (VLIBCErrGet() == ZEVO_ERR_TOO_FEW_ADMINISTRATORS) {
+    syslog(kLogError, "%s:%d Not enough valid admin", kLogSource, kTooFewLine);
+    return kErrorTooFewAdministrators;
+  }
+  syslog(kLogError, "%s:%d error error_system_busy", kLogSource, kBusyLine);
+  return kErrorWorkFailed;
+}
+
+bool endServiceSessionsOf(const NameList& names) {
+  SessionList current;
+  const bool collected = SDKSessionListGet(current);
+  SessionList sessions;
+  for (const Session& session : current) {
+    if (std::binary_search(names.begin(), names.end(), session.who)) sessions.push_back(session);
+  }
+  EndServiceSessions(sessions);
+  return collected;
+}
+
+bool endLoginsOf(const NameList& names, ZEVO::APIRequest* request) {
+  std::list<HttpKickSession> logins;
+  for (const std::string& name : names) logins.push_back({true, name, "", {}});
+  const bool read = ReadHttpKickSessions(request, logins);
+  const bool removed = RemoveHttpKickSessions(request, logins);
+  return read && removed;
+}
+
+}  // namespace
+
+void CurrentConnectionDisableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  const std::string loginName = request->GetLoginUserName();
+  // Demo mode does not stop the operation: whatever is recorded below replaces this success.
+  if (request->IsDemoMode()) response->SetSuccess(Json::Value());
+  if (!request->IsAdmin()) {
+    response->SetError(kErrorNotAdministrator, Json::Value());
+    return;
+  }
+  const NameList names = requestedNames(readArray(*request, "users"), loginName);
+  if (!DisableUserAccounts(names)) {
+    response->SetError(errorOfAccountWrite(), Json::Value());
+    return;
+  }
+  const bool services = endServiceSessionsOf(names);
+  const bool logins = endLoginsOf(names, request);
+  if (services && logins) {
+    response->SetSuccess(Json::Value());
+  } else {
+    response->SetError(kErrorWorkFailed, Json::Value());
+  }
 }

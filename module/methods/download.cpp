@@ -2,9 +2,26 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
-#include "api/log.h"
+#include "api/parameters.h"
+#include "collect/user_filter.h"
+#include "methods/listing.h"
+#include "methods/report_page.h"
 
-void CurrentConnectionDownload(ZEVO::APIRequest* /*request*/, ZEVO::APIResponse* response) {
-  syslog(kLogError, "%s:%d download is not available in this release.", kLogSource, 400);
-  response->SetError(kErrorWorkFailed, Json::Value());
+void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  const std::string sortBy = readString(*request, "sort_by", "time");
+  const std::string filter = readString(*request, "filter", "");
+  const std::string sortDirection = readString(*request, "sort_direction", "DESC");
+  if (!request->IsAdmin()) {
+    response->SetError(kErrorNotAdministrator, Json::Value());
+    return;
+  }
+  // From here on the page is the answer: a source that fails shows as a page of what was collected,
+  // and in the log.
+  response->SetEnableOutput(false);
+  SessionList list;
+  collectSessions(request, list);
+  if (!filter.empty()) FilterSessionList(filter, list);
+  SessionListUidFilter(list);
+  list.sort(Session::Compare(sortFieldOf(sortBy), isAscending(sortDirection)));
+  printReport(jsonOf(list));
 }

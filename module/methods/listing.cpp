@@ -15,23 +15,6 @@ std::int32_t endOf(const Page& page) {
                                    static_cast<std::uint32_t>(page.limit));
 }
 
-Json::Value itemsOf(const SessionList& list, const Page& page) {
-  Json::Value items(Json::arrayValue);
-  const std::int32_t end = endOf(page);
-  std::int32_t number = 0;
-  Json::Value item;
-  for (const Session& session : list) {
-    if (number >= page.start) {
-      if (number >= end) break;
-      session.toJson(item);
-      items.append(std::move(item));
-      item = Json::Value();
-    }
-    ++number;
-  }
-  return items;
-}
-
 std::string systemTime() {
   const std::time_t now = std::time(nullptr);
   const char* text = std::ctime(&now);
@@ -46,13 +29,27 @@ bool collectSessions(ZEVO::APIRequest* request, SessionList& list) {
   return services && logins;
 }
 
+Json::Value jsonOf(const SessionList& list, const Page& page) {
+  const std::int32_t end =
+      endOf({page.start, page.limit > 0 ? page.limit : static_cast<int>(list.size())});
+  Json::Value items(Json::arrayValue);
+  std::int32_t number = 0;
+  for (const Session& session : list) {
+    if (number >= page.start) {
+      if (number >= end) break;
+      Json::Value item;
+      session.toJson(item);
+      items.append(std::move(item));
+    }
+    ++number;
+  }
+  return items;
+}
+
 Json::Value listingResult(const SessionList& list, const Page& page) {
-  const int total = static_cast<int>(list.size());
-  const Page whole = {page.start, page.limit > 0 ? page.limit : total};
   Json::Value result;
-  Json::Value items = itemsOf(list, whole);
-  result["total"] = total;
-  result["items"] = std::move(items);
+  result["total"] = static_cast<int>(list.size());
+  result["items"] = jsonOf(list, page);
   result["systime"] = systemTime();
   return result;
 }

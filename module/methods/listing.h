@@ -9,6 +9,9 @@
 // false where either could not be read.
 bool collectSessions(ZEVO::APIRequest* request, SessionList& list);
 
+// The sessions of `page`, or all of them, as an array of objects.
+Json::Value jsonOf(const SessionList& list, const Page& page = {});
+
 // The result of a listing method: "total", "items" of the page, and "systime" as ctime writes it,
 // line break included.
 Json::Value listingResult(const SessionList& list, const Page& page);

@@ -1,0 +1,95 @@
+#include <cstdio>
+#include <memory>
+
+#include <json-c/json.h>
+
+#include "api/log.h"
+#include "enforce/http_kick.h"
+#include "enforce/session_file_section.h"
+
+namespace {
+
+enum Line : int {
+  kEnterLine = 130,
+  kSectionLine = 134,
+  kOpenLine = 140,
+  kFormatLine = 150,
+  kLeaveLine = 180
+};
+
+constexpr int kLineBufferSize = 641;
+constexpr int kFieldBufferSize = 4096;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+struct PutObject {
+  void operator()(json_object* object) const { json_object_put(object); }
+};
+using JsonPointer = std::unique_ptr<json_object, PutObject>;
+
+// One record handle for all lines: each line's Init gives back the one before.
+struct RecordHandle {
+  json_object* record = nullptr;
+  RecordHandle() = default;
+  RecordHandle(const RecordHandle&) = delete;
+  RecordHandle& operator=(const RecordHandle&) = delete;
+  ~RecordHandle() { json_object_put(record); }
+};
+
+bool isHidden(json_object* record) {
+  char text[kFieldBufferSize];
+  if (ZevoCgiJsonRecordGet(record, kZevoCgiFlagsField, text, kFieldBufferSize) != 1) return false;
+  const JsonPointer flags(json_tokener_parse(text));
+  json_object* hide = nullptr;
+  return flags && json_object_object_get_ex(flags.get(), "hide", &hide) &&
+         json_object_get_boolean(hide);
+}
+
+void assign(std::list<HttpKickSession>& requests, const std::string& client,
+            const std::string& user, const char* id) {
+  for (HttpKickSession& request : requests) {
+    if (request.user == user && (request.allSessions || request.from == client)) {
+      // To this request alone: a second one for the same session would delete its line twice.
+      request.ids.emplace_back(id);
+      return;
+    }
+  }
+}
+
+// False where the line is no record.
+bool readLine(const char* line, RecordHandle& handle, std::list<HttpKickSession>& requests) {
+  const char* client = nullptr;
+  const char* user = nullptr;
+  const char* id = nullptr;
+  if (ZevoCgiJsonRecordInit(&handle.record, line) == 0) return false;
+  if (ZevoCgiJsonRecordParse(handle.record, &client, &user, &id, 0, 0) == 0) return false;
+  if (!isHidden(handle.record)) assign(requests, client, user, id);
+  return true;
+}
+
+}  // namespace
+
+bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>& requests) {
+  const std::string path = request->GetSessionFilePath();
+  const SessionFileSection section(kEnterLine, kLeaveLine);
+  if (!section.entered()) {
+    syslog(kLogError, "%s:%d Fail at ZevoCgiBeginCriticalSection", kLogSource, kSectionLine);
+    return false;
+  }
+  RecordHandle handle;
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "re"));
+  if (!file) {
+    syslog(kLogError, "%s:%d Fail to open file %s", kLogSource, kOpenLine, path.c_str());
+    return false;
+  }
+  char line[kLineBufferSize];
+  while (std::fgets(line, kLineBufferSize, file.get()) != nullptr) {
+    if (!readLine(line, handle, requests)) {
+      syslog(kLogError, "%s:%d Session File %s format error", kLogSource, kFormatLine,
+             path.c_str());
+      return false;
+    }
+  }
+  return true;
+}
