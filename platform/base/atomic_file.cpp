@@ -1,0 +1,169 @@
+#include "base/atomic_file.h"
+
+#include <array>
+#include <cerrno>
+#include <dirent.h>
+#include <memory>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+#include <vector>
+
+#include "base/file_descriptor.h"
+
+namespace zevo {
+
+ssize_t FileOperations::write(int file, const char* bytes, std::size_t size) {
+  return ::write(file, bytes, size);
+}
+int FileOperations::fsync(int file) {
+  return ::fsync(file);
+}
+int FileOperations::fchown(int file, uid_t owner, gid_t group) {
+  return ::fchown(file, owner, group);
+}
+int FileOperations::fchmod(int file, mode_t mode) {
+  return ::fchmod(file, mode);
+}
+int FileOperations::fsetxattr(int file, const char* name, const void* value, std::size_t size) {
+  return ::fsetxattr(file, name, value, size, 0);
+}
+int FileOperations::rename(const char* from, const char* to) {
+  return ::rename(from, to);
+}
+
+FileOperations& FileOperations::system() {
+  static FileOperations operations;
+  return operations;
+}
+
+namespace {
+
+constexpr std::string_view kMark = ".new-";
+constexpr std::string_view kRandom = "XXXXXX";
+
+std::string folderOf(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos) return ".";
+  return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// A temporary file that goes with its owner unless it was renamed away.
+class Temporary {
+ public:
+  explicit Temporary(const std::string& target)
+      : path_(target + std::string(kMark) + std::string(kRandom)),
+        file_(::mkostemp(path_.data(), O_CLOEXEC)) {}
+  ~Temporary() {
+    if (file_ && !renamed_) ::unlink(path_.c_str());
+  }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+  [[nodiscard]] int file() const { return file_.get(); }
+  void setRenamed() { renamed_ = true; }
+
+ private:
+  std::string path_;
+  FileDescriptor file_;
+  bool renamed_ = false;
+};
+
+bool writeAll(FileOperations& operations, int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = operations.write(file, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) {
+      if (written == 0) errno = ENOSPC;
+      return false;
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Attributes that name the content (hashes, signatures) would be wrong on another one.
+bool describesContent(std::string_view attribute) {
+  return attribute == "security.ima" || attribute == "security.evm";
+}
+
+bool copyAttribute(FileOperations& operations, int from, int to, const char* name) {
+  std::vector<char> value(64UL * 1024);  // XATTR_SIZE_MAX
+  const ssize_t size = ::fgetxattr(from, name, value.data(), value.size());
+  if (size < 0) return errno == ENODATA;
+  return operations.fsetxattr(to, name, value.data(), static_cast<std::size_t>(size)) == 0;
+}
+
+bool copyAttributes(FileOperations& operations, int from, int to) {
+  std::vector<char> names(64UL * 1024);  // XATTR_LIST_MAX
+  const ssize_t size = ::flistxattr(from, names.data(), names.size());
+  if (size < 0) return errno == ENOTSUP;
+  std::string_view rest(names.data(), static_cast<std::size_t>(size));
+  while (!rest.empty()) {
+    const std::string_view name = rest.substr(0, rest.find('\0'));
+    if (!describesContent(name) && !copyAttribute(operations, from, to, name.data())) return false;
+    rest.remove_prefix(name.size() + 1);
+  }
+  return true;
+}
+
+// The name of the call that failed, or null.
+const char* makeLike(FileOperations& operations, const FileDescriptor& old, int file, mode_t mode) {
+  if (!old) return operations.fchmod(file, mode) == 0 ? nullptr : "set the mode of";
+  struct stat status {};
+  if (::fstat(old.get(), &status) != 0) return "read";
+  // The owner first: a change of owner clears bits of the mode.
+  if (operations.fchown(file, status.st_uid, status.st_gid) != 0) return "set the owner of";
+  if (operations.fchmod(file, status.st_mode & 07777U) != 0) return "set the mode of";
+  return copyAttributes(operations, old.get(), file) ? nullptr : "set the attributes of";
+}
+
+bool isLeftover(std::string_view entry, std::string_view targetName) {
+  return entry.size() == targetName.size() + kMark.size() + kRandom.size() &&
+         entry.starts_with(targetName) && entry.substr(targetName.size()).starts_with(kMark);
+}
+
+void removeLeftoversOf(const std::string& target) {
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(folderOf(target).c_str()), &closedir);
+  if (!folder) return;
+  const std::string name = target.substr(target.rfind('/') + 1);
+  while (const dirent* entry = ::readdir(folder.get())) {
+    if (isLeftover(entry->d_name, name)) ::unlinkat(::dirfd(folder.get()), entry->d_name, 0);
+  }
+}
+
+}  // namespace
+
+std::optional<FileFailure> replaceFile(const std::string& target,
+                                       std::span<const std::string_view> pieces,
+                                       const ReplaceOptions& options, FileOperations& operations) {
+  const FileDescriptor folder = openFile(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY);
+  if (!folder) return FileFailure{"open", folderOf(target), errno};
+  const FileDescriptor old = openFile(target.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  if (!old && errno != ENOENT && errno != ELOOP) return FileFailure{"open", target, errno};
+  if (options.removeLeftovers) removeLeftoversOf(target);
+
+  Temporary temporary(target);
+  const auto failed = [&](const char* operation) {
+    return FileFailure{operation, temporary.path(), errno};
+  };
+  if (temporary.file() < 0) return failed("create");
+  if (const char* operation = makeLike(operations, old, temporary.file(), options.mode)) {
+    return failed(operation);
+  }
+  for (const std::string_view piece : pieces) {
+    if (!writeAll(operations, temporary.file(), piece)) return failed("write");
+  }
+  if (operations.fsync(temporary.file()) != 0) return failed("write");
+  if (operations.rename(temporary.path().c_str(), target.c_str()) != 0) return failed("rename");
+  temporary.setRenamed();
+  // The new file is in place: whether a crash now brings the old one back is all that this decides,
+  // so a folder that cannot be synchronised is no failure.
+  static_cast<void>(operations.fsync(folder.get()));
+  return std::nullopt;
+}
+
+}  // namespace zevo

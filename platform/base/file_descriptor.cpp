@@ -1,0 +1,28 @@
+#include "base/file_descriptor.h"
+
+#include <cerrno>
+#include <unistd.h>
+
+namespace zevo {
+
+void FileDescriptor::reset(int descriptor) {
+  const int old = std::exchange(descriptor_, descriptor);
+  if (old < 0) return;
+  const int saved = errno;
+  ::close(old);  // Linux frees the number whatever the result, so a second try could hit another
+  errno = saved;
+}
+
+FileDescriptor openFileAt(int folder, const char* path, int flags, mode_t mode) {
+  int descriptor = -1;
+  do {
+    descriptor = ::openat(folder, path, flags | O_CLOEXEC, mode);
+  } while (descriptor < 0 && errno == EINTR);
+  return FileDescriptor(descriptor);
+}
+
+FileDescriptor openFile(const char* path, int flags, mode_t mode) {
+  return openFileAt(AT_FDCWD, path, flags, mode);
+}
+
+}  // namespace zevo

@@ -1,0 +1,41 @@
+// An open file descriptor, closed when its owner goes.
+#pragma once
+
+#include <fcntl.h>
+#include <sys/types.h>
+#include <utility>
+
+namespace zevo {
+
+// Move-only. Holds a descriptor that is closed on exec, or none (-1).
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  // Takes `descriptor` over, which the caller has made close-on-exec; -1 is none.
+  explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+  ~FileDescriptor() { reset(); }
+  FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(other.release()) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    if (this != &other) reset(other.release());
+    return *this;
+  }
+  FileDescriptor(const FileDescriptor&) = delete;
+  FileDescriptor& operator=(const FileDescriptor&) = delete;
+
+  [[nodiscard]] int get() const { return descriptor_; }
+  explicit operator bool() const { return descriptor_ >= 0; }
+  // Gives the descriptor away: the caller closes it.
+  [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
+  // Closes what is held, leaving errno alone, and holds `descriptor` instead.
+  void reset(int descriptor = -1);
+
+ private:
+  int descriptor_ = -1;
+};
+
+// open(2) and openat(2) with O_CLOEXEC, again after an interruption. None, with errno set, on
+// failure.
+[[nodiscard]] FileDescriptor openFile(const char* path, int flags, mode_t mode = 0);
+[[nodiscard]] FileDescriptor openFileAt(int folder, const char* path, int flags, mode_t mode = 0);
+
+}  // namespace zevo

@@ -1,0 +1,116 @@
+#include "base/atomic_file.h"
+
+#include <array>
+#include <cerrno>
+#include <string>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/base/failing_operations.h"
+#include "platform/base/temporary_folder.h"
+
+namespace zevo {
+namespace {
+
+using testing::ElementsAre;
+using testing_support::contentOf;
+using testing_support::FailingOperations;
+using testing_support::Operation;
+using testing_support::TemporaryFolder;
+
+constexpr std::array<std::string_view, 2> kPieces = {"new ", "content"};
+
+TEST(ReplaceFile, MakesThePiecesTheContent) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old content");
+  EXPECT_FALSE(replaceFile(path, kPieces));
+  EXPECT_EQ(contentOf(path), "new content");
+  EXPECT_THAT(folder.names(), ElementsAre("target"));
+}
+
+TEST(ReplaceFile, MakesAMissingFileWithTheGivenMode) {
+  const TemporaryFolder folder;
+  EXPECT_FALSE(replaceFile(folder.file("target"), kPieces, {.mode = 0640}));
+  struct stat status {};
+  ASSERT_EQ(::stat(folder.file("target").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0640U);
+}
+
+TEST(ReplaceFile, KeepsOwnerModeAndAttributes) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a file away";
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old");
+  ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0461), 0);
+  const bool attributes = ::setxattr(path.c_str(), "trusted.note", "kept", 4, 0) == 0;
+  EXPECT_FALSE(replaceFile(path, kPieces));
+  struct stat status {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 12U);
+  EXPECT_EQ(status.st_gid, 34U);
+  EXPECT_EQ(status.st_mode & 07777U, 0461U);
+  std::array<char, 8> value{};
+  if (!attributes) GTEST_SKIP() << "this file system has no extended attributes";
+  EXPECT_EQ(::getxattr(path.c_str(), "trusted.note", value.data(), value.size()), 4);
+}
+
+TEST(ReplaceFile, ReplacesALinkInsteadOfFollowingIt) {
+  const TemporaryFolder folder;
+  const std::string victim = folder.write("victim", "untouched");
+  ASSERT_EQ(::symlink(victim.c_str(), folder.file("target").c_str()), 0);
+  EXPECT_FALSE(replaceFile(folder.file("target"), kPieces));
+  EXPECT_EQ(contentOf(victim), "untouched");
+  EXPECT_EQ(contentOf(folder.file("target")), "new content");
+}
+
+class OneOperationFails : public testing::TestWithParam<Operation> {};
+
+TEST_P(OneOperationFails, LeavesTheOldFileAndNothingElse) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old content");
+  FailingOperations operations(GetParam(), ENOSPC);
+  const auto failure = replaceFile(path, kPieces, {}, operations);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->error, ENOSPC);
+  EXPECT_EQ(contentOf(path), "old content");
+  EXPECT_THAT(folder.names(), ElementsAre("target"));
+}
+
+INSTANTIATE_TEST_SUITE_P(ReplaceFile, OneOperationFails,
+                         testing::Values(Operation::kWrite, Operation::kShortWrite,
+                                         Operation::kFsync, Operation::kChown, Operation::kChmod,
+                                         Operation::kRename));
+
+TEST(ReplaceFile, LeavesTheOldFileWhereAnAttributeCannotBeKept) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old content");
+  if (::setxattr(path.c_str(), "user.note", "kept", 4, 0) != 0) {
+    GTEST_SKIP() << "this file system has no extended attributes";
+  }
+  FailingOperations operations(Operation::kSetXattr, ENOSPC);
+  EXPECT_TRUE(replaceFile(path, kPieces, {}, operations));
+  EXPECT_EQ(contentOf(path), "old content");
+}
+
+TEST(ReplaceFile, RemovesLeftoversOfItsOwnTargetOnRequest) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old");
+  folder.write("target.new-abcdef", "half");
+  folder.write("target.new-abcdefg", "somebody else's");
+  folder.write("other.new-abcdef", "somebody else's");
+  EXPECT_FALSE(replaceFile(path, kPieces, {.removeLeftovers = true}));
+  EXPECT_THAT(folder.names(), ElementsAre("other.new-abcdef", "target", "target.new-abcdefg"));
+}
+
+TEST(ReplaceFile, FailsWithoutTheFolder) {
+  const auto failure = replaceFile("/nonexistent/target", kPieces);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->text(), "cannot open /nonexistent: No such file or directory");
+}
+
+}  // namespace
+}  // namespace zevo
