@@ -14,8 +14,12 @@ thread_local LastError lastError;
 
 extern "C" {
 
-void VLIBCErrSetEx(int code, const char* file, int line) { lastError = {code, file, line}; }
+void VLIBCErrSetEx(int code, const char* file, int line) {
+  lastError = {code, file, line};
+}
 
-int VLIBCErrGet() { return lastError.code; }
+int VLIBCErrGet() {
+  return lastError.code;
+}
 
 }  // extern "C"

@@ -15,14 +15,19 @@ struct Config {
   std::chrono::minutes idleLimit{15};  // of a web login
   std::chrono::seconds toolLimit{10};  // how long a service's own tool may take
   std::string smbstatus = "/usr/bin/smbstatus";
+  std::string administratorsGroup;  // "" : the first of administrators, sudo, wheel that exists
+  int minAdmins = 1;                // valid administrators that an account write leaves
+
+  bool operator==(const Config&) const = default;
 };
 
 inline constexpr const char* kDefaultConfigPath = "/etc/currentconn/currentconn.toml";
 
 // Makes the file at `path` the process's configuration. Hosts call it once, before they load a
-// module. A missing file is an error only where `required`. Returns false with `*error` naming
-// file, line and reason, and changes nothing, where the file cannot be read, an unknown key stands
-// in it, or a value has the wrong type or range.
+// module. A missing file is an error only where `required`; it leaves the defaults. Returns false
+// with `*error` naming file, line and reason, and changes nothing, where the file cannot be read,
+// an unknown key stands in it, or a value has the wrong type or range; with effective uid 0 also
+// where others than root could have written the file.
 ZEVO_EXPORT bool loadConfig(const std::string& path, bool required, std::string* error);
 
 // The process's configuration: the defaults until loadConfig succeeds.

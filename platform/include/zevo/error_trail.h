@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "zevo/error.h"
 #include "zevo/export.h"
 
 namespace zevo {

@@ -1,0 +1,63 @@
+#include "zevo/config.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "base/file_descriptor.h"
+#include "base/read_file.h"
+#include "base/text.h"
+#include "sdk/config_text.h"
+
+namespace zevo {
+namespace {
+
+constexpr std::size_t kLongestFile = 1024UL * 1024;
+
+Config& current() {
+  static Config config;
+  return config;
+}
+
+// Whether nobody but root can have written the file: as root we act on what it says.
+bool isRootsAlone(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_uid == 0 &&
+         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
+bool fail(std::string* error, std::string reason) {
+  *error = std::move(reason);
+  return false;
+}
+
+}  // namespace
+
+bool loadConfig(const std::string& path, bool required, std::string* error) {
+  const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
+  if (!file && errno == ENOENT && !required) {
+    current() = Config();
+    return true;
+  }
+  if (!file) return fail(error, FileFailure{"read", path, errno}.text());
+  if (::geteuid() == 0 && !isRootsAlone(file.get())) {
+    const std::string shown = printable(path, 4096);
+    return fail(error, "cannot read " + shown +
+                           ": others than root could have written it; check it, then chown root " +
+                           shown + " and chmod go-w " + shown);
+  }
+  std::string text;
+  if (const auto failure = readDescriptor(file.get(), path, kLongestFile, &text)) {
+    return fail(error, failure->text());
+  }
+  Config read;
+  if (!parseConfig(text, path, &read, error)) return false;
+  current() = read;
+  return true;
+}
+
+const Config& config() {
+  return current();
+}
+
+}  // namespace zevo

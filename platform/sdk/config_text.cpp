@@ -1,0 +1,145 @@
+#include "sdk/config_text.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <optional>
+
+#include <climits>
+#include <toml++/toml.h>
+
+#include "base/text.h"
+
+namespace zevo {
+namespace {
+
+// One key: its name, what a value must be, and the reader, which returns false for any other.
+struct Key {
+  const char* name;
+  const char* rule;
+  bool (*read)(const toml::node& value, Config* config);
+};
+
+std::optional<int> numberIn(const toml::node& value, int lowest, int highest) {
+  const auto* number = value.as_integer();
+  if (number == nullptr || number->get() < lowest || number->get() > highest) return std::nullopt;
+  return static_cast<int>(number->get());
+}
+
+bool readPath(const toml::node& value, std::string* path) {
+  constexpr std::size_t kLongest = PATH_MAX - 512;  // names beside it are longer
+  const auto* text = value.as_string();
+  if (text == nullptr || !text->get().starts_with('/') || text->get().size() > kLongest) {
+    return false;
+  }
+  if (text->get().ends_with('/') || text->get().find('\0') != std::string::npos) return false;
+  *path = text->get();
+  return true;
+}
+
+bool readLanguage(const toml::node& value, Config* config) {
+  const auto* text = value.as_string();
+  if (text == nullptr || text->get().size() > 32) return false;
+  const bool isName = std::all_of(text->get().begin(), text->get().end(), [](char c) {
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '-';
+  });
+  if (isName) config->language = text->get();
+  return isName;
+}
+
+bool readSessionFile(const toml::node& value, Config* config) {
+  return readPath(value, &config->sessionFile);
+}
+
+bool readIdleMinutes(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 1, 1440);
+  if (number) config->idleLimit = std::chrono::minutes(*number);
+  return number.has_value();
+}
+
+bool readToolSeconds(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 1, 120);
+  if (number) config->toolLimit = std::chrono::seconds(*number);
+  return number.has_value();
+}
+
+bool readSmbstatus(const toml::node& value, Config* config) {
+  return readPath(value, &config->smbstatus);
+}
+
+bool readAdministratorsGroup(const toml::node& value, Config* config) {
+  const auto* text = value.as_string();
+  if (text == nullptr || text->get().size() > 255) return false;
+  if (text->get().find_first_of(std::string_view(":,\n\0", 4)) != std::string::npos) return false;
+  config->administratorsGroup = text->get();
+  return true;
+}
+
+bool readMinAdmins(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 0, 1000);
+  if (number) config->minAdmins = *number;
+  return number.has_value();
+}
+
+constexpr std::array<Key, 7> kKeys = {{
+    {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
+    {"session_file", "must be an absolute path in quotes", &readSessionFile},
+    {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
+    {"tool_seconds", "must be 1 to 120", &readToolSeconds},
+    {"smbstatus", "must be an absolute path in quotes", &readSmbstatus},
+    {"administrators_group", "must be the name of a group, or \"\"", &readAdministratorsGroup},
+    {"min_admins", "must be 0 to 1000", &readMinAdmins},
+}};
+
+std::string shown(const toml::node& value) {
+  if (const auto* number = value.as_integer()) return std::to_string(number->get());
+  if (const auto* text = value.as_string()) return '"' + printable(text->get(), 80) + '"';
+  if (const auto* flag = value.as_boolean()) return flag->get() ? "true" : "false";
+  if (value.is_floating_point()) return "a fraction";
+  if (value.is_table()) return "a table";
+  return value.is_array() ? "an array" : "a date or time";
+}
+
+std::string unknownKey(std::string_view key) {
+  std::string text = "there is no key \"" + printable(key, 80) + "\"; the keys are ";
+  for (const Key& known : kKeys)
+    text += std::string(&known == kKeys.data() ? "" : ", ") + known.name;
+  return text;
+}
+
+// What is wrong with one entry; empty where nothing is.
+std::string readEntry(std::string_view name, const toml::node& value, Config* config) {
+  const auto* key = std::find_if(kKeys.begin(), kKeys.end(),
+                                 [name](const Key& known) { return name == known.name; });
+  if (key == kKeys.end()) return unknownKey(name);
+  if (key->read(value, config)) return {};
+  return std::string(key->name) + " " + key->rule + ", found " + shown(value);
+}
+
+std::string refusal(const std::string& path, toml::source_index line, const std::string& reason) {
+  return "cannot read " + printable(path, 4096) + ":" + std::to_string(line) + ": " + reason;
+}
+
+}  // namespace
+
+bool parseConfig(std::string_view text, const std::string& path, Config* config,
+                 std::string* error) {
+  toml::table table;
+  try {
+    table = toml::parse(text, path);
+  } catch (const toml::parse_error& failure) {
+    *error = refusal(path, failure.source().begin.line, printable(failure.description(), 400));
+    return false;
+  }
+  Config read = *config;
+  for (const auto& [name, value] : table) {
+    const std::string reason = readEntry(name.str(), value, &read);
+    if (reason.empty()) continue;
+    *error = refusal(path, name.source().begin.line, reason);
+    return false;
+  }
+  *config = read;
+  return true;
+}
+
+}  // namespace zevo

@@ -1,0 +1,160 @@
+#include "zevo/config.h"
+
+#include <string>
+#include <sys/stat.h>
+#include <tuple>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/base/temporary_folder.h"
+#include "sdk/config_text.h"
+
+namespace zevo {
+namespace {
+
+using testing::HasSubstr;
+using testing_support::contentOf;
+using testing_support::TemporaryFolder;
+
+// The error that reading `text` gives; empty on success.
+std::string errorOf(const std::string& text) {
+  Config config;
+  std::string error;
+  if (parseConfig(text, "FILE", &config, &error)) return "";
+  EXPECT_EQ(config, Config()) << "a refused file changed the configuration";
+  return error;
+}
+
+TEST(Config, ReadsEveryKey) {
+  Config config;
+  std::string error;
+  ASSERT_TRUE(
+      parseConfig("language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
+                  "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
+                  "administrators_group = 'ops'\nmin_admins = 3\n",
+                  "FILE", &config, &error))
+      << error;
+  Config expected;
+  expected.language = "de";
+  expected.sessionFile = "/s";
+  expected.idleLimit = std::chrono::hours(24);
+  expected.toolLimit = std::chrono::minutes(2);
+  expected.smbstatus = "/opt/smbstatus";
+  expected.administratorsGroup = "ops";
+  expected.minAdmins = 3;
+  EXPECT_EQ(config, expected);
+}
+
+TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
+  const std::string packaged = contentOf(PACKAGED_CONFIG);
+  Config config;
+  std::string error;
+  ASSERT_TRUE(parseConfig(packaged, "packaged", &config, &error)) << error;
+  EXPECT_EQ(config, Config());
+  for (const char* key : {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus",
+                          "administrators_group", "min_admins"}) {
+    EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
+  }
+}
+
+TEST(Config, RefusesAnUnknownKeyWithItsLine) {
+  EXPECT_EQ(errorOf("\nlangage = 'de'\n"),
+            "cannot read FILE:2: there is no key \"langage\"; the keys are language, session_file, "
+            "idle_minutes, tool_seconds, smbstatus, administrators_group, min_admins");
+}
+
+TEST(Config, RefusesAValueOutOfRange) {
+  EXPECT_EQ(errorOf("idle_minutes = 0"),
+            "cannot read FILE:1: idle_minutes must be 1 to 1440, found 0");
+  EXPECT_EQ(errorOf("idle_minutes = 1441"),
+            "cannot read FILE:1: idle_minutes must be 1 to 1440, found 1441");
+  EXPECT_EQ(errorOf("#\n#\ntool_seconds = 121"),
+            "cannot read FILE:3: tool_seconds must be 1 to 120, found 121");
+  EXPECT_EQ(errorOf("min_admins = -1"),
+            "cannot read FILE:1: min_admins must be 0 to 1000, found -1");
+  EXPECT_EQ(errorOf("tool_seconds = 9223372036854775807"),
+            "cannot read FILE:1: tool_seconds must be 1 to 120, found 9223372036854775807");
+}
+
+TEST(Config, RefusesAValueOfAnotherType) {
+  EXPECT_EQ(errorOf("idle_minutes = '5'"),
+            "cannot read FILE:1: idle_minutes must be 1 to 1440, found \"5\"");
+  EXPECT_EQ(errorOf("idle_minutes = 5.0"),
+            "cannot read FILE:1: idle_minutes must be 1 to 1440, found a fraction");
+  EXPECT_EQ(errorOf("idle_minutes = true"),
+            "cannot read FILE:1: idle_minutes must be 1 to 1440, found true");
+  EXPECT_EQ(errorOf("smbstatus = ['/a']"),
+            "cannot read FILE:1: smbstatus must be an absolute path in quotes, found an array");
+  EXPECT_EQ(errorOf("[language]"),
+            "cannot read FILE:1: language must be the name of a language such as \"de\", or \"\", "
+            "found a table");
+}
+
+TEST(Config, RefusesPathsThatAreNotAbsolute) {
+  for (const char* path : {"", "sessions", "./s", "/run/s/", "/run/\\u0000s"}) {
+    EXPECT_THAT(errorOf(std::string("session_file = \"") + path + "\""),
+                HasSubstr("session_file must be an absolute path in quotes"));
+  }
+  EXPECT_THAT(errorOf("language = '../x'"), HasSubstr("must be the name of a language"));
+}
+
+TEST(Config, NamesTheLineOfASyntaxError) {
+  EXPECT_THAT(errorOf("language = 'de'\nidle_minutes = \n"), HasSubstr("cannot read FILE:2: "));
+  EXPECT_THAT(errorOf("language = '\xFF'"), HasSubstr("cannot read FILE:1: "));
+  EXPECT_THAT(errorOf(std::string(100000, '[')), HasSubstr("cannot read FILE:1: "));
+}
+
+class ConfigFile : public testing::Test {
+ protected:
+  ~ConfigFile() override {
+    std::string error;
+    loadConfig("/nonexistent", false, &error);
+  }
+
+  std::string load(const std::string& path, bool required = true) {
+    std::string error;
+    return loadConfig(path, required, &error) ? "" : error;
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(ConfigFile, BecomesTheProcesssConfiguration) {
+  EXPECT_EQ(load(folder_.write("c.toml", "idle_minutes = 7")), "");
+  EXPECT_EQ(config().idleLimit, std::chrono::minutes(7));
+}
+
+TEST_F(ConfigFile, MayBeMissingUnlessRequired) {
+  EXPECT_EQ(load("/nonexistent/c.toml", false), "");
+  EXPECT_EQ(config(), Config());
+  EXPECT_EQ(load("/nonexistent/c.toml"),
+            "cannot read /nonexistent/c.toml: No such file or directory");
+}
+
+TEST_F(ConfigFile, ChangesNothingWhereItIsRefused) {
+  ASSERT_EQ(load(folder_.write("good.toml", "idle_minutes = 7")), "");
+  EXPECT_NE(load(folder_.write("bad.toml", "idle_minutes = 8\nminutes = 1")), "");
+  EXPECT_NE(load(folder_.path()), "");
+  EXPECT_EQ(config().idleLimit, std::chrono::minutes(7));
+}
+
+TEST_F(ConfigFile, IsRefusedByRootWhereOthersCouldHaveWrittenIt) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root refuses it";
+  const std::string path = folder_.write("c.toml", "");
+  for (const auto& [owner, mode] : {std::pair<uid_t, mode_t>{0, 0664}, {0, 0646}, {12, 0644}}) {
+    ASSERT_EQ(::chown(path.c_str(), owner, 0), 0);
+    ASSERT_EQ(::chmod(path.c_str(), mode), 0);
+    EXPECT_EQ(load(path),
+              "cannot read " + path +
+                  ": others than root could have written it; check it, then chown root " + path +
+                  " and chmod go-w " + path);
+  }
+  ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+  EXPECT_EQ(load(path), "");
+}
+
+}  // namespace
+}  // namespace zevo
