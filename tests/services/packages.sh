@@ -26,6 +26,7 @@ source_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 unpack_folder=$source_folder/build/service-packages
 policy_file=/usr/sbin/policy-rc.d
 policy_aside=$policy_file.currentconn-aside
+policy_mark='# Put here by tests/services/packages.sh while it installs; safe to remove.'
 
 say() { printf 'service packages: %s\n' "$*" >&2; }
 
@@ -57,18 +58,18 @@ need_root() {
 
 # A package's own scripts start its daemon unless this file forbids it. One that was there before comes back as it was.
 hold_daemons_back() {
-  if as_root test -e "$policy_file" && ! as_root test -e "$policy_aside"; then
+  if [[ -e $policy_file && ! -e $policy_aside ]] && ! grep -qF "$policy_mark" "$policy_file"; then
     as_root mv "$policy_file" "$policy_aside"
   fi
   trap release_daemons EXIT
   trap 'exit 1' HUP INT TERM
-  printf '#!/bin/sh\nexit 101\n' | as_root tee "$policy_file" >/dev/null
+  printf '#!/bin/sh\n%s\nexit 101\n' "$policy_mark" | as_root tee "$policy_file" >/dev/null
   as_root chmod 0755 "$policy_file"
 }
 
 release_daemons() {
   as_root rm -f "$policy_file"
-  if as_root test -e "$policy_aside"; then as_root mv "$policy_aside" "$policy_file"; fi
+  if [[ -e $policy_aside ]]; then as_root mv "$policy_aside" "$policy_file"; fi
   trap - EXIT HUP INT TERM
 }
 
@@ -84,6 +85,10 @@ keep_from_boot() {
 
 apt_get() {
   as_root env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=600 "$@"
+}
+
+download() {
+  apt-get -q -o APT::Sandbox::User=root download "$1"
 }
 
 install_missing() {
@@ -108,7 +113,7 @@ unpack() {
   mkdir -p "$unpack_folder/root"
   work=$(mktemp -d)
   chmod 0755 "$work"
-  if ! (cd "$work" && apt-get -q download "$name"); then
+  if ! (cd "$work" && { download "$name" || { apt_get update && download "$name"; }; }); then
     rm -rf "$work"
     say "apt-get could not download $name"
     exit 1

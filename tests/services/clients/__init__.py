@@ -1,0 +1,1 @@
+"""The clients: one module a protocol; each object stays connected until close()."""

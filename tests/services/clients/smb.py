@@ -1,0 +1,26 @@
+"""SMB clients."""
+
+import namespace
+from clients.dialogue import Dialogue
+
+_PROMPT = "smb: \\> "
+
+
+class Smb(Dialogue):
+    """smbclient at its prompt, connected to the first share of `shares`, with the others in the same session."""
+
+    def __init__(self, user, address, *shares):
+        super().__init__(["smbclient", f"//{address}/{shares[0]}", "-U", f"{user}%{namespace.PASSWORD}"])
+        self.expect(_PROMPT)
+        for share in shares[1:]:
+            self.command(f"tcon {share}")
+
+    def command(self, line):
+        """Types one command and returns what it printed."""
+        self.send(line)
+        return self.expect(_PROMPT)
+
+    def log_on(self, user, share):
+        """Adds a session of another user, with one share, to the same connection."""
+        self.command(f"logon {user} {namespace.PASSWORD}")
+        return self.command(f"tcon {share}")

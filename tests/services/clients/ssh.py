@@ -1,0 +1,78 @@
+"""SSH and SFTP clients, which log in with a key."""
+
+import os
+import pwd
+import shutil
+import socket
+
+import namespace
+from clients.dialogue import Dialogue
+
+_KEY = "/srv/client_key"
+_OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null",
+            "-o", "LogLevel=ERROR"]
+
+
+def allow(user):
+    """Lets an account log in with the clients' key."""
+    if not os.path.exists(_KEY):
+        namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", _KEY)
+    account = pwd.getpwnam(user)
+    folder = f"{account.pw_dir}/.ssh"
+    os.makedirs(folder, mode=0o700, exist_ok=True)
+    shutil.copy(f"{_KEY}.pub", f"{folder}/authorized_keys")
+    for path in (folder, f"{folder}/authorized_keys"):
+        os.chown(path, account.pw_uid, account.pw_gid)
+
+
+class Shell(Dialogue):
+    """ssh with a terminal, at the shell's prompt. `control` is the path of a socket for more sessions."""
+
+    def __init__(self, user, address, port=22, control=None):
+        master = ["-o", "ControlMaster=yes", "-o", f"ControlPath={control}"] if control else []
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *master, "-tt", f"{user}@{address}"])
+        self.send("echo re''ady")
+        self.expect("ready")
+
+
+class Command(Dialogue):
+    """ssh without a terminal, while its command runs."""
+
+    def __init__(self, user, address, port=22):
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
+                          "echo re''ady; exec cat"])
+        self.expect("ready")
+
+
+class Sftp(Dialogue):
+    """sftp at its prompt. `control` takes the connection of a Shell."""
+
+    def __init__(self, user, address, port=22, control=None):
+        shared = ["-o", f"ControlPath={control}"] if control else []
+        super().__init__(["sftp", *_OPTIONS, "-i", _KEY, "-P", str(port), *shared, f"{user}@{address}"])
+        self.expect("sftp> ")
+
+    def enter(self, folder):
+        """Changes the folder on the client's side of the protocol; the server is told paths only."""
+        self.send(f"cd {folder}")
+        self.expect("sftp> ")
+
+
+class PasswordPrompt(Dialogue):
+    """ssh that has named its user and waits for the password: a login in progress."""
+
+    def __init__(self, user, address, port=22):
+        super().__init__(["ssh", *_OPTIONS, "-o", "PubkeyAuthentication=no", "-p", str(port), f"{user}@{address}"])
+        self.expect("password:")
+
+
+class Banner:
+    """A connection that has only read the server's first line: nobody is named yet."""
+
+    def __init__(self, address, port=22):
+        self._socket = socket.create_connection((address, port), timeout=20)
+        if not self._socket.recv(64).startswith(b"SSH-2.0-"):
+            raise AssertionError("sshd sent no banner")
+
+    def close(self):
+        self._socket.close()

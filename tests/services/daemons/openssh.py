@@ -1,0 +1,42 @@
+"""sshd with internal-sftp on port 22; a second one, on port 2222, starts the external sftp-server."""
+
+import os
+
+import namespace
+from daemons.daemon import Daemon
+
+INTERNAL = "internal-sftp"
+EXTERNAL = "/usr/lib/openssh/sftp-server"
+_CONFIGURATION = """\
+Port {port}
+HostKey /etc/ssh/test_host_key
+PidFile none
+UsePAM yes
+PermitRootLogin yes
+PasswordAuthentication yes
+KbdInteractiveAuthentication no
+PrintMotd no
+MaxStartups 100
+LoginGraceTime 300
+Subsystem sftp {subsystem}
+"""
+
+
+class OpenSsh(Daemon):
+    """The real sshd. `subsystem` is what serves SFTP."""
+
+    def __init__(self, port=22, subsystem=INTERNAL):
+        self.name = f"sshd-{port}"
+        self.ports = (port,)
+        self._subsystem = subsystem
+        super().__init__()
+
+    def configure(self):
+        os.makedirs("/run/sshd", mode=0o755, exist_ok=True)
+        if not os.path.exists("/etc/ssh/test_host_key"):
+            namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", "/etc/ssh/test_host_key")
+        text = _CONFIGURATION.format(port=self.ports[0], subsystem=self._subsystem)
+        namespace.write(f"/etc/ssh/test_{self.ports[0]}_config", text)
+
+    def command(self):
+        return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]

@@ -1,0 +1,39 @@
+"""ProFTPD with its scoreboard where its own tools look for it."""
+
+import os
+
+import namespace
+from daemons.daemon import Daemon
+
+_CONFIGURATION = """\
+ServerName "test"
+ServerType standalone
+DefaultServer on
+Port 21
+UseIPv6 on
+User nobody
+Group nogroup
+UseReverseDNS off
+AuthOrder mod_auth_unix.c
+RequireValidShell off
+WtmpLog off
+TransferLog none
+PidFile /run/proftpd.pid
+ScoreboardFile /run/proftpd.scoreboard
+DelayEngine off
+AllowOverwrite on
+"""
+
+
+class Proftpd(Daemon):
+    """The real proftpd on port 21."""
+
+    name = "proftpd"
+    ports = (21,)
+
+    def configure(self):
+        os.makedirs("/run/proftpd", exist_ok=True)
+        namespace.write("/etc/proftpd/proftpd.conf", _CONFIGURATION)
+
+    def command(self):
+        return ["/usr/sbin/proftpd", "--nodaemon", "--quiet", "--config", "/etc/proftpd/proftpd.conf"]

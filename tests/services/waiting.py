@@ -1,0 +1,18 @@
+"""Waiting for a condition instead of for a time."""
+
+import time
+
+LIMIT_SECONDS = 20.0
+_STEP_SECONDS = 0.02
+
+
+def until(what, condition, limit=LIMIT_SECONDS):
+    """Returns the first true value of condition(). AssertionError naming what was awaited once the limit is over."""
+    end = time.monotonic() + limit
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > end:
+            raise AssertionError(f"waited {limit:g} s in vain for {what}")
+        time.sleep(_STEP_SECONDS)
