@@ -1,0 +1,34 @@
+// Times as the registry writes them.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+
+#include "sdk/connections/paths.h"
+
+namespace zevo::connections {
+
+// `time` in local time as "2026-11-20 21:26:24", so that the order of texts is that of times; empty
+// where it has no such form.
+std::string localTimeText(std::time_t time);
+
+// When processes started. Reads the start of the system at its first use, so it costs nothing
+// where nobody is connected.
+class BootClock {
+ public:
+  explicit BootClock(const Paths& paths) : path_(paths.proc + "/stat") {}
+  BootClock(const BootClock&) = delete;
+  BootClock& operator=(const BootClock&) = delete;
+
+  // `ticks` is Process::startTicks; empty where the start of the system is not known.
+  [[nodiscard]] std::string startText(std::uint64_t ticks) const;
+
+ private:
+  std::string path_;
+  mutable bool isRead_ = false;
+  mutable std::optional<std::time_t> boot_;
+};
+
+}  // namespace zevo::connections

@@ -1,0 +1,161 @@
+#include "sdk/connections/process_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <dirent.h>
+#include <memory>
+#include <optional>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "base/file_failure.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::size_t kTextLimit = 4095;
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+// "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
+// NULs behind it.
+Title parseTitle(const std::string& bytes) {
+  Title title;
+  title.first = bytes.substr(0, bytes.find('\0'));
+  title.all = bytes.substr(0, bytes.find_last_not_of('\0') + 1);
+  std::replace(title.all.begin(), title.all.end(), '\0', ' ');
+  return title;
+}
+
+// The line "Uid:\tREAL\tEFFECTIVE\tSAVED\tFILE" of /proc/PID/status. The name above it cannot fake
+// such a line, since the kernel escapes line breaks there.
+std::optional<UserIds> parseUserIds(std::string_view status) {
+  constexpr std::string_view kKey = "\nUid:";
+  const std::size_t key = status.find(kKey);
+  if (key == std::string_view::npos) return std::nullopt;
+  const char* at = status.data() + key + kKey.size();
+  const char* end = status.data() + status.size();
+  UserIds ids;
+  for (uid_t* id : {&ids.real, &ids.effective, &ids.saved}) {
+    if (at == end || *at != '\t') return std::nullopt;
+    const auto [next, error] = std::from_chars(at + 1, end, *id);
+    if (error != std::errc()) return std::nullopt;
+    at = next;
+  }
+  return ids;
+}
+
+// The inode in "socket:[12345]".
+std::optional<std::uint64_t> socketInode(std::string_view target) {
+  constexpr std::string_view kBegin = "socket:[";
+  if (!target.starts_with(kBegin)) return std::nullopt;
+  std::uint64_t inode = 0;
+  const auto result =
+      std::from_chars(target.data() + kBegin.size(), target.data() + target.size(), inode);
+  if (result.ec != std::errc() || *result.ptr != ']') return std::nullopt;
+  return inode;
+}
+
+std::optional<int> descriptorNumber(std::string_view entry) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(entry.data(), entry.data() + entry.size(), number);
+  if (error != std::errc() || end != entry.data() + entry.size()) return std::nullopt;
+  return number;
+}
+
+}  // namespace
+
+template <typename T>
+Reading<T> ProcessFiles::endedOrFailed(const char* name, int error) const {
+  if (error == ENOENT || error == ESRCH) return Reading<T>::gone();
+  return Reading<T>::failure("cannot read /proc/" + std::to_string(pid_) + "/" + name + ": " +
+                             errorText(error) +
+                             "; run this as root with the capability CAP_SYS_PTRACE");
+}
+
+Reading<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {
+  ProcessFiles files;
+  files.pid_ = pid;
+  const std::string folder = paths.proc + "/" + std::to_string(pid);
+  files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
+  if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
+  return files;
+}
+
+Reading<std::string> ProcessFiles::readText(const char* name) const {
+  const FileDescriptor file = openFileAt(folder_.get(), name, O_RDONLY);
+  if (!file) return endedOrFailed<std::string>(name, errno);
+  std::string text(kTextLimit, '\0');
+  const ssize_t size = ::read(file.get(), text.data(), text.size());
+  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  text.resize(static_cast<std::size_t>(size));
+  return text;
+}
+
+Reading<std::string> ProcessFiles::readLink(const char* name) const {
+  std::array<char, 4096> target{};
+  const ssize_t size = ::readlinkat(folder_.get(), name, target.data(), target.size());
+  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  return std::string(target.data(), static_cast<std::size_t>(size));
+}
+
+Reading<Title> ProcessFiles::title() const {
+  const Reading<std::string> bytes = readText("cmdline");
+  if (!bytes.ok()) return Reading<Title>::like(bytes);
+  return parseTitle(*bytes);
+}
+
+Reading<UserIds> ProcessFiles::userIds() const {
+  const Reading<std::string> status = readText("status");
+  if (!status.ok()) return Reading<UserIds>::like(status);
+  const auto ids = parseUserIds(*status);
+  if (!ids) return endedOrFailed<UserIds>("status", EBADMSG);
+  return *ids;
+}
+
+Reading<std::string> ProcessFiles::workingDirectory() const {
+  return readLink("cwd");
+}
+
+Reading<std::string> ProcessFiles::root() const {
+  return readLink("root");
+}
+
+Reading<bool> ProcessFiles::isSetuidProgram() const {
+  struct stat program {};
+  if (::fstatat(folder_.get(), "exe", &program, 0) != 0) return endedOrFailed<bool>("exe", errno);
+  return (program.st_mode & S_ISUID) != 0;
+}
+
+Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
+  using Sockets = std::vector<SocketDescriptor>;
+  FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
+  if (!descriptors) return endedOrFailed<Sockets>("fd", errno);
+  const std::unique_ptr<DIR, CloseFolder> folder(::fdopendir(descriptors.get()));
+  if (!folder) return endedOrFailed<Sockets>("fd", errno);
+  static_cast<void>(descriptors.release());  // the folder closes it
+
+  Sockets sockets;
+  for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
+    const auto number = descriptorNumber(entry->d_name);
+    if (!number) continue;
+    std::array<char, 64> target{};  // a socket's is shorter; anything longer is none
+    const ssize_t size =
+        ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
+    if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
+    if (size < 0) return endedOrFailed<Sockets>("fd", errno);
+    const auto inode = socketInode({target.data(), static_cast<std::size_t>(size)});
+    if (inode) sockets.push_back({*number, *inode});
+  }
+  if (errno != 0) return endedOrFailed<Sockets>("fd", errno);
+  std::sort(sockets.begin(), sockets.end(),
+            [](const auto& a, const auto& b) { return a.number < b.number; });
+  return sockets;
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,64 @@
+// Details of one process, each read when it is asked for.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "base/file_descriptor.h"
+#include "sdk/connections/outcome.h"
+#include "sdk/connections/paths.h"
+#include "sdk/connections/process.h"
+
+namespace zevo::connections {
+
+// What a process calls itself: a service's title, or the arguments that it was started with. Any
+// process may claim anything here.
+struct Title {
+  std::string first;  // the first argument: up to 4,095 bytes, none of them NUL
+  std::string all;    // all arguments, a blank between them
+};
+
+struct UserIds {
+  uid_t real = 0;
+  uid_t effective = 0;
+  uid_t saved = 0;
+};
+
+// A descriptor that is a socket.
+struct SocketDescriptor {
+  int number = 0;
+  std::uint64_t inode = 0;
+
+  bool operator==(const SocketDescriptor&) const = default;
+};
+
+// Everything is read through one open folder, which stands for the process and for no later one of
+// the same pid. Each reading is ok, gone where the process has ended, or failed with its cause.
+class ProcessFiles {
+ public:
+  ProcessFiles() = default;
+  static Reading<ProcessFiles> open(const Paths& paths, pid_t pid);
+
+  [[nodiscard]] Reading<Title> title() const;
+  [[nodiscard]] Reading<UserIds> userIds() const;
+  // Path as the kernel gives it: " (deleted)" follows that of a removed folder.
+  [[nodiscard]] Reading<std::string> workingDirectory() const;
+  [[nodiscard]] Reading<std::string> root() const;
+  // Whether the program's file gives its owner's rights to whoever starts it.
+  [[nodiscard]] Reading<bool> isSetuidProgram() const;
+  // In order of numbers.
+  [[nodiscard]] Reading<std::vector<SocketDescriptor>> sockets() const;
+
+ private:
+  [[nodiscard]] Reading<std::string> readText(const char* name) const;
+  [[nodiscard]] Reading<std::string> readLink(const char* name) const;
+  template <typename T>
+  [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
+
+  pid_t pid_ = 0;
+  FileDescriptor folder_;
+};
+
+}  // namespace zevo::connections

@@ -1,0 +1,82 @@
+#include "sdk/connections/process_table.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <dirent.h>
+#include <memory>
+#include <utility>
+
+#include "base/file_failure.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kProcessesBetweenIdleCalls = 32;
+
+struct CloseFolder {
+  void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+// The pid that the entry of /proc names, or 0.
+pid_t pidOf(const char* entry) {
+  const std::string_view text = entry;
+  pid_t pid = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
+  const bool whole = error == std::errc() && end == text.data() + text.size();
+  return whole && pid > 0 ? pid : 0;
+}
+
+}  // namespace
+
+ProcessTable::ProcessTable(std::vector<Process> processes) : processes_(std::move(processes)) {
+  std::erase_if(processes_, [](const Process& p) { return p.isKernelThread || p.hasEnded; });
+  const auto byPid = [](const Process& a, const Process& b) { return a.pid < b.pid; };
+  // /proc lists in order of pids, so this is nearly always a look only.
+  if (!std::is_sorted(processes_.begin(), processes_.end(), byPid)) {
+    std::sort(processes_.begin(), processes_.end(), byPid);
+  }
+  byParent_.reserve(processes_.size());
+  for (const Process& process : processes_) byParent_.push_back(&process);
+  std::stable_sort(byParent_.begin(), byParent_.end(),
+                   [](const Process* a, const Process* b) { return a->parent < b->parent; });
+}
+
+Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function<void()>& idle) {
+  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(paths.proc.c_str()));
+  const auto cannotRead = [&](int error) {
+    return Reading<ProcessTable>::failure("cannot read " + paths.proc + ": " + errorText(error));
+  };
+  if (!folder) return cannotRead(errno);
+  std::vector<Process> processes;
+  processes.reserve(512);
+  for (int count = 1;; ++count) {
+    errno = 0;
+    const dirent* entry = ::readdir(folder.get());
+    if (entry == nullptr) break;
+    if (count % kProcessesBetweenIdleCalls == 0 && idle) idle();
+    const pid_t pid = pidOf(entry->d_name);
+    if (pid == 0) continue;
+    Reading<Process> process = readProcess(::dirfd(folder.get()), pid);
+    if (process.failed()) return Reading<ProcessTable>::failure(process.cause());
+    if (process.ok()) processes.push_back(std::move(*process));
+  }
+  if (errno != 0) return cannotRead(errno);
+  return ProcessTable(std::move(processes));
+}
+
+const Process* ProcessTable::find(pid_t pid) const {
+  const auto found = std::lower_bound(processes_.begin(), processes_.end(), pid,
+                                      [](const Process& p, pid_t key) { return p.pid < key; });
+  return found != processes_.end() && found->pid == pid ? &*found : nullptr;
+}
+
+std::vector<const Process*> ProcessTable::children(pid_t pid) const {
+  const auto first = std::lower_bound(byParent_.begin(), byParent_.end(), pid,
+                                      [](const Process* p, pid_t key) { return p->parent < key; });
+  const auto last =
+      std::find_if(first, byParent_.end(), [pid](const Process* p) { return p->parent != pid; });
+  return {first, last};
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,113 @@
+#include "sdk/connections/registry.h"
+
+#include <array>
+#include <exception>
+#include <new>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "zevo/config.h"
+#include "zevo/connections.h"
+#include "zevo/error.h"
+#include "zevo/error_trail.h"
+
+#include "sdk/connections/collectors.h"
+
+namespace zevo::connections {
+namespace {
+
+struct Service {
+  const char* name;
+  Collector read;
+};
+
+constexpr std::array<Service, 0> kServices = {};
+
+// Whether the record's process still runs and is the one that the collector saw: between the scan
+// and now its pid may have been given to somebody else.
+Reading<bool> isStillServed(const Sources& sources, const Connection& connection) {
+  if (connection.pid == 0) return true;  // served by no process alone
+  if (connection.pid < 2 || connection.pid > kPidMax) return false;
+  const auto now = readProcess(sources.paths(), connection.pid);
+  if (now.isGone()) return false;
+  if (now.failed()) return Reading<bool>::like(now);
+  const Process* then = sources.processes().find(connection.pid);
+  return !now->hasEnded && (then == nullptr || then->startTicks == now->startTicks);
+}
+
+Outcome dropStale(const Sources& sources, std::vector<Connection>* connections) {
+  std::vector<Connection> served;
+  served.reserve(connections->size());
+  for (Connection& connection : *connections) {
+    const auto isServed = isStillServed(sources, connection);
+    if (isServed.failed()) return Outcome::failure(isServed.cause());
+    if (isServed.ok() && *isServed) served.push_back(std::move(connection));
+  }
+  connections->swap(served);
+  return Outcome::done();
+}
+
+Outcome readServices(const Sources& sources, std::vector<Connection>* connections) {
+  for (const Service& service : kServices) {
+    const Outcome outcome = service.read(sources, *connections);
+    if (outcome.failed()) {
+      return Outcome::failure("cannot read the connections of " + std::string(service.name) + ": " +
+                              outcome.cause());
+    }
+  }
+  return Outcome::done();
+}
+
+}  // namespace
+
+Outcome readConnections(const Paths& paths, const Sources::SocketReader& readSockets,
+                        const Sources::Log& log, std::vector<Connection>* connections) {
+  connections->clear();
+  const auto processes = ProcessTable::scan(paths, {});
+  if (!processes.ok()) return Outcome::failure(processes.cause());
+  const Sources sources(paths, *processes, readSockets, log);
+  Outcome outcome = readServices(sources, connections);
+  if (!outcome.failed()) outcome = dropStale(sources, connections);
+  for (Connection& connection : *connections) cleanTexts(connection);
+  return outcome;
+}
+
+namespace {
+
+void logLine(const std::string& line) {
+  ::syslog(LOG_WARNING, "%s", line.c_str());
+}
+
+int get(_tag_ZEVO_CURCONN_** records) {
+  if (::geteuid() != 0) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM,
+                    "only root can see everybody's connections; run this as root (sudo)");
+    return -1;
+  }
+  Paths paths;
+  paths.smbstatus = config().smbstatus;
+  std::vector<Connection> connections;
+  const Outcome outcome = readConnections(paths, SocketTable::read, logLine, &connections);
+  if (outcome.failed()) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
+    return -1;
+  }
+  *records = pack(connections);
+  if (*records == nullptr && !connections.empty()) throw std::bad_alloc();
+  return static_cast<int>(connections.size());
+}
+
+}  // namespace
+}  // namespace zevo::connections
+
+extern "C" int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records) {
+  *records = nullptr;
+  try {
+    return zevo::connections::get(records);
+  } catch (const std::bad_alloc&) {
+    ZEVO_ERR_SET(ZEVO_ERR_OUT_OF_MEMORY);
+  } catch (const std::exception&) {
+    ZEVO_ERR_SET(ZEVO_ERR_SYSTEM);
+  }
+  return -1;
+}

@@ -1,0 +1,46 @@
+// The established TCP connections of this system at one moment.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "sdk/connections/address.h"
+#include "sdk/connections/outcome.h"
+
+namespace zevo::connections {
+
+struct Socket {
+  std::uint64_t inode = 0;
+  Address local;
+  Address remote;
+
+  bool operator==(const Socket&) const = default;
+};
+
+enum class DumpProgress { kMore, kDone, kInterrupted, kFailed };
+
+// Takes the sockets out of one netlink datagram of sock_diag. kInterrupted: the dump may lack
+// connections and is to be made anew. kFailed: errno says why.
+DumpProgress parseDump(std::span<const char> datagram, std::vector<Socket>* sockets);
+
+// Immutable once built.
+class SocketTable {
+ public:
+  SocketTable() = default;
+  explicit SocketTable(std::vector<Socket> sockets);
+
+  // Asks the kernel, once for IPv4 and once for IPv6.
+  static Reading<SocketTable> read();
+
+  // The connection of a descriptor's inode, or null: no TCP, or no longer established. Lives as
+  // long as the table.
+  [[nodiscard]] const Socket* find(std::uint64_t inode) const;
+  [[nodiscard]] std::span<const Socket> all() const { return sockets_; }
+
+ private:
+  std::vector<Socket> sockets_;  // by inode
+};
+
+}  // namespace zevo::connections

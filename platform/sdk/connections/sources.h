@@ -1,0 +1,72 @@
+// What a collector reads from.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "sdk/connections/boot_clock.h"
+#include "sdk/connections/connection.h"
+#include "sdk/connections/outcome.h"
+#include "sdk/connections/paths.h"
+#include "sdk/connections/process_files.h"
+#include "sdk/connections/process_table.h"
+#include "sdk/connections/socket_table.h"
+
+namespace zevo::connections {
+
+// One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
+class Sources {
+ public:
+  using SocketReader = std::function<Reading<SocketTable>()>;
+  using Log = std::function<void(const std::string& line)>;
+
+  // `readSockets` is called once, at the first use of sockets(): the dump is later than the scan,
+  // so every connection of a scanned process is in it.
+  Sources(const Paths& paths, const ProcessTable& processes, SocketReader readSockets, Log log)
+      : paths_(paths),
+        processes_(processes),
+        clock_(paths),
+        readSockets_(std::move(readSockets)),
+        log_(std::move(log)) {}
+  Sources(const Sources&) = delete;
+  Sources& operator=(const Sources&) = delete;
+
+  [[nodiscard]] const Paths& paths() const { return paths_; }
+  [[nodiscard]] const ProcessTable& processes() const { return processes_; }
+  [[nodiscard]] const Reading<SocketTable>& sockets() const {
+    if (!sockets_) sockets_ = readSockets_();
+    return *sockets_;
+  }
+  [[nodiscard]] Reading<ProcessFiles> filesOf(const Process& process) const {
+    return ProcessFiles::open(paths_, process.pid);
+  }
+  // Start of the process as local time.
+  [[nodiscard]] std::string startText(const Process& process) const {
+    return clock_.startText(process.startTicks);
+  }
+  // One line for the administrator.
+  void log(const std::string& line) const { log_(line); }
+
+ private:
+  const Paths& paths_;
+  const ProcessTable& processes_;
+  BootClock clock_;
+  SocketReader readSockets_;
+  Log log_;
+  mutable std::optional<Reading<SocketTable>> sockets_;
+};
+
+// Reads the connections of one service and appends them. A service that is not running has none; a
+// process that vanishes meanwhile has none; a process that cannot be read fails the collector.
+using Collector = Outcome (*)(const Sources& sources, std::vector<Connection>& connections);
+
+// The TCP connection of the lowest descriptor of a process, which in a server that serves one
+// client is the client's: whatever the process opens later has a higher one. Nothing where it has
+// none.
+Reading<std::optional<Socket>> clientSocket(const Sources& sources, const ProcessFiles& files);
+
+}  // namespace zevo::connections

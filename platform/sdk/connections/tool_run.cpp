@@ -1,0 +1,201 @@
+#include "sdk/connections/tool_run.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+
+#include "base/file_failure.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kPipeBytes = 1024 * 1024;  // what an unprivileged process may ask for at most
+constexpr std::chrono::seconds kTimeToDie{1};
+
+// What posix_spawn needs to be told, given back at the end.
+class SpawnPlan {
+ public:
+  SpawnPlan() {
+    ::posix_spawnattr_init(&attributes_);
+    ::posix_spawn_file_actions_init(&actions_);
+  }
+  ~SpawnPlan() {
+    ::posix_spawn_file_actions_destroy(&actions_);
+    ::posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+  void runAlone() {
+    sigset_t none;
+    sigset_t all;
+    ::sigemptyset(&none);
+    ::sigfillset(&all);
+    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    ::posix_spawnattr_setsigdefault(&attributes_, &all);
+    ::posix_spawnattr_setpgroup(&attributes_, 0);
+    ::posix_spawnattr_setflags(
+        &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+  }
+
+  // 0 or an error number.
+  int redirect(int output) {
+    for (const int result :
+         {::posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO),
+          ::posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0),
+          ::posix_spawn_file_actions_addopen(&actions_, STDERR_FILENO, "/dev/null", O_WRONLY, 0),
+          ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1)}) {
+      if (result != 0) return result;
+    }
+    return 0;
+  }
+
+  int spawn(pid_t* pid, char* const* arguments, char* const* environment) const {
+    return ::posix_spawn(pid, arguments[0], &actions_, &attributes_, arguments, environment);
+  }
+
+ private:
+  posix_spawnattr_t attributes_{};
+  posix_spawn_file_actions_t actions_{};
+};
+
+// The vector that exec takes; its elements belong to `texts`.
+std::vector<char*> execVector(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (std::string& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+int spawnTool(std::vector<std::string> arguments, int output, pid_t* pid) {
+  std::vector<std::string> environment = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL=C"};
+  SpawnPlan plan;
+  plan.runAlone();
+  const int error = plan.redirect(output);
+  if (error != 0) return error;
+  return plan.spawn(pid, execVector(arguments).data(), execVector(environment).data());
+}
+
+}  // namespace
+
+ToolRun::ToolRun(const std::vector<std::string>& arguments, const ToolLimits& limits)
+    : limits_(limits), deadline_(Clock::now() + limits.time) {
+  start(arguments);
+}
+
+ToolRun::ToolRun(ToolRun&& other) noexcept
+    : limits_(other.limits_),
+      deadline_(other.deadline_),
+      pid_(std::exchange(other.pid_, -1)),
+      ended_(std::move(other.ended_)),
+      output_(std::move(other.output_)),
+      result_(std::move(other.result_)) {}
+
+ToolRun::~ToolRun() {
+  if (pid_ > 0) endGroup();
+}
+
+void ToolRun::start(const std::vector<std::string>& arguments) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
+    result_.cause = "cannot be started: " + errorText(errno);
+    return;
+  }
+  output_.reset(ends[0]);
+  const FileDescriptor input(ends[1]);
+  ::fcntl(output_.get(), F_SETPIPE_SZ, kPipeBytes);
+  ::fcntl(output_.get(), F_SETFL, O_NONBLOCK);
+  const int error = spawnTool(arguments, input.get(), &pid_);
+  if (error != 0) {
+    pid_ = -1;
+    output_.reset();
+    result_.cause = "cannot be started: " + errorText(error);
+    return;
+  }
+  // None where the tool has already ended and the host ignores SIGCHLD.
+  ended_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+}
+
+void ToolRun::drain() {
+  std::array<char, 64UL * 1024> buffer;
+  while (output_) {
+    const ssize_t size = ::read(output_.get(), buffer.data(), buffer.size());
+    if (size < 0 && errno == EINTR) continue;
+    if (size < 0 && errno == EAGAIN) return;
+    if (size <= 0) {
+      output_.reset();
+      return;
+    }
+    result_.output.append(buffer.data(), static_cast<std::size_t>(size));
+    if (result_.output.size() > limits_.bytes) {
+      result_.cause = "answered with more than " + std::to_string(limits_.bytes) + " bytes";
+      endGroup();
+    }
+  }
+}
+
+ToolResult ToolRun::finish() {
+  for (drain(); output_; drain()) {
+    if (waitFor(output_)) continue;
+    result_.cause = "did not answer within " + std::to_string(limits_.time.count() / 1000) + " s";
+    endGroup();
+  }
+  if (pid_ > 0) awaitEnd();
+  result_.complete = result_.cause.empty();
+  return std::move(result_);
+}
+
+// False where the deadline passed first.
+bool ToolRun::waitFor(const FileDescriptor& descriptor) const {
+  while (true) {
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
+    if (left.count() <= 0) return false;
+    pollfd wait{descriptor.get(), POLLIN, 0};
+    const int ready = ::poll(&wait, 1, static_cast<int>(left.count()));
+    if (ready > 0) return true;
+    if (ready < 0 && errno != EINTR) return false;
+  }
+}
+
+void ToolRun::awaitEnd() {
+  if (ended_ && !waitFor(ended_)) {
+    result_.cause = "did not end within " + std::to_string(limits_.time.count() / 1000) + " s";
+    endGroup();
+    return;
+  }
+  reap(0);
+}
+
+// Takes the tool's status, if nobody else has.
+void ToolRun::reap(int flags) {
+  int status = 0;
+  pid_t reaped = -1;
+  do {
+    reaped = ::waitpid(pid_, &status, flags);
+  } while (reaped < 0 && errno == EINTR);
+  const bool failed = reaped == pid_ && !(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  pid_ = -1;
+  if (!failed || !result_.cause.empty()) return;
+  result_.cause = WIFEXITED(status) ? "ended with status " + std::to_string(WEXITSTATUS(status))
+                                    : "was ended by signal " + std::to_string(WTERMSIG(status));
+}
+
+// A tool that does not die within a second (it hangs in the kernel) is left to whoever reaps
+// orphans; waiting for it would hang the caller too.
+void ToolRun::endGroup() {
+  output_.reset();
+  if (pid_ <= 0) return;
+  ::kill(-pid_, SIGKILL);
+  deadline_ = Clock::now() + kTimeToDie;
+  if (ended_) waitFor(ended_);
+  reap(WNOHANG);
+}
+
+}  // namespace zevo::connections

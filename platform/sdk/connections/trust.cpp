@@ -1,0 +1,46 @@
+#include "sdk/connections/trust.h"
+
+#include <algorithm>
+#include <array>
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kLongestWay = 16;  // pids that are given anew during the scan could close a circle
+
+constexpr std::array<std::string_view, 4> kSuperServers = {"inetd", "inetutils-inetd",
+                                                           "openbsd-inetd", "xinetd"};
+
+bool isSuperServer(std::string_view name) {
+  return std::find(kSuperServers.begin(), kSuperServers.end(), name) != kSuperServers.end();
+}
+
+Reading<bool> isRootOwned(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
+}
+
+}  // namespace
+
+Reading<bool> isRootOwned(const ProcessFiles& files) {
+  const auto ids = files.userIds();
+  if (!ids.ok()) return Reading<bool>::like(ids);
+  if (ids->real != 0 && ids->effective != 0 && ids->saved != 0) return false;
+  const auto isSetuid = files.isSetuidProgram();
+  return isSetuid.ok() ? Reading<bool>(!*isSetuid) : isSetuid;
+}
+
+Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family) {
+  const Process* step = &process;
+  for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
+    const bool isLast = isSuperServer(step->name);
+    if (!isLast && !family(step->name)) return false;
+    auto owned = isRootOwned(sources, *step);
+    if (!owned.ok()) return owned;
+    if (*owned || isLast) return *owned;
+    step = sources.processes().find(step->parent);
+  }
+  return false;
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,27 @@
+// Which processes really belong to a service. Any local user can start a program under a service's
+// name and give it any title; what a user cannot do is to have it started by the service.
+#pragma once
+
+#include <string_view>
+
+#include "sdk/connections/sources.h"
+
+namespace zevo::connections {
+
+// Whether a process of this name belongs to the service.
+using Family = bool (*)(std::string_view name);
+
+// Whether the process was started by root: root is among its real, effective and saved users, and
+// its program is not one that gives root's rights to whoever starts it (such a program runs under
+// any name and title that its caller chooses).
+Reading<bool> isRootOwned(const ProcessFiles& files);
+
+// Whether the service vouches for `process`: going up from it through processes of `family` leads
+// to one that root started, or to a super-server (inetd, xinetd) that root started. The way ends
+// where the family ends, so an orphan handed to init counts no longer.
+//
+// A service whose users run programs of their own below its processes (OpenSSH) needs more: those
+// programs pass this test too.
+Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family);
+
+}  // namespace zevo::connections

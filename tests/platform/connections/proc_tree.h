@@ -1,0 +1,83 @@
+// A recorded /proc in a temporary folder.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
+#include "sdk/connections/paths.h"
+#include "sdk/connections/process_table.h"
+#include "sdk/connections/sources.h"
+
+namespace zevo::connections::test {
+
+// A process of the tree. The fields that a test does not care about are those of a root daemon.
+struct FakeProcess {
+  pid_t pid = 0;
+  pid_t parent = 1;
+  std::string name;
+  std::string cmdline = {};  // as the kernel gives it: NULs and all; the name where empty
+  uid_t uid = 0;             // real, effective and saved alike, unless `uids` is given
+  std::string uids = {};     // "0\t65534\t0\t65534"
+  std::uint64_t startTicks = 100;
+  pid_t session = 0;  // the pid itself where 0
+  char state = 'S';
+  std::uint64_t flags = 0;
+  bool setuid = false;    // the program's file
+  std::string cwd = "/";  // link targets need not exist
+  std::string root = "/";
+  std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
+};
+
+class ProcTree {
+ public:
+  static constexpr std::int64_t kBootTime = 1763640000;  // 2025-11-20 12:00:00 UTC
+
+  ProcTree();  // with a line btime and an init (pid 1)
+  ~ProcTree();
+  ProcTree(const ProcTree&) = delete;
+  ProcTree& operator=(const ProcTree&) = delete;
+
+  ProcTree& add(const FakeProcess& process);
+  void remove(pid_t pid);
+  // Replaces /proc/PID/NAME by other content.
+  void write(pid_t pid, const std::string& name, const std::string& content);
+  // Makes a reading of /proc/PID/NAME fail otherwise than by the process's end, for root too.
+  void makeUnreadable(pid_t pid, const std::string& name);
+
+  // All paths lie below the tree; only proc exists at first.
+  [[nodiscard]] const Paths& paths() const { return paths_; }
+  [[nodiscard]] const std::string& folder() const { return folder_; }
+  // Path of a file below the tree, written with `content`; the folders above it are made.
+  std::string file(const std::string& name, const std::string& content) const;
+
+ private:
+  std::string folder_;
+  Paths paths_;
+};
+
+// An established connection from REMOTE to port PORT of this server.
+Socket establishedSocket(std::uint64_t inode, const std::string& remote, std::uint16_t localPort);
+
+// What a collector takes, over a tree scanned now, with the sockets and the log of the test.
+class FakeSources {
+ public:
+  explicit FakeSources(const ProcTree& tree, std::vector<Socket> sockets = {});
+
+  const Sources& operator*() const { return sources_; }
+  const ProcessTable& processes() const { return processes_; }
+  // Lines that were logged.
+  const std::vector<std::string>& log() const { return log_; }
+
+ private:
+  Paths paths_;
+  ProcessTable processes_;
+  std::vector<std::string> log_;
+  Sources sources_;
+};
+
+// Output of a collector that must not fail.
+std::vector<Connection> readAll(Collector collector, const Sources& sources);
+
+}  // namespace zevo::connections::test

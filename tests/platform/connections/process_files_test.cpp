@@ -1,0 +1,138 @@
+#include "sdk/connections/process_files.h"
+
+#include <cstring>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/connections/proc_tree.h"
+
+namespace zevo::connections {
+namespace {
+
+using ::testing::ElementsAre;
+
+using std::string_literals::operator""s;
+
+class ProcessFilesTest : public ::testing::Test {
+ protected:
+  ProcessFiles open(const test::FakeProcess& process) {
+    tree_.add(process);
+    auto files = ProcessFiles::open(tree_.paths(), process.pid);
+    EXPECT_TRUE(files.ok()) << files.cause();
+    return std::move(*files);
+  }
+
+  test::ProcTree tree_;
+};
+
+TEST_F(ProcessFilesTest, TellsTheFirstArgumentFromAll) {
+  const auto title = open({.pid = 9, .name = "smbd", .cmdline = "smbd\0-D\0--x=a b\0"s}).title();
+  ASSERT_TRUE(title.ok());
+  EXPECT_EQ(title->first, "smbd");
+  EXPECT_EQ(title->all, "smbd -D --x=a b");
+}
+
+TEST_F(ProcessFilesTest, ATitleEndsBeforeTheNulsThatItsServiceLeftBehindIt) {
+  const auto title =
+      open({.pid = 9, .name = "sshd", .cmdline = "sshd: a@pts/3\0\0\0\0\0"s}).title();
+  ASSERT_TRUE(title.ok());
+  EXPECT_EQ(title->first, "sshd: a@pts/3");
+  EXPECT_EQ(title->all, "sshd: a@pts/3");
+}
+
+TEST_F(ProcessFilesTest, AnEmptyTitleIsAnEmptyText) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd"});
+  tree_.write(9, "cmdline", "");
+  ASSERT_TRUE(files.title().ok());
+  EXPECT_EQ(files.title()->first, "");
+}
+
+TEST_F(ProcessFilesTest, AnEndlessTitleIsCut) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd", .cmdline = std::string(100000, 'x')});
+  ASSERT_TRUE(files.title().ok());
+  EXPECT_EQ(files.title()->first.size(), 4095U);
+}
+
+TEST_F(ProcessFilesTest, TellsTheThreeUserIdsApart) {
+  const auto ids = open({.pid = 9, .name = "proftpd", .uids = "1\t65534\t0\t65534"}).userIds();
+  ASSERT_TRUE(ids.ok());
+  EXPECT_EQ(ids->real, 1U);
+  EXPECT_EQ(ids->effective, 65534U);
+  EXPECT_EQ(ids->saved, 0U);
+}
+
+TEST_F(ProcessFilesTest, AStatusWithoutUserIdsIsAFailure) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd"});
+  for (const char* status :
+       {"", "Name:\tsshd\n", "Name:\tsshd\nUid:\t1\t2\n", "Name:\tUid:\t0\t0\t0\n"}) {
+    tree_.write(9, "status", status);
+    EXPECT_TRUE(files.userIds().failed()) << status;
+  }
+}
+
+TEST_F(ProcessFilesTest, ReadsWorkingDirectoryAndRoot) {
+  const ProcessFiles files =
+      open({.pid = 9, .name = "vsftpd", .cwd = "/srv/a b (deleted)", .root = "/srv"});
+  EXPECT_EQ(*files.workingDirectory(), "/srv/a b (deleted)");
+  EXPECT_EQ(*files.root(), "/srv");
+}
+
+TEST_F(ProcessFilesTest, ListsSocketsByDescriptor) {
+  const ProcessFiles files =
+      open({.pid = 9, .name = "smbd", .sockets = {{10, 7001}, {3, 7002}, {0, 7003}}});
+  for (const auto& [name, target] : {std::pair{"1", "/dev/null"},
+                                     {"2", "pipe:[5]"},
+                                     {"4", "socket:[x]"},
+                                     {"5", "socket:[5"},
+                                     {"6", "/tmp/socket:[5]"}}) {
+    ASSERT_EQ(::symlink(target, (tree_.paths().proc + "/9/fd/" + name).c_str()), 0);
+  }
+  const auto sockets = files.sockets();
+  ASSERT_TRUE(sockets.ok()) << sockets.cause();
+  EXPECT_THAT(*sockets, ElementsAre(SocketDescriptor{0, 7003}, SocketDescriptor{3, 7002},
+                                    SocketDescriptor{10, 7001}));
+}
+
+TEST_F(ProcessFilesTest, TellsASetuidProgram) {
+  EXPECT_TRUE(*open({.pid = 9, .name = "sshd", .setuid = true}).isSetuidProgram());
+  EXPECT_FALSE(*open({.pid = 10, .name = "sshd"}).isSetuidProgram());
+}
+
+TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd"});
+  tree_.remove(9);
+  EXPECT_TRUE(files.title().isGone());
+  EXPECT_TRUE(files.userIds().isGone());
+  EXPECT_TRUE(files.workingDirectory().isGone());
+  EXPECT_TRUE(files.root().isGone());
+  EXPECT_TRUE(files.sockets().isGone());
+  EXPECT_TRUE(files.isSetuidProgram().isGone());
+  EXPECT_TRUE(ProcessFiles::open(tree_.paths(), 9).isGone());
+}
+
+TEST_F(ProcessFilesTest, EveryReadingThatIsRefusedIsAFailureThatNamesTheFile) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd"});
+  for (const char* name : {"cmdline", "status", "fd", "exe"}) tree_.makeUnreadable(9, name);
+  EXPECT_NE(files.title().cause().find("/proc/9/cmdline"), std::string::npos);
+  EXPECT_NE(files.userIds().cause().find("/proc/9/status"), std::string::npos);
+  EXPECT_NE(files.sockets().cause().find("/proc/9/fd"), std::string::npos);
+  EXPECT_NE(files.isSetuidProgram().cause().find("/proc/9/exe"), std::string::npos);
+}
+
+TEST_F(ProcessFilesTest, ReadsASocketOfARealProcess) {
+  const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  struct stat status {};
+  ASSERT_EQ(::fstat(socket.get(), &status), 0);
+  const auto files = ProcessFiles::open(Paths{}, ::getpid());
+  ASSERT_TRUE(files.ok());
+  const auto sockets = files->sockets();
+  ASSERT_TRUE(sockets.ok()) << sockets.cause();
+  EXPECT_THAT(*sockets, ::testing::Contains(SocketDescriptor{socket.get(), status.st_ino}));
+}
+
+}  // namespace
+}  // namespace zevo::connections

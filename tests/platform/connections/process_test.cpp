@@ -1,0 +1,83 @@
+#include "sdk/connections/process.h"
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/connections/proc_tree.h"
+
+namespace zevo::connections {
+namespace {
+
+// As recorded of an sshd, with another name.
+std::string statOf(const std::string& name) {
+  return "812 (" + name +
+         ") S 799 812 805 0 -1 4194560 1053 0 1 0 0 1 0 0 20 0 1 0 26243 15568896 2304 "
+         "18446744073709551615 1 1 0 0 0 0 0 4096 65536 0 0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0\n";
+}
+
+TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
+  const auto process = parseStat(statOf("sshd"));
+  ASSERT_TRUE(process);
+  EXPECT_EQ(process->pid, 812);
+  EXPECT_EQ(process->parent, 799);
+  EXPECT_EQ(process->session, 805);
+  EXPECT_EQ(process->name, "sshd");
+  EXPECT_EQ(process->startTicks, 26243U);
+  EXPECT_FALSE(process->isKernelThread);
+  EXPECT_FALSE(process->hasEnded);
+}
+
+TEST(ProcessStatTest, ANameMayHoldBlanksBracketsAndLineBreaks) {
+  for (const std::string name : {"a b", "a) S 1 1 1", "(", ")", "))((", "a\nb", ") Z 1 (", ""}) {
+    const auto process = parseStat(statOf(name));
+    ASSERT_TRUE(process) << name;
+    EXPECT_EQ(process->name, name);
+    EXPECT_EQ(process->parent, 799) << name;
+    EXPECT_FALSE(process->hasEnded) << name;
+  }
+}
+
+TEST(ProcessStatTest, AnythingElseIsNoProcess) {
+  for (const std::string line :
+       {"", "812", "812 (sshd", "812 (sshd)", "812 (sshd) ", ") (", "(sshd) S 1 1 1",
+        "812 (sshd) S 799 812 805 0 -1 4194560 1053", "x (sshd) S 1 1 1"}) {
+    EXPECT_FALSE(parseStat(line)) << line;
+  }
+}
+
+TEST(ProcessStatTest, AZombieHasEnded) {
+  test::ProcTree tree;
+  tree.add({.pid = 9, .name = "sshd", .state = 'Z'});
+  const auto process = readProcess(tree.paths(), 9);
+  ASSERT_TRUE(process.ok());
+  EXPECT_TRUE(process->hasEnded);
+}
+
+TEST(ProcessReadTest, AProcessThatEndedIsGone) {
+  EXPECT_TRUE(readProcess(test::ProcTree().paths(), 4711).isGone());
+}
+
+TEST(ProcessReadTest, AProcessThatCannotBeReadIsAFailureThatNamesIt) {
+  test::ProcTree tree;
+  tree.add({.pid = 9, .name = "sshd"}).makeUnreadable(9, "stat");
+  const auto process = readProcess(tree.paths(), 9);
+  ASSERT_TRUE(process.failed());
+  EXPECT_NE(process.cause().find("/proc/9/stat"), std::string::npos) << process.cause();
+}
+
+TEST(ProcessReadTest, ALineThatIsNoProcessIsAFailure) {
+  test::ProcTree tree;
+  tree.add({.pid = 9, .name = "sshd"}).write(9, "stat", "nonsense");
+  EXPECT_TRUE(readProcess(tree.paths(), 9).failed());
+}
+
+TEST(ProcessReadTest, ReadsTheRealProc) {
+  const auto process = readProcess(Paths{}, ::getpid());
+  ASSERT_TRUE(process.ok()) << process.cause();
+  EXPECT_EQ(process->parent, ::getppid());
+  EXPECT_EQ(process->session, ::getsid(0));
+}
+
+}  // namespace
+}  // namespace zevo::connections

@@ -1,0 +1,172 @@
+#include "sdk/connections/tool_run.h"
+
+#include <array>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace zevo::connections {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using ::testing::HasSubstr;
+
+ToolResult runScript(const std::string& script, const ToolLimits& limits = {}) {
+  return ToolRun({"/bin/sh", "-c", script}, limits).finish();
+}
+
+TEST(ToolRunTest, GivesTheStandardOutputOfAToolThatSucceeds) {
+  const ToolResult result = runScript("echo one; echo two >&2; echo three");
+  EXPECT_TRUE(result.complete) << result.cause;
+  EXPECT_EQ(result.output, "one\nthree\n");
+}
+
+TEST(ToolRunTest, AToolThatFailsIsNotComplete) {
+  const ToolResult result = runScript("echo part; exit 3");
+  EXPECT_FALSE(result.complete);
+  EXPECT_EQ(result.output, "part\n");
+  EXPECT_EQ(result.cause, "ended with status 3");
+  EXPECT_EQ(runScript("kill -11 $$").cause, "was ended by signal 11");
+}
+
+TEST(ToolRunTest, AToolThatIsNotThereIsNotComplete) {
+  const ToolResult result = ToolRun({"/nonexistent/tool"}, {}).finish();
+  EXPECT_FALSE(result.complete);
+  EXPECT_THAT(result.cause, HasSubstr("cannot be started: No such file"));
+}
+
+TEST(ToolRunTest, AToolThatNeverAnswersIsEndedAtTheLimit) {
+  const auto start = steady_clock::now();
+  const ToolResult result = runScript("sleep 60", {.time = milliseconds(200)});
+  EXPECT_FALSE(result.complete);
+  EXPECT_THAT(result.cause, HasSubstr("did not answer within"));
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST(ToolRunTest, AToolThatClosesItsOutputAndStaysIsEndedAtTheLimit) {
+  const auto start = steady_clock::now();
+  const ToolResult result = runScript("exec >&-; sleep 60", {.time = milliseconds(200)});
+  EXPECT_FALSE(result.complete);
+  EXPECT_THAT(result.cause, HasSubstr("did not end within"));
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
+}
+
+TEST(ToolRunTest, AnEndlessAnswerIsCutAtTheLimit) {
+  const ToolResult result =
+      runScript("while :; do echo xxxxxxxxxxxxxxxxxxxxxxxxxxxxxxxx; done", {.bytes = 100000});
+  EXPECT_FALSE(result.complete);
+  EXPECT_THAT(result.cause, HasSubstr("more than 100000 bytes"));
+}
+
+TEST(ToolRunTest, ALimitEndsTheWholeGroup) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  // The grandchild's pid comes back as output before the limit.
+  const ToolResult result = runScript("sleep 60 & echo $!; wait", {.time = milliseconds(300)});
+  const pid_t grandchild = std::stoi(result.output);
+  for (int i = 0; i < 50 && ::kill(grandchild, 0) == 0; ++i) ::usleep(20000);
+  // In a container whose init reaps nothing it stays as a zombie, which holds no pipe.
+  const std::string state = "/proc/" + std::to_string(grandchild) + "/stat";
+  if (FILE* file = ::fopen(state.c_str(), "r")) {
+    char letter = 0;
+    EXPECT_EQ(::fscanf(file, "%*d %*s %c", &letter), 1);
+    ::fclose(file);
+    EXPECT_EQ(letter, 'Z');
+  }
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+TEST(ToolRunTest, TheToolIsEndedWhereItsOwnerGoes) {
+  const auto start = steady_clock::now();
+  { const ToolRun run({"/bin/sleep", "60"}, {}); }
+  EXPECT_LT(steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "a child was left behind";
+}
+
+TEST(ToolRunTest, MoreThanAPipefulArrivesWhileOtherWorkGoesOn) {
+  ToolRun run({"/bin/sh", "-c", "head -c 5000000 /dev/zero"}, {});
+  for (int i = 0; i < 100; ++i) {
+    run.drain();
+    ::usleep(1000);
+  }
+  const ToolResult result = run.finish();
+  EXPECT_TRUE(result.complete) << result.cause;
+  EXPECT_EQ(result.output.size(), 5000000U);
+}
+
+TEST(ToolRunTest, TheToolHasACleanEnvironmentAndNoOtherDescriptor) {
+  ::setenv("LD_LIBRARY_PATH", "/tmp", 1);
+  ::setenv("IFS", "x", 1);
+  std::array<int, 2> inherited{};
+  ASSERT_EQ(::pipe(inherited.data()), 0);  // not close-on-exec
+  const ToolResult environment = ToolRun({"/usr/bin/env"}, {}).finish();
+  const ToolResult descriptors =
+      runScript("ls /proc/$$/fd | tr '\\n' ' '; readlink /proc/$$/fd/0 /proc/$$/fd/2");
+  ::close(inherited[0]);
+  ::close(inherited[1]);
+  ::unsetenv("LD_LIBRARY_PATH");
+  ::unsetenv("IFS");
+  EXPECT_EQ(environment.output, "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nLC_ALL=C\n");
+  EXPECT_EQ(descriptors.output, "0 1 2 /dev/null\n/dev/null\n");
+}
+
+// A hexadecimal mask of signals out of the tool's own status.
+std::uint64_t signalMask(const std::string& status, const std::string& key) {
+  return std::stoull(status.substr(status.find(key) + key.size()), nullptr, 16);
+}
+
+TEST(ToolRunTest, TheToolHasDefaultSignalActions) {
+  sigset_t blocked;
+  sigset_t before;
+  ::sigemptyset(&blocked);
+  ::sigaddset(&blocked, SIGTERM);
+  ::sigprocmask(SIG_BLOCK, &blocked, &before);
+  auto* const oldAction = ::signal(SIGPIPE, SIG_IGN);
+  const ToolResult result = ToolRun({"/bin/cat", "/proc/self/status"}, {}).finish();
+  ::signal(SIGPIPE, oldAction);
+  ::sigprocmask(SIG_SETMASK, &before, nullptr);
+  EXPECT_EQ(signalMask(result.output, "SigBlk:\t"), 0U);
+  EXPECT_EQ(signalMask(result.output, "SigIgn:\t") & 0x7FFFFFFFU, 0U) << "of signals 1 to 31";
+}
+
+TEST(ToolRunTest, TheToolLeadsAGroupOfItsOwn) {
+  const ToolResult result =
+      ToolRun({"/usr/bin/cut", "-d ", "-f1,5", "/proc/self/stat"}, {}).finish();
+  const std::size_t blank = result.output.find(' ');
+  ASSERT_NE(blank, std::string::npos);
+  EXPECT_EQ(result.output,
+            result.output.substr(0, blank) + " " + result.output.substr(0, blank) + "\n");
+}
+
+TEST(ToolRunTest, WorksWhereTheHostIgnoresItsChildren) {
+  auto* const oldAction = ::signal(SIGCHLD, SIG_IGN);
+  const ToolResult quick = runScript("echo text");
+  const ToolResult slow = runScript("echo text; exec >&-; sleep 0.1");
+  const ToolResult never = runScript("sleep 60", {.time = milliseconds(100)});
+  ::signal(SIGCHLD, oldAction);
+  EXPECT_TRUE(quick.complete) << quick.cause;
+  EXPECT_EQ(quick.output, "text\n");
+  EXPECT_TRUE(slow.complete) << slow.cause;
+  EXPECT_FALSE(never.complete);
+}
+
+void reapEverything(int /*signal*/) {
+  while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+  }
+}
+
+TEST(ToolRunTest, WorksWhereTheHostReapsEveryChildItself) {
+  auto* const oldAction = ::signal(SIGCHLD, reapEverything);
+  const ToolResult result = runScript("echo text; sleep 0.1; echo more");
+  ::signal(SIGCHLD, oldAction);
+  EXPECT_TRUE(result.complete) << result.cause;
+  EXPECT_EQ(result.output, "text\nmore\n");
+}
+
+}  // namespace
+}  // namespace zevo::connections

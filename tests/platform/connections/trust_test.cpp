@@ -1,0 +1,93 @@
+#include "sdk/connections/trust.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/connections/proc_tree.h"
+
+namespace zevo::connections {
+namespace {
+
+bool isFtp(std::string_view name) {
+  return name == "vsftpd";
+}
+
+class TrustTest : public ::testing::Test {
+ protected:
+  bool isVouched(pid_t pid) {
+    const test::FakeSources sources(tree_);
+    const Process* process = sources.processes().find(pid);
+    if (process == nullptr) ADD_FAILURE() << "no process " << pid;
+    const auto vouched = isVouchedFor(*sources, *process, isFtp);
+    EXPECT_TRUE(vouched.ok()) << vouched.cause();
+    return vouched.ok() && *vouched;
+  }
+
+  test::ProcTree tree_;
+};
+
+TEST_F(TrustTest, AProcessOfTheServiceIsVouchedForByItsListener) {
+  tree_.add({.pid = 10, .name = "vsftpd"})
+      .add({.pid = 11, .parent = 10, .name = "vsftpd", .uid = 65534})
+      .add({.pid = 12, .parent = 11, .name = "vsftpd", .uid = 1000});
+  EXPECT_TRUE(isVouched(12));
+}
+
+TEST_F(TrustTest, AnyOfTheThreeIdsOfAnAncestorMayBeRoots) {
+  tree_.add({.pid = 10, .name = "vsftpd", .uids = "0\t65534\t65534\t65534"})
+      .add({.pid = 11, .name = "vsftpd", .uids = "1000\t1000\t0\t1000"})
+      .add({.pid = 12, .name = "vsftpd", .uids = "1000\t0\t1000\t1000"});
+  EXPECT_TRUE(isVouched(10));
+  EXPECT_TRUE(isVouched(11));
+  EXPECT_TRUE(isVouched(12));
+}
+
+TEST_F(TrustTest, AUsersProgramOfThatNameIsNot) {
+  tree_.add({.pid = 20, .name = "bash", .uid = 1000})
+      .add({.pid = 21, .parent = 20, .name = "vsftpd", .uid = 1000})
+      .add({.pid = 22, .parent = 21, .name = "vsftpd", .uid = 1000});
+  EXPECT_FALSE(isVouched(22));
+}
+
+TEST_F(TrustTest, AnOrphanIsNotVouchedForByInit) {
+  tree_.add({.pid = 30, .parent = 1, .name = "vsftpd", .uid = 1000});
+  EXPECT_FALSE(isVouched(30));
+}
+
+TEST_F(TrustTest, ASetuidProgramStartedUnderTheServicesNameIsNotTheService) {
+  tree_.add({.pid = 40, .parent = 1, .name = "vsftpd", .uids = "1000\t0\t0\t0", .setuid = true})
+      .add({.pid = 41, .parent = 1, .name = "vsftpd", .uid = 0, .setuid = true});
+  EXPECT_FALSE(isVouched(40));
+  EXPECT_FALSE(isVouched(41));
+}
+
+TEST_F(TrustTest, ASuperServerVouchesForWhatItStarts) {
+  tree_.add({.pid = 50, .name = "inetd"})
+      .add({.pid = 51, .parent = 50, .name = "vsftpd", .uid = 65534})
+      .add({.pid = 52, .name = "inetd", .uid = 1000})
+      .add({.pid = 53, .parent = 52, .name = "vsftpd", .uid = 1000});
+  EXPECT_TRUE(isVouched(51));
+  EXPECT_FALSE(isVouched(53));
+}
+
+TEST_F(TrustTest, ACircleOfParentsEnds) {
+  tree_.add({.pid = 60, .parent = 61, .name = "vsftpd", .uid = 1000})
+      .add({.pid = 61, .parent = 60, .name = "vsftpd", .uid = 1000});
+  EXPECT_FALSE(isVouched(60));
+}
+
+TEST_F(TrustTest, AnAncestorThatCannotBeReadIsAFailure) {
+  tree_.add({.pid = 10, .name = "vsftpd", .uid = 1000});
+  tree_.makeUnreadable(10, "status");
+  const test::FakeSources sources(tree_);
+  EXPECT_TRUE(isVouchedFor(*sources, *sources.processes().find(10), isFtp).failed());
+}
+
+TEST_F(TrustTest, AnAncestorThatEndedMeanwhileIsGone) {
+  tree_.add({.pid = 10, .name = "vsftpd", .uid = 1000});
+  const test::FakeSources sources(tree_);
+  tree_.remove(10);
+  EXPECT_TRUE(isVouchedFor(*sources, *sources.processes().find(10), isFtp).isGone());
+}
+
+}  // namespace
+}  // namespace zevo::connections
