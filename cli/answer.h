@@ -1,0 +1,31 @@
+// The outcome of one call of a method.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace cli {
+
+struct Answer {
+  enum class Status {
+    kDone,       // `data` is the method's result as JSON text
+    kRefused,    // the method answered with the error `code`
+    kOwnOutput,  // the method wrote its answer to standard output itself
+    kFailed,     // there is no answer
+  };
+  Status status = Status::kFailed;
+  int code = 0;
+  std::string data;
+  std::vector<std::string> causes;  // of kRefused and kFailed, in words; may be empty
+
+  bool operator==(const Answer&) const = default;
+};
+
+// Error codes of the API.
+inline constexpr int kCodeNotAdministrator = 105;
+inline constexpr int kCodeFailed = 117;
+inline constexpr int kCodeTooFewAdministrators = 7100;
+
+Answer failedAnswer(std::string cause);
+
+}  // namespace cli

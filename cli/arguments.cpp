@@ -1,0 +1,203 @@
+#include "arguments.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "help_texts.h"
+
+namespace cli {
+namespace {
+
+// Shows the value of an option that may stand without it as "--watch[=SECONDS]".
+class HelpFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    const std::string& text = option->get_option_text();
+    return text.starts_with('[') ? text : Formatter::make_option_opts(option);
+  }
+};
+
+void addWord(CLI::App* command, const std::string& name, const char* type, const char* help,
+             std::optional<std::string>* word) {
+  const auto take = [word](const std::string& value) { *word = value; };
+  command->add_option_function<std::string>(name, take, help)->option_text(type);
+}
+
+void addSwitch(CLI::App* command, const std::string& name, const char* help, bool* value) {
+  command->add_flag(name, *value, help)->disable_flag_override();
+}
+
+void addWatch(CLI::App* command, std::optional<std::string>* word) {
+  const auto take = [word](const CLI::results_t& results) {
+    *word = results.back() == "true" ? "" : results.back();
+    return true;
+  };
+  command->add_option("--watch", take, "Show it again every 2 or SECONDS seconds")
+      ->expected(0)
+      ->option_text("[=SECONDS]");
+}
+
+void addConfig(CLI::App* command, std::optional<std::string>* word) {
+  addWord(command, "--config", "FILE", "Read this configuration, not the usual one", word);
+}
+
+void addListingOptions(CLI::App* command, ListingWords* words) {
+  addWord(command, "--sort-by", "FIELD", "time (default), who, from, descr or type",
+          &words->sortBy);
+  addSwitch(command, "--asc", "Least first", &words->ascending);
+  addSwitch(command, "--desc", "Greatest first (default)", &words->descending);
+  addWord(command, "--start", "N", "Skip the first N connections", &words->start);
+  addWord(command, "--limit", "N", "Show at most N connections (0: all)", &words->limit);
+  addSwitch(command, "--json", "Print the result of the API as it is", &words->asJson);
+  addWatch(command, &words->watch);
+}
+
+// The command line as CLI11 is to read it.
+struct Grammar {
+  CLI::App app{kProgramHelp, "currentconn"};
+  std::optional<std::string> configFile;
+  ListingWords listWords;
+  ListingWords mineWords;
+
+  [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
+};
+
+CLI::App* addCommand(Grammar* grammar, const char* name, const char* help, const char* footer) {
+  CLI::App* command = grammar->app.add_subcommand(name, help);
+  command->fallthrough();
+  command->group("Commands");
+  command->footer(footer);
+  addConfig(command, &grammar->configFile);
+  return command;
+}
+
+std::unique_ptr<Grammar> makeGrammar() {
+  auto grammar = std::make_unique<Grammar>();
+  CLI::App& app = grammar->app;
+  app.require_subcommand(0, 1);
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.get_formatter()->column_width(24);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.set_help_flag("-h,--help", "Show this help, or that of the command");
+  app.set_version_flag("--version", "currentconn " CURRENTCONN_VERSION, "Show the version");
+  app.footer(kProgramExamples);
+  addConfig(&app, &grammar->configFile);
+
+  CLI::App* list = addCommand(grammar.get(), "list", kListHelp, kListExamples);
+  addWord(list, "--filter", "TEXT", "Only where TEXT occurs, in any letter case",
+          &grammar->listWords.filter);
+  addListingOptions(list, &grammar->listWords);
+
+  CLI::App* mine = addCommand(grammar.get(), "mine", kMineHelp, kMineExamples);
+  addWord(mine, "--user", "NAME", "Whose connections (default: the caller's own)",
+          &grammar->mineWords.user);
+  addListingOptions(mine, &grammar->mineWords);
+  return grammar;
+}
+
+Parsed wrong(std::string sentence) {
+  return {Parsed::Kind::kWrong, {}, std::move(sentence)};
+}
+
+std::string helpHint(const CLI::App* command) {
+  const std::string words = command ? "currentconn " + command->get_name() : "currentconn";
+  return "; see \"" + words + " --help\"";
+}
+
+const CLI::App* chosenCommand(const Grammar& grammar) {
+  const std::vector<CLI::App*> chosen = grammar.app.get_subcommands();
+  return chosen.empty() ? nullptr : chosen.front();
+}
+
+// A sentence on the first argument that nobody asked for.
+std::string unexpectedArgument(const Grammar& grammar) {
+  const CLI::App* command = chosenCommand(grammar);
+  std::vector<std::string> left = grammar.app.remaining(true);
+  const auto isOption = [](const std::string& word) { return word.starts_with('-'); };
+  const auto option = std::find_if(left.begin(), left.end(), isOption);
+  if (option != left.end()) {
+    const std::string name = option->substr(0, option->find('='));
+    if (command && command->get_name() == "mine" && name == "--filter") return kNoFilterInMine;
+    return (command ? "\"" + command->get_name() + "\" has" : "there is") + " no option \"" + name +
+           "\"" + helpHint(command);
+  }
+  const std::string word = left.empty() ? "" : left.front();
+  if (!command) return "there is no command \"" + word + "\"" + helpHint(command);
+  const std::string hint =
+      grammar.hasWatch() ? "; a time is given as --watch=SECONDS" : helpHint(command);
+  return "\"" + word + "\" is one argument too many for \"" + command->get_name() + "\"" + hint;
+}
+
+// What CLI11 says of an option with too few or too many values begins with the option's name.
+std::string mismatchedOption(const CLI::ParseError& error) {
+  const std::string text = error.what();
+  const std::size_t colon = text.find(':');
+  if (colon != std::string::npos) return text.substr(0, colon) + " needs a value";
+  return "--" + text.substr(0, text.find(' ')) + " takes no value";
+}
+
+Parsed describeError(const Grammar& grammar, const CLI::ParseError& error) {
+  const CLI::App* command = chosenCommand(grammar);
+  if (error.get_name() == "CallForHelp") return {Parsed::Kind::kShow, {}, grammar.app.help()};
+  if (error.get_name() == "CallForVersion") {
+    return {Parsed::Kind::kShow, {}, std::string(error.what()) + "\n"};
+  }
+  if (dynamic_cast<const CLI::ExtrasError*>(&error)) return wrong(unexpectedArgument(grammar));
+  if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
+    return wrong(mismatchedOption(error) + helpHint(command));
+  }
+  return wrong(std::string(error.what()) + helpHint(command));
+}
+
+// CLI11 takes "--option=" for an option whose value follows; here it is an empty value.
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+  std::vector<std::string> words;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view word = argv[i];
+    const bool endsInEmptyValue =
+        word.starts_with("--") && word.find('=') == word.size() - 1 && word != "--=";
+    words.emplace_back(endsInEmptyValue ? word.substr(0, word.size() - 1) : word);
+    if (endsInEmptyValue) words.emplace_back();
+  }
+  return words;
+}
+
+Parsed readWords(const Grammar& grammar) {
+  const CLI::App* command = chosenCommand(grammar);
+  if (!command) return wrong("a command is missing" + helpHint(nullptr));
+  ListingWords words = grammar.listWords;
+  if (command->get_name() == "mine") {
+    words = grammar.mineWords;
+    if (!words.user) words.user = kNameOfRoot;
+  }
+  std::string sentence;
+  std::optional<Listing> listing = checkListing(words, &sentence);
+  if (!listing) return wrong(std::move(sentence));
+  Parsed parsed;
+  parsed.kind = Parsed::Kind::kRun;
+  parsed.command = {command->get_name(), grammar.configFile, std::move(*listing)};
+  return parsed;
+}
+
+}  // namespace
+
+Parsed parseArguments(int argc, const char* const* argv) {
+  const std::unique_ptr<Grammar> grammar = makeGrammar();
+  std::vector<std::string> words = wordsOf(argc, argv);
+  std::reverse(words.begin(), words.end());
+  try {
+    grammar->app.parse(std::move(words));
+  } catch (const CLI::ParseError& error) {
+    return describeError(*grammar, error);
+  }
+  return readWords(*grammar);
+}
+
+}  // namespace cli

@@ -1,0 +1,127 @@
+#include "module_backend.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <dlfcn.h>
+#include <exception>
+#include <filesystem>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+#include "zevo/api_request.h"
+#include "zevo/api_response.h"
+#include "zevo/error_trail.h"
+#include "zevo/session_file.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kApi = "ZEVO.Core.CurrentConnection";
+constexpr std::int64_t kVersion = 1;
+
+std::string loaderError() {
+  const char* error = dlerror();
+  return error ? error : "unknown reason";
+}
+
+Answer readAnswer(const ZEVO::APIResponse& response) {
+  Answer answer;
+  if (!response.IsOutputEnabled()) {
+    answer.status = Answer::Status::kOwnOutput;
+    return answer;
+  }
+  if (!response.HasOutcome()) return failedAnswer("the module gave no answer");
+  answer.code = response.ErrorCode();
+  if (answer.code == 0) {
+    answer.status = Answer::Status::kDone;
+    answer.data = response.DataText();
+  } else {
+    answer.status = Answer::Status::kRefused;
+    answer.causes = zevo::errorTrail();
+  }
+  return answer;
+}
+
+Answer runHandler(ApiHandler handler, ZEVO::RequestContext context) {
+  zevo::clearErrorTrail();
+  ZEVO::APIRequest request(std::move(context));
+  ZEVO::APIResponse response;
+  try {
+    handler(&request, &response);
+  } catch (const std::exception& error) {
+    return failedAnswer(std::string("the module gave up: ") + error.what());
+  }
+  // What a handler printed must be out before anything that this program writes.
+  if (std::fflush(stdout) != 0) {
+    return failedAnswer("cannot write to standard output: " +
+                        std::generic_category().message(errno));
+  }
+  return readAnswer(response);
+}
+
+}  // namespace
+
+ModuleBackend::ModuleBackend(std::string modulePath, std::string sessionFile, Caller caller)
+    : modulePath_(std::move(modulePath)),
+      sessionFile_(std::move(sessionFile)),
+      caller_(std::move(caller)) {}
+
+Answer ModuleBackend::call(const std::string& method, const Json::Value& parameters) {
+  std::string cause;
+  if (!load(&cause)) return failedAnswer(std::move(cause));
+  const ApiHandler handler = find(method);
+  if (!handler)
+    return failedAnswer(modulePath_ + " has no method \"" + method + "\": reinstall currentconn");
+  zevo::clearErrorTrail();
+  if (ZEVOCgiSessionFileCreate(sessionFile_.c_str()) != 0) {
+    Answer answer = failedAnswer("the session file " + sessionFile_ + " cannot be created");
+    for (std::string& note : zevo::errorTrail()) answer.causes.push_back(std::move(note));
+    return answer;
+  }
+  ZEVO::RequestContext context;
+  context.loginUserName = caller_.loginUserName;
+  context.isAdmin = caller_.isAdmin;
+  context.sessionFilePath = sessionFile_;
+  context.parameters = parameters;
+  return runHandler(handler, std::move(context));
+}
+
+bool ModuleBackend::load(std::string* cause) {
+  if (table_) return true;
+  void* module = dlopen(modulePath_.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (!module) {
+    *cause = access(modulePath_.c_str(), F_OK) == 0
+                 ? "the module cannot be loaded, reinstall currentconn: " + loaderError()
+                 : "the module " + modulePath_ + " is missing: reinstall currentconn";
+    return false;
+  }
+  void* symbol = dlsym(module, kGetAPITableName);
+  const auto getTable = reinterpret_cast<GetAPITableFunction>(symbol);
+  table_ = getTable ? getTable() : nullptr;
+  if (!table_) *cause = modulePath_ + " offers no methods: reinstall currentconn";
+  return table_ != nullptr;
+}
+
+ApiHandler ModuleBackend::find(const std::string& method) const {
+  for (const ApiMethodRow* row = table_; row->api; ++row) {
+    if (std::string_view(row->api) == kApi && row->version == kVersion && method == row->method) {
+      return row->handler;
+    }
+  }
+  return nullptr;
+}
+
+std::string modulePathOfProgram(std::string* cause) {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  if (error) {
+    *cause = "cannot find out where currentconn is installed, /proc/self/exe: " + error.message() +
+             ": mount /proc";
+    return "";
+  }
+  const std::filesystem::path folder = program.parent_path().parent_path() / "modules";
+  return (folder / "ZEVO.Core.CurrentConnection.so").string();
+}
+
+}  // namespace cli

@@ -1,0 +1,14 @@
+// Colours and weights on a terminal.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace cli {
+
+enum class Style { kPlain, kHeader, kCame, kWent };
+
+// `text` in the style, or as it is where there are no `colours`.
+std::string styled(std::string_view text, Style style, bool colours);
+
+}  // namespace cli
