@@ -22,7 +22,7 @@ std::uint32_t uidOf(const std::string& name) {
   UserRecord* record = nullptr;
   const int result = ZEVOUserGet(name.c_str(), &record);
   const std::unique_ptr<UserRecord, FreeUser> user(record);
-  if (result < 0) {
+  if (result < 0 || !user) {
     syslog(kLogError, "%s:%d ZEVOUserGet failed, user=%s", kLogSource, 726, name.c_str());
     return kUnknownUid;
   }
