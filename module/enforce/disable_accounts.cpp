@@ -1,7 +1,6 @@
 #include "enforce/disable_accounts.h"
 
 #include <cstdlib>
-#include <memory>
 
 #include "zevo/error.h"
 #include "zevo/local_account.h"
@@ -40,8 +39,13 @@ class PointerArray {
   Item** items_;
 };
 
-struct FreeResult {
-  void operator()(VLIBCMResult* result) const { VLIBCMResultFree(result); }
+// The account write may replace the set.
+struct ResultSet {
+  VLIBCMResult* result = VLIBCMResultAlloc();
+  ResultSet() = default;
+  ResultSet(const ResultSet&) = delete;
+  ResultSet& operator=(const ResultSet&) = delete;
+  ~ResultSet() { VLIBCMResultFree(result); }
 };
 
 struct NameList {
@@ -74,10 +78,10 @@ bool prepare(const std::string& name, NameList& names, UserRecord** user, VLIBUs
 }
 
 bool writeAccounts(const NameList& names, const Users& users, const Shadows& shadows, int count,
-                   VLIBCMResult* result) {
+                   ResultSet& result) {
   const SavedIds saved = ENTERCriticalSection(kEnterLine);
-  const int written =
-      ZEVOLocalAccountUserSet(names.list->pszItem, users.items(), shadows.items(), count, &result);
+  const int written = ZEVOLocalAccountUserSet(names.list->pszItem, users.items(), shadows.items(),
+                                              count, &result.result);
   LEAVECriticalSection(saved, kLeaveLine);
   return written >= 0;
 }
@@ -87,8 +91,8 @@ bool writeAccounts(const NameList& names, const Users& users, const Shadows& sha
 bool DisableUserAccounts(const std::list<std::string>& names) {
   if (names.empty()) return true;
   const std::size_t count = names.size();
-  const std::unique_ptr<VLIBCMResult, FreeResult> result(VLIBCMResultAlloc());
-  if (!result) return false;
+  ResultSet resultSet;
+  if (resultSet.result == nullptr) return false;
   NameList nameList;
   if (nameList.list == nullptr) return false;
   const Users users(count);
@@ -104,5 +108,5 @@ bool DisableUserAccounts(const std::list<std::string>& names) {
     if (!prepare(name, nameList, users.items() + i, shadows.items() + i)) return false;
     ++i;
   }
-  return writeAccounts(nameList, users, shadows, static_cast<int>(count), result.get());
+  return writeAccounts(nameList, users, shadows, static_cast<int>(count), resultSet);
 }
