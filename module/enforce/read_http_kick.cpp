@@ -91,5 +91,5 @@ bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>&
       return false;
     }
   }
-  return true;
+  return std::ferror(file.get()) == 0;
 }
