@@ -1,0 +1,28 @@
+// Running out of memory at a chosen allocation.
+#pragma once
+
+namespace fakes {
+
+// While it lives, the n-th allocation (counted from 1) of the code under test throws
+// std::bad_alloc, once. Allocations that the double makes for itself do not count.
+class AllocationFailure {
+ public:
+  explicit AllocationFailure(int nth);
+  ~AllocationFailure();
+  AllocationFailure(const AllocationFailure&) = delete;
+  AllocationFailure& operator=(const AllocationFailure&) = delete;
+};
+
+// While it lives, allocations neither count nor fail.
+class AllocationPause {
+ public:
+  AllocationPause();
+  ~AllocationPause();
+  AllocationPause(const AllocationPause&) = delete;
+  AllocationPause& operator=(const AllocationPause&) = delete;
+
+ private:
+  int remaining_;
+};
+
+}  // namespace fakes

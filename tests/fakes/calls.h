@@ -1,0 +1,30 @@
+// The ordered log of what the code under test asked of the platform and of the system.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace fakes {
+
+// Each call is one text, "function(arguments)".
+class Calls {
+ public:
+  void record(std::string call) { calls_.push_back(std::move(call)); }
+  // Records a call that the test has not scripted, and fails the test.
+  void unscripted(const std::string& call);
+
+  [[nodiscard]] const std::vector<std::string>& all() const { return calls_; }
+  // All but the reads of effective ids, which every privileged section makes.
+  [[nodiscard]] std::vector<std::string> steps() const;
+  // Those of the named functions.
+  [[nodiscard]] std::vector<std::string> of(
+      std::initializer_list<std::string_view> functions) const;
+  void clear() { calls_.clear(); }
+
+ private:
+  std::vector<std::string> calls_;
+};
+
+}  // namespace fakes
