@@ -73,6 +73,17 @@ bool validUtf8(std::string_view text) {
   return true;
 }
 
+std::string withoutIllFormed(std::string_view bytes) {
+  std::string text;
+  text.reserve(bytes.size());
+  while (!bytes.empty()) {
+    const Character character = firstCharacter(bytes);
+    text += character.wellFormed ? bytes.substr(0, character.length) : kReplacement;
+    bytes.remove_prefix(character.length);
+  }
+  return text;
+}
+
 std::string printable(std::string_view bytes, std::size_t limit) {
   std::string shown;
   shown.reserve(std::min(bytes.size(), limit));

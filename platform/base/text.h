@@ -11,6 +11,9 @@ namespace zevo {
 // A NUL is a character like any other.
 [[nodiscard]] bool validUtf8(std::string_view text);
 
+// `bytes` with U+FFFD for each ill-formed sequence.
+[[nodiscard]] std::string withoutIllFormed(std::string_view bytes);
+
 // `bytes` as text that can be shown: well-formed UTF-8 of at most `limit` bytes, cut between
 // characters. U+FFFD stands for each ill-formed sequence, for each control character (C0, DEL, C1,
 // line and paragraph separator) and for the characters that change the direction of what follows.

@@ -25,6 +25,10 @@ TEST(ValidUtf8, RefusesWhatIsIllFormed) {
   }
 }
 
+TEST(WithoutIllFormed, KeepsControlCharacters) {
+  EXPECT_EQ(withoutIllFormed("a\n\xFF\u20ac\0\xE2\x82"s), "a\n\uFFFD\u20ac\0\uFFFD"s);
+}
+
 TEST(Printable, KeepsTextAsItIs) {
   EXPECT_EQ(printable("M\u00fcller \U0001F600"), "M\u00fcller \U0001F600");
 }
