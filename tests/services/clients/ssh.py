@@ -9,8 +9,7 @@ import namespace
 from clients.dialogue import Dialogue
 
 _KEY = "/srv/client_key"
-_OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null",
-            "-o", "LogLevel=ERROR"]
+_OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null"]
 
 
 def allow(user):
@@ -33,6 +32,20 @@ class Shell(Dialogue):
         super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *master, "-tt", f"{user}@{address}"])
         self.send("echo re''ady")
         self.expect("ready")
+
+    def terminal(self):
+        """The name of the session's terminal on the server, such as "pts/1"."""
+        self.send("echo =$(tty)=")
+        self.expect("=/dev/")
+        return self.expect("=")
+
+
+class Forwarding(Dialogue):
+    """ssh that has logged in and asks for no session, as for port forwarding."""
+
+    def __init__(self, user, address, port=22):
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-N", "-v", f"{user}@{address}"])
+        self.expect("Entering interactive session")
 
 
 class Command(Dialogue):

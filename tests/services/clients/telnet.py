@@ -21,3 +21,16 @@ class Telnet(LoginPrompt):
         self.expect("Password: ")
         self.send(namespace.PASSWORD)
         self.expect("$ ")
+
+    def terminal(self):
+        """The name of the session's terminal on the server, such as "pts/1"."""
+        self.send("echo =$(tty)=")
+        self.expect("=/dev/")
+        return self.expect("=")
+
+    def become(self, user):
+        """Goes on as another user within the session."""
+        self.send(f"su {user}")
+        self.expect("Password: ")
+        self.send(namespace.PASSWORD)
+        self.expect(f"{user}@")

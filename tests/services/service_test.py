@@ -1,0 +1,96 @@
+"""What the tests of the services share: servers, clients, and the comparison of whole lists."""
+
+import os
+import re
+import signal
+import time
+import unittest
+
+import listing
+import namespace
+import processes
+import waiting
+
+# The names that a connection's process may have before it is signalled.
+_PROCESS_NAMES = {"CIFS": "smbd", "AFP": "afpd", "FTP": "ftpd", "TELNET": "telnetd", "SSH": "sshd"}
+_TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d")
+_SETTLING_SECONDS = 10.0
+_ENDING_SECONDS = 3.0
+
+
+class ServiceTest(unittest.TestCase):
+    """A test against real daemons; whatever it starts or connects ends with it."""
+
+    maxDiff = None
+
+    @classmethod
+    def server(cls, daemon):
+        """Starts a daemon for all tests of the class."""
+        daemon.start()
+        cls.addClassCleanup(daemon.stop)
+        return daemon
+
+    def client(self, make, *arguments, **options):
+        """Connects a client for one test."""
+        client = make(*arguments, **options)
+        self.addCleanup(client.close)
+        return client
+
+    def assertList(self, expected, *arguments, command="list"):
+        """Compares the whole list, in any order, once clients and daemons have settled; checks every process."""
+        expected = sorted(expected)
+        found = self._settled(lambda items: sorted(map(listing.row, items)) == expected, arguments, command)
+        self.assertEqual(expected, sorted(map(listing.row, found)))
+        for item in found:
+            self._check_process(item)
+            self._check_time(item)
+        return found
+
+    def assertEndsAtOnce(self, item, port):
+        """Ends one connection by SIGTERM to its process and waits until the server's end is closed."""
+        before = processes.established(port)
+        os.kill(item["pid"], signal.SIGTERM)
+        waiting.until(f"{listing.row(item)} to end", lambda: processes.established(port) < before, _ENDING_SECONDS)
+
+    def assertEmptiesAfterwards(self):
+        """Waits until nobody is connected."""
+        self.assertList([])
+
+    def _settled(self, fits, arguments, command):
+        end = time.monotonic() + _SETTLING_SECONDS
+        while True:
+            answer = listing.result(*arguments, command=command)
+            if fits(answer["items"]) or time.monotonic() > end:
+                return answer["items"]
+
+    def _check_process(self, item):
+        pid, kind = item["pid"], item["type"]
+        if kind == "NFS":
+            self.assertEqual(0, pid, item)
+            return
+        name = processes.status(pid, "Name")
+        self.assertIsNotNone(name, f"no process serves {item}")
+        if kind == "SFTP":
+            served = "sftpd" in name or ("sshd" in name and "internal-sftp" in processes.title(pid))
+            self.assertTrue(served, f"process {name!r} titled {processes.title(pid)!r} serves {item}")
+        elif kind in _PROCESS_NAMES:
+            self.assertIn(_PROCESS_NAMES[kind], name, item)
+
+    def _check_time(self, item):
+        if item["time"] == "" and item["type"] == "NFS":
+            return  # a user-space server tells no time
+        self.assertRegex(item["time"], _TIME)
+        age = time.time() - time.mktime(time.strptime(item["time"], "%Y-%m-%d %H:%M:%S"))
+        self.assertTrue(-2 <= age <= 300, f"{item} began {age:.0f} s ago")
+
+
+def add_users(*names):
+    """Makes the accounts of a test file."""
+    for name in names:
+        namespace.add_account(name)
+
+
+def main():
+    """Runs the tests of the calling file in a throw-away server."""
+    namespace.enter()
+    unittest.main(verbosity=2)
