@@ -4,6 +4,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <stdlib.h>
+#include <time.h>
 
 #include <gtest/gtest.h>
 
@@ -41,6 +42,8 @@ std::string statusText(const FakeProcess& process) {
 }  // namespace
 
 ProcTree::ProcTree() {
+  ::setenv("TZ", "UTC", 1);
+  ::tzset();
   std::string name = "/tmp/proc-tree-XXXXXX";
   if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make " + name);
   folder_ = name;

@@ -30,6 +30,9 @@ struct FakeProcess {
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
 };
 
+// Start of a process with the default `startTicks`, in the zone UTC, in which the fixtures run.
+inline constexpr const char* kStartText = "2025-11-20 12:00:01";
+
 class ProcTree {
  public:
   static constexpr std::int64_t kBootTime = 1763640000;  // 2025-11-20 12:00:00 UTC

@@ -105,14 +105,16 @@ TEST(ToolRunTest, TheToolHasACleanEnvironmentAndNoOtherDescriptor) {
   std::array<int, 2> inherited{};
   ASSERT_EQ(::pipe(inherited.data()), 0);  // not close-on-exec
   const ToolResult environment = ToolRun({"/usr/bin/env"}, {}).finish();
-  const ToolResult descriptors =
-      runScript("ls /proc/$$/fd | tr '\\n' ' '; readlink /proc/$$/fd/0 /proc/$$/fd/2");
+  const ToolResult descriptors = ToolRun({"/bin/ls", "/proc/self/fd"}, {}).finish();
+  const ToolResult targets =
+      ToolRun({"/bin/readlink", "/proc/self/fd/0", "/proc/self/fd/2"}, {}).finish();
   ::close(inherited[0]);
   ::close(inherited[1]);
   ::unsetenv("LD_LIBRARY_PATH");
   ::unsetenv("IFS");
   EXPECT_EQ(environment.output, "PATH=/usr/sbin:/usr/bin:/sbin:/bin\nLC_ALL=C\n");
-  EXPECT_EQ(descriptors.output, "0 1 2 /dev/null\n/dev/null\n");
+  EXPECT_EQ(descriptors.output, "0\n1\n2\n3\n") << "3 is the folder that ls reads";
+  EXPECT_EQ(targets.output, "/dev/null\n/dev/null\n");
 }
 
 // A hexadecimal mask of signals out of the tool's own status.

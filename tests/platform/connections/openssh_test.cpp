@@ -1,0 +1,277 @@
+#include "sdk/connections/openssh.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/connections/print.h"
+#include "platform/connections/proc_tree.h"
+
+namespace zevo::connections {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+
+constexpr uid_t kAlice = 1001;
+constexpr uid_t kSshdUser = 103;
+
+// A title as the kernel shows it: NULs up to the length of the arguments that it replaced.
+std::string title(const std::string& text) {
+  return text + std::string(40, '\0');
+}
+
+class OpensshTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    add({.pid = 56,
+         .name = "sshd",
+         .cmdline = title("sshd: /usr/sbin/sshd -D [listener] 1 of 100-100 startups")});
+  }
+
+  void add(const test::FakeProcess& process) { tree_.add(process); }
+  void addMonitor(pid_t pid, const std::string& user, const std::string& name = "sshd") {
+    add({.pid = pid,
+         .parent = 56,
+         .name = name,
+         .cmdline = title(name + ": " + user + " [priv]"),
+         .startTicks = 100,
+         .sockets = {{4, 9000U + static_cast<std::uint64_t>(pid)}}});
+    sockets_.push_back(
+        test::establishedSocket(9000U + static_cast<std::uint64_t>(pid), "10.20.0.2", 22));
+  }
+  // A process of a session below `parent`.
+  void addChild(pid_t pid, pid_t parent, const std::string& text, uid_t uid = kAlice,
+                const std::string& name = "sshd") {
+    add({.pid = pid,
+         .parent = parent,
+         .name = name,
+         .cmdline = title(text),
+         .uid = uid,
+         .cwd = "/home/alice"});
+  }
+
+  std::vector<Connection> read() {
+    const test::FakeSources sources(tree_, sockets_);
+    return test::readAll(readOpenssh, *sources);
+  }
+  static Connection ssh(pid_t pid, const std::string& descr, const std::string& user = "alice") {
+    return {pid, test::kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_SSH};
+  }
+  static Connection sftp(pid_t pid, const std::string& descr, const std::string& user = "alice") {
+    return {pid, test::kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_SFTP};
+  }
+
+  test::ProcTree tree_;
+  std::vector<Socket> sockets_;
+};
+
+TEST_F(OpensshTest, TheListenerAloneIsNoConnection) {
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AShellIsNamedByItsTerminal) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1")));
+}
+
+TEST_F(OpensshTest, EachTerminalOfOneConnectionIsARecord) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1,pts/5");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), ssh(72, "pts/5")));
+}
+
+TEST_F(OpensshTest, ACommandHasNoTerminal) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sleep", kAlice, "sleep");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, AConnectionThatOnlyForwardsPortsHasNoTerminal) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, LoginsInProgressAreNoConnections) {
+  add({.pid = 58, .parent = 56, .name = "sshd", .cmdline = title("sshd: [accepted]")});
+  addChild(59, 58, "sshd: [net]", kSshdUser);
+  addMonitor(60, "alice");
+  addChild(61, 60, "sshd: alice [net]", kSshdUser);
+  addChild(62, 60, "sshd: alice [pam]", 0);
+  addMonitor(63, "unknown");
+  addChild(64, 63, "sshd: unknown [net]", kSshdUser);
+  addMonitor(70, "root");
+  addChild(71, 70, "sshd: root [net]", kSshdUser);
+  add({.pid = 80, .parent = 56, .name = "sshd", .cmdline = title("/usr/sbin/sshd -D -R")});
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AnInternalSftpSessionIsOneSftpRecordWithItsFolder) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sshd: alice@internal-sftp");
+  EXPECT_THAT(read(), ElementsAre(sftp(73, "/home/alice")));
+}
+
+TEST_F(OpensshTest, AnExternalSftpServerIsOneSshRecordThatSaysSo) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "/usr/lib/openssh/sftp-server", kAlice, "sftp-server");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "SFTP (sftp-server)")));
+}
+
+TEST_F(OpensshTest, AnExternalSftpServerMayStandBelowTheUsersShell) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sh", kAlice, "sh");
+  addChild(74, 73, "/usr/lib/openssh/sftp-server", kAlice, "sftp-server");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "SFTP (sftp-server)")));
+}
+
+TEST_F(OpensshTest, AShellAndSftpOverOneConnectionAreBothThere) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1");
+  addChild(73, 72, "-bash", kAlice, "bash");
+  addChild(74, 72, "sshd: alice@internal-sftp");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), sftp(74, "/home/alice")));
+}
+
+TEST_F(OpensshTest, ACommandAndSftpOverOneConnectionAreBothThere) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sleep", kAlice, "sleep");
+  addChild(74, 72, "sshd: alice@internal-sftp");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal"), sftp(74, "/home/alice")));
+}
+
+TEST_F(OpensshTest, RootsSessionsHaveNoProcessThatGuardsThem) {
+  add({.pid = 106,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: root@pts/1"),
+       .sockets = {{4, 5}}});
+  add({.pid = 107,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: root@notty"),
+       .sockets = {{4, 6}}});
+  addChild(108, 107, "sshd: root@internal-sftp", 0);
+  add({.pid = 109,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: root"),
+       .sockets = {{4, 7}}});
+  for (std::uint64_t inode : {5U, 6U, 7U})
+    sockets_.push_back(test::establishedSocket(inode, "10.20.0.2", 22));
+  EXPECT_THAT(read(), ElementsAre(ssh(106, "pts/1", "root"), sftp(108, "/home/alice", "root"),
+                                  ssh(109, "no terminal", "root")));
+}
+
+TEST_F(OpensshTest, NewerReleasesNameTheirSessionsOtherwise) {
+  addMonitor(66, "alice", "sshd-session");
+  addChild(72, 66, "sshd-session: alice@pts/1", kAlice, "sshd-session");
+  addMonitor(76, "bob", "sshd-session");
+  addChild(77, 76, "sshd-session: bob@notty", 1002, "sshd-session");
+  addChild(78, 77, "sshd-session: bob@internal-sftp", 1002, "sshd-session");
+  addMonitor(86, "carol", "sshd-session");
+  addChild(87, 86, "sshd-auth: carol [net]", kSshdUser, "sshd-auth");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), sftp(78, "/home/alice", "bob")));
+}
+
+TEST_F(OpensshTest, NamesOfUsersMayHoldBlanksBracketsAndAtSigns) {
+  addMonitor(66, "alice liddell");
+  addChild(67, 66, "sshd: alice liddell@pts/1");
+  addMonitor(76, "bob@example.com");
+  addChild(77, 76, "sshd: bob@example.com@pts/2");
+  addMonitor(86, "carol [net]");
+  addChild(87, 86, "sshd: carol [net]@pts/3");
+  addMonitor(96, "DOM\\dave");
+  addChild(97, 96, "sshd: DOM\\dave@notty");
+  EXPECT_THAT(read(),
+              ElementsAre(ssh(67, "pts/1", "alice liddell"), ssh(77, "pts/2", "bob@example.com"),
+                          ssh(87, "pts/3", "carol [net]"), ssh(97, "no terminal", "DOM\\dave")));
+}
+
+TEST_F(OpensshTest, AUsersOwnProgramOfThatNameIsNoConnection) {
+  add({.pid = 200, .name = "bash", .uid = kAlice});
+  addChild(201, 200, "sshd: root [priv]");
+  addChild(202, 201, "sshd: root@pts/9");
+  addChild(203, 1, "sshd: root@pts/8");
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, WhatAUserStartsInASessionCannotClaimAnotherUser) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1");
+  addChild(73, 72, "sshd: root@pts/9");
+  addChild(74, 72, "sshd: bob@internal-sftp");
+  addChild(75, 73, "sshd: bob [priv]");
+  addChild(76, 75, "sshd: bob@pts/7");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1")));
+}
+
+TEST_F(OpensshTest, ASetuidProgramUnderTheNameOfSshdIsNoConnection) {
+  add({.pid = 200,
+       .name = "sshd",
+       .cmdline = title("sshd: root@pts/9"),
+       .uids = "1001\t0\t0\t0",
+       .setuid = true});
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AConnectionThatDoesNotComeOverTcpHasNoAddress) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1");
+  sockets_.clear();
+  Connection expected = ssh(72, "pts/1");
+  expected.from = "";
+  EXPECT_THAT(read(), ElementsAre(expected));
+}
+
+TEST_F(OpensshTest, TheClientsConnectionIsTheOneOfTheLowestDescriptor) {
+  add({.pid = 66,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: alice [priv]"),
+       .sockets = {{9, 50}, {4, 51}, {3, 52}}});
+  addChild(72, 66, "sshd: alice@pts/1");
+  sockets_ = {test::establishedSocket(50, "192.0.2.7", 40000),
+              test::establishedSocket(51, "10.20.0.2", 22)};
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1")));
+}
+
+TEST_F(OpensshTest, ASessionThatVanishesMeanwhileIsLeftOut) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@pts/1");
+  addMonitor(76, "alice");
+  addChild(77, 76, "sshd: alice@pts/2");
+  const test::FakeSources sources(tree_, sockets_);
+  tree_.remove(76);
+  tree_.remove(77);
+  EXPECT_THAT(test::readAll(readOpenssh, *sources), ElementsAre(ssh(72, "pts/1")));
+}
+
+TEST_F(OpensshTest, ASessionThatCannotBeReadIsAFailure) {
+  for (const auto& [pid, file] : {std::pair{66, "fd"}, {66, "status"}, {72, "cmdline"}}) {
+    test::ProcTree tree;
+    tree.add({.pid = 66, .name = "sshd", .cmdline = title("sshd: alice [priv]")})
+        .add({.pid = 72, .parent = 66, .name = "sshd", .cmdline = title("sshd: alice@notty")});
+    tree.makeUnreadable(pid, file);
+    const test::FakeSources sources(tree);
+    std::vector<Connection> connections;
+    EXPECT_TRUE(readOpenssh(*sources, connections).failed()) << pid << " " << file;
+  }
+}
+
+TEST(OpensshTitleTest, AProgramsArgumentsAreNoTitle) {
+  EXPECT_EQ(sshTitleText("/usr/sbin/sshd -D -R"), std::nullopt);
+  EXPECT_EQ(sshTitleText("bash: alice@pts/1"), std::nullopt);
+  EXPECT_EQ(sshTitleText(""), std::nullopt);
+  EXPECT_EQ(sshTitleText("sshd: "), "");
+}
+
+}  // namespace
+}  // namespace zevo::connections
