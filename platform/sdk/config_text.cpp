@@ -67,12 +67,16 @@ bool readSmbstatus(const toml::node& value, Config* config) {
   return readPath(value, &config->smbstatus);
 }
 
-bool readAdministratorsGroup(const toml::node& value, Config* config) {
+bool readGroup(const toml::node& value, std::string* group) {
   const auto* text = value.as_string();
   if (text == nullptr || text->get().size() > 255) return false;
   if (text->get().find_first_of(std::string_view(":,\n\0", 4)) != std::string::npos) return false;
-  config->administratorsGroup = text->get();
+  *group = text->get();
   return true;
+}
+
+bool readAdministratorsGroup(const toml::node& value, Config* config) {
+  return readGroup(value, &config->administratorsGroup);
 }
 
 bool readMinAdmins(const toml::node& value, Config* config) {
@@ -81,7 +85,40 @@ bool readMinAdmins(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
-constexpr std::array<Key, 7> kKeys = {{
+bool readWebSocket(const toml::node& value, Config* config) {
+  return readPath(value, &config->webSocket);
+}
+
+bool readWebGroup(const toml::node& value, Config* config) {
+  return readGroup(value, &config->webGroup);
+}
+
+bool readLocalSocket(const toml::node& value, Config* config) {
+  return readPath(value, &config->localSocket);
+}
+
+bool readModuleFolder(const toml::node& value, Config* config) {
+  const auto* text = value.as_string();
+  if (text != nullptr && text->get().empty()) {
+    config->moduleFolder.clear();
+    return true;
+  }
+  return readPath(value, &config->moduleFolder);
+}
+
+bool readMaxCalls(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 32, 1024);
+  if (number) config->maxCalls = *number;
+  return number.has_value();
+}
+
+bool readCallSeconds(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 1, 3600);
+  if (number) config->callLimit = std::chrono::seconds(*number);
+  return number.has_value();
+}
+
+constexpr std::array<Key, 13> kKeys = {{
     {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
     {"session_file", "must be an absolute path in quotes", &readSessionFile},
     {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
@@ -89,6 +126,12 @@ constexpr std::array<Key, 7> kKeys = {{
     {"smbstatus", "must be an absolute path in quotes", &readSmbstatus},
     {"administrators_group", "must be the name of a group, or \"\"", &readAdministratorsGroup},
     {"min_admins", "must be 0 to 1000", &readMinAdmins},
+    {"web_socket", "must be an absolute path in quotes", &readWebSocket},
+    {"web_group", "must be the name of a group, or \"\"", &readWebGroup},
+    {"local_socket", "must be an absolute path in quotes", &readLocalSocket},
+    {"module_folder", "must be an absolute path in quotes, or \"\"", &readModuleFolder},
+    {"max_calls", "must be 32 to 1024", &readMaxCalls},
+    {"call_seconds", "must be 1 to 3600", &readCallSeconds},
 }};
 
 std::string shown(const toml::node& value) {

@@ -17,6 +17,13 @@ struct Config {
   std::string smbstatus = "/usr/bin/smbstatus";
   std::string administratorsGroup;  // "" : the first of administrators, sudo, wheel that exists
   int minAdmins = 1;                // valid administrators that an account write leaves
+  // The daemon's alone.
+  std::string webSocket = "/run/currentconn/web.sock";
+  std::string webGroup = "www-data";  // of the web server
+  std::string localSocket = "/run/currentconn/local.sock";
+  std::string moduleFolder;  // "" : `modules` beside the folder of the program
+  int maxCalls = 64;         // calls at once
+  std::chrono::seconds callLimit{180};
 
   bool operator==(const Config&) const = default;
 };

@@ -33,7 +33,9 @@ TEST(Config, ReadsEveryKey) {
   ASSERT_TRUE(
       parseConfig("language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
                   "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
-                  "administrators_group = 'ops'\nmin_admins = 3\n",
+                  "administrators_group = 'ops'\nmin_admins = 3\n"
+                  "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
+                  "module_folder = '/m'\nmax_calls = 32\ncall_seconds = 5\n",
                   "FILE", &config, &error))
       << error;
   Config expected;
@@ -44,6 +46,12 @@ TEST(Config, ReadsEveryKey) {
   expected.smbstatus = "/opt/smbstatus";
   expected.administratorsGroup = "ops";
   expected.minAdmins = 3;
+  expected.webSocket = "/w";
+  expected.webGroup = "http";
+  expected.localSocket = "/l";
+  expected.moduleFolder = "/m";
+  expected.maxCalls = 32;
+  expected.callLimit = std::chrono::seconds(5);
   EXPECT_EQ(config, expected);
 }
 
@@ -54,7 +62,8 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
   ASSERT_TRUE(parseConfig(packaged, "packaged", &config, &error)) << error;
   EXPECT_EQ(config, Config());
   for (const char* key : {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus",
-                          "administrators_group", "min_admins"}) {
+                          "administrators_group", "min_admins", "web_socket", "web_group",
+                          "local_socket", "module_folder", "max_calls", "call_seconds"}) {
     EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
   }
 }
@@ -62,7 +71,9 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
 TEST(Config, RefusesAnUnknownKeyWithItsLine) {
   EXPECT_EQ(errorOf("\nlangage = 'de'\n"),
             "cannot read FILE:2: there is no key \"langage\"; the keys are language, session_file, "
-            "idle_minutes, tool_seconds, smbstatus, administrators_group, min_admins");
+            "idle_minutes, tool_seconds, smbstatus, administrators_group, min_admins, web_socket, "
+            "web_group, "
+            "local_socket, module_folder, max_calls, call_seconds");
 }
 
 TEST(Config, RefusesAValueOutOfRange) {
