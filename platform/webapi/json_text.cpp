@@ -68,14 +68,22 @@ void writeUtf8(std::string_view text, std::string& out) {
   out += '"';
 }
 
-bool isAscii(std::string_view text) {
-  std::uint8_t seen = 0;
-  for (const char c : text) seen |= static_cast<std::uint8_t>(c);
-  return seen < 0x80;
+// Whether each byte of `text` is a character that stands for itself.
+bool isPlainAscii(std::string_view text) {
+  bool other = false;
+  for (const char c : text) {
+    const auto byte = static_cast<std::uint8_t>(c);
+    other |= static_cast<std::uint8_t>(byte - 0x20) >= 0x60;
+    other |= byte == '"';
+    other |= byte == '\\';
+  }
+  return !other;
 }
 
 void writeString(std::string_view text, std::string& out) {
-  if (isAscii(text) || zevo::validUtf8(text)) {
+  if (isPlainAscii(text)) {
+    out.append(1, '"').append(text).append(1, '"');
+  } else if (zevo::validUtf8(text)) {
     writeUtf8(text, out);
   } else {
     writeUtf8(zevo::withoutIllFormed(text), out);
