@@ -9,7 +9,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "columns.h"
 #include "help_texts.h"
+#include "text.h"
 
 namespace cli {
 namespace {
@@ -68,7 +70,17 @@ struct Grammar {
   [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
 };
 
-CLI::App* addCommand(Grammar* grammar, const char* name, const char* help, const char* footer) {
+std::string columnsHelp() {
+  std::string text = "\nColumns:\n";
+  for (const Column& column : columns()) {
+    text += "  " + padText(column.name, 10, false) + column.help + "\n";
+  }
+  text.pop_back();
+  return text;
+}
+
+CLI::App* addCommand(Grammar* grammar, const char* name, const char* help,
+                     const std::string& footer) {
   CLI::App* command = grammar->app.add_subcommand(name, help);
   command->fallthrough();
   command->group("Commands");
@@ -90,12 +102,12 @@ std::unique_ptr<Grammar> makeGrammar() {
   app.footer(kProgramExamples);
   addConfig(&app, &grammar->configFile);
 
-  CLI::App* list = addCommand(grammar.get(), "list", kListHelp, kListExamples);
+  CLI::App* list = addCommand(grammar.get(), "list", kListHelp, kListExamples + columnsHelp());
   addWord(list, "--filter", "TEXT", "Only where TEXT occurs, in any letter case",
           &grammar->listWords.filter);
   addListingOptions(list, &grammar->listWords);
 
-  CLI::App* mine = addCommand(grammar.get(), "mine", kMineHelp, kMineExamples);
+  CLI::App* mine = addCommand(grammar.get(), "mine", kMineHelp, kMineExamples + columnsHelp());
   addWord(mine, "--user", "NAME", "Whose connections (default: the caller's own)",
           &grammar->mineWords.user);
   addListingOptions(mine, &grammar->mineWords);

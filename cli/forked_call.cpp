@@ -5,22 +5,19 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
 #include "answer_text.h"
+#include "base/file_failure.h"
 #include "output.h"
 
 namespace cli {
 namespace {
-
-std::string errorText(int error) {
-  return std::generic_category().message(error);
-}
 
 // The child starts with the signals of a fresh program, whatever its parent waits for.
 void resetSignals() {
@@ -51,7 +48,7 @@ std::optional<ForkedCall> ForkedCall::start(Backend& backend, const std::string&
                                             std::string* cause) {
   std::array<int, 2> ends = {};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-    *cause = "no pipe to a process of its own: " + errorText(errno);
+    *cause = "no pipe to a process of its own: " + zevo::errorText(errno);
     return {};
   }
   zevo::FileDescriptor readEnd(ends[0]);
@@ -60,7 +57,7 @@ std::optional<ForkedCall> ForkedCall::start(Backend& backend, const std::string&
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child < 0) {
-    *cause = "no process for the call: " + errorText(errno);
+    *cause = "no process for the call: " + zevo::errorText(errno);
     return {};
   }
   if (child == 0) runChild(backend, method, parameters, standardOutput, writeEnd.get());

@@ -23,14 +23,16 @@ inline constexpr const char* kListExamples = R"(Examples:
   currentconn list --filter 10.20.0.7       whoever works from this address
   currentconn list --start 50 --limit 50    the second page of 50
   currentconn list --watch=0.5              look twice a second; Ctrl-C ends it
-  currentconn list --json                   for programs)";
+  currentconn list --json                   for programs
+)";
 
 inline constexpr const char* kMineHelp = "Show the connections of one user, by default one's own";
 
 inline constexpr const char* kMineExamples = R"(Examples:
   currentconn mine                          the caller's own connections
   currentconn mine --user alice             alice's
-  currentconn mine --user alice --watch     keep them on the screen)";
+  currentconn mine --user alice --watch     keep them on the screen
+)";
 
 inline constexpr const char* kNoFilterInMine =
     "\"mine\" shows all connections of one user and takes no --filter; see "

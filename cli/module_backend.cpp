@@ -14,6 +14,8 @@
 #include "zevo/error_trail.h"
 #include "zevo/session_file.h"
 
+#include "base/file_failure.h"
+
 namespace cli {
 namespace {
 
@@ -54,8 +56,7 @@ Answer runHandler(ApiHandler handler, ZEVO::RequestContext context) {
   }
   // What a handler printed must be out before anything that this program writes.
   if (std::fflush(stdout) != 0) {
-    return failedAnswer("cannot write to standard output: " +
-                        std::generic_category().message(errno));
+    return failedAnswer("cannot write to standard output: " + zevo::errorText(errno));
   }
   return readAnswer(response);
 }

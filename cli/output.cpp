@@ -5,9 +5,9 @@
 #include <cstddef>
 #include <fcntl.h>
 #include <poll.h>
-#include <system_error>
 #include <unistd.h>
 
+#include "base/file_failure.h"
 #include "text.h"
 
 namespace cli {
@@ -32,7 +32,7 @@ Written writeAll(int descriptor, std::string_view text, std::string* cause) {
     } else if (errno == EPIPE) {
       return Written::kReaderGone;
     } else if (errno != EINTR) {
-      *cause = std::generic_category().message(errno);
+      *cause = zevo::errorText(errno);
       return Written::kFailed;
     }
   }

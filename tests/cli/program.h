@@ -1,0 +1,64 @@
+// The built program, run beside a module that answers what a test wants.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include <json/value.h>
+
+namespace cli {
+
+struct Outcome {
+  int exitCode = -1;
+  int signal = 0;  // that ended it, or 0
+  std::string out;
+  std::string err;
+};
+
+// An installation in a folder of its own: bin/currentconn, lib/ and modules/ with the fake module,
+// and a configuration whose session file stands in it too. Removed at the end.
+class Program {
+ public:
+  Program();
+  ~Program();
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
+  [[nodiscard]] std::filesystem::path modulePath() const;
+
+  // What the module answers to `method`, call by call; see the fake module for the form.
+  void answer(const std::string& method, const std::vector<std::string>& answers);
+
+  // How it was called so far, in that order.
+  [[nodiscard]] std::vector<Json::Value> calls() const;
+
+  // The words of a command line that runs it with `arguments` and the configuration.
+  [[nodiscard]] std::vector<std::string> commandLine(std::vector<std::string> arguments) const;
+
+  // The environment in which it runs: LC_ALL and PATH only, and what the test adds.
+  std::vector<std::string> environment;
+
+  // Runs it to its end. `prepare` runs in the child, before the program.
+  Outcome run(const std::vector<std::string>& arguments,
+              const std::function<void()>& prepare = {}) const;
+
+ private:
+  std::filesystem::path folder_;
+  Json::Value answers_;
+};
+
+// Replaces the process by `words` in `environment`; never returns.
+[[noreturn]] void execute(const std::vector<std::string>& words,
+                          const std::vector<std::string>& environment);
+
+// The answer of a listing method with these rows in JSON.
+std::string listAnswer(const std::vector<std::string>& rows, int total = -1);
+// A row in JSON.
+std::string row(int pid, const std::string& who, const std::string& type = "SSH",
+                const std::string& from = "10.20.0.2", const std::string& descr = "pts/3");
+
+}  // namespace cli
