@@ -12,8 +12,8 @@ set -euo pipefail
 installed_packages=(
   iproute2 python3 libcap2 procps
   samba smbclient python3-samba
-  openssh-server openssh-client openssh-sftp-server sshpass
-  vsftpd lftp
+  openssh-server openssh-client openssh-sftp-server
+  vsftpd
   inetutils-telnet
   nfs-ganesha nfs-ganesha-vfs libnfs13
   # What the unpacked servers link against.
@@ -73,13 +73,17 @@ release_daemons() {
   trap - EXIT HUP INT TERM
 }
 
-# Takes the services of newly installed packages out of the next boot.
+# Takes the services of newly installed packages out of the next boot, as an administrator would.
 keep_from_boot() {
-  command -v systemctl >/dev/null || return 0
-  local name unit
-  for name in "$@"; do
-    dpkg-query --listfiles "$name" | sed -nE 's,^(/usr)?/lib/systemd/system/([^/@]+\.(service|socket))$,\2,p' |
-      while read -r unit; do as_root systemctl disable "$unit" >/dev/null 2>&1 </dev/null || true; done
+  local path name
+  for path in $(dpkg-query --listfiles "$@" | sort -u); do
+    name=$(basename "$path")
+    case $path in
+      /etc/init.d/*) as_root update-rc.d "$name" disable >/dev/null 2>&1 || true ;;
+      */systemd/system/*.service | */systemd/system/*.socket)
+        if command -v systemctl >/dev/null; then as_root systemctl disable "$name" >/dev/null 2>&1 || true; fi
+        ;;
+    esac
   done
 }
 

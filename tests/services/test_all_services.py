@@ -53,7 +53,7 @@ class AllServicesTest(ServiceTest):
                     Row("alice", "10.20.0.3", "SSH", shell.terminal()),
                     Row("bob", "10.20.0.3", "SSH", "no terminal"),
                     Row("bob", "10.20.0.4", "SFTP", "/home/bob"),
-                    Row("carol", "10.20.0.4", "SSH", "sftp-server, /home/carol"),
+                    Row("carol", "10.20.0.4", "SSH", "SFTP (sftp-server)"),
                     Row("alice", "10.20.0.5", "FTP", "/home/alice"),
                     Row("bob", "10.20.0.6", "TELNET", telnet.terminal()),
                     Row("", "10.20.0.7", "NFS", "NFS"),

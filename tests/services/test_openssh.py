@@ -40,7 +40,7 @@ class OpenSshTest(ServiceTest):
 
     def test_the_external_sftp_server_is_an_ssh_row_that_says_so(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4", EXTERNAL_PORT)
-        self.assertList([Row("bob", "10.20.0.4", "SSH", "sftp-server, /home/bob")])
+        self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP (sftp-server)")])
 
     def test_root_is_shown_as_admin(self):
         shell = self.client(ssh.Shell, "root", "10.20.0.5")
@@ -85,7 +85,7 @@ class OpenSshTest(ServiceTest):
 
     def test_sigterm_to_the_rows_process_ends_external_sftp(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4", EXTERNAL_PORT)
-        found = self.assertList([Row("bob", "10.20.0.4", "SSH", "sftp-server, /home/bob")])
+        found = self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP (sftp-server)")])
         self.assertEndsAtOnce(found[0], EXTERNAL_PORT)
         self.assertEmptiesAfterwards()
 

@@ -26,6 +26,9 @@ class Ganesha(Daemon):
         # Its file handles need a file system that can find a file by its handle; an overlay cannot.
         namespace.run("mount", "-t", "tmpfs", "tmpfs", "/srv/nfs")
         namespace.write("/srv/nfs/hello", "hello\n")
+        # It finds the file system of an export through this table, which small installations do not have.
+        if not os.path.exists("/etc/mtab"):
+            os.symlink("/proc/self/mounts", "/etc/mtab")
         for folder in ("/run/ganesha", "/var/lib/nfs/ganesha", "/var/log/ganesha"):
             os.makedirs(folder, exist_ok=True)
         namespace.write("/etc/ganesha/test.conf", _CONFIGURATION)
