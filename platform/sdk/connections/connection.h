@@ -14,10 +14,10 @@ namespace zevo::connections {
 // any byte.
 struct Connection {
   pid_t pid = 0;
-  std::string time;
-  std::string from;
-  std::string user;
-  std::string descr;
+  std::string time = {};
+  std::string from = {};
+  std::string user = {};
+  std::string descr = {};
   ZEVO_CURCONN_TYPE type = ZEVO_CURCONN_LOGIN;
 
   bool operator==(const Connection&) const = default;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace zevo::connections {
 
@@ -11,7 +12,7 @@ struct Paths {
   std::string logindSessions = "/run/systemd/sessions";
   std::string nfsd = "/proc/fs/nfsd";        // of the kernel's NFS server
   std::string rmtab = "/var/lib/nfs/rmtab";  // mount table of version 3 clients
-  std::string smbdPid = "/run/samba/smbd.pid";
+  std::vector<std::string> smbdPids = {"/run/samba/smbd.pid", "/run/smbd.pid"};
   std::string smbstatus = "/usr/bin/smbstatus";
 };
 

@@ -3,15 +3,18 @@
 #include <array>
 #include <exception>
 #include <new>
+#include <optional>
 #include <syslog.h>
 #include <unistd.h>
+#include <utility>
 
 #include "zevo/config.h"
 #include "zevo/connections.h"
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
-#include "sdk/connections/collectors.h"
+#include "sdk/connections/openssh.h"
+#include "sdk/connections/samba.h"
 
 namespace zevo::connections {
 namespace {
@@ -21,7 +24,9 @@ struct Service {
   Collector read;
 };
 
-constexpr std::array<Service, 0> kServices = {};
+constexpr std::array<Service, 1> kServices = {{
+    {"OpenSSH", readOpenssh},
+}};
 
 // Whether the record's process still runs and is the one that the collector saw: between the scan
 // and now its pid may have been given to somebody else.
@@ -47,35 +52,38 @@ Outcome dropStale(const Sources& sources, std::vector<Connection>* connections) 
   return Outcome::done();
 }
 
-Outcome readServices(const Sources& sources, std::vector<Connection>* connections) {
+Outcome named(const char* service, const Outcome& outcome) {
+  if (!outcome.failed()) return outcome;
+  return Outcome::failure("cannot read the connections of " + std::string(service) + ": " +
+                          outcome.cause());
+}
+
+// Samba comes last, so that its tool has run beside everything else.
+Outcome readServices(const Sources& sources, std::optional<SmbstatusRuns> smbstatus,
+                     const ToolLimits& limits, std::vector<Connection>* connections) {
   for (const Service& service : kServices) {
-    const Outcome outcome = service.read(sources, *connections);
-    if (outcome.failed()) {
-      return Outcome::failure("cannot read the connections of " + std::string(service.name) + ": " +
-                              outcome.cause());
-    }
+    const Outcome outcome = named(service.name, service.read(sources, *connections));
+    if (outcome.failed()) return outcome;
+    if (smbstatus) smbstatus->drain();
   }
-  return Outcome::done();
+  return named("Samba", readSamba(sources, std::move(smbstatus), limits, *connections));
 }
-
-}  // namespace
-
-Outcome readConnections(const Paths& paths, const Sources::SocketReader& readSockets,
-                        const Sources::Log& log, std::vector<Connection>* connections) {
-  connections->clear();
-  const auto processes = ProcessTable::scan(paths, {});
-  if (!processes.ok()) return Outcome::failure(processes.cause());
-  const Sources sources(paths, *processes, readSockets, log);
-  Outcome outcome = readServices(sources, connections);
-  if (!outcome.failed()) outcome = dropStale(sources, connections);
-  for (Connection& connection : *connections) cleanTexts(connection);
-  return outcome;
-}
-
-namespace {
 
 void logLine(const std::string& line) {
   ::syslog(LOG_WARNING, "%s", line.c_str());
+}
+
+Outcome readAll(const Paths& paths, const ToolLimits& limits,
+                const Sources::SocketReader& readSockets, const Sources::Log& log,
+                std::vector<Connection>* connections) {
+  auto smbstatus = startSmbstatus(paths, limits);
+  const auto processes = ProcessTable::scan(paths, [&smbstatus] {
+    if (smbstatus) smbstatus->drain();
+  });
+  if (!processes.ok()) return Outcome::failure(processes.cause());
+  const Sources sources(paths, *processes, readSockets, log);
+  const Outcome outcome = readServices(sources, std::move(smbstatus), limits, connections);
+  return outcome.failed() ? outcome : dropStale(sources, connections);
 }
 
 int get(_tag_ZEVO_CURCONN_** records) {
@@ -86,8 +94,10 @@ int get(_tag_ZEVO_CURCONN_** records) {
   }
   Paths paths;
   paths.smbstatus = config().smbstatus;
+  ToolLimits limits;
+  limits.time = config().toolLimit;
   std::vector<Connection> connections;
-  const Outcome outcome = readConnections(paths, SocketTable::read, logLine, &connections);
+  const Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &connections);
   if (outcome.failed()) {
     ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
     return -1;
@@ -98,6 +108,17 @@ int get(_tag_ZEVO_CURCONN_** records) {
 }
 
 }  // namespace
+
+Outcome readConnections(const Paths& paths, const ToolLimits& limits,
+                        const Sources::SocketReader& readSockets, const Sources::Log& log,
+                        std::vector<Connection>* connections) {
+  connections->clear();
+  Outcome outcome = readAll(paths, limits, readSockets, log, connections);
+  if (outcome.failed()) connections->clear();
+  for (Connection& connection : *connections) cleanTexts(connection);
+  return outcome;
+}
+
 }  // namespace zevo::connections
 
 extern "C" int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records) {

@@ -52,7 +52,7 @@ ProcTree::ProcTree() {
   paths_.logindSessions = folder_ + "/sessions";
   paths_.nfsd = folder_ + "/nfsd";
   paths_.rmtab = folder_ + "/rmtab";
-  paths_.smbdPid = folder_ + "/smbd.pid";
+  paths_.smbdPids = {folder_ + "/smbd.pid"};
   paths_.smbstatus = folder_ + "/smbstatus";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   fs::create_directory(paths_.proc + "/self");

@@ -1,0 +1,42 @@
+// SMB sessions of Samba.
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+#include "sdk/connections/sources.h"
+#include "sdk/connections/tool_run.h"
+
+namespace zevo::connections {
+
+// A process that serves SMB or helps to: "smbd", "smbd[10.0.0.9]" of newer releases,
+// "smbd-notifyd".
+bool isSmbd(std::string_view name);
+
+// Samba's own tool at work. Two runs side by side, since one that is asked for both gives the
+// sessions only, and one that is asked for neither looks through all open files and locks as well.
+class SmbstatusRuns {
+ public:
+  SmbstatusRuns(const Paths& paths, const ToolLimits& limits);
+
+  void drain();
+  // What was printed: sessions, shares.
+  std::pair<ToolResult, ToolResult> finish();
+
+ private:
+  ToolRun sessions_;
+  ToolRun shares_;
+};
+
+// Starts the tool where the file of its pid says that smbd runs: elsewhere the tool would create
+// databases. To be called before the scan of processes, which the tool then runs beside.
+std::optional<SmbstatusRuns> startSmbstatus(const Paths& paths, const ToolLimits& limits);
+
+// Appends the records of samba_records.h. `runs` may hold nothing: the tool is then started now if
+// smbd runs after all. Where the tool fails, one line is logged, and what it would have told comes
+// from processes and sockets.
+Outcome readSamba(const Sources& sources, std::optional<SmbstatusRuns> runs,
+                  const ToolLimits& limits, std::vector<Connection>& connections);
+
+}  // namespace zevo::connections

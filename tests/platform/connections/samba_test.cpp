@@ -1,0 +1,287 @@
+#include "sdk/connections/samba.h"
+
+#include <sys/stat.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/connections/print.h"
+#include "platform/connections/proc_tree.h"
+
+namespace zevo::connections {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+constexpr ToolLimits kLimits{.time = std::chrono::milliseconds(5000), .bytes = 1000000};
+
+struct Session {
+  std::string id;
+  std::string pid;
+  std::string user;
+  std::string from = "10.20.0.2";
+};
+
+std::string sessionsText(const std::vector<Session>& sessions) {
+  std::string text;
+  for (const Session& session : sessions) {
+    text += (text.empty() ? "" : ", ") +
+            ("\"" + session.id + R"(": {"session_id": ")" + session.id) +
+            R"(", "server_id": {"pid": ")" + session.pid + R"("}, "uid": 1001, "username": ")" +
+            session.user + R"(", "hostname": "ipv4:)" + session.from + R"(:50000"})";
+  }
+  return R"({"sessions": {)" + text + "}}";
+}
+
+struct Share {
+  std::string sessionId;
+  std::string name;
+  std::string second = "35";
+};
+
+std::string sharesText(const std::vector<Share>& shares) {
+  std::string text;
+  for (std::size_t i = 0; i < shares.size(); ++i) {
+    text += (i == 0 ? "\"" : ", \"") + std::to_string(i) + R"(": {"service": ")" + shares[i].name +
+            R"(", "session_id": ")" + shares[i].sessionId +
+            R"(", "connected_at": "2026-11-21T03:08:)" + shares[i].second + R"(.5+00:00"})";
+  }
+  return R"({"tcons": {)" + text + "}}";
+}
+
+class SambaTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    tree_.file("smbd.pid", "70\n");
+    addProcess(70, 1);
+    tree_.add({.pid = 72, .parent = 70, .name = "smbd-notifyd"})
+        .add({.pid = 73, .parent = 70, .name = "cleanupd"});
+    addSession(87, "10.20.0.2");
+    addSession(89, "10.20.0.3");
+  }
+
+  void addProcess(pid_t pid, pid_t parent, const std::string& name = "smbd") {
+    tree_.add({.pid = pid, .parent = parent, .name = name});
+  }
+  // A process of a client's connection.
+  void addSession(pid_t pid, const std::string& from, const std::string& name = "smbd") {
+    const auto inode = 9000U + static_cast<std::uint64_t>(pid);
+    tree_.add({.pid = pid, .parent = 70, .name = name, .sockets = {{30, inode}}});
+    sockets_.push_back(test::establishedSocket(inode, from, 445));
+  }
+  // The tool of the tree is a script with this body; $2 says what is asked for.
+  void setTool(const std::string& body) {
+    const std::string path = tree_.file("smbstatus", "#!/bin/sh\n" + body + "\n");
+    ASSERT_EQ(::chmod(path.c_str(), 0755), 0);
+  }
+  void setAnswers(const std::string& sessions, const std::string& shares) {
+    tree_.file("sessions.json", sessions);
+    tree_.file("shares.json", shares);
+    setTool("[ $# = 2 ] && [ $1 = --json ] || exit 9\ncase $2 in\n--processes) cat " +
+            tree_.folder() + "/sessions.json;;\n--shares) cat " + tree_.folder() +
+            "/shares.json;;\n*) exit 9;;\nesac");
+  }
+  std::vector<Connection> read(const ToolLimits& limits = kLimits) {
+    auto runs = startSmbstatus(tree_.paths(), limits);
+    const test::FakeSources sources(tree_, sockets_);
+    std::vector<Connection> connections;
+    const Outcome outcome = readSamba(*sources, std::move(runs), limits, connections);
+    EXPECT_FALSE(outcome.failed()) << outcome.cause();
+    log_ = sources.log();
+    return connections;
+  }
+  static Connection record(pid_t pid, const std::string& user, const std::string& descr,
+                           const std::string& time = "2026-11-21 03:08:35",
+                           const std::string& from = "10.20.0.2") {
+    return {pid, time, from, user, descr, ZEVO_CURCONN_CIFS};
+  }
+  // What processes and sockets tell of the two sessions.
+  static std::vector<Connection> unknown() {
+    return {record(87, "unknown", "share not known", test::kStartText),
+            record(89, "unknown", "share not known", test::kStartText, "10.20.0.3")};
+  }
+
+  test::ProcTree tree_;
+  std::vector<Socket> sockets_;
+  std::vector<std::string> log_;
+};
+
+TEST_F(SambaTest, EachShareOfASessionIsARecord) {
+  setAnswers(sessionsText({{"1", "87", "alice"}}),
+             sharesText({{"1", "photos", "36"}, {"1", "media"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "photos", "2026-11-21 03:08:36"),
+                                  record(87, "alice", "media")));
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(SambaTest, ASessionWithoutAShareIsARecordWithoutDescription) {
+  setAnswers(sessionsText({{"1", "87", "alice"}}), sharesText({}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "", test::kStartText)));
+}
+
+TEST_F(SambaTest, TheHiddenShareCountsOnlyWhereASessionHasNothingElse) {
+  setAnswers(sessionsText({{"1", "87", "alice"}, {"2", "89", "bob", "10.20.0.3"}}),
+             sharesText({{"1", "IPC$"}, {"1", "media"}, {"2", "IPC$"}, {"2", "IPC$"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media"),
+                                  record(89, "bob", "IPC$", "2026-11-21 03:08:35", "10.20.0.3")));
+}
+
+TEST_F(SambaTest, UsersOfOneProcessAreNamedInTheDescriptions) {
+  setAnswers(sessionsText({{"1", "87", "alice"}, {"2", "87", "bob"}, {"3", "87", "carol"}}),
+             sharesText({{"1", "media"}, {"2", "photos"}}));
+  EXPECT_THAT(read(),
+              ElementsAre(record(87, "alice", "media (alice)"), record(87, "bob", "photos (bob)"),
+                          record(87, "carol", "(carol)", test::kStartText)));
+}
+
+TEST_F(SambaTest, TwoSessionsOfOneUserOnOneProcessNeedNoName) {
+  setAnswers(sessionsText({{"1", "87", "alice"}, {"2", "87", "alice"}}),
+             sharesText({{"1", "media"}, {"2", "photos"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media"), record(87, "alice", "photos")));
+}
+
+TEST_F(SambaTest, SessionsOfAnotherNodeAreLeftOutWithOneLine) {
+  // Pid 89 is a session here too, but of another client.
+  setAnswers(sessionsText({{"1", "0:87", "alice"},
+                           {"2", "1:89", "bob", "10.99.0.9"},
+                           {"3", "1:87", "carol", "10.99.0.8"}}),
+             sharesText({{"1", "media"}, {"2", "photos"}, {"3", "photos"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media")));
+  EXPECT_THAT(log_, ElementsAre(HasSubstr("2 sessions of other nodes")));
+}
+
+TEST_F(SambaTest, ASessionWhoseProcessIsNoSmbdIsOutOfDate) {
+  tree_.add({.pid = 300, .name = "bash"});
+  setAnswers(sessionsText({{"1", "300", "a"},
+                           {"2", "301", "b"},
+                           {"3", "72", "c"},
+                           {"4", "1", "d"},
+                           {"5", "-1", "e"},
+                           {"6", "4294967295", "f"},
+                           {"7", "0", "g"}}),
+             sharesText({{"1", "media"}}));
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(SambaTest, ASessionThatBeganAfterTheScanIsThere) {
+  setAnswers(sessionsText({{"1", "95", "alice"}}), sharesText({{"1", "media"}}));
+  auto runs = startSmbstatus(tree_.paths(), kLimits);
+  const test::FakeSources sources(tree_, sockets_);
+  addSession(95, "10.20.0.2");
+  std::vector<Connection> connections;
+  EXPECT_FALSE(readSamba(*sources, std::move(runs), kLimits, connections).failed());
+  EXPECT_THAT(connections, ElementsAre(record(95, "alice", "media")));
+}
+
+TEST_F(SambaTest, ProcessesOfNewerReleasesCarryTheirClientsAddress) {
+  addSession(95, "10.20.0.2", "smbd[10.20.0.2]");
+  setAnswers(sessionsText({{"1", "95", "alice"}}), sharesText({{"1", "media"}}));
+  EXPECT_THAT(read(), ElementsAre(record(95, "alice", "media")));
+}
+
+TEST_F(SambaTest, AUserWithoutANameIsUnknown) {
+  setAnswers(sessionsText({{"1", "87", ""}}), sharesText({{"1", "media"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "unknown", "media")));
+}
+
+TEST_F(SambaTest, TheToolIsNotStartedWhereSmbdDoesNotRun) {
+  setTool("touch " + tree_.folder() + "/started");
+  for (const char* pidFile : {"4711\n", "1\n", "x\n", "\n", "-1\n", "99999999999\n"}) {
+    tree_.file("smbd.pid", pidFile);
+    EXPECT_FALSE(startSmbstatus(tree_.paths(), kLimits)) << pidFile;
+  }
+  tree_.file("smbd.pid", "300\n");
+  tree_.add({.pid = 300, .name = "bash"});
+  EXPECT_FALSE(startSmbstatus(tree_.paths(), kLimits));
+  for (const pid_t pid : {70, 72, 73, 87, 89}) tree_.remove(pid);
+  tree_.add({.pid = 301, .name = "smbd", .uid = 1001});  // a user's program of that name
+  EXPECT_THAT(read(), IsEmpty());
+  EXPECT_NE(::access((tree_.folder() + "/started").c_str(), F_OK), 0);
+}
+
+TEST_F(SambaTest, SmbdMayKeepTheFileOfItsPidElsewhere) {
+  ::unlink((tree_.folder() + "/smbd.pid").c_str());
+  setAnswers(sessionsText({{"1", "87", "alice"}}), sharesText({{"1", "media"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media")));
+}
+
+class SambaFallbackTest : public SambaTest {
+ protected:
+  void expectFallback(const std::string& cause, const ToolLimits& limits = kLimits) {
+    EXPECT_EQ(read(limits), unknown());
+    EXPECT_THAT(log_, ElementsAre(::testing::AllOf(HasSubstr("Samba"), HasSubstr(cause))));
+  }
+};
+
+TEST_F(SambaFallbackTest, AToolThatIsTooOldLeavesUserAndShareUnknown) {
+  setTool("echo 'Invalid option --json: unknown option' >&2; exit 1");
+  expectFallback("ended with status 1");
+}
+
+TEST_F(SambaFallbackTest, SoDoesAToolThatIsMissing) {
+  expectFallback("cannot be started");
+}
+
+TEST_F(SambaFallbackTest, SoDoesGarbage) {
+  setTool("head -c 5000 /dev/urandom");
+  expectFallback("no answer that can be read");
+}
+
+TEST_F(SambaFallbackTest, SoDoesAnEmptyAnswer) {
+  setTool("exit 0");
+  expectFallback("no answer that can be read");
+}
+
+TEST_F(SambaFallbackTest, SoDoesAnEndlessAnswer) {
+  setTool("while :; do echo '{\"sessions\": {'; done");
+  expectFallback("more than 1000000 bytes");
+}
+
+TEST_F(SambaFallbackTest, SoDoesAnAnswerThatNeverComes) {
+  setTool("sleep 60");
+  expectFallback("did not answer within", {.time = std::chrono::milliseconds(300), .bytes = 1000});
+}
+
+TEST_F(SambaFallbackTest, WithoutTheSharesTheUsersAreStillKnown) {
+  tree_.file("sessions.json", sessionsText({{"1", "87", "alice"}}));
+  setTool("[ $2 = --processes ] && cat " + tree_.folder() + "/sessions.json");
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "share not known", test::kStartText)));
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(SambaFallbackTest, ListenersHelpersAndUsersProgramsAreNoConnections) {
+  const auto listener = test::establishedSocket(1, "192.0.2.1", 40000);  // to a directory server
+  sockets_.push_back(listener);
+  tree_.remove(70);
+  tree_.add({.pid = 70, .name = "smbd", .sockets = {{9, 1}}});
+  sockets_.push_back(test::establishedSocket(2, "192.0.2.2", 445));
+  tree_.add({.pid = 74, .parent = 70, .name = "smbd-cleanupd", .sockets = {{9, 2}}})
+      .add({.pid = 300, .name = "smbd", .uid = 1001})
+      .add({.pid = 301, .parent = 300, .name = "smbd", .uid = 1001, .sockets = {{9, 2}}});
+  setTool("exit 1");
+  expectFallback("ended with status 1");
+}
+
+TEST_F(SambaFallbackTest, TheClientsConnectionIsTheOneToAnSmbPort) {
+  sockets_.push_back(test::establishedSocket(1, "192.0.2.1", 40000));
+  tree_.remove(87);
+  tree_.add({.pid = 87, .parent = 70, .name = "smbd", .sockets = {{9, 1}, {30, 9087}}});
+  setTool("exit 1");
+  expectFallback("ended with status 1");
+}
+
+TEST_F(SambaFallbackTest, WhereThatFailsTooTheReadFails) {
+  setTool("exit 1");
+  tree_.makeUnreadable(89, "fd");
+  const test::FakeSources sources(tree_, sockets_);
+  std::vector<Connection> connections;
+  const Outcome outcome =
+      readSamba(*sources, startSmbstatus(tree_.paths(), kLimits), kLimits, connections);
+  EXPECT_TRUE(outcome.failed());
+  EXPECT_THAT(outcome.cause(), HasSubstr("/proc/89/fd"));
+}
+
+}  // namespace
+}  // namespace zevo::connections
