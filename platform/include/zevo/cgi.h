@@ -14,13 +14,15 @@ struct ZEVO_CGI {
 
 extern "C" {
 
-// Fills `cgi`; `name` is empty for the session file of the configuration.
+// Fills `cgi`; `name` is the path of a session file, empty for that of the configuration.
 ZEVO_EXPORT void ZevoCgiInit(const char* name, ZEVO_CGI* cgi);
 
 // Enters the critical section of `lock`, waiting `milliseconds` at most. Returns a handle (0 or
 // more) that ZevoCgiEndCriticalSection takes; -1 with the last error set where the section was not
 // entered in time or the lock file cannot be opened. The section is given back when its holder
-// dies. Never nested.
+// dies. Never nested: a second entry by the holder waits for itself. It does not cover readers and
+// writers that do not enter it, other machines that share the file system, nor a child forked
+// inside the section, which holds it as well until it runs another program or ends.
 ZEVO_EXPORT int ZevoCgiBeginCriticalSection(const char* lock, int milliseconds);
 ZEVO_EXPORT void ZevoCgiEndCriticalSection(int handle);
 

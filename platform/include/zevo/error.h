@@ -8,7 +8,7 @@ enum ZEVO_ERROR {
   ZEVO_ERR_NONE = 0x0000,
   ZEVO_ERR_OUT_OF_MEMORY = 0x0200,
   ZEVO_ERR_FILE_OPEN = 0x0900,
-  ZEVO_ERR_BAD_TEXT = 0x0D00,  // not UTF-8, or too long for its destination
+  ZEVO_ERR_BAD_TEXT = 0x0D00,  // not UTF-8, too long for its destination, or no record
   ZEVO_ERR_SYSTEM = 0x2A00,    // a system call or a tool failed
   ZEVO_ERR_NO_SUCH_USER = 0x8000,
   ZEVO_ERR_TOO_FEW_ADMINISTRATORS = 0xDC00,

@@ -1,0 +1,42 @@
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "zevo/web_login.h"
+
+#include "base/text.h"
+
+namespace zevo {
+namespace {
+
+constexpr std::size_t kLongestName = 40;
+
+struct Browser {
+  std::string_view mark;  // what only its User-Agent, or that of a browser further below, contains
+  const char* name;
+};
+
+// In this order: most browsers also claim to be the ones below them.
+constexpr std::array<Browser, 9> kBrowsers = {{
+    {"Edg/", "Edge"},
+    {"OPR/", "Opera"},
+    {"Vivaldi/", "Vivaldi"},
+    {"SamsungBrowser/", "Samsung Internet"},
+    {"Firefox/", "Firefox"},
+    {"FxiOS/", "Firefox"},
+    {"CriOS/", "Chrome"},
+    {"Chrome/", "Chrome"},
+    {"Safari/", "Safari"},
+}};
+
+}  // namespace
+
+std::string browserName(const std::string& userAgent) {
+  const auto* known = std::find_if(kBrowsers.begin(), kBrowsers.end(), [&](const Browser& browser) {
+    return userAgent.find(browser.mark) != std::string::npos;
+  });
+  if (known != kBrowsers.end()) return known->name;
+  return printable(userAgent.substr(0, userAgent.find_first_of("/ ")), kLongestName);
+}
+
+}  // namespace zevo

@@ -1,0 +1,100 @@
+#include "zevo/login_link.h"
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <dirent.h>
+#include <memory>
+#include <sys/stat.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "zevo/error.h"
+#include "zevo/error_trail.h"
+#include "zevo/login_token.h"
+#include "zevo/session_file.h"
+
+#include "base/atomic_file.h"
+#include "base/file_descriptor.h"
+#include "base/read_file.h"
+
+namespace zevo {
+namespace {
+
+constexpr std::size_t kLongestLink = 1024;
+
+std::string linkFolder(const std::string& sessionFilePath) {
+  return sessionFilePath + ".login.links";
+}
+
+bool isYoung(const struct stat& status) {
+  struct timespec now {};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  const time_t age = now.tv_sec - status.st_mtim.tv_sec;
+  return age >= 0 && age < kLoginLinkSeconds;
+}
+
+// "UID NAME".
+std::optional<LinkAccount> parseAccount(const std::string& content) {
+  LinkAccount account;
+  const char* end = content.data() + content.size();
+  const auto [rest, error] = std::from_chars(content.data(), end, account.uid);
+  if (error != std::errc() || rest == end || *rest != ' ') return std::nullopt;
+  account.name.assign(rest + 1, end);
+  return account.name.empty() ? std::nullopt : std::optional(account);
+}
+
+void removeOldLinks(int folder) {
+  const int copy = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);
+  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(copy), &::closedir);
+  if (!entries) {
+    if (copy >= 0) ::close(copy);
+    return;
+  }
+  while (const dirent* entry = ::readdir(entries.get())) {
+    struct stat status {};
+    if (::fstatat(folder, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+    if (S_ISREG(status.st_mode) && !isYoung(status)) ::unlinkat(folder, entry->d_name, 0);
+  }
+}
+
+bool fail(const FileFailure& failure) {
+  ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, failure.text());
+  return false;
+}
+
+}  // namespace
+
+bool createLoginLink(const std::string& sessionFilePath, const LinkAccount& account,
+                     std::string* token) {
+  if (ZEVOCgiSessionFileCreate(sessionFilePath.c_str()) != 0) return false;
+  const std::string folder = linkFolder(sessionFilePath);
+  if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+    return fail(FileFailure{"create", folder, errno});
+  }
+  *token = newLoginToken();
+  const std::string content = std::to_string(account.uid) + " " + account.name;
+  const std::array<std::string_view, 1> pieces = {content};
+  const auto failure = replaceFile(folder + "/" + tokenHash(*token), pieces);
+  return failure ? fail(*failure) : true;
+}
+
+std::optional<LinkAccount> takeLoginLink(const std::string& sessionFilePath,
+                                         std::string_view token) {
+  const FileDescriptor folder =
+      openFile(linkFolder(sessionFilePath).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+  if (!folder || !isLoginToken(token)) return std::nullopt;
+  removeOldLinks(folder.get());
+  const std::string name = tokenHash(token);
+  const FileDescriptor file =
+      openFileAt(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0 || !isYoung(status)) return std::nullopt;
+  std::string content;
+  if (readDescriptor(file.get(), name, kLongestLink, &content)) return std::nullopt;
+  // Whoever removes the name has taken the link; everybody else comes too late.
+  if (::unlinkat(folder.get(), name.c_str(), 0) != 0) return std::nullopt;
+  return parseAccount(content);
+}
+
+}  // namespace zevo

@@ -1,0 +1,58 @@
+#include "zevo/login_token.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <nettle/base64.h>
+#include <nettle/sha2.h>
+#include <span>
+#include <sys/random.h>
+
+namespace zevo {
+namespace {
+
+constexpr std::size_t kTokenBytes = 32;
+constexpr std::size_t kTokenLength = 43;  // 32 bytes in base64 without padding
+
+std::string base64Url(std::span<const std::uint8_t, kTokenBytes> bytes) {
+  base64_encode_ctx context{};
+  base64url_encode_init(&context);
+  std::array<char, BASE64_ENCODE_LENGTH(kTokenBytes) + BASE64_ENCODE_FINAL_LENGTH> text{};
+  base64_encode_update(&context, text.data(), bytes.size(), bytes.data());
+  base64_encode_final(&context, text.data() + kTokenBytes / 3 * 4);
+  return {text.data(), kTokenLength};
+}
+
+bool isBase64Url(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+         c == '_';
+}
+
+}  // namespace
+
+std::string newLoginToken() {
+  std::array<std::uint8_t, kTokenBytes> bytes{};
+  // Up to 256 bytes come whole or, before the kernel has gathered its first randomness, late.
+  while (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
+    if (errno != EINTR) std::abort();  // no kernel that we run on; a guessable secret is worse
+  }
+  return base64Url(bytes);
+}
+
+std::string tokenHash(std::string_view token) {
+  const std::basic_string<std::uint8_t> bytes(token.begin(), token.end());
+  sha256_ctx context{};
+  sha256_init(&context);
+  sha256_update(&context, bytes.size(), bytes.data());
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
+  sha256_digest(&context, digest.size(), digest.data());
+  return base64Url(digest);
+}
+
+bool isLoginToken(std::string_view text) {
+  return text.size() == kTokenLength && std::all_of(text.begin(), text.end(), isBase64Url);
+}
+
+}  // namespace zevo

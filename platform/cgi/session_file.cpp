@@ -1,0 +1,102 @@
+#include "zevo/session_file.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "zevo/error_trail.h"
+
+#include "base/file_descriptor.h"
+#include "base/file_failure.h"
+#include "base/text.h"
+#include "cgi/session_record.h"
+
+namespace zevo {
+namespace {
+
+bool fail(const FileFailure& failure) {
+  ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, failure.text());
+  return false;
+}
+
+bool refuse(const std::string& path, const char* why) {
+  ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, "cannot use " + printable(path, 4096) + ": " + why);
+  return false;
+}
+
+// Whether what is open can be trusted: it belongs to us or root, and nobody else can put another
+// thing in its place.
+bool isOurs(int file, const std::string& path) {
+  struct stat status {};
+  if (::fstat(file, &status) != 0) return fail({"read", path, errno});
+  if (status.st_uid != ::geteuid() && status.st_uid != 0) {
+    return refuse(path, "it belongs to somebody else; remove it");
+  }
+  const bool othersWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+  if (othersWrite && !(S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0)) {
+    return refuse(path, "others may write it; chmod go-w");
+  }
+  return true;
+}
+
+// Opens the folder `name` in `parent`, made with `mode` where it is missing; `path` is for
+// messages.
+FileDescriptor openOwnFolder(int parent, const std::string& name, mode_t mode,
+                             const std::string& path) {
+  const bool made = ::mkdirat(parent, name.c_str(), mode) == 0;
+  if (!made && errno != EEXIST) {
+    fail({"create", path, errno});
+    return {};
+  }
+  FileDescriptor folder = openFileAt(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+  if (!folder) {
+    fail({"open", path, errno});
+    return {};
+  }
+  if (!isOurs(folder.get(), path)) return {};
+  if (made && ::fchmod(folder.get(), mode) != 0) {  // whatever the umask is
+    fail({"set the mode of", path, errno});
+    return {};
+  }
+  return folder;
+}
+
+bool makeFile(int folder, const std::string& name, const std::string& path) {
+  const FileDescriptor made =
+      openFileAt(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+  if (made) return true;
+  if (errno != EEXIST) return fail({"create", path, errno});
+  const FileDescriptor old =
+      openFileAt(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  if (!old) return fail({"open", path, errno});
+  struct stat status {};
+  if (::fstat(old.get(), &status) != 0) return fail({"read", path, errno});
+  if (!S_ISREG(status.st_mode)) return refuse(path, "it is no file; remove it");
+  return isOurs(old.get(), path);
+}
+
+// Each step goes through the descriptor of the folder that the step before has checked, so nobody
+// can slip a link in between.
+bool createSessionFile(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  if (slash == std::string::npos || slash + 1 == path.size()) {
+    return refuse(path, "give an absolute path of a file");
+  }
+  const std::string folderPath = slash == 0 ? "/" : path.substr(0, slash);
+  const std::string name = path.substr(slash + 1);
+  const FileDescriptor folder = openOwnFolder(AT_FDCWD, folderPath, 0755, folderPath);
+  if (!folder) return false;
+  if (!openOwnFolder(folder.get(), accessTimeFolderOf(name), 0700, accessTimeFolderOf(path))) {
+    return false;
+  }
+  return makeFile(folder.get(), name, path);
+}
+
+}  // namespace
+}  // namespace zevo
+
+extern "C" int ZEVOCgiSessionFileCreate(const char* path) {
+  return zevo::createSessionFile(path != nullptr ? path : "") ? 0 : -1;
+}

@@ -1,0 +1,29 @@
+// Recording logins to the web interface.
+#pragma once
+
+#include <ctime>
+#include <string>
+
+namespace zevo {
+
+// A login as it is recorded; all texts come from outside.
+struct Login {
+  std::string id;       // base64url, at most 128 characters
+  std::string client;   // numeric address
+  std::string user;     // login name
+  std::string browser;  // the browser's name, shortened until the line fits
+  std::time_t start = 0;
+  bool isHidden = false;
+};
+
+// Appends the login to the session file at `path`, which is created where it is missing, and sets
+// its access time to now. Enters the critical section, waiting `milliseconds` at most. Returns the
+// login's own number, above 0; -1 with the last error set, and the file unchanged, where the id is
+// taken or no base64url, another text is no UTF-8 or too long, or the file cannot be written.
+int appendLogin(const std::string& path, const Login& login, int milliseconds);
+
+// Sets the access time of the login `id` to now. False with the last error set on failure, also for
+// an id that is no base64url.
+bool touchAccessTime(const std::string& path, const std::string& id);
+
+}  // namespace zevo
