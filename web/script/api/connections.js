@@ -1,0 +1,43 @@
+// The methods of the API "ZEVO.Core.CurrentConnection".
+import { filterLocally, listParameters } from '../model/query.js';
+import { kickParameters } from '../model/ending.js';
+import { fetchFile, post, read } from './call.js';
+
+const kApi = 'ZEVO.Core.CurrentConnection/1';
+
+// One page of the list: {items, total, systime}. Administrators see all connections, others their own.
+export function readPage(query, isAdmin, options) {
+  return isAdmin
+    ? read(`${kApi}/list`, { ...options, parameters: listParameters(query) })
+    : readOwnPage(query, options);
+}
+
+// Every connection of the server; for administrators.
+export async function readAll(options) {
+  const page = await read(`${kApi}/list`, options);
+  return page.items;
+}
+
+// The parameters are those of model/ending.js.
+export function kick(targets) {
+  return post(`${kApi}/kick_connection`, kickParameters(targets));
+}
+
+export function disableUser(name) {
+  return post(`${kApi}/disable_user`, { users: [name] });
+}
+
+// The report, as a Blob. The method itself reports no failure, so the list is asked first.
+export async function fetchReport(query) {
+  const { filter, sort_by, sort_direction } = listParameters(query);
+  await read(`${kApi}/list`, { parameters: { filter, limit: 1 } });
+  return fetchFile(`${kApi}/download`, { filter, sort_by, sort_direction });
+}
+
+// "list_by_user" knows no filter; one's own connections are few.
+async function readOwnPage(query, options) {
+  const { sort_by, sort_direction, start, limit } = listParameters(query);
+  const page = await read(`${kApi}/list_by_user`, { ...options, parameters: { sort_by, sort_direction } });
+  const fitting = filterLocally(page.items, query.filter);
+  return { ...page, total: fitting.length, items: fitting.slice(start, start + limit) };
+}

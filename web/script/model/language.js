@@ -1,0 +1,22 @@
+// The languages of the page, each under the name of its file in texts/.
+export const kLanguages = Object.freeze({
+  en: 'English',
+  de: 'Deutsch',
+  fr: 'Français',
+  es: 'Español',
+  ja: '日本語',
+  'zh-Hans': '简体中文',
+});
+
+// The first of the person's languages that the page speaks, English where it speaks none of them.
+export function chooseLanguage(wanted) {
+  for (const tag of wanted) {
+    const parts = tag.split('-');
+    if (parts[0].toLowerCase() === 'zh') {
+      if (!parts.some((part) => ['hant', 'tw', 'hk', 'mo'].includes(part.toLowerCase()))) return 'zh-Hans';
+    } else if (Object.hasOwn(kLanguages, parts[0].toLowerCase())) {
+      return parts[0].toLowerCase();
+    }
+  }
+  return 'en';
+}

@@ -1,0 +1,26 @@
+// Fills a text of texts/*.json: "{name}" is a placeholder, a text that depends on a number is an object with one text
+// for each plural category of the language, chosen by the value of "count".
+
+export function pluralOf(text, count, language) {
+  if (typeof text === 'string') return text;
+  return text[new Intl.PluralRules(language).select(count)] ?? text.other;
+}
+
+// The text cut at its placeholders: ["Disable ", {name: "user"}, "?"].
+export function partsOf(text) {
+  return text
+    .split(/(\{\w+\})/)
+    .filter((part) => part !== '')
+    .map((part) => (/^\{\w+\}$/.test(part) ? { name: part.slice(1, -1) } : part));
+}
+
+// Numbers are written as the language writes them; anything else as it stands.
+export function valueText(value, language) {
+  return typeof value === 'number' ? new Intl.NumberFormat(language).format(value) : String(value);
+}
+
+export function fill(text, values, language) {
+  return partsOf(pluralOf(text, values.count, language))
+    .map((part) => (typeof part === 'string' ? part : valueText(values[part.name], language)))
+    .join('');
+}

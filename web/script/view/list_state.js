@@ -1,0 +1,67 @@
+// What stands in the place of the rows where there are none: loading, nobody connected, filtered to nothing, no answer.
+import { sentenceOf } from '../model/failure.js';
+import { byId, element, icon, setAttribute } from './element.js';
+import { say } from './texts.js';
+
+const kSkeletonRows = 8;
+
+export class ListState {
+  #place = byId('state');
+
+  // `onClearFilter()`, `onRetry()`.
+  constructor({ onClearFilter, onRetry }) {
+    this.onClearFilter = onClearFilter;
+    this.onRetry = onRetry;
+  }
+
+  // `page` is null before the first reading; `failure` is that of the last one, or null.
+  show({ page, failure, query, account }) {
+    const kind = kindOf(page, failure, query);
+    const shown = [kind, query.filter, failure && sentenceOf(failure), document.documentElement.lang].join('|');
+    setAttribute(byId('table'), 'hidden', kind === 'rows' || kind === 'loading' ? null : '');
+    this.#place.hidden = kind === 'rows';
+    if (this.#place.dataset.shown === shown) return;
+    this.#place.dataset.shown = shown;
+    this.#place.dataset.kind = kind;
+    this.#place.replaceChildren(...this.#content(kind, failure, query, account));
+  }
+
+  #content(kind, failure, query, account) {
+    if (kind === 'loading') return skeleton();
+    if (kind === 'empty') return picture('quiet', say(account.isAdmin ? 'list.empty' : 'list.empty_own'), say('list.empty_more'));
+    if (kind === 'filtered') {
+      const clear = button('list.filter_clear', this.onClearFilter);
+      return [...picture('quiet', say('list.nothing_fits', { filter: query.filter }), say('list.nothing_fits_more')), clear];
+    }
+    if (kind === 'rows') return [];
+    const retry = button('away.retry', this.onRetry);
+    if (failure.isTemporary) return [...picture('lost', say('away.title'), say('away.more')), retry];
+    return [...picture('lost', say('trouble.title'), failureText(failure)), retry];
+  }
+}
+
+// The sentence for a failure, with what the server said about it.
+export function failureText(failure) {
+  const sentence = say(sentenceOf(failure), { status: failure.status });
+  if (failure.causes.length === 0) return sentence;
+  return `${sentence} ${say('trouble.causes', { causes: failure.causes.join('; ') })}`;
+}
+
+function kindOf(page, failure, query) {
+  if (page === null) return failure === null ? 'loading' : 'failed';
+  if (page.items.length > 0) return 'rows';
+  return query.filter === '' ? 'empty' : 'filtered';
+}
+
+function picture(symbol, title, more) {
+  return [icon(symbol, 'picture'), element('h2', { textContent: title }), element('p', { textContent: more })];
+}
+
+function button(textKey, onClick) {
+  return element('button', { className: 'button', textContent: say(textKey), on: { click: onClick } });
+}
+
+function skeleton() {
+  const row = () => element('div', { className: 'skeleton-row' }, ...Array.from({ length: 5 }, () => element('span')));
+  return [element('p', { className: 'unseen', textContent: say('page.loading') }), ...Array.from({ length: kSkeletonRows }, row)];
+}

@@ -1,0 +1,93 @@
+// What a row says in full, and what can be done from it.
+import { whyNotDisable, whyNotEnd } from '../model/connection.js';
+import { byId, element, icon } from './element.js';
+import { namesOf } from './row.js';
+import { say } from './texts.js';
+
+const kGap = 4;
+
+export class RowPanel {
+  #panel = byId('row-panel');
+
+  // `onFilter(text)`, `onEnd(connection)`, `onDisable(connection)`.
+  constructor(actions) {
+    this.actions = actions;
+    this.#panel.addEventListener('keydown', (event) => this.#pressed(event));
+    for (const type of ['wheel', 'touchmove']) {
+      document.addEventListener(type, ({ target }) => !this.#panel.contains(target) && this.close(), { passive: true });
+    }
+  }
+
+  open(connection, button, account) {
+    this.#panel.setAttribute('aria-label', say('menu.label', namesOf(connection)));
+    this.#panel.replaceChildren(details(connection), ...this.#choices(connection, account));
+    this.#panel.showPopover({ source: button });
+    this.#placeBeside(button);
+    this.#panel.querySelector('button')?.focus();
+  }
+
+  close() {
+    this.#panel.hidePopover();
+  }
+
+  #choices(connection, account) {
+    const { who, from } = connection;
+    const filters = [who && ['menu.only_user', { user: who }, who], from && ['menu.only_address', { address: from }, from]];
+    const choices = filters.filter(Boolean).map(([key, values, text]) => this.#choice('filter', say(key, values), () => this.actions.onFilter(text)));
+    if (!account.isAdmin) return choices;
+    const disable = who ? say('menu.disable', { user: who }) : say('menu.disable_nobody');
+    return [
+      ...choices,
+      element('hr'),
+      this.#choice('plug', say('menu.end'), () => this.actions.onEnd(connection), whyNotEnd(connection, account)),
+      this.#choice('ban', disable, () => this.actions.onDisable(connection), whyNotDisable(connection, account)),
+    ];
+  }
+
+  // With a reason against it the choice stays where it is and says the reason.
+  #choice(symbol, text, act, reason = null) {
+    const words = element('span', {}, element('span', { className: 'choice-text', textContent: text }));
+    const button = element('button', { className: 'choice' }, icon(symbol), words);
+    if (reason !== null) {
+      words.append(element('span', { className: 'choice-reason', textContent: say(reason) }));
+      button.setAttribute('aria-disabled', 'true');
+      return button;
+    }
+    button.addEventListener('click', () => {
+      this.close();
+      act();
+    });
+    return button;
+  }
+
+  #placeBeside(button) {
+    const { right, bottom, top } = button.getBoundingClientRect();
+    const { width, height } = this.#panel.getBoundingClientRect();
+    const fitsBelow = bottom + height + kGap < document.documentElement.clientHeight;
+    const y = fitsBelow ? bottom + kGap : Math.max(kGap, top - height - kGap);
+    this.#panel.style.setProperty('--x', `${Math.max(kGap, right - width)}px`);
+    this.#panel.style.setProperty('--y', `${y}px`);
+  }
+
+  #pressed(event) {
+    const step = { ArrowDown: 1, ArrowUp: -1 }[event.key];
+    if (!step) return;
+    event.preventDefault();
+    const buttons = [...this.#panel.querySelectorAll('button')];
+    const next = buttons.indexOf(document.activeElement) + step;
+    buttons[(next + buttons.length) % buttons.length].focus();
+  }
+}
+
+function details({ who, type, from, time, descr, pid }) {
+  const facts = [
+    ['list.user', who],
+    ['list.service', type],
+    ['list.from', from],
+    ['list.since', time],
+    ['list.resource', descr],
+    ['menu.process', pid === 0 || type === 'HTTP/HTTPS' ? '' : String(pid)],
+  ].filter(([, value]) => value !== '');
+  const entries = facts.map(([key, value]) => element('div', {}, element('dt', { textContent: say(key) }), element('dd', { textContent: value })));
+  return element('dl', { className: 'facts' }, ...entries);
+}

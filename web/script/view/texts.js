@@ -1,0 +1,60 @@
+// The texts of the page in the person's language.
+import { chooseLanguage, kLanguages } from '../model/language.js';
+import { fill, partsOf, pluralOf, valueText } from '../model/message.js';
+import { element, setText } from './element.js';
+import { recall, remember } from './memory.js';
+
+const kKey = 'currentconn.language';
+
+let language = 'en';
+let texts = {};
+const listeners = new Set();
+
+export const currentLanguage = () => language;
+
+// Loads the texts that this person wants; fails where they cannot be had.
+export function loadTexts() {
+  const remembered = recall(kKey);
+  const wanted = remembered === null ? navigator.languages : [remembered];
+  return useLanguage(Object.hasOwn(kLanguages, remembered ?? '') ? remembered : chooseLanguage(wanted));
+}
+
+// Goes over to another language, for good.
+export async function changeLanguage(tag) {
+  await useLanguage(tag);
+  remember(kKey, tag);
+}
+
+// Calls `listener` after each change of the language.
+export function onLanguageChange(listener) {
+  listeners.add(listener);
+}
+
+export function say(key, values = {}) {
+  return fill(texts[key], values, language);
+}
+
+// The same as nodes, with each value set off as a name; bidirectional text in it cannot disturb the sentence.
+export function sayNodes(key, values = {}) {
+  return partsOf(pluralOf(texts[key], values.count, language)).map((part) => {
+    if (typeof part === 'string') return part;
+    return element('bdi', { className: 'name', textContent: valueText(values[part.name], language) });
+  });
+}
+
+// Fills in the texts that the markup names.
+export function fillTexts(root) {
+  for (const target of root.querySelectorAll('[data-text]')) setText(target, say(target.dataset.text));
+  for (const target of root.querySelectorAll('[data-label]')) target.setAttribute('aria-label', say(target.dataset.label));
+  for (const target of root.querySelectorAll('[data-placeholder]')) target.placeholder = say(target.dataset.placeholder);
+}
+
+async function useLanguage(tag) {
+  const response = await fetch(new URL(`../../texts/${tag}.json`, import.meta.url));
+  if (!response.ok) throw new Error(`texts/${tag}.json: ${response.status}`);
+  texts = await response.json();
+  language = tag;
+  document.documentElement.lang = tag;
+  fillTexts(document);
+  for (const listener of listeners) listener();
+}
