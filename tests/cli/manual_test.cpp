@@ -1,0 +1,69 @@
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "arguments.h"
+
+namespace cli {
+namespace {
+
+using Names = std::set<std::string>;
+
+std::string contentOf(const std::string& path) {
+  std::ifstream file(path);
+  std::ostringstream content;
+  content << file.rdbuf();
+  return content.str();
+}
+
+std::string helpOf(std::vector<const char*> words) {
+  words.insert(words.begin(), "currentconn");
+  words.push_back("--help");
+  return parseArguments(static_cast<int>(words.size()), words.data()).text;
+}
+
+Names matchesIn(const std::string& text, const std::string& pattern) {
+  const std::regex expression(pattern);
+  Names names;
+  for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end;
+       ++match) {
+    names.insert((*match)[1]);
+  }
+  return names;
+}
+
+Names commands() {
+  return matchesIn(helpOf({}), "\n  ([a-z]+) {2,}[A-Z]");
+}
+
+Names optionsInHelp() {
+  std::string text = helpOf({});
+  for (const std::string& command : commands()) text += helpOf({command.c_str()});
+  return matchesIn(text, "[ ,](--[a-z-]+)");
+}
+
+std::string manual() {
+  const std::string text = contentOf(CURRENTCONN_SOURCES "/docs/currentconn.1");
+  return std::regex_replace(text, std::regex(R"(\\-)"), "-");
+}
+
+TEST(Manual, NamesEveryOptionOfTheHelpAndNoOther) {
+  EXPECT_EQ(matchesIn(manual(), "(--[a-z][a-z-]*)"), optionsInHelp());
+}
+
+TEST(Manual, NamesEveryCommandOfTheHelpAndNoOther) {
+  EXPECT_EQ(matchesIn(manual(), "\n\\.B currentconn ([a-z]+)\n"), commands());
+}
+
+TEST(Completion, NamesEveryOptionOfTheHelpAndNoOther) {
+  const std::string text = contentOf(CURRENTCONN_SOURCES "/packaging/currentconn.bash");
+  EXPECT_EQ(matchesIn(text, "[ '\"(](--[a-z][a-z-]*)"), optionsInHelp());
+}
+
+}  // namespace
+}  // namespace cli
