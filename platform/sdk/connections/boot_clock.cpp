@@ -33,15 +33,24 @@ std::string localTimeText(std::time_t time) {
   return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
 }
 
-std::string BootClock::startText(std::uint64_t ticks) const {
+std::optional<std::time_t> BootClock::boot() const {
   if (!isRead_) {
     isRead_ = true;
     std::string stat;
     if (!readFile(path_, kStatLimit, &stat)) boot_ = parseBootTime(stat);
   }
-  if (!boot_) return {};
+  return boot_;
+}
+
+std::optional<std::time_t> BootClock::startTime(std::uint64_t ticks) const {
+  if (!boot()) return std::nullopt;
   static const auto ticksASecond = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
-  return localTimeText(*boot_ + static_cast<std::time_t>(ticks / ticksASecond));
+  return *boot() + static_cast<std::time_t>(ticks / ticksASecond);
+}
+
+std::string BootClock::startText(std::uint64_t ticks) const {
+  const auto start = startTime(ticks);
+  return start ? localTimeText(*start) : std::string();
 }
 
 }  // namespace zevo::connections

@@ -22,7 +22,11 @@ class BootClock {
   BootClock(const BootClock&) = delete;
   BootClock& operator=(const BootClock&) = delete;
 
-  // `ticks` is Process::startTicks; empty where the start of the system is not known.
+  // Start of the system; nothing where it is not known.
+  [[nodiscard]] std::optional<std::time_t> boot() const;
+  // `ticks` is Process::startTicks.
+  [[nodiscard]] std::optional<std::time_t> startTime(std::uint64_t ticks) const;
+  // Empty where the start of the system is not known.
   [[nodiscard]] std::string startText(std::uint64_t ticks) const;
 
  private:

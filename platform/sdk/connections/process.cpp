@@ -33,15 +33,16 @@ void skipWords(std::string_view& rest, int count) {
   for (int i = 0; i < count; ++i) nextWord(rest);
 }
 
-// The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 9 flags,
-// 22 start.
+// The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 7 terminal,
+// 9 flags, 22 start.
 bool parseFieldsAfterName(std::string_view rest, Process* process) {
   const std::string_view state = nextWord(rest);
   process->hasEnded = state == "Z" || state == "X";
   if (!parseNumber(nextWord(rest), &process->parent)) return false;
   skipWords(rest, 1);
   if (!parseNumber(nextWord(rest), &process->session)) return false;
-  skipWords(rest, 2);
+  if (!parseNumber(nextWord(rest), &process->terminal)) return false;
+  skipWords(rest, 1);
   std::uint64_t flags = 0;
   if (!parseNumber(nextWord(rest), &flags)) return false;
   process->isKernelThread = (flags & kKernelThreadFlag) != 0;

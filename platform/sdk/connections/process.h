@@ -19,6 +19,7 @@ struct Process {
   pid_t pid = 0;
   pid_t parent = 0;
   pid_t session = 0;             // pid of the session's leader
+  std::int32_t terminal = 0;     // device number as proc(5) encodes it; 0 without a terminal
   std::string name;              // any bytes, 15 at most; a process chooses its own
   std::uint64_t startTicks = 0;  // since the start of the system, in clock ticks
   bool isKernelThread = false;

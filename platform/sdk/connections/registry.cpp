@@ -13,6 +13,7 @@
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
+#include "sdk/connections/login.h"
 #include "sdk/connections/openssh.h"
 #include "sdk/connections/samba.h"
 
@@ -24,8 +25,9 @@ struct Service {
   Collector read;
 };
 
-constexpr std::array<Service, 1> kServices = {{
+constexpr std::array<Service, 2> kServices = {{
     {"OpenSSH", readOpenssh},
+    {"the machine itself", readLogins},
 }};
 
 // Whether the record's process still runs and is the one that the collector saw: between the scan

@@ -48,6 +48,11 @@ class Sources {
   [[nodiscard]] std::string startText(const Process& process) const {
     return clock_.startText(process.startTicks);
   }
+  // Nothing where the start of the system is not known.
+  [[nodiscard]] std::optional<std::time_t> startTime(const Process& process) const {
+    return clock_.startTime(process.startTicks);
+  }
+  [[nodiscard]] std::optional<std::time_t> bootTime() const { return clock_.boot(); }
   // One line for the administrator.
   void log(const std::string& line) const { log_(line); }
 

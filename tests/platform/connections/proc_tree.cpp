@@ -24,7 +24,8 @@ std::string statLine(const FakeProcess& process) {
   const pid_t session = process.session == 0 ? process.pid : process.session;
   std::string line = std::to_string(process.pid) + " (" + process.name + ") " + process.state +
                      " " + std::to_string(process.parent) + " " + std::to_string(session) + " " +
-                     std::to_string(session) + " 0 -1 " + std::to_string(process.flags);
+                     std::to_string(session) + " " + std::to_string(process.terminal) + " -1 " +
+                     std::to_string(process.flags);
   for (int field = 10; field <= 21; ++field) line += " 0";
   line += " " + std::to_string(process.startTicks);
   for (int field = 23; field <= 52; ++field) line += " 0";

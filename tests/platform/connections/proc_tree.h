@@ -21,7 +21,8 @@ struct FakeProcess {
   uid_t uid = 0;             // real, effective and saved alike, unless `uids` is given
   std::string uids = {};     // "0\t65534\t0\t65534"
   std::uint64_t startTicks = 100;
-  pid_t session = 0;  // the pid itself where 0
+  pid_t session = 0;          // the pid itself where 0
+  std::int32_t terminal = 0;  // device number
   char state = 'S';
   std::uint64_t flags = 0;
   bool setuid = false;    // the program's file

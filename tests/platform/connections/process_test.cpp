@@ -12,7 +12,7 @@ namespace {
 // As recorded of an sshd, with another name.
 std::string statOf(const std::string& name) {
   return "812 (" + name +
-         ") S 799 812 805 0 -1 4194560 1053 0 1 0 0 1 0 0 20 0 1 0 26243 15568896 2304 "
+         ") S 799 812 805 34817 -1 4194560 1053 0 1 0 0 1 0 0 20 0 1 0 26243 15568896 2304 "
          "18446744073709551615 1 1 0 0 0 0 0 4096 65536 0 0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0\n";
 }
 
@@ -22,6 +22,7 @@ TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
   EXPECT_EQ(process->pid, 812);
   EXPECT_EQ(process->parent, 799);
   EXPECT_EQ(process->session, 805);
+  EXPECT_EQ(process->terminal, 34817);
   EXPECT_EQ(process->name, "sshd");
   EXPECT_EQ(process->startTicks, 26243U);
   EXPECT_FALSE(process->isKernelThread);
@@ -41,7 +42,7 @@ TEST(ProcessStatTest, ANameMayHoldBlanksBracketsAndLineBreaks) {
 TEST(ProcessStatTest, AnythingElseIsNoProcess) {
   for (const std::string line :
        {"", "812", "812 (sshd", "812 (sshd)", "812 (sshd) ", ") (", "(sshd) S 1 1 1",
-        "812 (sshd) S 799 812 805 0 -1 4194560 1053", "x (sshd) S 1 1 1"}) {
+        "812 (sshd) S 799 812 805 34817 -1 4194560 1053", "x (sshd) S 1 1 1"}) {
     EXPECT_FALSE(parseStat(line)) << line;
   }
 }

@@ -1,0 +1,13 @@
+// Logins at the machine itself: its consoles, its desktop, terminals that registered themselves.
+#pragma once
+
+#include "sdk/connections/sources.h"
+
+namespace zevo::connections {
+
+// One record for each login that utmp has, or logind where there is no utmp, with the pid of its
+// session's leader. Terminals that a network service opened are that service's connections and left
+// out here, and so are entries whose process has ended.
+Outcome readLogins(const Sources& sources, std::vector<Connection>& connections);
+
+}  // namespace zevo::connections

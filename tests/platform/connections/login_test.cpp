@@ -1,0 +1,143 @@
+#include "sdk/connections/login.h"
+
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/connections/print.h"
+#include "platform/connections/proc_tree.h"
+#include "platform/connections/utmp_bytes.h"
+
+namespace zevo::connections {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+using test::utmpEntry;
+
+constexpr std::int32_t kTty1 = 4 << 8 | 1;
+constexpr std::int32_t kPts3 = 136 << 8 | 3;
+constexpr std::int32_t kPts300 = 136 << 8 | 300 % 256 | 1 << 20;
+
+class LoginTest : public ::testing::Test {
+ protected:
+  std::vector<Connection> read(const std::string& utmp) {
+    tree_.file("utmp", utmp);
+    const test::FakeSources sources(tree_);
+    return test::readAll(readLogins, *sources);
+  }
+  static Connection login(pid_t pid, const std::string& descr, const std::string& user = "alice") {
+    return {pid, test::kEntryText, "", user, descr, ZEVO_CURCONN_LOGIN};
+  }
+
+  test::ProcTree tree_;
+};
+
+TEST_F(LoginTest, AConsoleLoginHasThePidOfItsSessionsLeader) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
+      .add(
+          {.pid = 51, .parent = 50, .name = "bash", .uid = 1001, .session = 50, .terminal = kTty1});
+  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(50, "tty1")));
+}
+
+TEST_F(LoginTest, TerminalsOfOneProgramHaveALeaderEach) {
+  tree_.add({.pid = 50, .name = "gnome-session", .uid = 1001})
+      .add({.pid = 60, .parent = 50, .name = "terminal", .uid = 1001, .session = 50})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = 1001, .terminal = kPts3})
+      .add({.pid = 62, .parent = 60, .name = "bash", .uid = 1001, .terminal = kPts300})
+      .add(
+          {.pid = 63, .parent = 62, .name = "vi", .uid = 1001, .session = 62, .terminal = kPts300});
+  EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"}) +
+                   utmpEntry({.pid = 60, .line = "pts/300", .user = "alice"}) +
+                   utmpEntry({.pid = 60, .line = ":0", .user = "alice"})),
+              ElementsAre(login(61, "pts/3"), login(62, "pts/300"), login(50, ":0")));
+}
+
+TEST_F(LoginTest, TheEntrysOwnSessionServesWhereTheTerminalTellsNothing) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .session = 99});
+  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "hvc0", .user = "alice", .session = 50})),
+              ElementsAre(login(50, "hvc0")));
+}
+
+TEST_F(LoginTest, TheEntrysProcessServesWhereTheLeaderHasEnded) {
+  tree_.add({.pid = 51, .name = "bash", .session = 50});
+  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(51, "tty1")));
+}
+
+TEST_F(LoginTest, TerminalsOfNetworkServicesAreLeftOut) {
+  tree_.add({.pid = 66, .name = "sshd"})
+      .add({.pid = 67, .parent = 66, .name = "sshd-session"})
+      .add({.pid = 62, .name = "telnetd"})
+      .add({.pid = 65, .parent = 62, .name = "login"})
+      .add({.pid = 70, .parent = 65, .name = "bash", .uid = 1001, .session = 65})
+      .add({.pid = 80, .name = "vsftpd"});
+  EXPECT_THAT(read(utmpEntry({.pid = 66, .line = "pts/1", .user = "alice", .host = "10.20.0.2"}) +
+                   utmpEntry({.pid = 67, .line = "pts/2", .user = "alice"}) +
+                   utmpEntry({.pid = 70, .line = "pts/3", .user = "bob", .session = 65}) +
+                   utmpEntry({.pid = 80, .line = "vsftpd:80", .user = "carol"})),
+              IsEmpty());
+}
+
+TEST_F(LoginTest, AUsersProgramUnderAServicesNameHidesNothing) {
+  tree_.add({.pid = 90, .name = "sshd", .uid = 1001})
+      .add({.pid = 91, .parent = 90, .name = "bash", .uid = 1001});
+  EXPECT_THAT(read(utmpEntry({.pid = 91, .line = "pts/9", .user = "alice"})),
+              ElementsAre(login(91, "pts/9")));
+}
+
+TEST_F(LoginTest, StaleEntriesAreLeftOut) {
+  tree_.add({.pid = 50, .name = "zombie", .state = 'Z'})
+      .add({.pid = 51, .name = "bash", .startTicks = 100ULL * 100000});
+  EXPECT_THAT(read(utmpEntry({.pid = 4711, .line = "tty1", .user = "a"}) +
+                   utmpEntry({.pid = 50, .line = "tty2", .user = "b"}) +
+                   utmpEntry({.pid = 51, .line = "tty3", .user = "c"}) +
+                   utmpEntry({.pid = 0, .line = "tty4", .user = "d"}) +
+                   utmpEntry({.pid = -1, .line = "tty5", .user = "e"}) +
+                   utmpEntry({.pid = 1, .line = "tty6", .user = "f"})),
+              IsEmpty());
+}
+
+TEST_F(LoginTest, AnEntryFromBeforeTheClockWasSetIsNotStale) {
+  tree_.add({.pid = 50, .name = "login"});
+  Connection expected = login(50, "tty1");
+  expected.time = "1970-01-01 00:01:40";
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "alice", .time = 100})),
+              ElementsAre(expected));
+}
+
+TEST_F(LoginTest, AnEmptyFileIsNoLogin) {
+  EXPECT_THAT(read(""), IsEmpty());
+}
+
+TEST_F(LoginTest, WithoutUtmpLogindServes) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1}).add({.pid = 60, .name = "sshd"});
+  tree_.file("sessions/1",
+             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\nREALTIME=1763640060000000\n");
+  tree_.file("sessions/2",
+             "USER=bob\nCLASS=user\nTTY=pts/1\nLEADER=60\nREALTIME=1763640060000000\n");
+  const test::FakeSources sources(tree_);
+  EXPECT_THAT(test::readAll(readLogins, *sources), ElementsAre(login(50, "tty1")));
+}
+
+TEST_F(LoginTest, WithUtmpLogindIsNotAsked) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1});
+  tree_.file("sessions/1", "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\n");
+  EXPECT_THAT(read(""), IsEmpty());
+}
+
+TEST_F(LoginTest, AFileThatCannotBeReadIsAFailureThatNamesIt) {
+  std::filesystem::create_directory(tree_.paths().utmp);
+  const test::FakeSources sources(tree_);
+  std::vector<Connection> connections;
+  const Outcome outcome = readLogins(*sources, connections);
+  ASSERT_TRUE(outcome.failed());
+  EXPECT_THAT(outcome.cause(), ::testing::HasSubstr(tree_.paths().utmp));
+}
+
+}  // namespace
+}  // namespace zevo::connections
