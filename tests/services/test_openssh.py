@@ -65,6 +65,15 @@ class OpenSshTest(ServiceTest):
         self.client(ssh.Sftp, "bob", "10.20.0.5")
         self.assertList([Row("bob", "10.20.0.5", "SFTP", "/home/bob")])
 
+    def test_a_users_own_programs_pass_for_nothing(self):
+        shell = self.client(ssh.Shell, "alice", "10.20.0.2")
+        shell.pretend("sshd", "sshd: root@pts/9")
+        shell.pretend("sshd", "sshd: bob@internal-sftp")
+        shell.pretend("smbd", "/usr/sbin/smbd")
+        shell.pretend("vsftpd", "vsftpd: 10.20.0.9/bob: IDLE")
+        shell.pretend("telnetd", "telnetd")
+        self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal())])
+
     def test_sigterm_to_the_rows_process_ends_a_shell(self):
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
         found = self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal())])
