@@ -3,7 +3,7 @@
 
 build_packages=(
   ca-certificates cmake g++ ninja-build pkg-config
-  libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libtomlplusplus-dev
+  libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libpam0g-dev libsystemd-dev libtomlplusplus-dev nettle-dev
 )
 
 install_build_packages() {

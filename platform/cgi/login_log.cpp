@@ -4,18 +4,16 @@
 #include <cerrno>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 #include <time.h>
 #include <vector>
 
 #include <climits>
 
-#include "zevo/config.h"
 #include "zevo/error_trail.h"
 
-#include "base/file_descriptor.h"
 #include "base/read_file.h"
 #include "base/text.h"
+#include "cgi/access_times.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 #include "sdk/connections/connection.h"
@@ -50,26 +48,6 @@ std::optional<Connection> connectionOf(json_object* record) {
   connections::cleanTexts(connection);
   return connection;
 }
-
-// Tells which logins are in use by the files of access times.
-class AccessTimes {
- public:
-  explicit AccessTimes(const std::string& sessionFile)
-      : folder_(
-            openFile(accessTimeFolderOf(sessionFile).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW)),
-        oldest_(::time(nullptr) - std::chrono::seconds(config().idleLimit).count()) {}
-
-  // Whether the login was used within the idle limit; one without a file was not.
-  [[nodiscard]] bool isCurrent(const char* id) const {
-    struct stat status {};
-    return folder_ && ::fstatat(folder_.get(), id, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISREG(status.st_mode) && status.st_mtime > oldest_;
-  }
-
- private:
-  FileDescriptor folder_;
-  std::time_t oldest_;
-};
 
 int fail(int code, const std::string& cause) {
   ZEVO_NOTE_ERROR(code, cause);

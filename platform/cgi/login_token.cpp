@@ -20,8 +20,9 @@ std::string base64Url(std::span<const std::uint8_t, kTokenBytes> bytes) {
   base64_encode_ctx context{};
   base64url_encode_init(&context);
   std::array<char, BASE64_ENCODE_LENGTH(kTokenBytes) + BASE64_ENCODE_FINAL_LENGTH> text{};
-  base64_encode_update(&context, text.data(), bytes.size(), bytes.data());
-  base64_encode_final(&context, text.data() + kTokenBytes / 3 * 4);
+  const std::size_t written =
+      base64_encode_update(&context, text.data(), bytes.size(), bytes.data());
+  base64_encode_final(&context, text.data() + written);
   return {text.data(), kTokenLength};
 }
 

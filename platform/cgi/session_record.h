@@ -2,7 +2,7 @@
 //
 // One line a login, at most 640 bytes with its line feed:
 //
-//   "ID":{"1":"CLIENT","2":"USER","3":NUMBER,"4":START,"5":"BROWSER","16":{"hide":true}}
+//   "ID":{"1":"CLIENT","2":"USER","3":NUMBER,"4":START,"5":"BROWSER","6":UID,"16":{"hide":true}}
 //
 // That is the member of a JSON object: its name, the session id in quotes at the very start of the
 // line, is the line's key, and its value holds the numbered fields. An id is base64url text, so it
@@ -28,6 +28,7 @@ enum SessionField {
   kNumberField = 3,                  // integer above 0: the login's own number
   kStartField = 4,                   // integer: start in seconds since 1970
   kBrowserField = 5,                 // text: the browser's short name
+  kUidField = 6,                     // integer: number of the account that logged in
   kFlagsField = kZevoCgiFlagsField,  // object: "hide" true keeps the login out of every list
 };
 

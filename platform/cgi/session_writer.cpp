@@ -10,7 +10,6 @@
 
 #include <climits>
 
-#include "zevo/cgi.h"
 #include "zevo/error_trail.h"
 #include "zevo/session_file.h"
 
@@ -18,6 +17,7 @@
 #include "base/file_descriptor.h"
 #include "base/read_file.h"
 #include "base/text.h"
+#include "cgi/critical_section.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 
@@ -25,22 +25,6 @@ namespace zevo {
 namespace {
 
 constexpr const char* kBadId = "a login's id must be base64url";
-
-class CriticalSection {
- public:
-  CriticalSection(const std::string& path, int milliseconds) {
-    ZEVO_CGI cgi;
-    ZevoCgiInit(path.c_str(), &cgi);
-    handle_ = ZevoCgiBeginCriticalSection(cgi.lock, milliseconds);
-  }
-  ~CriticalSection() { ZevoCgiEndCriticalSection(handle_); }
-  CriticalSection(const CriticalSection&) = delete;
-  CriticalSection& operator=(const CriticalSection&) = delete;
-  explicit operator bool() const { return handle_ >= 0; }
-
- private:
-  int handle_ = -1;
-};
 
 int fail(int code, const std::string& cause) {
   ZEVO_NOTE_ERROR(code, cause);
@@ -62,6 +46,7 @@ std::string makeLine(const Login& login, int number, std::string_view browser) {
   add(fields.get(), kNumberField, json_object_new_int(number));
   add(fields.get(), kStartField, json_object_new_int64(login.start));
   if (!browser.empty()) addText(fields.get(), kBrowserField, browser);
+  if (login.uid) add(fields.get(), kUidField, json_object_new_int64(*login.uid));
   if (login.isHidden) {
     json_object* flags = json_object_new_object();
     json_object_object_add(flags, "hide", json_object_new_boolean(1));

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <ctime>
+#include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace zevo {
 
@@ -14,6 +16,8 @@ struct Login {
   std::string browser;  // the browser's name, shortened until the line fits
   std::time_t start = 0;
   bool isHidden = false;
+  // The account's number; a host that keeps it notices when the name changes hands.
+  std::optional<uid_t> uid = std::nullopt;
 };
 
 // Appends the login to the session file at `path`, which is created where it is missing, and sets

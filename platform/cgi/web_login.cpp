@@ -1,7 +1,6 @@
 #include "zevo/web_login.h"
 
 #include <array>
-#include <climits>
 #include <dirent.h>
 #include <functional>
 #include <memory>
@@ -10,7 +9,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include <climits>
+
 #include "zevo/error_trail.h"
+#include "zevo/session_file.h"
 
 #include "base/atomic_file.h"
 #include "base/read_file.h"

@@ -1,0 +1,28 @@
+// The critical section of a session file, held as long as this lives.
+#pragma once
+
+#include <string>
+
+#include "zevo/cgi.h"
+
+namespace zevo {
+
+// Keeps other processes out, but not other threads of this one. Never nested.
+class CriticalSection {
+ public:
+  // Waits `milliseconds` at most; the last error is set where the section was not entered.
+  CriticalSection(const std::string& sessionFile, int milliseconds) {
+    ZEVO_CGI cgi;
+    ZevoCgiInit(sessionFile.c_str(), &cgi);
+    handle_ = ZevoCgiBeginCriticalSection(cgi.lock, milliseconds);
+  }
+  ~CriticalSection() { ZevoCgiEndCriticalSection(handle_); }
+  CriticalSection(const CriticalSection&) = delete;
+  CriticalSection& operator=(const CriticalSection&) = delete;
+  explicit operator bool() const { return handle_ >= 0; }
+
+ private:
+  int handle_ = -1;
+};
+
+}  // namespace zevo
