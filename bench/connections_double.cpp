@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <numeric>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "zevo/account.h"
@@ -19,13 +19,14 @@ constexpr std::size_t kTexts = 4;
 _tag_ZEVO_CURCONN_* prepared = nullptr;
 std::size_t preparedCount = 0;
 
-void fill(_tag_ZEVO_CURCONN_& record, char* texts, unsigned number) {
+// `second` is the second of its start, which has nothing to do with its number.
+void fill(_tag_ZEVO_CURCONN_& record, char* texts, unsigned number, unsigned second) {
   char* time = texts;
   char* from = time + kTextSize;
   char* user = from + kTextSize;
   char* descr = user + kTextSize;
-  std::snprintf(time, kTextSize, "2026-11-%02u %02u:%02u:%02u", 1 + number / 86400 % 28,
-                number / 3600 % 24, number / 60 % 60, number % 60);
+  std::snprintf(time, kTextSize, "2026-11-%02u %02u:%02u:%02u", 1 + second / 86400 % 28,
+                second / 3600 % 24, second / 60 % 60, second % 60);
   std::snprintf(from, kTextSize, "10.%u.%u.%u", number >> 16U & 255U, number >> 8U & 255U,
                 number & 255U);
   std::snprintf(user, kTextSize, "user%u", number % 500);
@@ -43,12 +44,15 @@ void prepareConnections(std::size_t count) {
   prepared = static_cast<_tag_ZEVO_CURCONN_*>(std::malloc(size));
   if (prepared == nullptr) std::abort();
   preparedCount = count;
+  std::mt19937 random(20261121);
   std::vector<unsigned> numbers(count);
   std::iota(numbers.begin(), numbers.end(), 0U);
-  std::shuffle(numbers.begin(), numbers.end(), std::mt19937(20261121));
+  std::shuffle(numbers.begin(), numbers.end(), random);
+  std::vector<unsigned> seconds = numbers;
+  std::shuffle(seconds.begin(), seconds.end(), random);
   char* texts = reinterpret_cast<char*>(prepared + count);
   for (std::size_t i = 0; i < count; ++i)
-    fill(prepared[i], texts + i * kTexts * kTextSize, numbers[i]);
+    fill(prepared[i], texts + i * kTexts * kTextSize, numbers[i], seconds[i]);
 }
 
 const _tag_ZEVO_CURCONN_* preparedConnections() {
