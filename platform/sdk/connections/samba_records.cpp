@@ -111,7 +111,7 @@ void hideIpc(std::vector<const SmbShare*>* shares) {
   if (hasOther) {
     std::erase_if(*shares, isHidden);
   } else if (shares->size() > 1) {
-    shares->resize(1);
+    shares->erase(shares->begin() + 1, shares->end());
   }
 }
 
