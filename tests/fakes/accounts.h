@@ -28,6 +28,9 @@ class Accounts {
   // Look-ups of `name` succeed without a record.
   void addWithoutRecord(const std::string& name) { accounts_[name] = {0, false, 0}; }
 
+  // Look-ups of all names that are not scripted fail as if unknown.
+  void addAnyUnknown() { anyUnknown_ = true; }
+
   int get(const char* name, UserRecord** user);
   void release(UserRecord* user);
 
@@ -40,6 +43,7 @@ class Accounts {
   Calls& calls_;
   Blocks& blocks_;
   std::map<std::string, Account> accounts_;
+  bool anyUnknown_ = false;
 };
 
 }  // namespace fakes

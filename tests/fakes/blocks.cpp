@@ -29,8 +29,9 @@ Blocks::~Blocks() {
 }
 
 void* Blocks::make(std::size_t size, const std::string& name) {
-  void* block = std::calloc(1, size);
+  void* block = std::malloc(size);
   if (block == nullptr) throw std::bad_alloc();
+  std::memset(block, 0, size);
   blocks_[block] = {name, size, 0};
   return block;
 }

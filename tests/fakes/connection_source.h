@@ -34,6 +34,8 @@ class ConnectionSource {
   void answerWithBlock(int result);
   // Returns `result` and leaves the pointer null.
   void answerWithoutBlock(int result);
+  // Answers not yet given are scripted no more.
+  void forget() { answers_.clear(); }
 
   // One read, recorded as "call as uid:gid".
   int read(const std::string& call, _tag_ZEVO_CURCONN_** records);

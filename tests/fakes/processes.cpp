@@ -55,11 +55,10 @@ unsigned Processes::sleep(unsigned seconds) {
   const std::string call = "sleep(" + std::to_string(seconds) + ")";
   if (!onSleep) {
     calls_.unscripted(call);
-    return seconds;
+    return 0;
   }
   calls_.record(call);
-  onSleep();
-  return 0;
+  return onSleep(seconds);
 }
 
 int Processes::unlink(const char* path, const std::string& as) {

@@ -15,8 +15,8 @@ class Processes {
 
   // What kill() answers: 0, or the error that it fails with. Unscripted until set.
   std::function<int(pid_t, int)> onKill;
-  // What happens while the caller sleeps. Unscripted until set.
-  std::function<void()> onSleep;
+  // What sleep() answers: the seconds left, 0 after the whole sleep. Unscripted until set.
+  std::function<unsigned(unsigned)> onSleep;
   // What unlink() answers: 0, or the error that it fails with. Unscripted until set.
   std::function<int(const std::string&)> onUnlink;
 

@@ -1,0 +1,29 @@
+#include "fakes/array_allocation.h"
+
+#include <cstddef>
+
+namespace {
+
+// Calls left until one fails; 0 while none shall.
+int remaining = 0;
+
+}  // namespace
+
+// The linker sends every calloc() of the test program here.
+extern "C" void* __real_calloc(std::size_t count, std::size_t size);
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  if (remaining > 0 && --remaining == 0) return nullptr;
+  return __real_calloc(count, size);
+}
+
+namespace fakes {
+
+ArrayFailure::ArrayFailure(int nth) {
+  remaining = nth;
+}
+ArrayFailure::~ArrayFailure() {
+  remaining = 0;
+}
+
+}  // namespace fakes
