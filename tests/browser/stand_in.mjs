@@ -9,7 +9,13 @@ import { Description } from './stand_in/description.mjs';
 import { World } from './stand_in/world.mjs';
 
 const kWeb = fileURLToPath(new URL('../../web/', import.meta.url));
-const kTypes = { '.html': 'text/html; charset=utf-8', '.js': 'text/javascript', '.css': 'text/css', '.json': 'application/json', '.svg': 'image/svg+xml' };
+const kTypes = {
+  '.html': 'text/html; charset=utf-8',
+  '.js': 'text/javascript',
+  '.css': 'text/css',
+  '.json': 'application/json',
+  '.svg': 'image/svg+xml',
+};
 
 const kHeaders = {
   'Content-Security-Policy':
@@ -63,7 +69,7 @@ async function serveCall(standIn, description, request, response) {
     cookies: cookiesOf(request),
     isSameOrigin: request.headers.origin === `http://${request.headers.host}`,
     isBackground: request.headers['currentconn-background'] === '1',
-    address: '10.20.0.2',
+    address: request.headers['x-stand-in-address'] ?? '10.20.0.2',
   });
   if (standIn.world.isAway) {
     request.socket.destroy();
@@ -71,7 +77,9 @@ async function serveCall(standIn, description, request, response) {
   }
   const { status, type, text, headers } = written(given);
   const content = type === 'application/xxx' ? text : JSON.parse(text);
-  complaints.push(...description.complaintsAboutAnswer({ verb: call.verb, path: call.path, status, type, body: content }));
+  complaints.push(
+    ...description.complaintsAboutAnswer({ verb: call.verb, path: call.path, status, type, body: content }),
+  );
   response.writeHead(status, { ...kHeaders, ...headers, 'Content-Type': type });
   response.end(text);
 }

@@ -49,7 +49,10 @@ async function enterByLink(token) {
     showNotice('link', { kind: 'good', content: sayNodes('login.by_link', { user: account.name }) });
   } catch (failure) {
     if (!(failure instanceof ApiFailure)) throw failure;
-    login.enter({ kind: 'trouble', text: () => (failure.status === 401 ? say('login.link_wrong') : failureText(failure)) });
+    login.enter({
+      kind: 'trouble',
+      text: () => (failure.status === 401 ? say('login.link_wrong') : failureText(failure)),
+    });
   }
 }
 

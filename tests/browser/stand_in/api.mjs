@@ -8,7 +8,9 @@ const kCookie = 'currentconn';
 
 // `request` is {verb, path, parameters, cookies, isSameOrigin, isBackground, address}.
 export async function answer(world, request) {
-  const method = request.path.startsWith(kPrefix) ? request.path.slice(kPrefix.length) : request.path.replace('/api/', '');
+  const method = request.path.startsWith(kPrefix)
+    ? request.path.slice(kPrefix.length)
+    : request.path.replace('/api/', '');
   world.calls.push({ method, parameters: request.parameters, isBackground: request.isBackground });
   await new Promise((resolve) => setTimeout(resolve, world.delays.get(method) ?? 0));
   const scripted = world.failures.get(method)?.(request) ?? null;
@@ -25,7 +27,8 @@ export async function answer(world, request) {
 async function callMethod(world, method, name, { verb, parameters }) {
   const isAdmin = world.accounts.get(name).isAdmin;
   if (method === 'list_by_user') return { status: 200, data: listByUser(world, name, parameters) };
-  if (!['list', 'get', 'download', 'kick_connection', 'disable_user'].includes(method)) return { status: 404, code: 404 };
+  if (!['list', 'get', 'download', 'kick_connection', 'disable_user'].includes(method))
+    return { status: 404, code: 404 };
   if (['kick_connection', 'disable_user'].includes(method) && verb !== 'POST') return { status: 405, code: 405 };
   if (!isAdmin) return { status: 403, code: 105 };
   if (method === 'list' || method === 'get') return { status: 200, data: list(world, parameters) };
@@ -45,8 +48,12 @@ function logIn(world, request) {
   const isRight = account && !account.isDisabled && (token !== undefined || account.password === password);
   if (!isRight) return { status: 401, code: 401 };
   const cookie = randomBytes(32).toString('base64url');
-  world.sessions.set(cookie, user);
-  return { status: 200, data: identity(world, user, request), cookie: `${kCookie}=${cookie}; HttpOnly; SameSite=Strict; Path=/` };
+  world.sessions.set(cookie, { name: user, address: request.address });
+  return {
+    status: 200,
+    data: identity(world, user, request),
+    cookie: `${kCookie}=${cookie}; HttpOnly; SameSite=Strict; Path=/`,
+  };
 }
 
 function logOut(world, { cookies }) {
@@ -55,7 +62,7 @@ function logOut(world, { cookies }) {
 }
 
 function callerOf(world, { cookies }) {
-  const name = world.sessions.get(cookies.get(kCookie)) ?? null;
+  const name = world.sessions.get(cookies.get(kCookie))?.name ?? null;
   return name !== null && world.accounts.get(name)?.isDisabled ? null : name;
 }
 

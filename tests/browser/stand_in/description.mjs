@@ -54,7 +54,10 @@ export class Description {
 
   #resolve(part) {
     if (!part.$ref) return part;
-    return part.$ref.slice(2).split('/').reduce((place, name) => place[name], this.document);
+    return part.$ref
+      .slice(2)
+      .split('/')
+      .reduce((place, name) => place[name], this.document);
   }
 }
 

@@ -18,7 +18,7 @@ export class World {
       ['alice', { password: 'alice pw', isAdmin: false }],
     ]);
     this.links = new Map(); // token → name
-    this.sessions = new Map(); // cookie → name
+    this.sessions = new Map(); // cookie → {name, address}
     this.clock = Date.UTC(2026, 10, 20, 21, 40, 0);
     this.idleMinutes = 15;
     this.kickDelay = 30; // milliseconds that a kick or a disabling takes
@@ -82,8 +82,10 @@ export class World {
   #endLogins(isMeant) {
     const meant = this.connections.filter((row) => row.type === 'HTTP/HTTPS' && isMeant(row));
     this.connections = this.connections.filter((row) => !meant.includes(row));
-    for (const { who } of meant) {
-      for (const [cookie, name] of this.sessions) if (name === who) this.sessions.delete(cookie);
+    for (const { who, from } of meant) {
+      for (const [cookie, { name, address }] of this.sessions) {
+        if (name === who && address === from) this.sessions.delete(cookie);
+      }
     }
   }
 }

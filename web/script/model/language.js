@@ -20,3 +20,10 @@ export function chooseLanguage(wanted) {
   }
   return 'en';
 }
+
+// The person's own variety of a language of the page, for dates and numbers: British English, Swiss German.
+export function localeFor(language, wanted) {
+  const [family] = language.split('-');
+  const isVariety = (tag) => tag.split('-')[0].toLowerCase() === family && chooseLanguage([tag]) === language;
+  return wanted.find(isVariety) ?? language;
+}

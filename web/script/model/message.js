@@ -1,9 +1,9 @@
 // Fills a text of texts/*.json: "{name}" is a placeholder, a text that depends on a number is an object with one text
 // for each plural category of the language, chosen by the value of "count".
 
-export function pluralOf(text, count, language) {
+export function pluralOf(text, count, locale) {
   if (typeof text === 'string') return text;
-  return text[new Intl.PluralRules(language).select(count)] ?? text.other;
+  return text[new Intl.PluralRules(locale).select(count)] ?? text.other;
 }
 
 // The text cut at its placeholders: ["Disable ", {name: "user"}, "?"].
@@ -15,12 +15,12 @@ export function partsOf(text) {
 }
 
 // Numbers are written as the language writes them; anything else as it stands.
-export function valueText(value, language) {
-  return typeof value === 'number' ? new Intl.NumberFormat(language).format(value) : String(value);
+export function valueText(value, locale) {
+  return typeof value === 'number' ? new Intl.NumberFormat(locale).format(value) : String(value);
 }
 
-export function fill(text, values, language) {
-  return partsOf(pluralOf(text, values.count, language))
-    .map((part) => (typeof part === 'string' ? part : valueText(values[part.name], language)))
+export function fill(text, values, locale) {
+  return partsOf(pluralOf(text, values.count, locale))
+    .map((part) => (typeof part === 'string' ? part : valueText(values[part.name], locale)))
     .join('');
 }

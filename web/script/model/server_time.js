@@ -47,21 +47,21 @@ export function splitSpan(milliseconds) {
     .map(([unit, count]) => [count, unit]);
 }
 
-// The span in the words of `language`: "2h 14m".
-export function formatSpan(milliseconds, language) {
+// The span in the words of `locale`: "2h 14m".
+export function formatSpan(milliseconds, locale) {
   return splitSpan(milliseconds)
-    .map(([count, unit]) => unitFormat(language, unit).format(count))
+    .map(([count, unit]) => unitFormat(locale, unit).format(count))
     .join(' ');
 }
 
 // The time of day on the day of `now`, with the date on any other day.
-export function formatStart(start, now, language) {
+export function formatStart(start, now, locale) {
   const isToday = now !== null && Math.floor(start / kDay) === Math.floor(now / kDay);
-  return dateFormat(language, isToday ? kTimeOnly : kDateAndTime).format(start);
+  return dateFormat(locale, isToday ? kTimeOnly : kDateAndTime).format(start);
 }
 
-export function formatClock(now, language) {
-  return dateFormat(language, kTimeOnly).format(now);
+export function formatClock(now, locale) {
+  return dateFormat(locale, kTimeOnly).format(now);
 }
 
 const kTimeOnly = { hour: '2-digit', minute: '2-digit', second: '2-digit', hourCycle: 'h23' };
@@ -75,12 +75,12 @@ function cached(key, make) {
   return formats.get(key);
 }
 
-function dateFormat(language, fields) {
-  const key = `${language} ${fields === kTimeOnly}`;
-  return cached(key, () => new Intl.DateTimeFormat(language, { ...fields, timeZone: 'UTC' }));
+function dateFormat(locale, fields) {
+  const key = `${locale} ${fields === kTimeOnly}`;
+  return cached(key, () => new Intl.DateTimeFormat(locale, { ...fields, timeZone: 'UTC' }));
 }
 
-function unitFormat(language, unit) {
+function unitFormat(locale, unit) {
   const options = { style: 'unit', unit, unitDisplay: 'narrow' };
-  return cached(`${language} ${unit}`, () => new Intl.NumberFormat(language, options));
+  return cached(`${locale} ${unit}`, () => new Intl.NumberFormat(locale, options));
 }

@@ -37,8 +37,12 @@ export class DisableDialog {
 
   #ask(user, targets) {
     const count = targets.length;
-    const hit = count === 0 ? sayNodes('disable.no_connections', { user }) : sayNodes('disable.connections', { count, user });
-    const submit = dialogButton(say('disable.submit', { user }), { kind: 'danger', onClick: () => this.#disable(user, count) });
+    const hit =
+      count === 0 ? sayNodes('disable.no_connections', { user }) : sayNodes('disable.connections', { count, user });
+    const submit = dialogButton(say('disable.submit', { user }), {
+      kind: 'danger',
+      onClick: () => this.#disable(user, count),
+    });
     this.dialog.step({
       title: sayNodes('disable.title', { user }),
       body: [
@@ -61,13 +65,17 @@ export class DisableDialog {
       mayClose: false,
     });
     const failure = await this.#call(user);
-    if (failure?.isSessionEnd) {
-      this.dialog.close();
-      this.onSessionEnd();
-      return;
-    }
+    if (failure?.isSessionEnd) this.#leave();
+    const after = failure ? null : await readAllAgain(() => this.#leave());
+    if (!this.dialog.isOpen) return;
     if (failure) this.#showFailure(user, failure);
-    else this.#showDone(user, count, await readAllAgain());
+    else this.#showDone(user, count, after);
+  }
+
+  #leave() {
+    if (!this.dialog.isOpen) return;
+    this.dialog.close();
+    this.onSessionEnd();
   }
 
   // The failure, or null.
@@ -86,7 +94,8 @@ export class DisableDialog {
     const body = [];
     if (after === null) body.push(consequence([say('outcome.unclear')]));
     else if (count > left.length) body.push(consequence([say('disable.done_ended', { count: count - left.length })]));
-    if (left.length > 0) body.push(consequence(sayNodes('disable.done_left', { count: left.length, user })), connectionList(left));
+    if (left.length > 0)
+      body.push(consequence(sayNodes('disable.done_left', { count: left.length, user })), connectionList(left));
     body.push(consequence([say('disable.undo'), command(`chage -E -1 ${user}`)]));
     this.#finish(sayNodes('disable.done', { user }), body);
   }
@@ -99,7 +108,11 @@ export class DisableDialog {
   }
 
   #finish(title, body) {
-    const done = dialogButton(say('dialog.done'), { kind: 'primary', isFirst: true, onClick: () => this.dialog.close() });
+    const done = dialogButton(say('dialog.done'), {
+      kind: 'primary',
+      isFirst: true,
+      onClick: () => this.dialog.close(),
+    });
     this.dialog.step({ title, body, buttons: [done] });
   }
 }

@@ -13,7 +13,14 @@ import { say, sayNodes } from './texts.js';
 
 const kMostAtOnce = 16;
 
-const kMarks = { ended: 'good', back: 'again', still: 'trouble', failed: 'trouble', skipped: 'left', unclear: 'trouble' };
+const kMarks = {
+  ended: 'good',
+  back: 'again',
+  still: 'trouble',
+  failed: 'trouble',
+  skipped: 'left',
+  unclear: 'trouble',
+};
 
 export class EndDialog {
   #isStopped = false;
@@ -47,10 +54,17 @@ export class EndDialog {
     if (gone.length > 0) remarks.push(remark([say('end.gone', { count: gone.length })]));
     for (const { reason } of refused) remarks.push(remark([say('end.refused', { reason: say(reason) })]));
     if (count === 0) {
-      this.dialog.step({ title: [say('end.title_none')], body: remarks, buttons: [this.dialog.closeButton('dialog.close', true)] });
+      this.dialog.step({
+        title: [say('end.title_none')],
+        body: remarks,
+        buttons: [this.dialog.closeButton('dialog.close', true)],
+      });
       return;
     }
-    const submit = dialogButton(say('end.submit', { count }), { kind: 'danger', onClick: () => this.#end(targets, present) });
+    const submit = dialogButton(say('end.submit', { count }), {
+      kind: 'danger',
+      onClick: () => this.#end(targets, present),
+    });
     this.dialog.step({
       title: [say('end.title', { count })],
       body: [element('p', { className: 'lead', textContent: say('end.lead') }), targetList(targets).node, ...remarks],
@@ -64,10 +78,15 @@ export class EndDialog {
     for (const target of targets) list.mark(target, 'waiting', say('end.waiting'));
     const progress = this.#showRunning(targets, list);
     const answers = new Map(targets.map((target) => [target, 'skipped']));
-    await runSideBySide(callsFor(targets), kMostAtOnce, (call) => this.#call(call, answers, list, progress), () => !this.#isStopped);
+    await runSideBySide(
+      callsFor(targets),
+      kMostAtOnce,
+      (call) => this.#call(call, answers, list, progress),
+      () => !this.#isStopped,
+    );
     if (!this.dialog.isOpen) return;
     progress.say(say('end.reading'));
-    const after = await readAllAgain();
+    const after = await readAllAgain(() => this.#leave());
     if (this.dialog.isOpen) this.#showResult(targets, answers, before, after);
   }
 
@@ -91,7 +110,11 @@ export class EndDialog {
   #showRunning(targets, list) {
     const count = targets.length;
     const bar = progressBar(0, count);
-    const words = element('p', { className: 'lead', role: 'status', textContent: say('end.progress', { done: 0, count }) });
+    const words = element('p', {
+      className: 'lead',
+      role: 'status',
+      textContent: say('end.progress', { done: 0, count }),
+    });
     const stop = dialogButton(say('dialog.stop'), { onClick: () => this.#stop(stop) });
     const canStop = callsFor(targets).length > kMostAtOnce;
     this.dialog.step({
@@ -120,7 +143,9 @@ export class EndDialog {
     this.dialog.step({
       title: sayNodes('end.result', { done, count: targets.length }),
       body: [...stopped, list.node],
-      buttons: [dialogButton(say('dialog.done'), { kind: 'primary', isFirst: true, onClick: () => this.dialog.close() })],
+      buttons: [
+        dialogButton(say('dialog.done'), { kind: 'primary', isFirst: true, onClick: () => this.dialog.close() }),
+      ],
     });
   }
 

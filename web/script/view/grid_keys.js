@@ -15,7 +15,9 @@ export class GridKeys {
 
   // What restore() needs to find the place again after rows have moved.
   focus() {
-    const control = this.#body.contains(document.activeElement) ? document.activeElement.closest('[data-control]') : null;
+    const control = this.#body.contains(document.activeElement)
+      ? document.activeElement.closest('[data-control]')
+      : null;
     return control && { control, index: rowIndex(control) };
   }
 

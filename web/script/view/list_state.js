@@ -28,10 +28,14 @@ export class ListState {
 
   #content(kind, failure, query, account) {
     if (kind === 'loading') return skeleton();
-    if (kind === 'empty') return picture('quiet', say(account.isAdmin ? 'list.empty' : 'list.empty_own'), say('list.empty_more'));
+    if (kind === 'empty')
+      return picture('quiet', say(account.isAdmin ? 'list.empty' : 'list.empty_own'), say('list.empty_more'));
     if (kind === 'filtered') {
       const clear = button('list.filter_clear', this.onClearFilter);
-      return [...picture('quiet', say('list.nothing_fits', { filter: query.filter }), say('list.nothing_fits_more')), clear];
+      return [
+        ...picture('quiet', say('list.nothing_fits', { filter: query.filter }), say('list.nothing_fits_more')),
+        clear,
+      ];
     }
     if (kind === 'rows') return [];
     const retry = button('away.retry', this.onRetry);
@@ -63,5 +67,8 @@ function button(textKey, onClick) {
 
 function skeleton() {
   const row = () => element('div', { className: 'skeleton-row' }, ...Array.from({ length: 5 }, () => element('span')));
-  return [element('p', { className: 'unseen', textContent: say('page.loading') }), ...Array.from({ length: kSkeletonRows }, row)];
+  return [
+    element('p', { className: 'unseen', textContent: say('page.loading') }),
+    ...Array.from({ length: kSkeletonRows }, row),
+  ];
 }

@@ -17,7 +17,7 @@ import { Pager } from './pager.js';
 import { RowPanel } from './row_panel.js';
 import { SelectionBar } from './selection_bar.js';
 import { Table } from './table.js';
-import { currentLanguage, onLanguageChange, say, sayNodes } from './texts.js';
+import { currentLocale, onLanguageChange, say, sayNodes } from './texts.js';
 
 export class ListView {
   constructor(screen) {
@@ -31,7 +31,10 @@ export class ListView {
       onMore: (connection, button) => this.panel.open(connection, button, screen.account),
     });
     this.filter = new FilterField({ onFilter: (filter) => this.#filter(filter) });
-    this.narrowSort = new NarrowSort({ onField: (sortBy) => ask({ sortBy, page: 0 }), onOrder: () => sort(screen.query.sortBy) });
+    this.narrowSort = new NarrowSort({
+      onField: (sortBy) => ask({ sortBy, page: 0 }),
+      onOrder: () => sort(screen.query.sortBy),
+    });
     this.pager = new Pager({ onPage: (page) => this.#turn(page), onSize: (pageSize) => ask({ pageSize, page: 0 }) });
     this.live = new LiveStatus({ onPause: (isPaused) => screen.pause(isPaused) });
     this.state = new ListState({ onClearFilter: () => this.filter.put(''), onRetry: () => screen.readNow() });
@@ -71,7 +74,16 @@ export class ListView {
     this.filter.show(query.filter);
     this.narrowSort.show(query);
     this.state.show({ page, failure, query, account });
-    this.table.show({ connections, first: query.page * query.pageSize, total, query, account, selection, newcomers, now: clock });
+    this.table.show({
+      connections,
+      first: query.page * query.pageSize,
+      total,
+      query,
+      account,
+      selection,
+      newcomers,
+      now: clock,
+    });
     this.pager.show(query, total, connections.length);
     this.live.show({ clock, isPaused, isStale: failure !== null });
     this.bar.show(selection, connections);
@@ -97,7 +109,7 @@ export class ListView {
       dropNotice('trouble');
       return;
     }
-    const time = clock === null ? '' : formatClock(clock, currentLanguage());
+    const time = clock === null ? '' : formatClock(clock, currentLocale());
     showNotice('trouble', {
       kind: 'trouble',
       content: [`${failureText(failure)} ${say('away.stale', { time })}`],
@@ -108,7 +120,8 @@ export class ListView {
 
   async #filter(filter) {
     await this.screen.ask({ ...this.screen.query, filter, page: 0 });
-    if (this.screen.query.filter === filter && this.screen.page) announce(say('list.found', { count: this.screen.page.total }));
+    if (this.screen.query.filter === filter && this.screen.page)
+      announce(say('list.found', { count: this.screen.page.total }));
   }
 
   async #turn(page) {

@@ -2,7 +2,7 @@
 import { formatClock } from '../model/server_time.js';
 import { byId, setText } from './element.js';
 import { announce } from './announcer.js';
-import { currentLanguage, say } from './texts.js';
+import { currentLocale, say } from './texts.js';
 
 export class LiveStatus {
   #button = byId('pause');
@@ -19,7 +19,7 @@ export class LiveStatus {
   // `clock` is the server's time of the last reading, null before the first one.
   show({ clock, isPaused, isStale }) {
     const state = isPaused ? 'paused' : isStale ? 'stale' : 'updated';
-    const time = clock === null ? '' : formatClock(clock, currentLanguage());
+    const time = clock === null ? '' : formatClock(clock, currentLocale());
     byId('live').dataset.state = state;
     setText(byId('live-text'), clock === null ? '' : say(`live.${state}`, { time }));
     setText(this.#button.querySelector('span'), say(isPaused ? 'live.resume' : 'live.pause'));

@@ -19,7 +19,10 @@ export class LoginScreen {
       event.preventDefault();
       this.#send();
     });
-    byId('login-reveal').addEventListener('change', ({ target }) => (this.#password.type = target.checked ? 'text' : 'password'));
+    byId('login-reveal').addEventListener(
+      'change',
+      ({ target }) => (this.#password.type = target.checked ? 'text' : 'password'),
+    );
     onLanguageChange(() => this.#showNotice());
   }
 
@@ -73,6 +76,13 @@ export class LoginScreen {
     }
     const { kind, text } = this.#notice;
     const symbol = { info: 'info', trouble: 'warning', good: 'check' }[kind];
-    byId('login-notice').replaceChildren(element('div', { className: `notice ${kind}` }, icon(symbol), element('p', { className: 'notice-text', textContent: text() })));
+    byId('login-notice').replaceChildren(
+      element(
+        'div',
+        { className: `notice ${kind}` },
+        icon(symbol),
+        element('p', { className: 'notice-text', textContent: text() }),
+      ),
+    );
   }
 }

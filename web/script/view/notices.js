@@ -6,7 +6,13 @@ import { say } from './texts.js';
 export function showNotice(name, { kind, content, actions = [], isLasting = false }) {
   const symbols = { info: 'info', good: 'check', trouble: 'warning' };
   const text = element('div', { className: 'notice-text' }, ...content);
-  const notice = element('div', { className: `notice ${kind}`, data: { name }, role: kind === 'trouble' ? 'alert' : 'status' }, icon(symbols[kind]), text, ...actions);
+  const notice = element(
+    'div',
+    { className: `notice ${kind}`, data: { name }, role: kind === 'trouble' ? 'alert' : 'status' },
+    icon(symbols[kind]),
+    text,
+    ...actions,
+  );
   if (!isLasting) notice.append(closeButton(() => notice.remove()));
   const old = find(name);
   if (old?.textContent === notice.textContent) return;

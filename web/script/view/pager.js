@@ -1,7 +1,7 @@
 // Below the table: which part of the list is shown, the other pages, and how many rows a page has.
 import { kPageSizes, pageCount } from '../model/query.js';
 import { byId, element, icon, setText } from './element.js';
-import { say } from './texts.js';
+import { currentLocale, say } from './texts.js';
 
 export class Pager {
   #size = byId('pager-size');
@@ -10,7 +10,9 @@ export class Pager {
   // `onPage(page)` with the page from 0, `onSize(rows)`.
   constructor({ onPage, onSize }) {
     this.onPage = onPage;
-    this.#size.append(...kPageSizes.map((size) => element('option', { value: String(size), textContent: String(size) })));
+    this.#size.append(
+      ...kPageSizes.map((size) => element('option', { value: String(size), textContent: String(size) })),
+    );
     this.#size.addEventListener('change', () => onSize(Number(this.#size.value)));
   }
 
@@ -37,7 +39,7 @@ export class Pager {
 
   #number(number, page) {
     const button = this.#button(String(number), number, say('pager.page', { page: number + 1 }));
-    button.textContent = new Intl.NumberFormat(document.documentElement.lang).format(number + 1);
+    button.textContent = new Intl.NumberFormat(currentLocale()).format(number + 1);
     if (number === page) button.setAttribute('aria-current', 'page');
     return button;
   }

@@ -16,7 +16,9 @@ export function placePreferences() {
 }
 
 function languageField() {
-  const options = Object.entries(kLanguages).map(([value, name]) => element('option', { value, textContent: name, lang: value }));
+  const options = Object.entries(kLanguages).map(([value, name]) =>
+    element('option', { value, textContent: name, lang: value }),
+  );
   const select = element('select', { className: 'select' }, ...options);
   const show = () => (select.value = currentLanguage());
   select.addEventListener('change', () => changeLanguage(select.value).catch(show));
@@ -26,7 +28,9 @@ function languageField() {
 }
 
 function appearanceField() {
-  const options = kAppearances.map((value) => element('option', { value, data: { text: `account.appearance_${value}` } }));
+  const options = kAppearances.map((value) =>
+    element('option', { value, data: { text: `account.appearance_${value}` } }),
+  );
   const select = element('select', { className: 'select', data: { appearanceChoice: '' } }, ...options);
   select.value = appearanceNow();
   select.addEventListener('change', () => changeAppearance(select.value));

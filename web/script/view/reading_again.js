@@ -9,13 +9,15 @@ import { say } from './texts.js';
 const kTries = 3;
 const kPause = 2000;
 
-// All connections, or null where they could not be read in several tries.
-export async function readAllAgain() {
+// All connections, or null where they could not be read in several tries. Calls `onSessionEnd` where nobody is logged in
+// any longer.
+export async function readAllAgain(onSessionEnd) {
   for (let left = kTries; left > 0; left -= 1) {
     try {
       return await readAll();
     } catch (failure) {
       if (!(failure instanceof ApiFailure)) throw failure;
+      if (failure.isSessionEnd) onSessionEnd();
       if (!failure.isTemporary) return null;
     }
     if (left > 1) await wait(kPause);

@@ -2,7 +2,7 @@
 import { identityOf, isWeb, whyNotEnd } from '../model/connection.js';
 import { formatSpan, formatStart, parseStart } from '../model/server_time.js';
 import { element, icon, setAttribute, setText } from './element.js';
-import { currentLanguage, say } from './texts.js';
+import { currentLocale, say } from './texts.js';
 
 const kFamilies = { SSH: 'shell', SFTP: 'files', TELNET: 'shell', LOGIN: 'shell', UNKNOWN: 'other' };
 
@@ -66,8 +66,8 @@ export class Row {
 
   #showStart({ time }, now) {
     const start = parseStart(time);
-    setText(this.start, start === null ? time || '–' : formatStart(start, now, currentLanguage()));
-    setText(this.span, start === null || now === null ? '' : formatSpan(now - start, currentLanguage()));
+    setText(this.start, start === null ? time || '–' : formatStart(start, now, currentLocale()));
+    setText(this.span, start === null || now === null ? '' : formatSpan(now - start, currentLocale()));
     setAttribute(this.start, 'title', time || null);
   }
 

@@ -32,8 +32,13 @@ export class RowPanel {
 
   #choices(connection, account) {
     const { who, from } = connection;
-    const filters = [who && ['menu.only_user', { user: who }, who], from && ['menu.only_address', { address: from }, from]];
-    const choices = filters.filter(Boolean).map(([key, values, text]) => this.#choice('filter', say(key, values), () => this.actions.onFilter(text)));
+    const filters = [
+      who && ['menu.only_user', { user: who }, who],
+      from && ['menu.only_address', { address: from }, from],
+    ];
+    const choices = filters
+      .filter(Boolean)
+      .map(([key, values, text]) => this.#choice('filter', say(key, values), () => this.actions.onFilter(text)));
     if (!account.isAdmin) return choices;
     const disable = who ? say('menu.disable', { user: who }) : say('menu.disable_nobody');
     return [
@@ -60,13 +65,15 @@ export class RowPanel {
     return button;
   }
 
+  // Below the button; where there is no room for it, to the left of it and as high as it takes.
   #placeBeside(button) {
-    const { right, bottom, top } = button.getBoundingClientRect();
+    const { left, right, bottom } = button.getBoundingClientRect();
     const { width, height } = this.#panel.getBoundingClientRect();
-    const fitsBelow = bottom + height + kGap < document.documentElement.clientHeight;
-    const y = fitsBelow ? bottom + kGap : Math.max(kGap, top - height - kGap);
-    this.#panel.style.setProperty('--x', `${Math.max(kGap, right - width)}px`);
-    this.#panel.style.setProperty('--y', `${y}px`);
+    const lowest = document.documentElement.clientHeight - height - kGap;
+    const fitsBelow = bottom + kGap <= lowest;
+    const x = fitsBelow ? right - width : left - width - kGap;
+    this.#panel.style.setProperty('--x', `${Math.max(kGap, x)}px`);
+    this.#panel.style.setProperty('--y', `${Math.max(kGap, Math.min(bottom + kGap, lowest))}px`);
   }
 
   #pressed(event) {
@@ -88,6 +95,8 @@ function details({ who, type, from, time, descr, pid }) {
     ['list.resource', descr],
     ['menu.process', pid === 0 || type === 'HTTP/HTTPS' ? '' : String(pid)],
   ].filter(([, value]) => value !== '');
-  const entries = facts.map(([key, value]) => element('div', {}, element('dt', { textContent: say(key) }), element('dd', { textContent: value })));
+  const entries = facts.map(([key, value]) =>
+    element('div', {}, element('dt', { textContent: say(key) }), element('dd', { textContent: value })),
+  );
   return element('dl', { className: 'facts' }, ...entries);
 }

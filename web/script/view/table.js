@@ -52,7 +52,10 @@ export class Table {
     });
     for (const [key, row] of this.#rows) if (!present.has(key)) row.node.remove();
     this.#rows = present;
-    order(this.#body, [...present.values()].map((row) => row.node));
+    order(
+      this.#body,
+      [...present.values()].map((row) => row.node),
+    );
     this.keys.restore(focus);
   }
 

@@ -3,7 +3,13 @@ import { kSortFields } from '../model/query.js';
 import { element, icon, setAttribute } from './element.js';
 import { fillTexts } from './texts.js';
 
-const kTitles = { who: 'list.user', type: 'list.service', from: 'list.from', time: 'list.since', descr: 'list.resource' };
+const kTitles = {
+  who: 'list.user',
+  type: 'list.service',
+  from: 'list.from',
+  time: 'list.since',
+  descr: 'list.resource',
+};
 const kClasses = { who: 'user', type: 'type', from: 'from', time: 'since', descr: 'resource' };
 
 export const titleOf = (field) => kTitles[field];
@@ -17,7 +23,12 @@ export class TableHead {
     this.check.addEventListener('change', () => onSelectPage(this.check.checked));
     row.append(columnHead('select', this.check));
     for (const field of kSortFields) {
-      const button = element('button', { className: 'sort', data: { sort: field } }, element('span', { data: { text: kTitles[field] } }), icon('arrow'));
+      const button = element(
+        'button',
+        { className: 'sort', data: { sort: field } },
+        element('span', { data: { text: kTitles[field] } }),
+        icon('arrow'),
+      );
       button.addEventListener('click', () => onSort(field));
       const head = columnHead(kClasses[field], button);
       this.#heads.set(field, head);

@@ -24,7 +24,13 @@ function targetItem({ row, alsoRows, alsoUsers }) {
   const what = element(
     'div',
     { className: 'target-what' },
-    element('p', { className: 'target-who' }, element('bdi', { className: 'name', textContent: namesOf(row).user }), service(row), element('bdi', { className: 'quiet', textContent: row.from })),
+    element(
+      'p',
+      { className: 'target-who' },
+      element('bdi', { className: 'name', textContent: namesOf(row).user }),
+      service(row),
+      element('bdi', { className: 'quiet', textContent: row.from }),
+    ),
     ...(row.descr === '' ? [] : [element('p', { className: 'target-resource', textContent: row.descr })]),
     ...notes,
   );

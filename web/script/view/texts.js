@@ -1,5 +1,5 @@
 // The texts of the page in the person's language.
-import { chooseLanguage, kLanguages } from '../model/language.js';
+import { chooseLanguage, kLanguages, localeFor } from '../model/language.js';
 import { fill, partsOf, pluralOf, valueText } from '../model/message.js';
 import { element, setText } from './element.js';
 import { recall, remember } from './memory.js';
@@ -7,10 +7,14 @@ import { recall, remember } from './memory.js';
 const kKey = 'currentconn.language';
 
 let language = 'en';
+let locale = 'en';
 let texts = {};
 const listeners = new Set();
 
 export const currentLanguage = () => language;
+
+// For dates and numbers.
+export const currentLocale = () => locale;
 
 // Loads the texts that this person wants; fails where they cannot be had.
 export function loadTexts() {
@@ -31,22 +35,24 @@ export function onLanguageChange(listener) {
 }
 
 export function say(key, values = {}) {
-  return fill(texts[key], values, language);
+  return fill(texts[key], values, locale);
 }
 
 // The same as nodes, with each value set off as a name; bidirectional text in it cannot disturb the sentence.
 export function sayNodes(key, values = {}) {
-  return partsOf(pluralOf(texts[key], values.count, language)).map((part) => {
+  return partsOf(pluralOf(texts[key], values.count, locale)).map((part) => {
     if (typeof part === 'string') return part;
-    return element('bdi', { className: 'name', textContent: valueText(values[part.name], language) });
+    return element('bdi', { className: 'name', textContent: valueText(values[part.name], locale) });
   });
 }
 
 // Fills in the texts that the markup names.
 export function fillTexts(root) {
   for (const target of root.querySelectorAll('[data-text]')) setText(target, say(target.dataset.text));
-  for (const target of root.querySelectorAll('[data-label]')) target.setAttribute('aria-label', say(target.dataset.label));
-  for (const target of root.querySelectorAll('[data-placeholder]')) target.placeholder = say(target.dataset.placeholder);
+  for (const target of root.querySelectorAll('[data-label]'))
+    target.setAttribute('aria-label', say(target.dataset.label));
+  for (const target of root.querySelectorAll('[data-placeholder]'))
+    target.placeholder = say(target.dataset.placeholder);
 }
 
 async function useLanguage(tag) {
@@ -54,6 +60,7 @@ async function useLanguage(tag) {
   if (!response.ok) throw new Error(`texts/${tag}.json: ${response.status}`);
   texts = await response.json();
   language = tag;
+  locale = localeFor(tag, navigator.languages);
   document.documentElement.lang = tag;
   fillTexts(document);
   for (const listener of listeners) listener();
