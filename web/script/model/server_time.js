@@ -47,7 +47,7 @@ export function splitSpan(milliseconds) {
     .map(([unit, count]) => [count, unit]);
 }
 
-// The span in the words of `locale`: "2h 14m".
+// The span in the words of `locale`: "2 hr 14 min".
 export function formatSpan(milliseconds, locale) {
   return splitSpan(milliseconds)
     .map(([count, unit]) => unitFormat(locale, unit).format(count))
@@ -81,6 +81,6 @@ function dateFormat(locale, fields) {
 }
 
 function unitFormat(locale, unit) {
-  const options = { style: 'unit', unit, unitDisplay: 'narrow' };
+  const options = { style: 'unit', unit, unitDisplay: 'short' };
   return cached(`${locale} ${unit}`, () => new Intl.NumberFormat(locale, options));
 }

@@ -1,4 +1,5 @@
 // Below the table: which part of the list is shown, the other pages, and how many rows a page has.
+import { pagesToOffer } from '../model/pages.js';
 import { kPageSizes, pageCount } from '../model/query.js';
 import { byId, element, icon, setText } from './element.js';
 import { currentLocale, say } from './texts.js';
@@ -61,17 +62,6 @@ export class Pager {
     const same = this.#pages.querySelector(`[data-go="${name}"]:enabled`);
     (same ?? this.#pages.querySelector('[aria-current]')).focus();
   }
-}
-
-// The first page, the last one and those round this one; null for what is left out between them.
-export function pagesToOffer(page, count) {
-  const offered = [0, page - 1, page, page + 1, count - 1].filter((number) => number >= 0 && number < count);
-  const numbers = [...new Set(offered)].sort((a, b) => a - b);
-  return numbers.flatMap((number, index) => {
-    const skipped = index === 0 ? 0 : number - numbers[index - 1] - 1;
-    if (skipped === 0) return [number];
-    return skipped === 1 ? [number - 1, number] : [null, number];
-  });
 }
 
 function gap() {

@@ -1,0 +1,114 @@
+import assert from 'node:assert/strict';
+import { test } from 'node:test';
+import {
+  callsFor,
+  connectionsOf,
+  kickParameters,
+  outcomeOf,
+  planEnding,
+  targetsOf,
+} from '../../../web/script/model/ending.js';
+import { ApiFailure } from '../../../web/script/model/failure.js';
+import { connection, webLogin } from '../stand_in/world.mjs';
+
+const olga = { name: 'olga', address: '10.20.0.2' };
+const failure = new ApiFailure('answer', { status: 500, code: 117 });
+
+test('what has ended meanwhile and what cannot be ended is no target', () => {
+  const there = connection({ pid: 1 });
+  const gone = connection({ pid: 2 });
+  const nfs = connection({ pid: 0, type: 'NFS', who: '' });
+  const plan = planEnding([there, gone, nfs], [there, nfs], olga);
+  assert.deepEqual(plan, {
+    targets: [{ row: there, alsoRows: [], alsoUsers: [] }],
+    gone: [gone],
+    refused: [{ row: nfs, reason: 'cannot_end.nfs' }],
+  });
+});
+
+test('a target is shown as it is now, not as it was when it was selected', () => {
+  const before = connection({ pid: 1, descr: 'photos' });
+  const now = connection({ pid: 1, descr: 'photos, music' });
+  assert.equal(planEnding([before], [now], olga).targets[0].row, now);
+});
+
+test('other rows and users of the same process are named', () => {
+  const row = connection({ pid: 1, who: 'bob', descr: 'photos (bob), music (alice)' });
+  const beside = connection({ pid: 1, who: 'carol', type: 'SFTP', descr: '/home/carol' });
+  const login = webLogin({ pid: 1, who: 'erik' });
+  const [target] = planEnding([row], [row, beside, login], olga).targets;
+  assert.deepEqual(target, { row, alsoRows: [beside], alsoUsers: ['alice', 'carol'] });
+});
+
+test('connections without a process of their own belong to no common process', () => {
+  const login = webLogin({ pid: 0 });
+  const [target] = planEnding([login], [login, connection({ pid: 0, type: 'NFS', who: '' })], olga).targets;
+  assert.deepEqual(target.alsoRows, []);
+});
+
+test('each service connection is a call of its own and the web logins are one', () => {
+  const [a, b] = [{ row: connection({ pid: 1 }) }, { row: connection({ pid: 2, type: 'SSH' }) }];
+  const [c, d] = [{ row: webLogin({ pid: 1 }) }, { row: webLogin({ pid: 2, who: 'bob' }) }];
+  assert.deepEqual(callsFor([c, a, d, b]), [[a], [b], [c, d]]);
+  assert.deepEqual(callsFor([a]), [[a]]);
+});
+
+test('a call names a service connection by all its keys and a login by user and address', () => {
+  assert.deepEqual(kickParameters([{ row: connection({ pid: 5, who: 'alice', from: '10.20.0.7', type: 'CIFS' }) }]), {
+    service_conn: [{ pid: 5, who: 'alice', from: '10.20.0.7', type: 'CIFS' }],
+  });
+  const logins = [
+    webLogin({ pid: 1, who: 'bob', from: '10.0.0.1' }),
+    webLogin({ pid: 2, who: 'eve', from: '10.0.0.2' }),
+  ];
+  assert.deepEqual(kickParameters(logins.map((row) => ({ row }))), {
+    http_conn: [
+      { who: 'bob', from: '10.0.0.1' },
+      { who: 'eve', from: '10.0.0.2' },
+    ],
+  });
+});
+
+const row = connection({ pid: 1 });
+
+test('a row that is no longer there has ended, whatever the call said', () => {
+  assert.equal(outcomeOf(row, 'done', [row], []), 'ended');
+  assert.equal(outcomeOf(row, failure, [row], []), 'ended');
+});
+
+test('a row that is still there has not ended, whatever the call said', () => {
+  assert.equal(outcomeOf(row, 'done', [row], [row]), 'still');
+  assert.equal(outcomeOf(row, failure, [row], [row]), 'failed');
+});
+
+test('the same client with a new process has come back', () => {
+  assert.equal(outcomeOf(row, 'done', [row], [connection({ pid: 2 })]), 'back');
+});
+
+test('another connection of the client that was there before is no return', () => {
+  const second = connection({ pid: 2 });
+  assert.equal(outcomeOf(row, 'done', [row, second], [second]), 'ended');
+});
+
+test('without a new reading nothing is claimed', () => {
+  assert.equal(outcomeOf(row, 'done', [row], null), 'unclear');
+});
+
+test('what was never asked for was left alone', () => {
+  assert.equal(outcomeOf(row, 'skipped', [row], [row]), 'skipped');
+});
+
+test('disabling hits the connections of exactly that user', () => {
+  const alice = connection({ pid: 1, who: 'alice' });
+  const other = connection({ pid: 2, who: 'Alice' });
+  const login = webLogin({ pid: 3, who: 'alice' });
+  assert.deepEqual(
+    targetsOf('alice', [alice, other, login]).map((target) => target.row),
+    [alice, login],
+  );
+});
+
+test('a user who is served by the process of another one is found there', () => {
+  const shared = connection({ pid: 1, who: 'bob', descr: 'photos (bob), music (alice)' });
+  assert.deepEqual(connectionsOf('alice', [shared, connection({ pid: 2, who: 'carol' })]), [shared]);
+});

@@ -1,0 +1,195 @@
+import assert from 'node:assert/strict';
+import { mock, test } from 'node:test';
+import { ApiFailure, sentenceOf } from '../../../web/script/model/failure.js';
+import { patiently } from '../../../web/script/model/patience.js';
+import { runSideBySide } from '../../../web/script/model/pool.js';
+import { Refresher } from '../../../web/script/model/refresher.js';
+import { coverage, Selection } from '../../../web/script/model/selection.js';
+import { connection } from '../stand_in/world.mjs';
+
+const settle = () => new Promise((resolve) => setImmediate(resolve));
+
+test('never more than the given number run at once, and all run', async () => {
+  let running = 0;
+  let most = 0;
+  const done = [];
+  const begun = await runSideBySide([...Array(40).keys()], 16, async (item) => {
+    running += 1;
+    most = Math.max(most, running);
+    await settle();
+    running -= 1;
+    done.push(item);
+  });
+  assert.deepEqual([most, begun, done.length], [16, 40, 40]);
+});
+
+test('what was begun is finished when it is stopped, the rest is not begun', async () => {
+  const done = [];
+  const work = async (item) => {
+    await settle();
+    done.push(item);
+  };
+  const begun = await runSideBySide([1, 2, 3, 4, 5], 2, work, () => done.length === 0);
+  assert.deepEqual([begun, done], [2, [1, 2]]);
+});
+
+test('nothing to do is done at once', async () => {
+  assert.equal(await runSideBySide([], 16, assert.fail), 0);
+});
+
+const busy = new ApiFailure('answer', { status: 503, code: 503, retryAfter: 3 });
+
+test('a call that the server was too busy for is made again after the time it named', async () => {
+  const pauses = [];
+  const answers = [busy, busy];
+  const call = async () => {
+    if (answers.length > 0) throw answers.pop();
+    return 'done';
+  };
+  assert.equal(await patiently(call, async (time) => pauses.push(time)), 'done');
+  assert.deepEqual(pauses, [3000, 3000]);
+});
+
+test('patience ends', async () => {
+  let calls = 0;
+  const call = async () => {
+    calls += 1;
+    throw busy;
+  };
+  await assert.rejects(
+    patiently(call, async () => {}),
+    busy,
+  );
+  assert.equal(calls, 8);
+});
+
+test('a call that may have begun is not made again', async () => {
+  let calls = 0;
+  const call = async () => {
+    calls += 1;
+    throw new ApiFailure('away');
+  };
+  await assert.rejects(patiently(call, assert.fail), ApiFailure);
+  assert.equal(calls, 1);
+});
+
+test('every failure has its sentence', () => {
+  const sentences = [
+    [new ApiFailure('away'), 'failure.away'],
+    [new ApiFailure('slow'), 'failure.slow'],
+    [new ApiFailure('answer', { status: 403, code: 105 }), 'failure.not_admin'],
+    [new ApiFailure('answer', { status: 403, code: 403 }), 'failure.refused'],
+    [new ApiFailure('answer', { status: 500, code: 117 }), 'failure.server_fault'],
+    [new ApiFailure('answer', { status: 409, code: 7100 }), 'failure.too_few_admins'],
+    [new ApiFailure('answer', { status: 401, code: 401 }), 'failure.session_ended'],
+    [new ApiFailure('answer', { status: 503, code: 503 }), 'failure.busy'],
+    [new ApiFailure('answer', { status: 504, code: 504 }), 'failure.slow'],
+    [new ApiFailure('answer', { status: 502 }), 'failure.away'],
+    [new ApiFailure('answer', { status: 418 }), 'failure.unexpected'],
+  ];
+  for (const [failure, sentence] of sentences) assert.equal(sentenceOf(failure), sentence, failure.message);
+});
+
+// A refresher whose readings end when they are told to.
+function scriptedRefresher() {
+  mock.timers.enable({ apis: ['setTimeout'] });
+  const readings = [];
+  const read = (signal, isAutomatic) =>
+    new Promise((resolve) => readings.push({ signal, isAutomatic, end: (wait = 0) => resolve(wait) }));
+  return { readings, refresher: new Refresher(read, 5000) };
+}
+
+async function endAndWait(reading, time, wait) {
+  reading.end(wait);
+  await settle();
+  mock.timers.tick(time);
+  await settle();
+}
+
+test('the next reading begins its interval after the one before has ended', async () => {
+  const { readings, refresher } = scriptedRefresher();
+  refresher.start();
+  mock.timers.tick(60_000);
+  assert.equal(readings.length, 1);
+  await endAndWait(readings[0], 4999);
+  assert.equal(readings.length, 1);
+  mock.timers.tick(1);
+  assert.equal(readings.length, 2);
+  mock.timers.reset();
+});
+
+test('a reading that asks for more time gets it', async () => {
+  const { readings, refresher } = scriptedRefresher();
+  refresher.start();
+  await endAndWait(readings[0], 29_999, 30_000);
+  assert.equal(readings.length, 1);
+  mock.timers.tick(1);
+  assert.equal(readings.length, 2);
+  mock.timers.reset();
+});
+
+test('reading now takes the place of a reading under way and is not automatic', async () => {
+  const { readings, refresher } = scriptedRefresher();
+  refresher.start();
+  refresher.now();
+  assert.deepEqual(
+    readings.map(({ signal, isAutomatic }) => [signal.aborted, isAutomatic]),
+    [
+      [true, true],
+      [false, false],
+    ],
+  );
+  await endAndWait(readings[0], 5000);
+  assert.equal(readings.length, 2);
+  await endAndWait(readings[1], 5000);
+  assert.equal(readings.length, 3);
+  mock.timers.reset();
+});
+
+test('a paused one reads when it is asked to and pauses again', async () => {
+  const { readings, refresher } = scriptedRefresher();
+  refresher.start();
+  await endAndWait(readings[0], 0);
+  refresher.pause();
+  mock.timers.tick(60_000);
+  assert.equal(readings.length, 1);
+  refresher.now();
+  await endAndWait(readings[1], 60_000);
+  assert.equal(readings.length, 2);
+  mock.timers.reset();
+});
+
+test('a stopped one drops the reading under way', () => {
+  const { readings, refresher } = scriptedRefresher();
+  refresher.start();
+  refresher.stop();
+  assert.equal(readings[0].signal.aborted, true);
+  mock.timers.reset();
+});
+
+const [first, second] = [connection({ pid: 1 }), connection({ pid: 2 })];
+
+test('a row stays selected when its resource changes', () => {
+  const selection = new Selection();
+  selection.set(first, true);
+  assert.equal(selection.has({ ...first, descr: 'music', time: '' }), true);
+});
+
+test('what a whole reading no longer holds is no longer selected', () => {
+  const selection = new Selection();
+  selection.set(first, true);
+  selection.set(second, true);
+  selection.keepOnly([second]);
+  assert.deepEqual(selection.rows, [second]);
+});
+
+test('none, some or all of the rows are selected', () => {
+  const selection = new Selection();
+  const rows = [first, second];
+  assert.equal(coverage(selection, rows), 'none');
+  selection.set(first, true);
+  assert.equal(coverage(selection, rows), 'some');
+  selection.set(second, true);
+  assert.equal(coverage(selection, rows), 'all');
+  assert.equal(coverage(selection, []), 'none');
+});
