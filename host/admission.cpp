@@ -1,0 +1,12 @@
+#include "admission.h"
+
+namespace host {
+
+bool isAdmitted(Entrance entrance, uid_t peer, const Load& load, std::size_t most) {
+  const std::size_t all = load.web + load.local + load.root;
+  if (entrance == Entrance::kWeb) return all + kKeptForLocal < most;
+  if (peer == 0) return all < most;
+  return all + kKeptForRoot < most && load.samePeer < kMostOfOnePeer && load.local < most / 2;
+}
+
+}  // namespace host

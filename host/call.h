@@ -1,0 +1,39 @@
+// One call, from request to answer: what a child of the daemon does.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+#include "call_board.h"
+#include "identity.h"
+#include "login.h"
+#include "method_call.h"
+#include "modules.h"
+
+namespace host {
+
+inline constexpr std::size_t kMostLogins = 8;  // at once
+
+// What all calls share.
+struct Service {
+  const Modules& modules;
+  CallBoard& board;
+  Accounts& accounts;
+  Logins& logins;
+  LoginTools login;
+  std::string sessionFile;
+};
+
+// Answers `request`, which came through `entrance` from a process of user `peer`, and notes in
+// `slot` what it is about.
+Reply answerCall(HttpRequest& request, Entrance entrance, uid_t peer, const Service& service,
+                 CallSlot& slot);
+
+// The whole of a call on `connection`: reads, answers, sends, writes its line to the log.
+void serveConnection(int connection, Entrance entrance, uid_t peer, const Service& service,
+                     CallSlot& slot);
+
+// The description that /api/openapi.json gives.
+extern const char* const kDescriptionText;
+
+}  // namespace host

@@ -1,0 +1,48 @@
+// What the daemon and the children that serve its calls know of each other's calls.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// One call in flight. It lies in memory that parent and children share, so a child that went wrong
+// may have written anything into it.
+struct CallSlot {
+  std::atomic<bool> isLogin;
+  std::atomic<bool> isAnswering;  // bytes of the answer may have been sent
+  std::array<char, 384> summary;  // "method=… user=… from=…", for the log
+
+  // By the child.
+  void setSummary(std::string_view text);
+  // By the parent: made printable, whatever is there.
+  [[nodiscard]] std::string shownSummary() const;
+  void clear();
+};
+
+static_assert(std::atomic<bool>::is_always_lock_free, "processes share it");
+
+// The slots, as many as calls may be served at once.
+class CallBoard {
+ public:
+  explicit CallBoard(std::size_t slots);  // aborts where there is no memory: only called at start
+  ~CallBoard();
+  CallBoard(const CallBoard&) = delete;
+  CallBoard& operator=(const CallBoard&) = delete;
+
+  [[nodiscard]] CallSlot& slot(std::size_t index) { return slots_[index]; }
+  [[nodiscard]] std::size_t size() const { return slots_.size(); }
+
+  // Marks the call as a login. False, and not marked, where `most` others are logins already; of
+  // several that try at the same time all may be turned away.
+  bool beginLogin(CallSlot& slot, std::size_t most);
+
+ private:
+  std::span<CallSlot> slots_;
+};
+
+}  // namespace host

@@ -1,0 +1,42 @@
+#include "cookie.h"
+
+#include <algorithm>
+
+#include "zevo/login_token.h"
+
+namespace host {
+namespace {
+
+std::string attributes(bool tls) {
+  return std::string("; Path=/; HttpOnly; SameSite=Strict") + (tls ? "; Secure" : "");
+}
+
+}  // namespace
+
+std::string cookieName(bool tls) {
+  return tls ? "__Host-currentconn" : "currentconn";
+}
+
+std::optional<std::string> cookieToken(std::string_view header, bool tls) {
+  const std::string prefix = cookieName(tls) + "=";
+  std::optional<std::string> token;
+  while (!header.empty()) {
+    std::string_view pair = header.substr(0, header.find(';'));
+    header.remove_prefix(std::min(pair.size() + 1, header.size()));
+    while (pair.starts_with(' ')) pair.remove_prefix(1);
+    if (!pair.starts_with(prefix)) continue;
+    if (token) return std::nullopt;
+    token = std::string(pair.substr(prefix.size()));
+  }
+  return token && zevo::isLoginToken(*token) ? token : std::nullopt;
+}
+
+std::string cookieOf(const std::string& token, bool tls) {
+  return cookieName(tls) + "=" + token + attributes(tls);
+}
+
+std::string cookieTakenBack(bool tls) {
+  return cookieName(tls) + "=" + attributes(tls) + "; Max-Age=0";
+}
+
+}  // namespace host

@@ -1,0 +1,53 @@
+// Who is asking. Fails closed: whoever is not positively known is nobody.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <variant>
+
+#include "zevo/web_login.h"
+
+#include "accounts.h"
+#include "http_request.h"
+#include "problem.h"
+
+namespace host {
+
+// The socket that a call came over.
+enum class Entrance { kWeb, kLocal };
+
+struct Caller {
+  std::string user;  // login name; never empty
+  bool isAdmin = false;
+  Entrance via = Entrance::kWeb;
+  std::string address;  // of the client; empty over the local socket
+  std::string loginId;  // of the session file; empty over the local socket
+
+  bool operator==(const Caller&) const = default;
+};
+
+// The logins of the session file.
+class Logins {
+ public:
+  Logins() = default;
+  virtual ~Logins() = default;
+  Logins(const Logins&) = delete;
+  Logins& operator=(const Logins&) = delete;
+
+  virtual std::optional<zevo::WebLogin> find(const std::string& id) = 0;
+  virtual void touch(const std::string& id) = 0;
+};
+
+using Identity = std::variant<Caller, Problem>;
+
+// web.sock: the cookie's login, still current, of an account that is still the same one and not
+// expired; the peer of the socket gives nobody any rights. A call that is no refresh of the page
+// keeps the login current.
+Identity whoAsksOverWeb(const HttpRequest& request, Accounts& accounts, Logins& logins);
+
+// local.sock: the account of the process that asks, `peer`. Only uid 0 is an administrator here. A
+// call that carries a client's address or a cookie comes from a web server that was pointed at the
+// wrong socket, and is refused.
+Identity whoAsksLocally(const HttpRequest& request, uid_t peer, Accounts& accounts);
+
+}  // namespace host

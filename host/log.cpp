@@ -1,0 +1,55 @@
+#include "log.h"
+
+#include <cstdlib>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "base/text.h"
+
+namespace host {
+namespace {
+
+bool& toJournal() {
+  static bool value = false;
+  return value;
+}
+
+// Whether standard error is the stream that systemd names in the environment.
+bool isJournalStream() {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  if (stream == nullptr || ::fstat(STDERR_FILENO, &status) != 0) return false;
+  return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
+}
+
+}  // namespace
+
+void openLog() {
+  toJournal() = isJournalStream();
+  ::openlog("currentconnd", LOG_PID, LOG_DAEMON);
+}
+
+void logLine(int priority, const std::string& line) {
+  const std::string prefix = toJournal() ? "<" + std::to_string(LOG_PRI(priority)) + ">"
+                                         : "currentconnd[" + std::to_string(::getpid()) + "]: ";
+  const std::string text = prefix + line + "\n";
+  // In one piece, so that lines of several processes do not mix; nobody could be told of a failure.
+  static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
+}
+
+void logAuthorisation(int priority, const std::string& line) {
+  ::syslog(LOG_AUTHPRIV | priority, "%s", line.c_str());
+  if (!toJournal()) logLine(priority, line);
+}
+
+std::string inQuotes(std::string_view text, std::size_t limit) {
+  std::string shown = "\"";
+  for (const char c : zevo::printable(text, limit)) {
+    if (c == '"' || c == '\\') shown += '\\';
+    shown += c;
+  }
+  return shown + '"';
+}
+
+}  // namespace host

@@ -1,0 +1,24 @@
+// The daemon's log: lines on standard error, for the journal with their priority, and the system
+// log for what concerns authorisation.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace host {
+
+// To be called once, before the first line.
+void openLog();
+
+// One line of `priority` (of <syslog.h>). Texts from outside must have gone through inQuotes().
+void logLine(int priority, const std::string& line);
+
+// A line of the authorisation facility: logins, and calls that end or disable something. Where
+// standard error is not the journal, it stands there too.
+void logAuthorisation(int priority, const std::string& line);
+
+// `text` in double quotes, made printable, with inner quotes and backslashes escaped, so that it
+// cannot pass for another part of its line; at most `limit` bytes of it.
+std::string inQuotes(std::string_view text, std::size_t limit = 128);
+
+}  // namespace host

@@ -1,0 +1,71 @@
+#include "method_call.h"
+
+#include <exception>
+#include <syslog.h>
+
+#include "zevo/api_response.h"
+#include "zevo/error_trail.h"
+
+#include "answer.h"
+#include "captured_output.h"
+#include "log.h"
+
+namespace host {
+namespace {
+
+Reply replyOf(const Answer& answer) {
+  return {scgiText(answer), answer.status, answer.code};
+}
+
+Reply failed(const std::string& why) {
+  logLine(LOG_ERR, "the method gave no answer: " + why);
+  return replyOf(problemAnswer(Problem::kNoAnswer));
+}
+
+// What ended the handler early; empty where it came back.
+std::string run(ApiHandler handler, ZEVO::APIRequest& request, ZEVO::APIResponse& response) {
+  try {
+    handler(&request, &response);
+    return {};
+  } catch (const std::exception& thrown) {
+    return "it threw " + inQuotes(thrown.what());
+  } catch (...) {
+    return "it threw something";
+  }
+}
+
+Reply outcomeOf(const ZEVO::APIResponse& response, bool showCauses) {
+  if (!response.HasOutcome()) return failed("it recorded no outcome");
+  if (response.ErrorCode() == 0) return replyOf(successAnswer(response.DataText()));
+  const int code = response.ErrorCode();
+  const bool withCauses = showCauses && problemOfCode(code) == Problem::kWorkFailed;
+  return replyOf(
+      methodFailureAnswer(code, withCauses ? zevo::errorTrail() : std::vector<std::string>()));
+}
+
+Reply ownOutput(const std::string& output) {
+  std::string bytes = passedThroughText(output);
+  if (bytes.empty()) return failed("its output does not begin with header lines of its own");
+  return {std::move(bytes), 200, 0};
+}
+
+}  // namespace
+
+Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context) {
+  CapturedOutput output;
+  if (!output) return failed("its output could not be captured");
+  ZEVO::APIRequest request(context);
+  ZEVO::APIResponse response;
+  zevo::clearErrorTrail();
+  const std::string thrown = run(handler, request, response);
+  if (!thrown.empty()) return failed(thrown);
+  const std::string printed = output.text();
+  if (!response.IsOutputEnabled()) return ownOutput(printed);
+  if (!printed.empty()) {
+    logLine(LOG_WARNING, "the method printed " + std::to_string(printed.size()) +
+                             " bytes beside its answer; they were dropped");
+  }
+  return outcomeOf(response, context.isAdmin);
+}
+
+}  // namespace host

@@ -1,0 +1,91 @@
+#include "parameters.h"
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <string>
+
+#include <json/reader.h>
+
+#include "base/text.h"
+
+namespace host {
+namespace {
+
+constexpr Json::ArrayIndex kMostParameters = 64;
+constexpr int kDeepest = 32;
+
+// The byte of an escape's two digits; none where they are not that.
+std::optional<char> escapedByte(std::string_view digits) {
+  unsigned value = 0;
+  if (digits.size() != 2) return std::nullopt;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, value, 16);
+  if (error != std::errc() || end != digits.data() + 2) return std::nullopt;
+  return static_cast<char>(value);
+}
+
+std::optional<std::string> unescaped(std::string_view text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      plain += text[i] == '+' ? ' ' : text[i];
+      continue;
+    }
+    const auto byte = escapedByte(text.substr(i + 1, 2));
+    if (!byte) return std::nullopt;
+    plain += *byte;
+    i += 2;
+  }
+  const bool isText = zevo::validUtf8(plain) && plain.find('\0') == std::string::npos;
+  return isText ? std::optional(plain) : std::nullopt;
+}
+
+bool addPair(std::string_view pair, Json::Value& parameters) {
+  const std::size_t equals = std::min(pair.find('='), pair.size());
+  const auto name = unescaped(pair.substr(0, equals));
+  const auto value = unescaped(pair.substr(std::min(equals + 1, pair.size())));
+  if (!name || !value || name->empty() || parameters.isMember(*name)) return false;
+  parameters[*name] = *value;
+  return parameters.size() <= kMostParameters;
+}
+
+}  // namespace
+
+std::optional<Json::Value> queryParameters(std::string_view query) {
+  Json::Value parameters(Json::objectValue);
+  while (!query.empty()) {
+    const std::string_view pair = query.substr(0, query.find('&'));
+    query.remove_prefix(std::min(pair.size() + 1, query.size()));
+    if (!pair.empty() && !addPair(pair, parameters)) return std::nullopt;
+  }
+  return parameters;
+}
+
+std::optional<Json::Value> bodyParameters(std::string_view body) {
+  if (body.empty()) return Json::Value(Json::objectValue);
+  if (!zevo::validUtf8(body)) return std::nullopt;
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["stackLimit"] = kDeepest;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  Json::Value parameters;
+  try {
+    if (!reader->parse(body.data(), body.data() + body.size(), &parameters, nullptr)) {
+      return std::nullopt;
+    }
+  } catch (const Json::Exception&) {  // nested deeper than the limit
+    return std::nullopt;
+  }
+  return parameters.isObject() ? std::optional(parameters) : std::nullopt;
+}
+
+bool isJsonType(std::string_view contentType) {
+  std::string_view type = contentType.substr(0, contentType.find(';'));
+  while (type.ends_with(' ')) type.remove_suffix(1);
+  std::string lower(type);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return lower == "application/json";
+}
+
+}  // namespace host

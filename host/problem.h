@@ -1,0 +1,37 @@
+// Every failure that the HTTP API can answer with.
+#pragma once
+
+namespace host {
+
+enum class Problem {
+  kMalformed,
+  kMalformedJson,
+  kNotLoggedIn,
+  kWrongLogin,
+  kNobody,  // local.sock: no identity
+  kNotAdministrator,
+  kOtherOrigin,
+  kNotFound,
+  kWrongMethod,
+  kTooFewAdministrators,
+  kTooLarge,
+  kNotJson,
+  kWorkFailed,
+  kNoAnswer,
+  kBusy,
+  kTooLate,
+};
+
+struct ProblemRow {
+  int status;
+  int code;            // the method's number; the status itself where the host answers
+  const char* title;   // the status in words
+  const char* detail;  // what happened and what to do
+};
+
+const ProblemRow& rowOf(Problem problem);
+
+// The problem that a method's error code stands for; kWorkFailed for codes without a row.
+Problem problemOfCode(int code);
+
+}  // namespace host

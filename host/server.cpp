@@ -1,0 +1,280 @@
+#include "server.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <sys/resource.h>
+#include <sys/signalfd.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include "answer.h"
+#include "base/file_failure.h"
+#include "log.h"
+
+namespace host {
+namespace {
+
+using std::chrono::duration_cast;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr int kAcceptedAtOnce = 64;
+constexpr std::size_t kMostLeaving = 256;
+constexpr seconds kLeaveLimit{2};
+// A child whose parent is gone ends this long after its limit, by its own alarm.
+constexpr seconds kAlarmMargin{30};
+constexpr rlim_t kLargestFile = 256UL * 1024 * 1024;  // of what a method prints
+
+sigset_t watchedSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+  return signals;
+}
+
+std::optional<uid_t> peerOf(int connection) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return std::nullopt;
+  return peer.uid;
+}
+
+// A child begins with the signals of a fresh process and a group of its own, so that what it starts
+// ends with it.
+void resetProcess(milliseconds callLimit) {
+  ::setpgid(0, 0);
+  for (int signal = 1; signal < SIGRTMAX; ++signal) ::signal(signal, SIG_DFL);
+  sigset_t none;
+  sigemptyset(&none);
+  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::alarm(static_cast<unsigned>(duration_cast<seconds>(callLimit + kAlarmMargin).count()));
+  const rlimit largest{kLargestFile, kLargestFile};
+  ::setrlimit(RLIMIT_FSIZE, &largest);
+}
+
+// Drops what a client has sent. False once it has closed its side.
+bool dropBytes(int connection) {
+  std::array<char, 16384> dropped{};
+  const ssize_t got = ::recv(connection, dropped.data(), dropped.size(), MSG_DONTWAIT);
+  return got > 0 || (got < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
+std::string endText(int waitStatus) {
+  if (WIFSIGNALED(waitStatus)) return "signal " + std::to_string(WTERMSIG(waitStatus));
+  return "exit status " + std::to_string(WEXITSTATUS(waitStatus));
+}
+
+}  // namespace
+
+Server::Server(std::vector<Listener> listeners, CallBoard& board, milliseconds callLimit, Work work)
+    : listeners_(std::move(listeners)),
+      board_(board),
+      callLimit_(callLimit),
+      work_(std::move(work)),
+      calls_(board.size()) {}
+
+void Server::run(const std::function<void()>& ready) {
+  const sigset_t signals = watchedSignals();
+  ::signal(SIGCHLD, SIG_DFL);  // where it was ignored, children could not be waited for
+  ::sigprocmask(SIG_BLOCK, &signals, nullptr);
+  signals_.reset(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
+  if (!signals_) {
+    logLine(LOG_ERR, "cannot watch for signals: " + zevo::errorText(errno));
+    return;
+  }
+  ready();
+  while (!isStopping_ || isBusy()) step();
+}
+
+bool Server::isBusy() const {
+  return std::any_of(calls_.begin(), calls_.end(), [](const Call& call) { return call.pid != 0; });
+}
+
+void Server::step() {
+  std::vector<pollfd> watch = watched();
+  if (::poll(watch.data(), watch.size(), patience()) < 0) return;
+  takeSignals();
+  const std::size_t listening = isStopping_ ? 0 : listeners_.size();
+  for (std::size_t i = 0; i < listening; ++i) {
+    if (watch[i + 1].revents != 0) acceptFrom(listeners_[i]);
+  }
+  endLateCalls();
+  dropLeaving();
+}
+
+std::vector<pollfd> Server::watched() const {
+  std::vector<pollfd> watch{{signals_.get(), POLLIN, 0}};
+  if (!isStopping_) {
+    for (const Listener& listener : listeners_) watch.push_back({listener.descriptor(), POLLIN, 0});
+  }
+  for (const Leaving& leaving : leaving_) watch.push_back({leaving.connection.get(), POLLIN, 0});
+  return watch;
+}
+
+// Milliseconds until a call is late or a leaving connection has had its time; -1 where nothing is.
+int Server::patience() const {
+  Clock::time_point next = Clock::time_point::max();
+  for (const Call& call : calls_) {
+    if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + callLimit_);
+  }
+  for (const Leaving& leaving : leaving_) next = std::min(next, leaving.until);
+  if (next == Clock::time_point::max()) return -1;
+  const auto left = duration_cast<milliseconds>(next - Clock::now()).count() + 1;
+  return static_cast<int>(std::max<decltype(left)>(left, 0));
+}
+
+void Server::takeSignals() {
+  signalfd_siginfo signal{};
+  while (::read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
+    const auto number = static_cast<int>(signal.ssi_signo);
+    if (number != SIGTERM && number != SIGINT) continue;
+    if (isStopping_) {
+      for (const Call& call : calls_) {
+        if (call.pid != 0) ::kill(-call.pid, SIGKILL);
+      }
+    }
+    isStopping_ = true;
+    listeners_.clear();
+  }
+  reap();
+}
+
+void Server::acceptFrom(const Listener& listener) {
+  for (int i = 0; i < kAcceptedAtOnce; ++i) {
+    zevo::FileDescriptor connection(
+        ::accept4(listener.descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (connection) {
+      admit(std::move(connection), listener.entrance());
+      continue;
+    }
+    if (errno == EMFILE || errno == ENFILE) {
+      logLine(LOG_ERR, "cannot accept a connection: " + zevo::errorText(errno));
+      ::poll(nullptr, 0, 100);  // it stays ready, and would be tried again at once
+    }
+    if (errno != EINTR && errno != ECONNABORTED) return;
+  }
+}
+
+Load Server::load(uid_t peer) const {
+  Load load;
+  for (const Call& call : calls_) {
+    if (call.pid == 0) continue;
+    if (call.entrance == Entrance::kWeb) {
+      ++load.web;
+    } else if (call.peer == 0) {
+      ++load.root;
+    } else {
+      ++load.local;
+      load.samePeer += call.peer == peer ? 1U : 0U;
+    }
+  }
+  return load;
+}
+
+void Server::admit(zevo::FileDescriptor connection, Entrance entrance) {
+  const auto peer = peerOf(connection.get());
+  if (!peer) return;
+  const bool admitted = isAdmitted(entrance, *peer, load(*peer), board_.size());
+  if (admitted && startCall(connection, entrance, *peer)) return;
+  answer(std::move(connection), Problem::kBusy);
+}
+
+bool Server::startCall(zevo::FileDescriptor& connection, Entrance entrance, uid_t peer) {
+  const auto free =
+      std::find_if(calls_.begin(), calls_.end(), [](const Call& call) { return call.pid == 0; });
+  if (free == calls_.end()) return false;
+  const auto place = static_cast<std::size_t>(free - calls_.begin());
+  board_.slot(place).clear();
+  *free = Call{0, std::move(connection), entrance, peer, Clock::now(), false};
+  std::fflush(nullptr);  // a child must not print what its parent has buffered
+  const pid_t pid = ::fork();
+  if (pid == 0) becomeChild(place);
+  if (pid < 0) {
+    logLine(LOG_ERR, "cannot start a process for a call: " + zevo::errorText(errno));
+    connection = std::move(free->connection);
+    return false;
+  }
+  ::setpgid(pid, pid);
+  free->pid = pid;
+  return true;
+}
+
+void Server::becomeChild(std::size_t place) {
+  resetProcess(callLimit_);
+  // One caller's child holds no other caller's connection.
+  const Call own = std::move(calls_[place]);
+  for (Listener& listener : listeners_) listener.forget();
+  calls_.clear();
+  leaving_.clear();
+  signals_.reset();
+  work_(own.connection.get(), own.entrance, own.peer, board_.slot(place));
+  std::fflush(nullptr);
+  ::_exit(0);
+}
+
+void Server::endLateCalls() {
+  const Clock::time_point now = Clock::now();
+  for (std::size_t i = 0; i < calls_.size(); ++i) {
+    Call& call = calls_[i];
+    if (call.pid == 0 || call.isLate || now - call.began < callLimit_) continue;
+    call.isLate = true;
+    ::kill(-call.pid, SIGKILL);
+    ::kill(call.pid, SIGKILL);
+  }
+}
+
+void Server::reap() {
+  for (std::size_t i = 0; i < calls_.size(); ++i) {
+    if (calls_[i].pid == 0) continue;
+    siginfo_t ended{};
+    const auto id = static_cast<id_t>(calls_[i].pid);
+    if (::waitid(P_PID, id, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid == 0) {
+      continue;
+    }
+    ::kill(-calls_[i].pid, SIGKILL);  // what it started; its own number is still taken
+    int status = 0;
+    ::waitpid(calls_[i].pid, &status, 0);
+    finish(i, status);
+  }
+}
+
+void Server::finish(std::size_t place, int waitStatus) {
+  Call call = std::exchange(calls_[place], Call{});
+  const CallSlot& slot = board_.slot(place);
+  if (!slot.isAnswering) {
+    const auto spent = duration_cast<milliseconds>(Clock::now() - call.began).count();
+    const Problem problem = call.isLate ? Problem::kTooLate : Problem::kNoAnswer;
+    logLine(LOG_ERR, slot.shownSummary() + " status=" + std::to_string(rowOf(problem).status) +
+                         " code=" + std::to_string(rowOf(problem).code) +
+                         " ms=" + std::to_string(spent) + ": its process ended with " +
+                         endText(waitStatus) + " before it answered");
+    answer(std::move(call.connection), problem);
+  }
+  board_.slot(place).clear();
+}
+
+void Server::answer(zevo::FileDescriptor connection, Problem problem) {
+  const std::string text = scgiText(problemAnswer(problem));
+  const ssize_t sent =
+      ::send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  if (sent != static_cast<ssize_t>(text.size())) return;
+  // Closed with bytes of the client unread, the kernel would report a broken connection instead.
+  ::shutdown(connection.get(), SHUT_WR);
+  if (dropBytes(connection.get()) && leaving_.size() < kMostLeaving) {
+    leaving_.push_back({std::move(connection), Clock::now() + kLeaveLimit});
+  }
+}
+
+void Server::dropLeaving() {
+  const Clock::time_point now = Clock::now();
+  std::erase_if(leaving_, [&](const Leaving& leaving) {
+    return !dropBytes(leaving.connection.get()) || now >= leaving.until;
+  });
+}
+
+}  // namespace host

@@ -1,0 +1,76 @@
+// The daemon's loop: accepts, starts a child for each call, ends those that take too long. It reads
+// nothing that clients send.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <poll.h>
+#include <sys/types.h>
+#include <vector>
+
+#include "admission.h"
+#include "base/file_descriptor.h"
+#include "call_board.h"
+#include "listener.h"
+#include "problem.h"
+
+namespace host {
+
+class Server {
+ public:
+  // What a child does with its connection; when it returns, the child ends.
+  using Work = std::function<void(int connection, Entrance entrance, uid_t peer, CallSlot& slot)>;
+
+  // As many calls at once as `board` has slots; each ends after `callLimit` at the latest.
+  Server(std::vector<Listener> listeners, CallBoard& board, std::chrono::milliseconds callLimit,
+         Work work);
+
+  // Serves until SIGTERM or SIGINT, then takes no new calls and returns when those in flight are
+  // answered; a second signal ends them at once. Calls `ready` once signals are taken care of.
+  void run(const std::function<void()>& ready);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  struct Call {
+    pid_t pid = 0;  // 0: the place is free
+    zevo::FileDescriptor connection;
+    Entrance entrance = Entrance::kWeb;
+    uid_t peer = 0;
+    Clock::time_point began;
+    bool isLate = false;
+  };
+  // A connection that was answered here and waits for its client to close it.
+  struct Leaving {
+    zevo::FileDescriptor connection;
+    Clock::time_point until;
+  };
+
+  void step();
+  std::vector<pollfd> watched() const;
+  int patience() const;
+  void takeSignals();
+  void acceptFrom(const Listener& listener);
+  void admit(zevo::FileDescriptor connection, Entrance entrance);
+  [[nodiscard]] Load load(uid_t peer) const;
+  bool startCall(zevo::FileDescriptor& connection, Entrance entrance, uid_t peer);
+  [[noreturn]] void becomeChild(std::size_t place);
+  void endLateCalls();
+  void reap();
+  void finish(std::size_t place, int waitStatus);
+  void answer(zevo::FileDescriptor connection, Problem problem);
+  void dropLeaving();
+  [[nodiscard]] bool isBusy() const;
+
+  std::vector<Listener> listeners_;
+  CallBoard& board_;
+  std::chrono::milliseconds callLimit_;
+  Work work_;
+  std::vector<Call> calls_;
+  std::vector<Leaving> leaving_;
+  zevo::FileDescriptor signals_;
+  bool isStopping_ = false;
+};
+
+}  // namespace host

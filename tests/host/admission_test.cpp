@@ -1,0 +1,41 @@
+#include "admission.h"
+
+#include <gtest/gtest.h>
+
+namespace host {
+namespace {
+
+constexpr uid_t kAlice = 1000;
+
+TEST(Admission, KeepsPlacesForTheLocalSocket) {
+  EXPECT_TRUE(isAdmitted(Entrance::kWeb, 33, {.web = 51}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kWeb, 33, {.web = 52}, 64));
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.web = 52}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kWeb, 33, {.web = 40, .local = 8, .root = 4}, 64));
+}
+
+TEST(Admission, KeepsPlacesForRoot) {
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.web = 52, .local = 7}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kLocal, kAlice, {.web = 52, .local = 8}, 64));
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, 0, {.web = 52, .local = 8}, 64));
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, 0, {.web = 52, .local = 8, .root = 3}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kLocal, 0, {.web = 52, .local = 8, .root = 4}, 64));
+}
+
+TEST(Admission, RootOverTheWebServersSocketIsTheWeb) {
+  EXPECT_FALSE(isAdmitted(Entrance::kWeb, 0, {.web = 52}, 64));
+}
+
+TEST(Admission, OneLocalUserCannotKeepTheOthersOut) {
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.local = 7, .samePeer = 7}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kLocal, kAlice, {.local = 8, .samePeer = 8}, 64));
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.local = 8}, 64));
+}
+
+TEST(Admission, AllLocalUsersTogetherLeaveHalfToTheWeb) {
+  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.local = 31}, 64));
+  EXPECT_FALSE(isAdmitted(Entrance::kLocal, kAlice, {.local = 32}, 64));
+}
+
+}  // namespace
+}  // namespace host

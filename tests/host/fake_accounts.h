@@ -1,0 +1,56 @@
+// Accounts and logins in memory.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "zevo/login_token.h"
+
+#include "accounts.h"
+#include "identity.h"
+
+namespace host::testing_support {
+
+class FakeAccounts : public Accounts {
+ public:
+  void add(const Account& account) { all_[account.name] = account; }
+  void remove(const std::string& name) { all_.erase(name); }
+
+  std::optional<Account> byName(const std::string& name) override {
+    const auto found = all_.find(name);
+    if (found != all_.end()) return found->second;
+    return name == "admin" ? byUid(0) : std::nullopt;
+  }
+  std::optional<Account> byUid(uid_t uid) override {
+    for (const auto& [name, account] : all_) {
+      if (account.uid == uid) return account;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  std::map<std::string, Account> all_;
+};
+
+class FakeLogins : public Logins {
+ public:
+  // The client that holds `token` is logged in.
+  void add(const std::string& token, const std::string& user, uid_t uid) {
+    zevo::WebLogin login;
+    login.id = zevo::tokenHash(token);
+    login.user = user;
+    login.uid = uid;
+    all[login.id] = login;
+  }
+  std::optional<zevo::WebLogin> find(const std::string& id) override {
+    const auto found = all.find(id);
+    return found == all.end() ? std::nullopt : std::optional(found->second);
+  }
+  void touch(const std::string& id) override { touched.push_back(id); }
+
+  std::map<std::string, zevo::WebLogin> all;
+  std::vector<std::string> touched;
+};
+
+}  // namespace host::testing_support

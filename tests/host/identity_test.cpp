@@ -1,0 +1,142 @@
+#include "identity.h"
+
+#include <map>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "zevo/login_token.h"
+
+#include "host/fake_accounts.h"
+
+namespace host {
+namespace {
+
+using namespace testing_support;
+
+const std::string kToken(43, 'T');
+
+class WebIdentity : public testing::Test {
+ protected:
+  WebIdentity() {
+    accounts_.add({"alice", 1000, false, false});
+    accounts_.add({"bob", 1001, false, true});
+    accounts_.add({"root", 0, false, true});
+    logins_.add(kToken, "alice", 1000);
+    request_.remoteAddress = "10.20.0.2";
+    request_.cookie = "currentconn=" + kToken;
+  }
+  Identity ask() { return whoAsksOverWeb(request_, accounts_, logins_); }
+
+  FakeAccounts accounts_;
+  FakeLogins logins_;
+  HttpRequest request_;
+};
+
+TEST_F(WebIdentity, IsTheCookiesLogin) {
+  const Identity expected =
+      Caller{"alice", false, Entrance::kWeb, "10.20.0.2", zevo::tokenHash(kToken)};
+  EXPECT_EQ(ask(), expected);
+}
+
+TEST_F(WebIdentity, IsAnAdministratorAsAMemberOfTheGroup) {
+  logins_.add(kToken, "bob", 1001);
+  EXPECT_TRUE(std::get<Caller>(ask()).isAdmin);
+}
+
+TEST_F(WebIdentity, OfRootIsAdmin) {
+  logins_.add(kToken, "admin", 0);
+  EXPECT_EQ(std::get<Caller>(ask()).user, "admin");
+  EXPECT_TRUE(std::get<Caller>(ask()).isAdmin);
+}
+
+TEST_F(WebIdentity, KeepsTheLoginCurrentUnlessThePageRefreshesItself) {
+  ask();
+  EXPECT_EQ(logins_.touched, std::vector<std::string>{zevo::tokenHash(kToken)});
+  request_.background = true;
+  ask();
+  EXPECT_EQ(logins_.touched.size(), 1U);
+}
+
+TEST_F(WebIdentity, IsNobodyWithoutACurrentLogin) {
+  const Identity nobody = Problem::kNotLoggedIn;
+  request_.cookie.reset();
+  EXPECT_EQ(ask(), nobody) << "no cookie";
+  request_.cookie = "currentconn=" + std::string(43, 'x');
+  EXPECT_EQ(ask(), nobody) << "a token of no login";
+  request_.cookie = "currentconn=" + zevo::tokenHash(kToken);
+  EXPECT_EQ(ask(), nobody) << "the id that the session file shows";
+  request_.cookie = "currentconn=" + kToken;
+  logins_.all.clear();
+  EXPECT_EQ(ask(), nobody) << "a login that has ended";
+  EXPECT_TRUE(logins_.touched.empty());
+}
+
+TEST_F(WebIdentity, IsNobodyWhereTheAccountIsNotTheOneThatLoggedIn) {
+  const Identity nobody = Problem::kNotLoggedIn;
+  accounts_.add({"alice", 1000, true, false});
+  EXPECT_EQ(ask(), nobody) << "expired";
+  accounts_.add({"alice", 1005, false, true});
+  EXPECT_EQ(ask(), nobody) << "made anew under another number";
+  accounts_.remove("alice");
+  EXPECT_EQ(ask(), nobody) << "deleted";
+  logins_.add(kToken, "", 1000);
+  EXPECT_EQ(ask(), nobody) << "a login without a name";
+  EXPECT_TRUE(logins_.touched.empty());
+}
+
+TEST_F(WebIdentity, OfRootEndsWhereAnAccountTakesItsAlias) {
+  logins_.add(kToken, "admin", 0);
+  accounts_.add({"admin", 1002, false, false});
+  EXPECT_EQ(ask(), Identity(Problem::kNotLoggedIn));
+}
+
+TEST_F(WebIdentity, NeedsAClientsAddress) {
+  request_.remoteAddress.reset();
+  EXPECT_EQ(ask(), Identity(Problem::kMalformed));
+}
+
+class LocalIdentity : public testing::Test {
+ protected:
+  LocalIdentity() {
+    accounts_.add({"alice", 1000, false, false});
+    accounts_.add({"bob", 1001, false, true});
+    accounts_.add({"root", 0, false, true});
+  }
+  Identity ask(uid_t peer) { return whoAsksLocally(request_, peer, accounts_); }
+
+  FakeAccounts accounts_;
+  HttpRequest request_;
+};
+
+TEST_F(LocalIdentity, IsTheAccountOfTheProcess) {
+  EXPECT_EQ(ask(1000), Identity(Caller{"alice", false, Entrance::kLocal, "", ""}));
+}
+
+TEST_F(LocalIdentity, IsAnAdministratorAsRootAlone) {
+  EXPECT_EQ(ask(1001), Identity(Caller{"bob", false, Entrance::kLocal, "", ""}));
+  EXPECT_EQ(ask(0), Identity(Caller{"admin", true, Entrance::kLocal, "", ""}));
+}
+
+TEST_F(LocalIdentity, IsNobodyWithoutAnAccount) {
+  EXPECT_EQ(ask(4711), Identity(Problem::kNobody));
+  EXPECT_EQ(ask(static_cast<uid_t>(-1)), Identity(Problem::kNobody));
+}
+
+TEST_F(LocalIdentity, OfAnExpiredAccountIsNobody) {
+  accounts_.add({"alice", 1000, true, false});
+  EXPECT_EQ(ask(1000), Identity(Problem::kNobody));
+}
+
+TEST_F(LocalIdentity, IsNobodyForWhatComesFromAWebServer) {
+  request_.cookie = "currentconn=" + kToken;
+  EXPECT_EQ(ask(0), Identity(Problem::kNobody));
+  request_.cookie = "";
+  EXPECT_EQ(ask(0), Identity(Problem::kNobody));
+  request_.cookie.reset();
+  request_.remoteAddress = "127.0.0.1";
+  EXPECT_EQ(ask(0), Identity(Problem::kNobody));
+}
+
+}  // namespace
+}  // namespace host
