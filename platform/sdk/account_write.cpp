@@ -41,7 +41,7 @@ std::optional<FileFailure> readAccountFiles(const AccountPaths& paths, AccountFi
   files->passwd = parsePasswd(content);
   if (auto failure = readFile(paths.group, kLongestFile, &content)) return failure;
   files->groups = parseGroups(content);
-  const auto failure = readFile(paths.shells, kLongestFile, &content);
+  auto failure = readFile(paths.shells, kLongestFile, &content);
   if (failure && failure->error != ENOENT) return failure;
   if (!failure) files->shells = parseShells(content);
   return std::nullopt;

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 
 #include "zevo/error_trail.h"
 
@@ -43,8 +42,7 @@ int getLine(const std::string& path, std::string_view key, char* buffer, int siz
   line = line.substr(0, line.find_first_of(std::string_view("\n\0", 2)));
   if (line.ends_with('\r')) line.remove_suffix(1);
   const std::size_t length = std::min(line.size(), static_cast<std::size_t>(size) - 1);
-  std::memcpy(buffer, line.data(), length);
-  buffer[length] = '\0';
+  buffer[line.copy(buffer, length)] = '\0';
   return static_cast<int>(length);
 }
 

@@ -116,7 +116,7 @@ std::string textsFolder() {
     const std::string file = library.dli_fname;
     const std::size_t slash = file.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash);
-    const std::string beside = folder + "/../share/currentconn/texts";
+    std::string beside = folder + "/../share/currentconn/texts";
     if (exists(beside)) return beside;
   }
   return INSTALLED_TEXTS;
