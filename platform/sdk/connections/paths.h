@@ -14,6 +14,7 @@ struct Paths {
   std::string rmtab = "/var/lib/nfs/rmtab";  // mount table of version 3 clients
   std::vector<std::string> smbdPids = {"/run/samba/smbd.pid", "/run/smbd.pid"};
   std::string smbstatus = "/usr/bin/smbstatus";
+  std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
 };
 
 }  // namespace zevo::connections

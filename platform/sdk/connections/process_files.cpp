@@ -17,6 +17,7 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kTextLimit = 4095;
+constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
 
 struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
@@ -32,16 +33,16 @@ Title parseTitle(const std::string& bytes) {
   return title;
 }
 
-// The line "Uid:\tREAL\tEFFECTIVE\tSAVED\tFILE" of /proc/PID/status. The name above it cannot fake
-// such a line, since the kernel escapes line breaks there.
-std::optional<UserIds> parseUserIds(std::string_view status) {
-  constexpr std::string_view kKey = "\nUid:";
-  const std::size_t key = status.find(kKey);
-  if (key == std::string_view::npos) return std::nullopt;
-  const char* at = status.data() + key + kKey.size();
+// The line "Uid:\tREAL\tEFFECTIVE\tSAVED\tFILE" of /proc/PID/status, or that of "Gid:". The name
+// above it cannot fake such a line, since the kernel escapes line breaks there.
+template <typename Ids>
+std::optional<Ids> parseIds(std::string_view status, std::string_view key) {
+  const std::size_t line = status.find(key);
+  if (line == std::string_view::npos) return std::nullopt;
+  const char* at = status.data() + line + key.size();
   const char* end = status.data() + status.size();
-  UserIds ids;
-  for (uid_t* id : {&ids.real, &ids.effective, &ids.saved}) {
+  Ids ids;
+  for (auto* id : {&ids.real, &ids.effective, &ids.saved}) {
     if (at == end || *at != '\t') return std::nullopt;
     const auto [next, error] = std::from_chars(at + 1, end, *id);
     if (error != std::errc()) return std::nullopt;
@@ -113,9 +114,28 @@ Reading<Title> ProcessFiles::title() const {
 Reading<UserIds> ProcessFiles::userIds() const {
   const Reading<std::string> status = readText("status");
   if (!status.ok()) return Reading<UserIds>::like(status);
-  const auto ids = parseUserIds(*status);
+  const auto ids = parseIds<UserIds>(*status, "\nUid:");
   if (!ids) return endedOrFailed<UserIds>("status", EBADMSG);
   return *ids;
+}
+
+Reading<GroupIds> ProcessFiles::groupIds() const {
+  const Reading<std::string> status = readText("status");
+  if (!status.ok()) return Reading<GroupIds>::like(status);
+  const auto ids = parseIds<GroupIds>(*status, "\nGid:");
+  if (!ids) return endedOrFailed<GroupIds>("status", EBADMSG);
+  return *ids;
+}
+
+Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
+  using Result = Reading<std::optional<uid_t>>;
+  const Reading<std::string> text = readText("loginuid");
+  if (text.failed()) return Result::like(text);
+  if (!text.ok()) return std::optional<uid_t>();  // a kernel without it has no such file
+  uid_t uid = kNoLogin;
+  const auto result = std::from_chars(text->data(), text->data() + text->size(), uid);
+  if (result.ec != std::errc() || uid == kNoLogin) return std::optional<uid_t>();
+  return std::optional<uid_t>(uid);
 }
 
 Reading<std::string> ProcessFiles::workingDirectory() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -26,6 +27,12 @@ struct UserIds {
   uid_t saved = 0;
 };
 
+struct GroupIds {
+  gid_t real = 0;
+  gid_t effective = 0;
+  gid_t saved = 0;
+};
+
 // A descriptor that is a socket.
 struct SocketDescriptor {
   int number = 0;
@@ -43,6 +50,10 @@ class ProcessFiles {
 
   [[nodiscard]] Reading<Title> title() const;
   [[nodiscard]] Reading<UserIds> userIds() const;
+  [[nodiscard]] Reading<GroupIds> groupIds() const;
+  // The account that logged in above the process, which stays the same whatever ids it takes later;
+  // nothing where none did or the kernel does not keep it.
+  [[nodiscard]] Reading<std::optional<uid_t>> loginUid() const;
   // Path as the kernel gives it: " (deleted)" follows that of a removed folder.
   [[nodiscard]] Reading<std::string> workingDirectory() const;
   [[nodiscard]] Reading<std::string> root() const;

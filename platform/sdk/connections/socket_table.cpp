@@ -43,7 +43,7 @@ int takeSocket(const nlmsghdr* header, void* data) {
   const auto& message = *static_cast<const inet_diag_msg*>(::mnl_nlmsg_get_payload(header));
   static_cast<std::vector<Socket>*>(data)->push_back(
       {message.idiag_inode, addressOf(message, message.id.idiag_src, message.id.idiag_sport),
-       addressOf(message, message.id.idiag_dst, message.id.idiag_dport)});
+       addressOf(message, message.id.idiag_dst, message.id.idiag_dport), message.idiag_uid});
   return MNL_CB_OK;
 }
 

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <sys/types.h>
 #include <vector>
 
 #include "sdk/connections/address.h"
@@ -12,9 +13,10 @@
 namespace zevo::connections {
 
 struct Socket {
-  std::uint64_t inode = 0;
+  std::uint64_t inode = 0;  // 0 while no process has accepted it
   Address local;
   Address remote;
+  uid_t owner = 0;  // effective user of the process that accepted or opened it
 
   bool operator==(const Socket&) const = default;
 };
