@@ -13,9 +13,15 @@
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
+#include "sdk/connections/afp.h"
 #include "sdk/connections/login.h"
+#include "sdk/connections/nfs.h"
 #include "sdk/connections/openssh.h"
+#include "sdk/connections/proftpd.h"
+#include "sdk/connections/pureftpd.h"
 #include "sdk/connections/samba.h"
+#include "sdk/connections/telnet.h"
+#include "sdk/connections/vsftpd.h"
 
 namespace zevo::connections {
 namespace {
@@ -25,8 +31,13 @@ struct Service {
   Collector read;
 };
 
-constexpr std::array<Service, 2> kServices = {{
+constexpr std::array<Service, 7> kServices = {{
     {"OpenSSH", readOpenssh},
+    {"vsftpd", readVsftpd},
+    {"ProFTPD", readProftpd},
+    {"telnetd", readTelnet},
+    {"afpd", readAfp},
+    {"NFS", readNfs},
     {"the machine itself", readLogins},
 }};
 
@@ -68,6 +79,8 @@ Outcome readServices(const Sources& sources, std::optional<SmbstatusRuns> smbsta
     if (outcome.failed()) return outcome;
     if (smbstatus) smbstatus->drain();
   }
+  const Outcome outcome = named("Pure-FTPd", readPureFtpd(sources, limits, *connections));
+  if (outcome.failed()) return outcome;
   return named("Samba", readSamba(sources, std::move(smbstatus), limits, *connections));
 }
 

@@ -1,0 +1,13 @@
+// Names of accounts.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+
+namespace zevo::connections {
+
+// Name of the account with the id `uid`; the id itself where no account has it (any longer) or the
+// name service does not answer, as ps writes it.
+std::string accountName(uid_t uid);
+
+}  // namespace zevo::connections

@@ -1,0 +1,94 @@
+#include "sdk/connections/served_client.h"
+
+#include <algorithm>
+#include <map>
+
+namespace zevo::connections {
+namespace {
+
+// A process and the client's connection that it holds.
+struct Holder {
+  const Process* process = nullptr;
+  Socket socket;
+};
+
+using Holders = std::map<pid_t, Holder>;
+
+Reading<std::optional<Socket>> lowestSocket(const Sources& sources, const ProcessFiles& files,
+                                            std::optional<std::uint16_t> port) {
+  using Result = Reading<std::optional<Socket>>;
+  if (!port) return clientSocket(sources, files);
+  const auto descriptors = files.sockets();
+  if (!descriptors.ok()) return Result::like(descriptors);
+  const Reading<SocketTable>& table = sources.sockets();
+  if (!table.ok()) return Result::like(table);
+  for (const SocketDescriptor& descriptor : *descriptors) {
+    const Socket* socket = table->find(descriptor.inode);
+    if (socket != nullptr && socket->local.port == *port) return std::optional<Socket>(*socket);
+  }
+  return std::optional<Socket>();
+}
+
+Reading<Holders> readHolders(const Sources& sources, Family family,
+                             std::optional<std::uint16_t> port) {
+  Holders holders;
+  for (const Process* process : sources.processes().named(family)) {
+    const auto files = sources.filesOf(*process);
+    const auto socket = files.ok() ? lowestSocket(sources, *files, port)
+                                   : Reading<std::optional<Socket>>::like(files);
+    if (socket.failed()) return Reading<Holders>::failure(socket.cause());
+    if (socket.ok() && socket->has_value()) holders[process->pid] = {process, **socket};
+  }
+  return holders;
+}
+
+// The holder above `holder` that serves the same client. A listener holds a new client's connection
+// for a moment too; where it gives its processes sessions of their own it is told apart by that.
+const Holder* above(const Holders& holders, const Holder& holder) {
+  const auto found = holders.find(holder.process->parent);
+  if (found == holders.end()) return nullptr;
+  const Holder& parent = found->second;
+  const bool servesSame = parent.socket.inode == holder.socket.inode &&
+                          parent.process->session == holder.process->session;
+  return servesSame ? &parent : nullptr;
+}
+
+const Holder& uppermost(const Holders& holders, const Holder& holder) {
+  const Holder* top = &holder;
+  // Pids that were given anew during the scan could close a circle.
+  for (std::size_t i = 0; i < holders.size(); ++i) {
+    const Holder* next = above(holders, *top);
+    if (next == nullptr) break;
+    top = next;
+  }
+  return *top;
+}
+
+std::map<pid_t, ServedClient> gather(const Holders& holders) {
+  std::map<pid_t, ServedClient> clients;
+  for (const auto& [pid, holder] : holders) {
+    const Holder& top = uppermost(holders, holder);
+    ServedClient& client = clients[top.process->pid];
+    client.socket = top.socket;
+    client.process = top.process;
+    if (&top != &holder) client.helpers.push_back(holder.process);
+  }
+  return clients;
+}
+
+}  // namespace
+
+Outcome readServedClients(const Sources& sources, Family family, std::optional<std::uint16_t> port,
+                          std::vector<ServedClient>* clients) {
+  clients->clear();
+  const auto holders = readHolders(sources, family, port);
+  if (holders.failed()) return Outcome::failure(holders.cause());
+  for (auto& [pid, client] : gather(*holders)) {
+    const auto vouched = isVouchedFor(sources, *client.process, family);
+    if (vouched.failed()) return Outcome::failure(vouched.cause());
+    if (vouched.ok() && *vouched) clients->push_back(std::move(client));
+  }
+  return Outcome::done();
+}
+
+}  // namespace zevo::connections

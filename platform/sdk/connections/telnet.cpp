@@ -1,0 +1,108 @@
+#include "sdk/connections/telnet.h"
+
+#include "sdk/connections/account_name.h"
+#include "sdk/connections/served_client.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kLongestWay = 16;  // pids that are given anew during the scan could close a circle
+
+bool isTelnetd(std::string_view name) {
+  return name == "telnetd" || name == "in.telnetd";
+}
+
+// Programs between telnetd and the user's own. Netkit's telnetd is no root process and has
+// telnetlogin start login.
+bool isLoginStep(std::string_view name) {
+  return name == "login" || name == "telnetlogin" || isTelnetd(name);
+}
+
+// A process below telnetd.
+struct Below {
+  const Process* process = nullptr;  // null where nobody has logged in
+  uid_t uid = 0;
+};
+
+// The first child of `parent` that still runs, and its real user.
+Reading<Below> firstChild(const Sources& sources, const Process& parent) {
+  for (const Process* child : sources.processes().children(parent.pid)) {
+    const auto files = sources.filesOf(*child);
+    const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+    if (ids.failed()) return Reading<Below>::failure(ids.cause());
+    if (ids.ok()) return Below{child, ids->real};
+  }
+  return Below{};
+}
+
+// The user's first process below `server`, which runs as `serverUid`. A user's program named login
+// is his like any other.
+Reading<Below> usersProcess(const Sources& sources, const Process& server, uid_t serverUid) {
+  const Process* step = &server;
+  for (int i = 0; i < kLongestWay; ++i) {
+    auto below = firstChild(sources, *step);
+    if (!below.ok() || below->process == nullptr) return below;
+    const bool isUsers = below->uid != 0 && below->uid != serverUid;
+    if (isUsers || !isLoginStep(below->process->name)) return below;
+    step = below->process;
+  }
+  return Below{};
+}
+
+// Whose login `below` came from: its owner, unless that is root and the kernel knows better.
+Reading<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, const Below& below) {
+  if (below.uid != 0) return below.uid;
+  const auto files = sources.filesOf(*below.process);
+  const auto before = server.loginUid();
+  const auto after = files.ok() ? files->loginUid() : Reading<std::optional<uid_t>>::like(files);
+  if (!before.ok()) return Reading<uid_t>::like(before);
+  if (!after.ok()) return Reading<uid_t>::like(after);
+  // What telnetd has already was inherited from whoever started it.
+  const bool isKnown = after->has_value() && *after != *before;
+  return isKnown ? **after : below.uid;
+}
+
+Outcome appendSession(const Sources& sources, const ServedClient& client,
+                      std::vector<Connection>* connections) {
+  const auto files = sources.filesOf(*client.process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto below =
+      ids.ok() ? usersProcess(sources, *client.process, ids->real) : Reading<Below>::like(ids);
+  if (below.failed()) return Outcome::failure(below.cause());
+  if (!below.ok() || below->process == nullptr) return Outcome::done();
+  const auto owner = loginOwner(sources, *files, *below);
+  if (owner.failed()) return Outcome::failure(owner.cause());
+  if (!owner.ok()) return Outcome::done();
+  connections->push_back({.pid = client.process->pid,
+                          .time = sources.startText(*client.process),
+                          .from = numericText(client.socket.remote),
+                          .user = accountName(*owner),
+                          .descr = pseudoTerminalName(below->process->terminal),
+                          .type = ZEVO_CURCONN_TELNET});
+  return Outcome::done();
+}
+
+}  // namespace
+
+std::string pseudoTerminalName(std::int32_t device) {
+  constexpr std::uint32_t kFirstMajor = 136;  // of Unix98 pseudo-terminals: 136 to 143
+  constexpr std::uint32_t kMajors = 8;
+  constexpr std::uint32_t kMinorsOfOldKernels = 256;  // which used all eight majors
+  const auto bits = static_cast<std::uint32_t>(device);
+  const std::uint32_t major = (bits >> 8U) & 0xFFFU;
+  const std::uint32_t minor = (bits & 0xFFU) | ((bits >> 12U) & 0xFFF00U);
+  if (major < kFirstMajor || major >= kFirstMajor + kMajors) return {};
+  return "pts/" + std::to_string((major - kFirstMajor) * kMinorsOfOldKernels + minor);
+}
+
+Outcome readTelnet(const Sources& sources, std::vector<Connection>& connections) {
+  std::vector<ServedClient> clients;
+  Outcome outcome = readServedClients(sources, isTelnetd, std::nullopt, &clients);
+  for (const ServedClient& client : clients) {
+    if (outcome.failed()) break;
+    outcome = appendSession(sources, client, &connections);
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections
