@@ -31,6 +31,13 @@ void addWord(CLI::App* command, const std::string& name, const char* type, const
   command->add_option_function<std::string>(name, take, help)->option_text(type);
 }
 
+void addWords(CLI::App* command, const std::string& name, const char* help,
+              std::vector<std::string>* words) {
+  command->add_option(name, *words, help)
+      ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+      ->option_text(" ");
+}
+
 void addSwitch(CLI::App* command, const std::string& name, const char* help, bool* value) {
   command->add_flag(name, *value, help)->disable_flag_override();
 }
@@ -49,15 +56,34 @@ void addConfig(CLI::App* command, std::optional<std::string>* word) {
   addWord(command, "--config", "FILE", "Read this configuration, not the usual one", word);
 }
 
-void addListingOptions(CLI::App* command, ListingWords* words) {
+void addOrder(CLI::App* command, ListingWords* words) {
   addWord(command, "--sort-by", "FIELD", "time (default), who, from, descr or type",
           &words->sortBy);
   addSwitch(command, "--asc", "Least first", &words->ascending);
   addSwitch(command, "--desc", "Greatest first (default)", &words->descending);
+}
+
+void addFilter(CLI::App* command, std::optional<std::string>* word) {
+  addWord(command, "--filter", "TEXT", "Only where TEXT occurs, in any letter case", word);
+}
+
+void addListingOptions(CLI::App* command, ListingWords* words) {
+  addOrder(command, words);
   addWord(command, "--start", "N", "Skip the first N connections", &words->start);
   addWord(command, "--limit", "N", "Show at most N connections (0: all)", &words->limit);
   addSwitch(command, "--json", "Print the result of the API as it is", &words->asJson);
   addWatch(command, &words->watch);
+}
+
+// How a command that ends connections is to go about it.
+struct CautionWords {
+  bool isConfirmed = false;
+  bool isDryRun = false;
+};
+
+void addCaution(CLI::App* command, CautionWords* words) {
+  addSwitch(command, "--yes", "Do not ask", &words->isConfirmed);
+  addSwitch(command, "--dry-run", "Only show what would be done", &words->isDryRun);
 }
 
 // The command line as CLI11 is to read it.
@@ -66,6 +92,11 @@ struct Grammar {
   std::optional<std::string> configFile;
   ListingWords listWords;
   ListingWords mineWords;
+  SelectionWords kickWords;
+  std::vector<std::string> disableUsers;
+  CautionWords caution;
+  ListingWords reportWords;
+  std::optional<std::string> reportFile;
 
   [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
 };
@@ -89,6 +120,43 @@ CLI::App* addCommand(Grammar* grammar, const char* name, const char* help,
   return command;
 }
 
+void addListings(Grammar* grammar) {
+  CLI::App* list = addCommand(grammar, "list", kListHelp, kListExamples + columnsHelp());
+  addFilter(list, &grammar->listWords.filter);
+  addListingOptions(list, &grammar->listWords);
+
+  CLI::App* mine = addCommand(grammar, "mine", kMineHelp, kMineExamples + columnsHelp());
+  addWord(mine, "--user", "NAME", "Whose connections (default: the caller's own)",
+          &grammar->mineWords.user);
+  addListingOptions(mine, &grammar->mineWords);
+}
+
+void addKick(Grammar* grammar) {
+  CLI::App* kick = addCommand(grammar, "kick", kKickHelp, kKickExamples);
+  SelectionWords* words = &grammar->kickWords;
+  addWords(kick, "PID", "Connections by the list's column PID", &words->pids);
+  addWord(kick, "--user", "NAME", "Only this user's", &words->user);
+  addWord(kick, "--from", "ADDRESS", "Only from this client", &words->from);
+  addWord(kick, "--service", "NAME", "Only over this service: cifs, ssh, web, ...",
+          &words->service);
+  addFilter(kick, &words->filter);
+  addCaution(kick, &grammar->caution);
+}
+
+void addDisable(Grammar* grammar) {
+  CLI::App* disable = addCommand(grammar, "disable", kDisableHelp, kDisableExamples);
+  addWords(disable, "USER", "Names of local accounts", &grammar->disableUsers);
+  addCaution(disable, &grammar->caution);
+}
+
+void addReport(Grammar* grammar) {
+  CLI::App* report = addCommand(grammar, "report", kReportHelp, kReportExamples);
+  addFilter(report, &grammar->reportWords.filter);
+  addOrder(report, &grammar->reportWords);
+  addWord(report, "-o,--output", "FILE", "Where to (default: currentlog.html; -: print it)",
+          &grammar->reportFile);
+}
+
 std::unique_ptr<Grammar> makeGrammar() {
   auto grammar = std::make_unique<Grammar>();
   CLI::App& app = grammar->app;
@@ -97,20 +165,15 @@ std::unique_ptr<Grammar> makeGrammar() {
   app.formatter(std::make_shared<HelpFormatter>());
   app.get_formatter()->column_width(24);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+  app.get_formatter()->label("Positionals", "Arguments");
   app.set_help_flag("-h,--help", "Show this help, or that of the command");
   app.set_version_flag("--version", "currentconn " CURRENTCONN_VERSION, "Show the version");
   app.footer(kProgramExamples);
   addConfig(&app, &grammar->configFile);
-
-  CLI::App* list = addCommand(grammar.get(), "list", kListHelp, kListExamples + columnsHelp());
-  addWord(list, "--filter", "TEXT", "Only where TEXT occurs, in any letter case",
-          &grammar->listWords.filter);
-  addListingOptions(list, &grammar->listWords);
-
-  CLI::App* mine = addCommand(grammar.get(), "mine", kMineHelp, kMineExamples + columnsHelp());
-  addWord(mine, "--user", "NAME", "Whose connections (default: the caller's own)",
-          &grammar->mineWords.user);
-  addListingOptions(mine, &grammar->mineWords);
+  addListings(grammar.get());
+  addKick(grammar.get());
+  addDisable(grammar.get());
+  addReport(grammar.get());
   return grammar;
 }
 
@@ -181,20 +244,54 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
   return words;
 }
 
+using Request = std::variant<Listing, Kick, Disable, Report>;
+
+std::optional<Request> readListing(ListingWords words, bool isMine, std::string* wrong) {
+  if (isMine && !words.user) words.user = kNameOfRoot;
+  return checkListing(words, wrong);
+}
+
+std::optional<Request> readKick(const Grammar& grammar, std::string* wrong) {
+  std::optional<Selection> selection = checkSelection(grammar.kickWords, wrong);
+  if (!selection) return {};
+  return Kick{std::move(*selection), grammar.caution.isConfirmed, grammar.caution.isDryRun};
+}
+
+std::optional<Request> readDisable(const Grammar& grammar, std::string* wrong) {
+  std::optional<Disable> request = checkDisable(grammar.disableUsers, wrong);
+  if (!request) return {};
+  request->isConfirmed = grammar.caution.isConfirmed;
+  request->isDryRun = grammar.caution.isDryRun;
+  return request;
+}
+
+std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
+  std::optional<Listing> listing = checkListing(grammar.reportWords, wrong);
+  if (!listing) return {};
+  const std::string file = grammar.reportFile.value_or("currentlog.html");
+  if (!file.empty()) return Report{std::move(*listing), file};
+  *wrong = "--output must be the name of a file, or - to print the report";
+  return {};
+}
+
+std::optional<Request> readRequest(const Grammar& grammar, const std::string& name,
+                                   std::string* wrong) {
+  if (name == "mine") return readListing(grammar.mineWords, true, wrong);
+  if (name == "kick") return readKick(grammar, wrong);
+  if (name == "disable") return readDisable(grammar, wrong);
+  if (name == "report") return readReport(grammar, wrong);
+  return readListing(grammar.listWords, false, wrong);
+}
+
 Parsed readWords(const Grammar& grammar) {
   const CLI::App* command = chosenCommand(grammar);
   if (!command) return wrong("a command is missing" + helpHint(nullptr));
-  ListingWords words = grammar.listWords;
-  if (command->get_name() == "mine") {
-    words = grammar.mineWords;
-    if (!words.user) words.user = kNameOfRoot;
-  }
   std::string sentence;
-  std::optional<Listing> listing = checkListing(words, &sentence);
-  if (!listing) return wrong(std::move(sentence));
+  std::optional<Request> request = readRequest(grammar, command->get_name(), &sentence);
+  if (!request) return wrong(std::move(sentence));
   Parsed parsed;
   parsed.kind = Parsed::Kind::kRun;
-  parsed.command = {command->get_name(), grammar.configFile, std::move(*listing)};
+  parsed.command = {command->get_name(), grammar.configFile, std::move(*request)};
   return parsed;
 }
 

@@ -3,16 +3,20 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 
+#include "disable.h"
+#include "kick.h"
 #include "listing.h"
+#include "report.h"
 
 namespace cli {
 
 // What is to be done.
 struct Command {
-  std::string name;                       // "list", "mine"
+  std::string name;                       // as typed
   std::optional<std::string> configFile;  // nothing: the usual place
-  Listing listing;
+  std::variant<Listing, Kick, Disable, Report> request;
 };
 
 struct Parsed {

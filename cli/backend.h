@@ -18,6 +18,11 @@ class Backend {
 
   // Calls `method` with the object `parameters` and waits for its answer.
   virtual Answer call(const std::string& method, const Json::Value& parameters) = 0;
+
+  // For who makes calls in other processes: `answer`, of status kFailed, is what such a call came
+  // to instead of an answer. Leaves a trace of calls that change something.
+  virtual void noteUnanswered(const std::string& method, const Json::Value& parameters,
+                              const Answer& answer) = 0;
 };
 
 }  // namespace cli

@@ -30,10 +30,16 @@ void resetSignals() {
 }
 
 [[noreturn]] void runChild(Backend& backend, const std::string& method,
-                           const Json::Value& parameters, int standardOutput, int pipe) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
+                           const Json::Value& parameters, const ForkedCall::Options& options,
+                           int pipe) {
+  if (options.bond == Bond::kEnds) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+  } else {
+    // Keys that interrupt reach the terminal's process group only.
+    setpgid(0, 0);
+  }
   resetSignals();
-  if (standardOutput != STDOUT_FILENO && dup2(standardOutput, STDOUT_FILENO) < 0) _exit(1);
+  if (dup2(options.standardOutput, STDOUT_FILENO) < 0) _exit(1);
   const Answer answer = backend.call(method, parameters);
   std::string cause;
   const bool isSent = writeAll(pipe, textOfAnswer(answer), &cause) == Written::kAll;
@@ -44,7 +50,7 @@ void resetSignals() {
 }  // namespace
 
 std::optional<ForkedCall> ForkedCall::start(Backend& backend, const std::string& method,
-                                            const Json::Value& parameters, int standardOutput,
+                                            const Json::Value& parameters, const Options& options,
                                             std::string* cause) {
   std::array<int, 2> ends = {};
   if (pipe2(ends.data(), O_CLOEXEC) != 0) {
@@ -60,20 +66,21 @@ std::optional<ForkedCall> ForkedCall::start(Backend& backend, const std::string&
     *cause = "no process for the call: " + zevo::errorText(errno);
     return {};
   }
-  if (child == 0) runChild(backend, method, parameters, standardOutput, writeEnd.get());
-  return ForkedCall(child, std::move(readEnd));
+  if (child == 0) runChild(backend, method, parameters, options, writeEnd.get());
+  return ForkedCall(child, options.bond, std::move(readEnd));
 }
 
-ForkedCall::ForkedCall(pid_t child, zevo::FileDescriptor pipe)
-    : child_(child), pipe_(std::move(pipe)) {}
+ForkedCall::ForkedCall(pid_t child, Bond bond, zevo::FileDescriptor pipe)
+    : child_(child), bond_(bond), pipe_(std::move(pipe)) {}
 
 ForkedCall::ForkedCall(ForkedCall&& other) noexcept
     : child_(std::exchange(other.child_, -1)),
+      bond_(other.bond_),
       pipe_(std::move(other.pipe_)),
       received_(std::move(other.received_)) {}
 
 ForkedCall::~ForkedCall() {
-  if (child_ <= 0) return;
+  if (child_ <= 0 || bond_ == Bond::kGoesOn) return;
   kill(child_, SIGKILL);
   while (waitpid(child_, nullptr, 0) < 0 && errno == EINTR) {
   }

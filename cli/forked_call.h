@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <json/value.h>
 
@@ -13,15 +14,24 @@
 
 namespace cli {
 
+// What becomes of a call whose caller ends, or gives it up, before its answer came.
+enum class Bond {
+  kEnds,    // it ends too: nobody wants its answer
+  kGoesOn,  // it does its work to the end, also when Ctrl-C ends the caller
+};
+
 // So the caller can wait for other things meanwhile, a crash costs this call alone, and calls can
-// run side by side although each process makes one at a time. The child is ended where the object
-// goes before its answer came.
+// run side by side although each process makes one at a time.
 class ForkedCall {
  public:
-  // What the method prints itself goes to `standardOutput` of the caller. Nothing, with `*cause`
-  // set, where no process can be started.
+  struct Options {
+    Bond bond = Bond::kEnds;
+    int standardOutput = STDERR_FILENO;  // where goes what the method prints itself
+  };
+
+  // Nothing, with `*cause` set, where no process can be started.
   static std::optional<ForkedCall> start(Backend& backend, const std::string& method,
-                                         const Json::Value& parameters, int standardOutput,
+                                         const Json::Value& parameters, const Options& options,
                                          std::string* cause);
   ~ForkedCall();
   ForkedCall(ForkedCall&& other) noexcept;
@@ -36,10 +46,11 @@ class ForkedCall {
   std::optional<Answer> advance();
 
  private:
-  ForkedCall(pid_t child, zevo::FileDescriptor pipe);
+  ForkedCall(pid_t child, Bond bond, zevo::FileDescriptor pipe);
   Answer finish();
 
   pid_t child_;
+  Bond bond_;
   zevo::FileDescriptor pipe_;
   std::string received_;
 };

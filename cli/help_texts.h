@@ -5,16 +5,17 @@ namespace cli {
 
 inline constexpr const char* kProgramHelp =
     "Shows who is connected to this server: over which service, from which address,\n"
-    "since when.";
+    "since when. Ends connections, and disables the accounts behind them.";
 
 inline constexpr const char* kProgramExamples = R"(Examples:
   currentconn list                  everybody, the newest connection first
   currentconn list --filter cifs    only where a text occurs
   currentconn list --watch          keep the list on the screen
+  currentconn kick --user alice     end alice's connections
   currentconn list --help           more on one command
 
 Exit status: 0 done, 1 the work failed, 2 wrong usage or configuration,
-3 not an administrator.)";
+3 not an administrator, 4 too few administrators would be left.)";
 
 inline constexpr const char* kListHelp = "Show the connections of all users";
 
@@ -33,6 +34,37 @@ inline constexpr const char* kMineExamples = R"(Examples:
   currentconn mine --user alice             alice's
   currentconn mine --user alice --watch     keep them on the screen
 )";
+
+inline constexpr const char* kKickHelp = "End connections";
+
+inline constexpr const char* kKickExamples =
+    R"(Only connections that meet all conditions end. They are shown first, and a
+question is asked. Ending takes 1 to 6 seconds. NFS and console logins cannot
+be ended; one SMB process can serve several users, who then go together.
+
+Examples:
+  currentconn kick 4711                      what the process 4711 serves
+  currentconn kick --user alice              all that alice does here
+  currentconn kick --service ssh --from 10.20.0.7
+  currentconn kick --user alice --dry-run    only show what would end)";
+
+inline constexpr const char* kDisableHelp = "Disable accounts and end their connections";
+
+inline constexpr const char* kDisableExamples =
+    R"(The accounts expire at once, all or none: nobody logs in to them any more. Then
+all their connections end. The command that would undo it is printed.
+
+Examples:
+  currentconn disable alice                  after a question
+  currentconn disable alice bob --yes        without one
+  currentconn disable alice --dry-run        only show what would be done)";
+
+inline constexpr const char* kReportHelp = "Write the connections to a file as an HTML page";
+
+inline constexpr const char* kReportExamples = R"(Examples:
+  currentconn report                         to currentlog.html
+  currentconn report --filter cifs -o smb.html
+  currentconn report -o - | mail -s connections admin)";
 
 inline constexpr const char* kNoFilterInMine =
     "\"mine\" shows all connections of one user and takes no --filter; see "

@@ -1,10 +1,10 @@
 #include "listing.h"
 
 #include <array>
-#include <charconv>
 #include <limits>
 #include <string_view>
-#include <system_error>
+
+#include "numbers.h"
 
 namespace cli {
 namespace {
@@ -33,14 +33,6 @@ constexpr std::array<SortWord, 10> kSortWords = {{{"time", "time"},
                                                   {"client", "from"},
                                                   {"resource", "descr"},
                                                   {"service", "type"}}};
-
-template <typename Number>
-std::optional<Number> parseNumber(std::string_view text) {
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return {};
-  return number;
-}
 
 bool takeCount(const char* option, const std::optional<std::string>& word,
                std::optional<int>* count, std::string* wrong) {

@@ -15,6 +15,7 @@
 #include "zevo/session_file.h"
 
 #include "base/file_failure.h"
+#include "enforcement_log.h"
 
 namespace cli {
 namespace {
@@ -85,7 +86,20 @@ Answer ModuleBackend::call(const std::string& method, const Json::Value& paramet
   context.isAdmin = caller_.isAdmin;
   context.sessionFilePath = sessionFile_;
   context.parameters = parameters;
-  return runHandler(handler, std::move(context));
+  Answer answer = runHandler(handler, std::move(context));
+  if (answer.status != Answer::Status::kFailed) log(method, parameters, answer);
+  return answer;
+}
+
+void ModuleBackend::noteUnanswered(const std::string& method, const Json::Value& parameters,
+                                   const Answer& answer) {
+  log(method, parameters, answer);
+}
+
+void ModuleBackend::log(const std::string& method, const Json::Value& parameters,
+                        const Answer& answer) const {
+  if (!isEnforcing(method)) return;
+  logEnforcement(askerOf(caller_.loginUserName), method, parameters, answer);
 }
 
 bool ModuleBackend::load(std::string* cause) {

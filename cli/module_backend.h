@@ -21,9 +21,13 @@ class ModuleBackend : public Backend {
   // The session file is created where it is missing.
   ModuleBackend(std::string modulePath, std::string sessionFile, Caller caller);
 
+  // Each answered call of a method that changes something leaves a line in the authorisation log.
   Answer call(const std::string& method, const Json::Value& parameters) override;
+  void noteUnanswered(const std::string& method, const Json::Value& parameters,
+                      const Answer& answer) override;
 
  private:
+  void log(const std::string& method, const Json::Value& parameters, const Answer& answer) const;
   bool load(std::string* cause);
   ApiHandler find(const std::string& method) const;
 

@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <string>
 #include <unistd.h>
+#include <variant>
 
 #include "zevo/config.h"
 
@@ -12,6 +13,7 @@
 #include "module_backend.h"
 #include "output.h"
 #include "show_listing.h"
+#include "table_output.h"
 #include "terminal.h"
 #include "watch.h"
 
@@ -23,12 +25,6 @@ ExitCode refuse(ExitCode code, const std::string& sentence) {
   return code;
 }
 
-ExitCode print(const std::string& text) {
-  std::string cause;
-  if (writeAll(STDOUT_FILENO, text, &cause) != Written::kFailed) return kExitDone;
-  return refuse(kExitFailed, "cannot write to standard output: " + cause);
-}
-
 // What the caller would have to type. As root "mine" means root, so there the name is needed.
 std::string commandAsRoot(const Command& command) {
   std::string words = "sudo currentconn " + command.name;
@@ -37,28 +33,59 @@ std::string commandAsRoot(const Command& command) {
   return account ? words + " --user " + account->pw_name : words;
 }
 
+// A sentence on why the terminal does not do; empty where it does.
+std::string objectionToTerminal(const Command& command) {
+  const auto* listing = std::get_if<Listing>(&command.request);
+  if (!listing || !listing->watch) return "";
+  if (isatty(STDOUT_FILENO) != 1) {
+    return "--watch needs a terminal, standard output is none: leave it out";
+  }
+  return movesCursor(std::getenv("TERM"))
+             ? ""
+             : "--watch needs a terminal that can move its cursor: set TERM";
+}
+
+std::string purposeOf(const Command& command) {
+  if (std::holds_alternative<Kick>(command.request)) return "ending connections";
+  if (std::holds_alternative<Disable>(command.request)) return "disabling accounts";
+  return "reading who is connected";
+}
+
+Caller callerFor(const Command& command) {
+  const auto* listing = std::get_if<Listing>(&command.request);
+  if (listing && listing->user) return {*listing->user, false};
+  return {kNameOfRoot, true};
+}
+
+ExitCode perform(const Listing& listing, Backend& backend) {
+  return listing.watch ? watch(listing, backend) : showListing(listing, backend);
+}
+ExitCode perform(const Kick& request, Backend& backend) {
+  return kick(request, backend);
+}
+ExitCode perform(const Disable& request, Backend& backend) {
+  return disable(request, backend);
+}
+ExitCode perform(const Report& request, Backend& backend) {
+  return writeReport(request, backend);
+}
+
 ExitCode runCommand(const Command& command) {
-  const Listing& listing = command.listing;
-  if (listing.watch && isatty(STDOUT_FILENO) != 1) {
-    return refuse(kExitUsage, "--watch needs a terminal, standard output is none: leave it out");
-  }
-  if (listing.watch && !movesCursor(std::getenv("TERM"))) {
-    return refuse(kExitUsage, "--watch needs a terminal that can move its cursor: set TERM");
-  }
+  std::string sentence = objectionToTerminal(command);
+  if (!sentence.empty()) return refuse(kExitUsage, sentence);
   if (geteuid() != 0) {
     return refuse(kExitNotAdministrator,
-                  "reading who is connected needs root: run '" + commandAsRoot(command) + "'");
+                  purposeOf(command) + " needs root: run '" + commandAsRoot(command) + "'");
   }
-  std::string sentence;
   const std::string configFile = command.configFile.value_or(zevo::kDefaultConfigPath);
   if (!zevo::loadConfig(configFile, command.configFile.has_value(), &sentence)) {
     return refuse(kExitUsage, sentence);
   }
   const std::string module = modulePathOfProgram(&sentence);
   if (module.empty()) return refuse(kExitFailed, sentence);
-  const Caller caller = listing.user ? Caller{*listing.user, false} : Caller{kNameOfRoot, true};
-  ModuleBackend backend(module, zevo::config().sessionFile, caller);
-  return listing.watch ? watch(listing, backend) : showListing(listing, backend);
+  ModuleBackend backend(module, zevo::config().sessionFile, callerFor(command));
+  return std::visit([&](const auto& request) { return perform(request, backend); },
+                    command.request);
 }
 
 }  // namespace
@@ -68,7 +95,7 @@ int runProgram(int argc, const char* const* argv) {
   const Parsed parsed = parseArguments(argc, argv);
   switch (parsed.kind) {
     case Parsed::Kind::kShow:
-      return print(parsed.text);
+      return printText(parsed.text);
     case Parsed::Kind::kWrong:
       return refuse(kExitUsage, parsed.text);
     case Parsed::Kind::kRun:

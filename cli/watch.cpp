@@ -111,8 +111,8 @@ class Watch {
   void startRead() {
     nextRead_ = Clock::now() + view_.interval;
     std::string cause;
-    std::optional<ForkedCall> call =
-        ForkedCall::start(backend_, methodOf(whole_), parametersOf(whole_), nowhere_.get(), &cause);
+    std::optional<ForkedCall> call = ForkedCall::start(
+        backend_, methodOf(whole_), parametersOf(whole_), {Bond::kEnds, nowhere_.get()}, &cause);
     if (call) {
       call_.emplace(std::move(*call));
     } else {

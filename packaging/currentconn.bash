@@ -2,12 +2,20 @@
 
 # The words that may follow, for the command (or '') $1.
 _currentconn_words() {
-  local listing='--sort-by --asc --desc --start --limit --json --watch'
+  local common='--config --help --version' order='--sort-by --asc --desc'
   case $1 in
-    list) echo "--filter $listing --config --help --version" ;;
-    mine) echo "--user $listing --config --help --version" ;;
-    *) echo 'list mine --config --help --version' ;;
+    list) echo "--filter $order --start --limit --json --watch $common" ;;
+    mine) echo "--user $order --start --limit --json --watch $common" ;;
+    kick) echo "--user --from --service --filter --yes --dry-run $common" ;;
+    disable) echo "$(compgen -u) --yes --dry-run $common" ;;
+    report) echo "--filter $order --output $common" ;;
+    *) echo "list mine kick disable report $common" ;;
   esac
+}
+
+# Completes the current word $2 from the words $1.
+_currentconn_offer() {
+  mapfile -t COMPREPLY < <(compgen -W "$1" -- "$2")
 }
 
 _currentconn() {
@@ -15,18 +23,19 @@ _currentconn() {
   local command='' word
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $word in
-      list | mine)
+      list | mine | kick | disable | report)
         command=$word
         break
         ;;
     esac
   done
   case $previous in
-    --sort-by) mapfile -t COMPREPLY < <(compgen -W 'time who from descr type' -- "$current") ;;
+    --sort-by) _currentconn_offer 'time who from descr type' "$current" ;;
+    --service) _currentconn_offer 'cifs afp ftp sftp ssh telnet web' "$current" ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$current") ;;
-    --config) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-    --filter | --start | --limit) COMPREPLY=() ;;
-    *) mapfile -t COMPREPLY < <(compgen -W "$(_currentconn_words "$command")" -- "$current") ;;
+    --config | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
+    --filter | --from | --start | --limit) COMPREPLY=() ;;
+    *) _currentconn_offer "$(_currentconn_words "$command")" "$current" ;;
   esac
 }
 

@@ -19,6 +19,13 @@ Command command(const std::vector<const char*>& words) {
   return parsed.command;
 }
 
+Listing listing(const std::vector<const char*>& words) {
+  const Command read = command(words);
+  const auto* request = std::get_if<Listing>(&read.request);
+  EXPECT_TRUE(request);
+  return request ? *request : Listing();
+}
+
 std::string complaint(const std::vector<const char*>& words) {
   const Parsed parsed = parse(words);
   EXPECT_EQ(parsed.kind, Parsed::Kind::kWrong);
@@ -36,14 +43,52 @@ TEST(Arguments, ReadAListing) {
   const Command read = command({"list", "--json", "--filter", "cifs", "--sort-by", "who", "--asc",
                                 "--start", "1", "--limit=2"});
   EXPECT_EQ(read.name, "list");
-  EXPECT_EQ(read.listing, expected);
+  EXPECT_EQ(std::get<Listing>(read.request), expected);
   EXPECT_EQ(read.configFile, std::nullopt);
 }
 
 TEST(Arguments, ReadTheCallersOwnConnectionsAsRootsWhereNobodyIsNamed) {
-  EXPECT_EQ(command({"mine"}).listing.user, "admin");
-  EXPECT_EQ(command({"mine", "--user", "alice"}).listing.user, "alice");
-  EXPECT_EQ(command({"list"}).listing.user, std::nullopt);
+  EXPECT_EQ(listing({"mine"}).user, "admin");
+  EXPECT_EQ(listing({"mine", "--user", "alice"}).user, "alice");
+  EXPECT_EQ(listing({"list"}).user, std::nullopt);
+}
+
+TEST(Arguments, ReadAKick) {
+  Kick expected;
+  expected.selection = {{12, 4711}, "alice", "10.20.0.2", "CIFS", "photos"};
+  expected.isConfirmed = true;
+  const Command read = command({"kick", "12", "4711", "--user", "alice", "--from", "10.20.0.2",
+                                "--service", "SMB", "--filter", "photos", "--yes"});
+  EXPECT_EQ(std::get<Kick>(read.request), expected);
+  expected.isConfirmed = false;
+  expected.isDryRun = true;
+  expected.selection = {{12}, "", "", "", ""};
+  EXPECT_EQ(std::get<Kick>(command({"kick", "--dry-run", "12"}).request), expected);
+}
+
+TEST(Arguments, ReadADisabling) {
+  const Disable expected = {{"alice", "bob"}, true, false};
+  EXPECT_EQ(std::get<Disable>(command({"disable", "alice", "bob", "alice", "--yes"}).request),
+            expected);
+}
+
+TEST(Arguments, TakeTheNameOfACommandForAnAccount) {
+  EXPECT_EQ(std::get<Disable>(command({"disable", "list", "kick"}).request).users,
+            (std::vector<std::string>{"list", "kick"}));
+}
+
+TEST(Arguments, ReadAReport) {
+  Report expected;
+  expected.file = "currentlog.html";
+  EXPECT_EQ(std::get<Report>(command({"report"}).request), expected);
+  expected.file = "-";
+  expected.listing.filter = "cifs";
+  expected.listing.sortBy = "who";
+  expected.listing.direction = "ASC";
+  EXPECT_EQ(
+      std::get<Report>(
+          command({"report", "--filter", "cifs", "--sort-by", "who", "--asc", "-o", "-"}).request),
+      expected);
 }
 
 TEST(Arguments, TakeTheConfigurationBeforeAndAfterTheCommand) {
@@ -52,22 +97,22 @@ TEST(Arguments, TakeTheConfigurationBeforeAndAfterTheCommand) {
 }
 
 TEST(Arguments, TakeTheLastOfARepeatedOption) {
-  EXPECT_EQ(command({"list", "--start", "1", "--start", "2"}).listing.start, 2);
+  EXPECT_EQ(listing({"list", "--start", "1", "--start", "2"}).start, 2);
 }
 
 TEST(Arguments, TakeValuesThatLookLikeOptionsOrAreEmpty) {
-  EXPECT_EQ(command({"list", "--filter", "-x"}).listing.filter, "-x");
-  EXPECT_EQ(command({"list", "--filter=--json"}).listing.filter, "--json");
-  EXPECT_EQ(command({"list", "--filter=", "--start", "3"}).listing.start, 3);
-  EXPECT_EQ(command({"list", "--filter", ""}).listing.filter, "");
-  EXPECT_EQ(command({"list", "--filter", "[a,b]"}).listing.filter, "[a,b]");
-  EXPECT_EQ(command({"list", "--filter", "a=b"}).listing.filter, "a=b");
-  EXPECT_EQ(command({"list", "--filter", "\"q\" %s"}).listing.filter, "\"q\" %s");
+  EXPECT_EQ(listing({"list", "--filter", "-x"}).filter, "-x");
+  EXPECT_EQ(listing({"list", "--filter=--json"}).filter, "--json");
+  EXPECT_EQ(listing({"list", "--filter=", "--start", "3"}).start, 3);
+  EXPECT_EQ(listing({"list", "--filter", ""}).filter, "");
+  EXPECT_EQ(listing({"list", "--filter", "[a,b]"}).filter, "[a,b]");
+  EXPECT_EQ(listing({"list", "--filter", "a=b"}).filter, "a=b");
+  EXPECT_EQ(listing({"list", "--filter", "\"q\" %s"}).filter, "\"q\" %s");
 }
 
 TEST(Arguments, ReadTheTimeOfAWatch) {
-  EXPECT_EQ(command({"list", "--watch"}).listing.watch, std::chrono::seconds(2));
-  EXPECT_EQ(command({"list", "--watch=0.5"}).listing.watch, std::chrono::milliseconds(500));
+  EXPECT_EQ(listing({"list", "--watch"}).watch, std::chrono::seconds(2));
+  EXPECT_EQ(listing({"list", "--watch=0.5"}).watch, std::chrono::milliseconds(500));
 }
 
 TEST(Arguments, ShowHelpAndVersionWithoutACommand) {
@@ -80,7 +125,7 @@ TEST(Arguments, ShowHelpAndVersionWithoutACommand) {
 }
 
 TEST(Arguments, ShowExamplesInTheHelpOfEachCommand) {
-  for (const char* name : {"list", "mine"}) {
+  for (const char* name : {"list", "mine", "kick", "disable", "report"}) {
     const Parsed help = parse({name, "--help"});
     EXPECT_EQ(help.kind, Parsed::Kind::kShow);
     EXPECT_NE(help.text.find("Usage: currentconn " + std::string(name)), std::string::npos);
@@ -90,7 +135,12 @@ TEST(Arguments, ShowExamplesInTheHelpOfEachCommand) {
 
 TEST(Arguments, HelpFitsATerminalOfUsualWidth) {
   for (const std::vector<const char*>& words :
-       std::vector<std::vector<const char*>>{{"--help"}, {"list", "--help"}, {"mine", "--help"}}) {
+       std::vector<std::vector<const char*>>{{"--help"},
+                                             {"list", "--help"},
+                                             {"mine", "--help"},
+                                             {"kick", "--help"},
+                                             {"disable", "--help"},
+                                             {"report", "--help"}}) {
     const std::string text = parse(words).text;
     for (std::size_t begin = 0; begin < text.size();) {
       const std::size_t end = text.find('\n', begin);
@@ -145,6 +195,30 @@ TEST(Arguments, ComplainOfAValueWhereNoneIsTaken) {
     EXPECT_EQ(complaint({"list", (std::string(option) + "=yes").c_str()}),
               std::string(option) + " takes no value; see \"currentconn list --help\"");
   }
+}
+
+TEST(Arguments, ComplainOfAKickOfEverybody) {
+  EXPECT_EQ(complaint({"kick"}), "whom? Give a PID, --user, --from, --service or --filter");
+  EXPECT_EQ(complaint({"kick", "--yes"}),
+            "whom? Give a PID, --user, --from, --service or --filter");
+}
+
+TEST(Arguments, ComplainOfAccountsThatCannotBeDisabled) {
+  EXPECT_EQ(complaint({"disable"}), "whom? Give the names of accounts");
+  EXPECT_EQ(complaint({"disable", "alice", ""}), "the name of an account must not be empty");
+  EXPECT_EQ(complaint({"disable", "alice@example"}),
+            "\"alice@example\" is an account of a directory: disable it there");
+  EXPECT_EQ(complaint({"disable", "EXAMPLE\\alice"}),
+            "\"EXAMPLE\\alice\" is an account of a directory: disable it there");
+  for (const std::string name : {"root", "admin"}) {
+    EXPECT_EQ(complaint({"disable", name.c_str()}),
+              "\"" + name + "\" stands for root here, who cannot be disabled");
+  }
+}
+
+TEST(Arguments, ComplainOfAReportWithoutAFile) {
+  EXPECT_EQ(complaint({"report", "--output="}),
+            "--output must be the name of a file, or - to print the report");
 }
 
 TEST(Arguments, PassOnWhatIsWrongWithAListing) {

@@ -1,0 +1,17 @@
+#include "account_expiry.h"
+
+#include <shadow.h>
+
+namespace cli {
+
+std::optional<long> expiryOf(const std::string& user) {
+  const spwd* entry = getspnam(user.c_str());
+  if (!entry) return {};
+  return entry->sp_expire;
+}
+
+std::string restoringCommand(const std::string& user, long days) {
+  return "chage -E " + std::to_string(days) + " -- " + user;
+}
+
+}  // namespace cli

@@ -1,0 +1,19 @@
+// When accounts expire, and the command that sets it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace cli {
+
+// The account's expiry in days since 1970, -1 where it has none; nothing where there is no such
+// account in the shadow file, or it cannot be read.
+std::optional<long> expiryOf(const std::string& user);
+
+// The expiry that disabling an account sets.
+inline constexpr long kDisabledExpiry = 1;
+
+// The command line by which root gives the account its expiry of `days` back.
+std::string restoringCommand(const std::string& user, long days);
+
+}  // namespace cli

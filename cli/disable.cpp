@@ -1,0 +1,149 @@
+#include "disable.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+#include "account_expiry.h"
+#include "disable_plan.h"
+#include "kick_plan.h"
+#include "kick_result.h"
+#include "list_reader.h"
+#include "listing.h"
+#include "output.h"
+#include "progress.h"
+#include "question.h"
+#include "side_by_side.h"
+#include "table_output.h"
+
+namespace cli {
+namespace {
+
+// Why the method would pass over `user`; empty where it would not.
+std::string objectionTo(const std::string& user) {
+  if (user.empty()) return "the name of an account must not be empty";
+  if (user.find_first_of("\\@") != std::string::npos) {
+    return "\"" + user + "\" is an account of a directory: disable it there";
+  }
+  if (user == kNameOfRoot || user == "root") {
+    return "\"" + user + "\" stands for root here, who cannot be disabled";
+  }
+  const char* sudoUser = std::getenv("SUDO_USER");
+  if (sudoUser && user == sudoUser) {
+    return "\"" + user + "\" is the account with which you are logged in";
+  }
+  return "";
+}
+
+std::vector<AccountChange> accountsBefore(const std::vector<std::string>& users) {
+  std::vector<AccountChange> changes;
+  changes.reserve(users.size());
+  for (const std::string& user : users) changes.push_back({user, expiryOf(user), {}});
+  return changes;
+}
+
+Answer callDisable(const std::vector<std::string>& users, Backend& backend) {
+  Json::Value parameters(Json::objectValue);
+  for (const std::string& user : users) parameters["users"].append(user);
+  const std::vector<Call> calls = {{"disable_user", std::move(parameters)}};
+  Progress progress("waiting for connections to end", calls.size());
+  const auto answers =
+      callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
+  return answers.front().value_or(failedAnswer("it was interrupted"));
+}
+
+bool isDisabled(const AccountChange& change) {
+  return change.after == kDisabledExpiry;
+}
+
+std::vector<std::string> connectionLines(const std::vector<Connection>& before,
+                                         const std::vector<Connection>& now) {
+  std::vector<std::string> lines;
+  for (const Connection& connection : before) {
+    lines.push_back((isStillThere(connection, now) ? "still there: " : "ended: ") +
+                    describe(connection));
+  }
+  return lines;
+}
+
+// What became of it all, from the accounts and the list as they are now.
+ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
+                  const std::vector<Connection>& before, Backend& backend) {
+  for (AccountChange& account : accounts) account.after = expiryOf(account.user);
+  const bool isWritten = std::all_of(accounts.begin(), accounts.end(), isDisabled);
+  std::vector<std::string> lines = accountLines(accounts);
+  Failure failure;
+  const std::optional<Page> page = readList(backend, "", &failure);
+  if (page) {
+    const std::vector<std::string> more = connectionLines(before, page->connections);
+    lines.insert(lines.end(), more.begin(), more.end());
+  }
+  const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
+  if (answer.status != Answer::Status::kDone) {
+    const Failure refusal = explainDisableFailure(answer, isWritten);
+    complain(refusal.lines);
+    return refusal.exitCode;
+  }
+  if (!page) {
+    complain(failure.lines);
+    return kExitFailed;
+  }
+  return isWritten ? written : kExitFailed;
+}
+
+std::string planText(const Disable& request, const std::vector<Connection>& connections,
+                     const std::vector<Connection>& theirs) {
+  const Look look = lookOfOutput();
+  std::vector<std::string> lines;
+  for (const std::string& user : request.users) lines.push_back("account to be disabled: " + user);
+  for (const std::string& sentence : othersHit(request.users, connections)) {
+    lines.push_back("note: " + sentence);
+  }
+  for (const Connection& connection : theirs) {
+    const std::string reason = whyNotEnded(connection);
+    if (!reason.empty()) lines.push_back("will stay: " + describe(connection) + ": " + reason);
+  }
+  return (theirs.empty() ? "" : tableText(theirs, look)) + linesText(lines, look.charset);
+}
+
+}  // namespace
+
+std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::string* wrong) {
+  Disable request;
+  for (const std::string& user : users) {
+    *wrong = objectionTo(user);
+    if (!wrong->empty()) return {};
+    const bool isKnown =
+        std::find(request.users.begin(), request.users.end(), user) != request.users.end();
+    if (!isKnown) request.users.push_back(user);
+  }
+  if (!request.users.empty()) return request;
+  *wrong = "whom? Give the names of accounts";
+  return {};
+}
+
+ExitCode disable(const Disable& request, Backend& backend) {
+  if (!request.isDryRun && !request.isConfirmed && !canAsk()) {
+    complain("standard input is no terminal on which to ask: add --yes, or --dry-run to look only");
+    return kExitUsage;
+  }
+  Failure failure;
+  const std::optional<Page> page = readList(backend, "", &failure);
+  if (!page) {
+    complain(failure.lines);
+    return failure.exitCode;
+  }
+  const std::vector<Connection> theirs = connectionsOf(request.users, page->connections);
+  const ExitCode written = printText(planText(request, page->connections, theirs));
+  if (written != kExitDone || request.isDryRun) return written;
+  if (!request.isConfirmed && !ask("Disable the accounts and end these connections?")) {
+    complain("nothing was changed");
+    return kExitFailed;
+  }
+  std::vector<AccountChange> accounts = accountsBefore(request.users);
+  const Answer answer = callDisable(request.users, backend);
+  return reportOn(answer, std::move(accounts), theirs, backend);
+}
+
+}  // namespace cli

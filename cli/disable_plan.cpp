@@ -1,0 +1,80 @@
+#include "disable_plan.h"
+
+#include <algorithm>
+
+#include "account_expiry.h"
+#include "selection.h"
+
+namespace cli {
+namespace {
+
+bool isAmong(const std::string& name, const std::vector<std::string>& names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string accountLine(const AccountChange& change) {
+  if (change.after != kDisabledExpiry) return "not disabled: " + change.user;
+  if (change.before == kDisabledExpiry) return "was disabled already: " + change.user;
+  const long before = change.before.value_or(-1);
+  return "disabled: " + change.user + "; to undo it: " + restoringCommand(change.user, before);
+}
+
+}  // namespace
+
+std::vector<Connection> connectionsOf(const std::vector<std::string>& users,
+                                      const std::vector<Connection>& connections) {
+  std::vector<Connection> theirs;
+  std::copy_if(connections.begin(), connections.end(), std::back_inserter(theirs),
+               [&](const Connection& connection) { return isAmong(connection.who, users); });
+  return theirs;
+}
+
+std::vector<std::string> othersHit(const std::vector<std::string>& users,
+                                   const std::vector<Connection>& connections) {
+  std::vector<std::string> sentences;
+  for (const Connection& connection : connections) {
+    const std::vector<std::string> served = usersOf(connection);
+    const bool ends = isAmong(connection.who, users);
+    for (const std::string& user : served) {
+      const std::string pid = "pid " + std::to_string(connection.pid);
+      if (ends && !isAmong(user, users)) {
+        sentences.push_back(pid + " also serves " + user + ", whose connection ends with it");
+      }
+      if (!ends && isAmong(user, users)) {
+        sentences.push_back(pid + " serves " + user + " under the name of " + connection.who +
+                            " and goes on; end it with: currentconn kick " +
+                            std::to_string(connection.pid));
+      }
+    }
+  }
+  return sentences;
+}
+
+std::vector<std::string> accountLines(const std::vector<AccountChange>& changes) {
+  std::vector<std::string> lines;
+  lines.reserve(changes.size());
+  for (const AccountChange& change : changes) lines.push_back(accountLine(change));
+  return lines;
+}
+
+Failure explainDisableFailure(const Answer& answer, bool isWritten) {
+  if (answer.code == kCodeNotAdministrator) {
+    return {kExitNotAdministrator, {"only an administrator may disable accounts"}};
+  }
+  if (answer.code == kCodeTooFewAdministrators) {
+    return {kExitTooFewAdministrators,
+            {"refused: too few administrators who can log in would be left; nothing has changed",
+             "make another account an administrator first, or leave this one out"}};
+  }
+  Failure failure{kExitFailed, {}};
+  failure.lines.emplace_back(isWritten
+                                 ? "the accounts are disabled, but not all connections were ended:"
+                                 : "no account was disabled and no connection ended:");
+  failure.lines.insert(failure.lines.end(), answer.causes.begin(), answer.causes.end());
+  if (answer.causes.empty()) {
+    failure.lines.emplace_back("the system log tells more: journalctl -t currentconn");
+  }
+  return failure;
+}
+
+}  // namespace cli

@@ -1,0 +1,38 @@
+// What disabling accounts would do, and what it did.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "answer.h"
+#include "connection.h"
+#include "exit_code.h"
+#include "failure.h"
+
+namespace cli {
+
+// An account's expiry before and after, as expiryOf gives it.
+struct AccountChange {
+  std::string user;
+  std::optional<long> before;
+  std::optional<long> after;
+};
+
+// Those of `connections` that end with the accounts of `users`: the method goes by the name in the
+// list alone.
+std::vector<Connection> connectionsOf(const std::vector<std::string>& users,
+                                      const std::vector<Connection>& connections);
+
+// Other users whose connections end, because one process serves them together; a sentence each.
+std::vector<std::string> othersHit(const std::vector<std::string>& users,
+                                   const std::vector<Connection>& connections);
+
+// A line for each account: whether it is disabled now, and how to undo that.
+std::vector<std::string> accountLines(const std::vector<AccountChange>& changes);
+
+// Why `answer` is no success. `isWritten`: the accounts are disabled all the same.
+Failure explainDisableFailure(const Answer& answer, bool isWritten);
+
+}  // namespace cli

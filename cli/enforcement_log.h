@@ -1,0 +1,34 @@
+// The authorisation log of what was enforced.
+#pragma once
+
+#include <string>
+
+#include <json/value.h>
+
+#include "answer.h"
+
+namespace cli {
+
+// Whether calls of `method` change anything for other people.
+bool isEnforcing(const std::string& method);
+
+// Who asks, for the log.
+struct Asker {
+  std::string loginUserName;  // under which the method is called
+  std::string sudoUser;       // who became root to do so; empty where nobody did
+  std::string terminal;       // at which, as "pts/3"; empty where at none
+};
+
+// The asker of this process, whose methods are called as `loginUserName`.
+Asker askerOf(const std::string& loginUserName);
+
+// One line on a call: who asked, from where, what, whom, result. Texts of the call are quoted and
+// without control characters; a call that names many is cut with a count of the rest.
+std::string enforcementLine(const Asker& asker, const std::string& method,
+                            const Json::Value& parameters, const Answer& answer);
+
+// Writes that line to the system's authorisation log.
+void logEnforcement(const Asker& asker, const std::string& method, const Json::Value& parameters,
+                    const Answer& answer);
+
+}  // namespace cli

@@ -1,0 +1,143 @@
+#include "kick.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "kick_plan.h"
+#include "kick_result.h"
+#include "list_reader.h"
+#include "output.h"
+#include "own_processes.h"
+#include "progress.h"
+#include "question.h"
+#include "side_by_side.h"
+#include "table_output.h"
+
+namespace cli {
+namespace {
+
+std::string countOf(std::size_t connections) {
+  return std::to_string(connections) + (connections == 1 ? " connection" : " connections");
+}
+
+std::vector<Connection> endable(const KickPlan& plan) {
+  std::vector<Connection> connections = plan.services;
+  connections.insert(connections.end(), plan.webLogins.begin(), plan.webLogins.end());
+  return connections;
+}
+
+// What is to be known of the plan besides the rows that would end.
+std::vector<std::string> remarksOn(const KickPlan& plan) {
+  std::vector<std::string> remarks;
+  for (const std::string& effect : sideEffects(plan, processesAbove(getpid()))) {
+    remarks.push_back("note: " + effect);
+  }
+  for (const Connection& connection : plan.refused) {
+    remarks.push_back("not to be ended: " + describe(connection) + ": " + whyNotEnded(connection));
+  }
+  for (const std::uint32_t pid : plan.absent) {
+    remarks.push_back("no connection has the pid " + std::to_string(pid));
+  }
+  return remarks;
+}
+
+std::string planText(const KickPlan& plan) {
+  const Look look = lookOfOutput();
+  const std::vector<Connection> connections = endable(plan);
+  const std::string table = connections.empty() ? "" : tableText(connections, look);
+  return table + linesText(remarksOn(plan), look.charset);
+}
+
+Json::Value elementOf(const Connection& connection) {
+  Json::Value element(Json::objectValue);
+  element["from"] = connection.from;
+  element["who"] = connection.who;
+  element["type"] = connection.type;
+  element["pid"] = connection.pid;
+  return element;
+}
+
+// Of several service connections in one call only the first would be checked against its process.
+std::vector<Call> callsFor(const KickPlan& plan) {
+  std::vector<Call> calls;
+  for (const Connection& connection : plan.services) {
+    Json::Value parameters(Json::objectValue);
+    parameters["service_conn"].append(elementOf(connection));
+    calls.push_back({"kick_connection", std::move(parameters)});
+  }
+  if (plan.webLogins.empty()) return calls;
+  Json::Value parameters(Json::objectValue);
+  for (const Connection& login : plan.webLogins) parameters["http_conn"].append(elementOf(login));
+  calls.push_back({"kick_connection", std::move(parameters)});
+  return calls;
+}
+
+ExitCode endConnections(const KickPlan& plan, Backend& backend) {
+  const std::vector<Call> calls = callsFor(plan);
+  std::vector<std::optional<Answer>> answers;
+  {
+    Progress progress("waiting for connections to end", calls.size());
+    answers = callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
+  }
+  Failure failure;
+  const std::optional<Page> page = readList(backend, "", &failure);
+  if (!page) {
+    complain("the connections were told to end, but whether they did is not known");
+    complain(failure.lines);
+    return kExitFailed;
+  }
+  const KickResult result = makeKickResult(plan, answers, page->connections);
+  const ExitCode written = printText(linesText(result.lines, lookOfOutput().charset));
+  if (!result.problems.empty()) complain(result.problems);
+  return result.isComplete ? written : kExitFailed;
+}
+
+// A sentence on why the selection is not to be followed; empty where it is.
+std::string objection(const KickPlan& plan, const Kick& request) {
+  const std::vector<std::uint32_t> ambiguous = ambiguousPids(plan, request.selection);
+  if (!ambiguous.empty()) {
+    return std::to_string(ambiguous.front()) +
+           " is the number of a process and of a web login: add --service";
+  }
+  if (!request.isDryRun && !request.isConfirmed && !canAsk()) {
+    return "standard input is no terminal on which to ask: add --yes, or --dry-run to look only";
+  }
+  return "";
+}
+
+}  // namespace
+
+ExitCode kick(const Kick& request, Backend& backend) {
+  Failure failure;
+  const std::optional<Page> page = readList(backend, request.selection.filter, &failure);
+  if (!page) {
+    complain(failure.lines);
+    return failure.exitCode;
+  }
+  const KickPlan plan = makeKickPlan(page->connections, request.selection);
+  const std::size_t count = endable(plan).size();
+  const std::string refusal = objection(plan, request);
+  if (count > 0 && !refusal.empty()) {
+    complain(refusal);
+    return kExitUsage;
+  }
+  const ExitCode written = printText(planText(plan));
+  if (written != kExitDone) return written;
+  if (count == 0) {
+    complain("there is nothing to end");
+    return kExitFailed;
+  }
+  if (request.isDryRun) return kExitDone;
+  if (!request.isConfirmed && !ask("End " + countOf(count) + "?")) {
+    complain("nothing was ended");
+    return kExitFailed;
+  }
+  return endConnections(plan, backend);
+}
+
+}  // namespace cli

@@ -1,0 +1,23 @@
+#include "list_reader.h"
+
+#include "listing.h"
+
+namespace cli {
+
+std::optional<Page> readList(Backend& backend, const std::string& filter, Failure* failure) {
+  Listing listing;
+  listing.filter = filter;
+  const Answer answer = backend.call(methodOf(listing), parametersOf(listing));
+  if (answer.status != Answer::Status::kDone) {
+    *failure = explainListFailure(answer, listing);
+    return {};
+  }
+  std::optional<Page> page = parsePage(answer.data);
+  if (!page) {
+    *failure = explainListFailure(failedAnswer("the answer of \"list\" is no list of connections"),
+                                  listing);
+  }
+  return page;
+}
+
+}  // namespace cli

@@ -1,0 +1,17 @@
+// A whole list of connections, for commands that act on it.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "backend.h"
+#include "connection.h"
+#include "failure.h"
+
+namespace cli {
+
+// Asks "list" for everything that matches `filter` (empty: everything). Nothing, with `*failure`
+// set, where that fails.
+std::optional<Page> readList(Backend& backend, const std::string& filter, Failure* failure);
+
+}  // namespace cli

@@ -1,0 +1,30 @@
+// Word that something takes its time.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+
+namespace cli {
+
+// On a terminal one line of standard error that is rewritten in place and taken away at the end;
+// elsewhere one line at the beginning.
+class Progress {
+ public:
+  // `what` is what goes on, "ending connections"; `count` how many there are of it.
+  Progress(std::string what, std::size_t count);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void show(std::size_t done);
+
+ private:
+  std::string what_;
+  std::size_t count_;
+  bool isTerminal_;
+  bool isShown_ = false;
+  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace cli

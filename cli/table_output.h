@@ -1,0 +1,25 @@
+// Tables and texts on standard output.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "connection.h"
+#include "exit_code.h"
+#include "table.h"
+
+namespace cli {
+
+// How output looks on what standard output is connected to.
+Look lookOfOutput();
+
+// The table of `connections` with a line on the columns for which there is no room, if any.
+std::string tableText(const std::vector<Connection>& connections, const Look& look);
+
+// `lines`, one below the other, without what a terminal obeys.
+std::string linesText(const std::vector<std::string>& lines, Charset charset);
+
+// Writes `text` to standard output, or says on standard error why that failed.
+ExitCode printText(const std::string& text);
+
+}  // namespace cli
