@@ -3,6 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <security/pam_appl.h>
+#include <utility>
+
+#include "zevo/config.h"
 
 namespace host {
 namespace {
@@ -53,8 +56,7 @@ void noDelay(int /*status*/, unsigned /*microseconds*/, void* /*data*/) {}
 class Session {
  public:
   Session(const std::string& name, const Secret& password)
-      : conversation_{&converse, const_cast<Secret*>(&password)},
-        result_(::pam_start(kService, name.c_str(), &conversation_, &handle_)) {}
+      : conversation_{&converse, const_cast<Secret*>(&password)}, result_(start(name.c_str())) {}
   ~Session() {
     if (handle_ != nullptr) ::pam_end(handle_, result_);
   }
@@ -78,6 +80,12 @@ class Session {
   [[nodiscard]] std::string reason() const { return ::pam_strerror(handle_, result_); }
 
  private:
+  int start(const char* name) {
+    const std::string& folder = zevo::config().pamFolder;
+    return folder.empty()
+               ? ::pam_start(kService, name, &conversation_, &handle_)
+               : ::pam_start_confdir(kService, name, &conversation_, folder.c_str(), &handle_);
+  }
   bool step(int result) {
     result_ = result;
     return result == PAM_SUCCESS;

@@ -97,13 +97,20 @@ bool readLocalSocket(const toml::node& value, Config* config) {
   return readPath(value, &config->localSocket);
 }
 
-bool readModuleFolder(const toml::node& value, Config* config) {
+// A path, or "" for the usual place.
+bool readPathOrNone(const toml::node& value, std::string* path) {
   const auto* text = value.as_string();
-  if (text != nullptr && text->get().empty()) {
-    config->moduleFolder.clear();
-    return true;
-  }
-  return readPath(value, &config->moduleFolder);
+  if (text == nullptr || !text->get().empty()) return readPath(value, path);
+  path->clear();
+  return true;
+}
+
+bool readModuleFolder(const toml::node& value, Config* config) {
+  return readPathOrNone(value, &config->moduleFolder);
+}
+
+bool readPamFolder(const toml::node& value, Config* config) {
+  return readPathOrNone(value, &config->pamFolder);
 }
 
 bool readMaxCalls(const toml::node& value, Config* config) {
@@ -118,7 +125,7 @@ bool readCallSeconds(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
-constexpr std::array<Key, 13> kKeys = {{
+constexpr std::array<Key, 14> kKeys = {{
     {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
     {"session_file", "must be an absolute path in quotes", &readSessionFile},
     {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
@@ -130,6 +137,7 @@ constexpr std::array<Key, 13> kKeys = {{
     {"web_group", "must be the name of a group, or \"\"", &readWebGroup},
     {"local_socket", "must be an absolute path in quotes", &readLocalSocket},
     {"module_folder", "must be an absolute path in quotes, or \"\"", &readModuleFolder},
+    {"pam_folder", "must be an absolute path in quotes, or \"\"", &readPamFolder},
     {"max_calls", "must be 32 to 1024", &readMaxCalls},
     {"call_seconds", "must be 1 to 3600", &readCallSeconds},
 }};

@@ -22,6 +22,7 @@ struct Config {
   std::string webGroup = "www-data";  // of the web server
   std::string localSocket = "/run/currentconn/local.sock";
   std::string moduleFolder;  // "" : `modules` beside the folder of the program
+  std::string pamFolder;     // "" : the system's folders of PAM services
   int maxCalls = 64;         // calls at once
   std::chrono::seconds callLimit{180};
 

@@ -35,7 +35,7 @@ TEST(Config, ReadsEveryKey) {
                   "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
                   "administrators_group = 'ops'\nmin_admins = 3\n"
                   "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
-                  "module_folder = '/m'\nmax_calls = 32\ncall_seconds = 5\n",
+                  "module_folder = '/m'\npam_folder = '/p'\nmax_calls = 32\ncall_seconds = 5\n",
                   "FILE", &config, &error))
       << error;
   Config expected;
@@ -50,6 +50,7 @@ TEST(Config, ReadsEveryKey) {
   expected.webGroup = "http";
   expected.localSocket = "/l";
   expected.moduleFolder = "/m";
+  expected.pamFolder = "/p";
   expected.maxCalls = 32;
   expected.callLimit = std::chrono::seconds(5);
   EXPECT_EQ(config, expected);
@@ -61,9 +62,10 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
   std::string error;
   ASSERT_TRUE(parseConfig(packaged, "packaged", &config, &error)) << error;
   EXPECT_EQ(config, Config());
-  for (const char* key : {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus",
-                          "administrators_group", "min_admins", "web_socket", "web_group",
-                          "local_socket", "module_folder", "max_calls", "call_seconds"}) {
+  for (const char* key :
+       {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus",
+        "administrators_group", "min_admins", "web_socket", "web_group", "local_socket",
+        "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
     EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
   }
 }
@@ -73,7 +75,7 @@ TEST(Config, RefusesAnUnknownKeyWithItsLine) {
             "cannot read FILE:2: there is no key \"langage\"; the keys are language, session_file, "
             "idle_minutes, tool_seconds, smbstatus, administrators_group, min_admins, web_socket, "
             "web_group, "
-            "local_socket, module_folder, max_calls, call_seconds");
+            "local_socket, module_folder, pam_folder, max_calls, call_seconds");
 }
 
 TEST(Config, RefusesAValueOutOfRange) {
