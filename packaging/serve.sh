@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# Serves the page on http://127.0.0.1:8088 out of a build: a daemon and a lighttpd of their own, with everything that they
+# write in one folder under /run. Prints a link that logs in once. Ctrl-C ends both and leaves nothing.
+#
+#   packaging/serve.sh BUILD_FOLDER PAGE_FOLDER [PORT]
+set -euo pipefail
+
+build=$(readlink -f "$1")
+page=$(readlink -f "$2")
+port=${3:-8088}
+packaging=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")" && pwd)
+folder=
+children=()
+
+fail() {
+  echo "currentconn: $*" >&2
+  exit 1
+}
+
+clean_up() {
+  trap - EXIT
+  trap '' HUP INT TERM
+  for child in "${children[@]}"; do kill -TERM "$child" 2>/dev/null || true; done
+  for child in "${children[@]}"; do wait "$child" 2>/dev/null || true; done
+  [[ -z $folder ]] || rm -rf "$folder"
+}
+
+write_daemon_configuration() {
+  cat >"$folder/currentconn.toml" <<END
+session_file = "$folder/state/sessions"
+web_socket = "$folder/web.sock"
+web_group = "www-data"
+local_socket = "$folder/local.sock"
+pam_folder = "$folder/pam"
+END
+  mkdir -m 0700 "$folder/pam"
+  # The server's own rules, without installing a file for them.
+  sed 's,^@include \(.*\),@include /etc/pam.d/\1,' "$packaging/pam/currentconn" >"$folder/pam/currentconn"
+}
+
+write_server_configuration() {
+  # The checkout may lie where the web server's account cannot look.
+  cp -r "$page" "$folder/page"
+  chmod -R u=rwX,go=rX "$folder/page"
+  cat >"$folder/lighttpd.conf" <<END
+var.page_folder = "$folder/page"
+var.web_socket = "$folder/web.sock"
+server.bind = "127.0.0.1"
+server.port = $port
+server.username = "www-data"
+server.groupname = "www-data"
+include "$packaging/lighttpd/page.conf"
+END
+}
+
+# wait_for WHAT CHILD COMMAND…
+wait_for() {
+  local what=$1 child=$2
+  shift 2
+  for _ in {1..100}; do
+    kill -0 "$child" 2>/dev/null || fail "$what did not start"
+    if "$@" 2>/dev/null; then return; fi
+    sleep 0.1
+  done
+  fail "$what did not start within ten seconds"
+}
+
+answers() { (exec 3<>"/dev/tcp/127.0.0.1/$port"); }
+
+main() {
+  [[ $EUID -eq 0 ]] || fail "reading everybody's connections needs root: run 'sudo ./run serve'"
+  ! answers 2>/dev/null || fail "port $port is taken; end what listens there, or run './run serve PORT'"
+  folder=$(mktemp -d /run/currentconn-serve.XXXXXX)
+  trap clean_up EXIT
+  trap 'exit 0' HUP INT TERM
+  chmod 0755 "$folder"
+  write_daemon_configuration
+  write_server_configuration
+  "$build/bin/currentconnd" --config "$folder/currentconn.toml" </dev/null &
+  children+=($!)
+  wait_for currentconnd "${children[0]}" test -S "$folder/local.sock"
+  lighttpd -D -f "$folder/lighttpd.conf" </dev/null &
+  children+=($!)
+  wait_for lighttpd "${children[1]}" answers
+  echo "Open this link within five minutes; it works once and logs you in as the administrator:"
+  "$build/bin/currentconn" login-link --config "$folder/currentconn.toml" --url "http://127.0.0.1:$port/"
+  echo "Ctrl-C ends it."
+  wait -n "${children[@]}" || true
+  fail "a server ended by itself"
+}
+
+main
