@@ -28,6 +28,9 @@ void* operator new(std::size_t size) {
 void* operator new[](std::size_t size) {
   return allocate(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* block) noexcept {
   std::free(block);
 }
