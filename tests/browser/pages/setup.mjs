@@ -1,0 +1,70 @@
+// One stand-in server and one browser for each file of tests; each test starts with a new world and a new profile.
+import assert from 'node:assert/strict';
+import { after, before, test } from 'node:test';
+import { startBrowser } from '../browser.mjs';
+import { PageDriver } from '../page_driver.mjs';
+import { startStandIn } from '../stand_in.mjs';
+
+let browser;
+// One without and one with TLS, each started by the first test that needs it.
+const standIns = new Map();
+
+before(async () => {
+  browser = await startBrowser();
+});
+
+after(async () => {
+  await browser?.close();
+  for (const standIn of standIns.values()) await standIn.close();
+});
+
+async function standInFor(isSecure) {
+  if (!standIns.has(isSecure)) standIns.set(isSecure, await startStandIn({ isSecure }));
+  return standIns.get(isSecure);
+}
+
+// `run` is given {driver, page, world, open}; `open(options)` is another browser profile. Afterwards no page may have
+// thrown or broken the Content-Security-Policy, and no call or answer may have broken the description of the API.
+export function pageTest(name, run, { isSecure = false, ...options } = {}) {
+  test(name, { timeout: 120_000 }, async () => {
+    const standIn = await standInFor(isSecure);
+    const world = standIn.reset();
+    standIn.complaints.length = 0;
+    const drivers = [];
+    const open = async (wanted) => {
+      drivers.push(await PageDriver.open(browser, standIn.url, { ignoreHTTPSErrors: isSecure, ...wanted }));
+      return drivers.at(-1);
+    };
+    const driver = await open(options);
+    try {
+      await run({ driver, page: driver.page, world, open });
+      assert.deepEqual(
+        drivers.flatMap(({ faults }) => faults),
+        [],
+      );
+      assert.deepEqual([...standIn.complaints], []);
+    } finally {
+      for (const one of drivers) await one.close();
+    }
+  });
+}
+
+// Waits until `look` gives the wanted value, and compares in the end, so that a failure shows what there was.
+export async function eventually(look, wanted, milliseconds = 10_000) {
+  const end = Date.now() + milliseconds;
+  let seen = await look();
+  while (Date.now() < end && !isSame(seen, wanted)) {
+    await new Promise((resolve) => setTimeout(resolve, 50));
+    seen = await look();
+  }
+  assert.deepEqual(seen, wanted);
+}
+
+function isSame(one, other) {
+  try {
+    assert.deepEqual(one, other);
+    return true;
+  } catch {
+    return false;
+  }
+}

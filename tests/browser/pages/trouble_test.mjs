@@ -1,0 +1,106 @@
+import assert from 'node:assert/strict';
+import { readFile } from 'node:fs/promises';
+import { connection } from '../page_driver.mjs';
+import { eventually, pageTest } from './setup.mjs';
+
+pageTest(
+  'when the server goes away the list stays, says how old it is, and goes on by itself',
+  async ({ driver, page, world }) => {
+    world.connections = [connection({ pid: 1 })];
+    await driver.enter();
+    world.isAway = true;
+    await eventually(
+      () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
+      'The server does not answer. The list below is as of 21:40:00. The page keeps trying.',
+    );
+    assert.equal(await driver.text('#live-text'), 'As of 21:40:00');
+    assert.equal((await driver.rows()).length, 1);
+    world.isAway = false;
+    await eventually(() => page.isVisible('#notices .trouble'), false);
+    assert.equal(await driver.text('#live-text'), 'Updated 21:40:00');
+  },
+);
+
+pageTest('trying again is one click', async ({ driver, page, world }) => {
+  await driver.enter();
+  world.isAway = true;
+  await page.waitForSelector('#notices .trouble');
+  world.isAway = false;
+  const calls = world.callsOf('list').length;
+  await page.click('#notices .trouble .button');
+  await eventually(() => page.isVisible('#notices .trouble'), false, 2000);
+  assert.equal(world.callsOf('list').length, calls + 1);
+});
+
+pageTest(
+  'a list that the server cannot read is said with the causes that it gives',
+  async ({ driver, page, world }) => {
+    world.fail('list', { status: 500, code: 117, causes: ['smbstatus did not end within 10 s'] });
+    await driver.visit();
+    await driver.logIn('olga', 'correct horse');
+    await eventually(() => page.innerText('#state h2').catch(() => ''), 'The connections could not be read');
+    assert.match(
+      await driver.text('#state'),
+      /Its system log tells why\. The server says: smbstatus did not end within 10 s/,
+    );
+    world.failures.clear();
+    await page.click('#state button');
+    await eventually(() => page.innerText('#state h2').catch(() => ''), 'Nobody is connected right now');
+  },
+);
+
+pageTest('an answer that is none of the server is no list', async ({ driver, page }) => {
+  await driver.enter();
+  await page.route('**/list?*', (route) =>
+    route.fulfill({ status: 200, contentType: 'text/html', body: '<h1>Portal</h1>' }),
+  );
+  await page.waitForSelector('#notices .trouble');
+  assert.match(await driver.text('#notices'), /The server does not answer\.|does not understand/);
+});
+
+pageTest('loading is shown as such', async ({ driver, page, world }) => {
+  world.delays.set('list', 1500);
+  await driver.visit();
+  await driver.logIn('olga', 'correct horse');
+  await page.waitForSelector('.skeleton-row');
+  assert.match(await page.textContent('#state'), /Loading…/);
+  await page.waitForSelector('#live-text:not(:empty)');
+  assert.equal(await page.isVisible('.skeleton-row'), false);
+});
+
+pageTest('the report is downloaded for what one sees, after the list was asked', async ({ driver, page, world }) => {
+  world.connections = [connection({ pid: 1, who: 'alice' }), connection({ pid: 2, who: 'bob' })];
+  await driver.enter('olga', 'correct horse', '/?filter=bob&sort=who&order=asc');
+  const [download] = await Promise.all([page.waitForEvent('download'), page.click('#report')]);
+  assert.equal(download.suggestedFilename(), 'currentlog.html');
+  assert.equal(
+    await readFile(await download.path(), 'utf8'),
+    '<html><body><table border=1><tr><td>bob</td><td>CIFS</td></tr></table></body></html>',
+  );
+  const methods = world.calls.map((call) => call.method).filter((method) => method !== 'whoami' && method !== 'login');
+  assert.equal(methods[methods.indexOf('download') - 1], 'list');
+  assert.deepEqual(world.callsOf('download')[0].parameters, { filter: 'bob', sort_by: 'who', sort_direction: 'ASC' });
+});
+
+pageTest('a report that would be incomplete is not downloaded', async ({ driver, page, world }) => {
+  await driver.enter();
+  await page.click('#pause');
+  world.fail('list', { status: 500, code: 117 });
+  await page.click('#report');
+  await eventually(
+    () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
+    'The report was not made. The server could not complete it. Its system log tells why.',
+  );
+  assert.deepEqual(world.callsOf('download'), []);
+  await page.click('#notices [aria-label="Close"]');
+  assert.equal(await page.isVisible('#notices .trouble'), false);
+});
+
+pageTest('a page whose texts cannot be loaded says so', async ({ driver, page }) => {
+  await page.route('**/texts/*.json', (route) => route.abort());
+  await driver.visit();
+  await eventually(
+    () => page.innerText('#boot-failure'),
+    'The page could not be loaded from the server. Reload it to try again.',
+  );
+});
