@@ -117,7 +117,8 @@ ScgiParser::State ScgiParser::readComma(std::string_view& bytes) {
   bytes.remove_prefix(1);
   auto request = parseScgiHeaders(collected_);
   if (!request) return finish(State::kMalformed);
-  const auto length = parseLength(*request->header("CONTENT_LENGTH"));
+  const std::string* declared = request->header("CONTENT_LENGTH");
+  const auto length = declared != nullptr ? parseLength(*declared) : std::nullopt;
   if (!length) return finish(State::kMalformed);
   if (*length > kLongestBody) return finish(State::kTooLarge);
   request_ = std::move(*request);
