@@ -68,6 +68,7 @@ __attribute__((format(printf, 3, 0))) void SystemLog::write(int priority, const 
   std::vsnprintf(text, sizeof text, format, arguments);
   lines_.push_back({priority, format, text});
   calls_.record("syslog(" + std::to_string(priority) + ", " + text + ")");
+  if (onLine) onLine(lines_.back());
   errno = EDOM;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdarg>
+#include <functional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,6 +28,9 @@ class SystemLog {
   ~SystemLog();
   SystemLog(const SystemLog&) = delete;
   SystemLog& operator=(const SystemLog&) = delete;
+
+  // Called with each line, where it is set.
+  std::function<void(const LogLine&)> onLine;
 
   // All lines so far.
   const std::vector<LogLine>& lines();
