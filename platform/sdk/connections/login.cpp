@@ -80,7 +80,7 @@ Reading<bool> isServed(const Sources& sources, const Process& process) {
   for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
     if (isNetworkService(step->name)) {
       const auto files = sources.filesOf(*step);
-      const auto owned = files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
+      auto owned = files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
       if (!owned.ok() || *owned) return owned;
     }
     step = sources.processes().find(step->parent);

@@ -31,55 +31,59 @@ Reading<std::string> titleText(const ProcessFiles& files) {
   return std::string(sshTitleText(title->first).value_or(""));
 }
 
+// The title of a process that root started; empty for any other, whose title is not even read: a
+// user may lay out the memory of his own processes so that reading it never returns.
+Reading<std::string> rootsText(const ProcessFiles& files) {
+  const auto rootOwned = isRootOwned(files);
+  if (!rootOwned.ok()) return Reading<std::string>::like(rootOwned);
+  return *rootOwned ? titleText(files) : Reading<std::string>(std::string());
+}
+
 // The user for whom `parent` guards a login; empty where it guards none.
 Reading<std::string> guardedUser(const Sources& sources, const Process* parent) {
   if (parent == nullptr || !isSshd(parent->name)) return std::string();
   const auto files = sources.filesOf(*parent);
-  if (!files.ok()) return Reading<std::string>::like(files);
-  auto text = titleText(*files);
+  const auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
   if (!text.ok()) return text;
-  const auto user = monitoredUser(*text);
-  if (!user) return std::string();
-  const auto rootOwned = isRootOwned(*files);
-  if (!rootOwned.ok()) return Reading<std::string>::like(rootOwned);
-  return *rootOwned ? std::string(*user) : std::string();
+  return std::string(monitoredUser(*text).value_or(""));
 }
 
-// Fills user and use of a session that root's own process serves; leaves them empty for any other
-// process.
-Reading<Session> unguardedSession(const ProcessFiles& files, std::string_view text,
-                                  Session session) {
-  const auto user = unguardedUser(text);
+// A session that root's own process with this text serves, if it serves one.
+Session unguardedSession(std::string_view text, Session session) {
+  const auto user = monitoredUser(text) ? std::nullopt : unguardedUser(text);
   if (!user) return session;
-  const auto rootOwned = isRootOwned(files);
-  if (!rootOwned.ok()) return Reading<Session>::like(rootOwned);
-  if (!*rootOwned) return session;
   session.owner = session.process;
   session.user = *user;
   session.use = *sessionUse(text, *user);
   return session;
 }
 
-// The session that `process` serves; its owner is null where it serves none.
-Reading<Session> identify(const Sources& sources, const Process& process) {
-  const auto files = sources.filesOf(process);
-  if (!files.ok()) return Reading<Session>::like(files);
-  const auto text = titleText(*files);
-  if (!text.ok()) return Reading<Session>::like(text);
-  Session session;
-  session.process = &process;
-  if (text->empty() || monitoredUser(*text)) return session;
-
-  const Process* parent = sources.processes().find(process.parent);
+// The session that a user's own process serves, if its parent guards one.
+Reading<Session> guardedSession(const Sources& sources, const ProcessFiles& files,
+                                Session session) {
+  const Process* parent = sources.processes().find(session.process->parent);
   const auto user = guardedUser(sources, parent);
   if (!user.ok()) return Reading<Session>::like(user);
-  if (user->empty()) return unguardedSession(*files, *text, std::move(session));
+  if (user->empty()) return session;
+  const auto text = titleText(files);
+  if (!text.ok()) return Reading<Session>::like(text);
   const auto use = sessionUse(*text, *user);
   if (!use) return session;
   session.owner = parent;
   session.user = *user;
   session.use = *use;
   return session;
+}
+
+// The session that `process` serves; its owner is null where it serves none.
+Reading<Session> identify(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
+  if (!text.ok()) return Reading<Session>::like(text);
+  Session session;
+  session.process = &process;
+  return text->empty() ? guardedSession(sources, *files, std::move(session))
+                       : unguardedSession(*text, std::move(session));
 }
 
 // Address of the client, empty where it did not come over TCP.
@@ -177,7 +181,7 @@ Outcome appendSession(const Sources& sources, Session session,
   session.from = std::move(*from);
   appendTerminals(sources, session, *below, connections);
   for (const Process* server : below->internalSftp) {
-    const Outcome outcome = appendInternalSftp(sources, session, *server, connections);
+    Outcome outcome = appendInternalSftp(sources, session, *server, connections);
     if (outcome.failed()) return outcome;
   }
   for (std::size_t i = 0; i < below->externalSftp.size(); ++i) {
@@ -221,7 +225,7 @@ Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections
     auto session = identify(sources, *process);
     if (session.failed()) return Outcome::failure(session.cause());
     if (!session.ok() || session->owner == nullptr) continue;
-    const Outcome outcome = appendSession(sources, std::move(*session), &connections);
+    Outcome outcome = appendSession(sources, std::move(*session), &connections);
     if (outcome.failed()) return outcome;
   }
   return Outcome::done();

@@ -75,11 +75,11 @@ Outcome named(const char* service, const Outcome& outcome) {
 Outcome readServices(const Sources& sources, std::optional<SmbstatusRuns> smbstatus,
                      const ToolLimits& limits, std::vector<Connection>* connections) {
   for (const Service& service : kServices) {
-    const Outcome outcome = named(service.name, service.read(sources, *connections));
+    Outcome outcome = named(service.name, service.read(sources, *connections));
     if (outcome.failed()) return outcome;
     if (smbstatus) smbstatus->drain();
   }
-  const Outcome outcome = named("Pure-FTPd", readPureFtpd(sources, limits, *connections));
+  Outcome outcome = named("Pure-FTPd", readPureFtpd(sources, limits, *connections));
   if (outcome.failed()) return outcome;
   return named("Samba", readSamba(sources, std::move(smbstatus), limits, *connections));
 }
@@ -97,7 +97,7 @@ Outcome readAll(const Paths& paths, const ToolLimits& limits,
   });
   if (!processes.ok()) return Outcome::failure(processes.cause());
   const Sources sources(paths, *processes, readSockets, log);
-  const Outcome outcome = readServices(sources, std::move(smbstatus), limits, connections);
+  Outcome outcome = readServices(sources, std::move(smbstatus), limits, connections);
   return outcome.failed() ? outcome : dropStale(sources, connections);
 }
 
@@ -112,7 +112,7 @@ int get(_tag_ZEVO_CURCONN_** records) {
   ToolLimits limits;
   limits.time = config().toolLimit;
   std::vector<Connection> connections;
-  const Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &connections);
+  Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &connections);
   if (outcome.failed()) {
     ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
     return -1;

@@ -63,7 +63,7 @@ Outcome appendProcess(const Sources& sources, const Process& process,
 
 Reading<bool> isSmbdRunning(const Sources& sources) {
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
-    const auto vouched = isVouchedFor(sources, *process, isSmbd);
+    auto vouched = isVouchedFor(sources, *process, isSmbd);
     if (vouched.failed() || (vouched.ok() && *vouched)) return vouched;
   }
   return false;
@@ -72,7 +72,7 @@ Reading<bool> isSmbdRunning(const Sources& sources) {
 Outcome appendSmbProcesses(const Sources& sources, std::vector<Connection>* connections) {
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
     if (!isBelowSmbd(sources, *process)) continue;
-    const Outcome outcome = appendProcess(sources, *process, connections);
+    Outcome outcome = appendProcess(sources, *process, connections);
     if (outcome.failed()) return outcome;
   }
   return Outcome::done();

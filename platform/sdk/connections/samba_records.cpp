@@ -128,7 +128,7 @@ Outcome SessionRecords::append(const std::vector<SmbSession>& sessions,
   for (const SmbSession& session : sessions) {
     Shares& ofSession = sharesOf[session.id];
     hideIpc(&ofSession);
-    const Outcome outcome = appendSession(session, ofSession, connections);
+    Outcome outcome = appendSession(session, ofSession, connections);
     if (outcome.failed()) return outcome;
   }
   if (elsewhere_ > 0) {

@@ -203,6 +203,14 @@ TEST_F(OpensshTest, AUsersOwnProgramOfThatNameIsNoConnection) {
   EXPECT_THAT(read(), IsEmpty());
 }
 
+TEST_F(OpensshTest, TheTitleOfAUsersOwnProgramIsNotRead) {
+  addChild(201, 1, "sshd: root@pts/9");
+  addChild(202, 201, "sshd: root@pts/9");
+  tree_.makeUnreadable(201, "cmdline");
+  tree_.makeUnreadable(202, "cmdline");
+  EXPECT_THAT(read(), IsEmpty());
+}
+
 TEST_F(OpensshTest, WhatAUserStartsInASessionCannotClaimAnotherUser) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@pts/1");
@@ -258,7 +266,11 @@ TEST_F(OpensshTest, ASessionThatCannotBeReadIsAFailure) {
   for (const auto& [pid, file] : {std::pair{66, "fd"}, {66, "status"}, {72, "cmdline"}}) {
     test::ProcTree tree;
     tree.add({.pid = 66, .name = "sshd", .cmdline = title("sshd: alice [priv]")})
-        .add({.pid = 72, .parent = 66, .name = "sshd", .cmdline = title("sshd: alice@notty")});
+        .add({.pid = 72,
+              .parent = 66,
+              .name = "sshd",
+              .cmdline = title("sshd: alice@notty"),
+              .uid = kAlice});
     tree.makeUnreadable(pid, file);
     const test::FakeSources sources(tree);
     std::vector<Connection> connections;
