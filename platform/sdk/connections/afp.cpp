@@ -1,5 +1,7 @@
 #include "sdk/connections/afp.h"
 
+#include <utility>
+
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/served_client.h"
 
@@ -18,34 +20,23 @@ std::string userOf(const UserIds& users, const GroupIds& groups) {
   return groups.effective != 0 ? "unknown" : "";
 }
 
-Outcome appendSession(const Sources& sources, const ServedClient& client,
-                      std::vector<Connection>* connections) {
-  const auto files = sources.filesOf(*client.process);
+LoginReading readLogin(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
   const auto users = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   const auto groups = users.ok() ? files->groupIds() : Reading<GroupIds>::like(users);
-  if (groups.failed()) return Outcome::failure(groups.cause());
-  if (!groups.ok()) return Outcome::done();
+  if (!groups.ok()) return LoginReading::like(groups);
   std::string user = userOf(*users, *groups);
-  if (user.empty()) return Outcome::done();
-  connections->push_back({.pid = client.process->pid,
-                          .time = sources.startText(*client.process),
-                          .from = numericText(client.socket.remote),
-                          .user = std::move(user),
-                          .descr = {},
-                          .type = ZEVO_CURCONN_AFP});
-  return Outcome::done();
+  if (user.empty()) return std::optional<Login>();
+  return std::optional<Login>({&process, std::move(user), {}});
 }
 
 }  // namespace
 
 Outcome readAfp(const Sources& sources, std::vector<Connection>& connections) {
-  std::vector<ServedClient> clients;
-  Outcome outcome = readServedClients(sources, isAfpd, kAfpPort, &clients);
-  for (const ServedClient& client : clients) {
-    if (outcome.failed()) break;
-    outcome = appendSession(sources, client, &connections);
-  }
-  return outcome;
+  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
+    return readLogin(sources, process);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_AFP, isAfpd, kAfpPort}, login, connections);
 }
 
 }  // namespace zevo::connections

@@ -1,6 +1,7 @@
 #include "sdk/connections/proftpd.h"
 
 #include <string>
+#include <utility>
 
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/served_client.h"
@@ -20,23 +21,15 @@ std::string userOf(const Title& title, const UserIds& ids) {
   return ids.real != 0 ? accountName(ids.real) : std::string();
 }
 
-Outcome appendSession(const Sources& sources, const ServedClient& client,
-                      std::vector<Connection>* connections) {
-  const auto files = sources.filesOf(*client.process);
+LoginReading readLogin(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
   const auto title = files.ok() ? files->title() : Reading<Title>::like(files);
   const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
-  if (folder.failed()) return Outcome::failure(folder.cause());
-  if (!folder.ok()) return Outcome::done();
+  if (!folder.ok()) return LoginReading::like(folder);
   std::string user = userOf(*title, *ids);
-  if (user.empty()) return Outcome::done();
-  connections->push_back({.pid = client.process->pid,
-                          .time = sources.startText(*client.process),
-                          .from = numericText(client.socket.remote),
-                          .user = std::move(user),
-                          .descr = *folder,
-                          .type = ZEVO_CURCONN_FTP});
-  return Outcome::done();
+  if (user.empty()) return std::optional<Login>();
+  return std::optional<Login>({&process, std::move(user), *folder});
 }
 
 }  // namespace
@@ -55,13 +48,10 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title) {
 }
 
 Outcome readProftpd(const Sources& sources, std::vector<Connection>& connections) {
-  std::vector<ServedClient> clients;
-  Outcome outcome = readServedClients(sources, isProftpd, std::nullopt, &clients);
-  for (const ServedClient& client : clients) {
-    if (outcome.failed()) break;
-    outcome = appendSession(sources, client, &connections);
-  }
-  return outcome;
+  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
+    return readLogin(sources, process);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isProftpd}, login, connections);
 }
 
 }  // namespace zevo::connections

@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <charconv>
+#include <optional>
 #include <set>
 #include <unistd.h>
+#include <utility>
 
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/served_client.h"
@@ -48,23 +50,15 @@ std::string userOf(const std::map<pid_t, std::string>& accounts, pid_t pid, cons
   return ids.effective != 0 ? accountName(ids.effective) : std::string();
 }
 
-Outcome appendSession(const Sources& sources, const ServedClient& client,
-                      const std::map<pid_t, std::string>& accounts,
-                      std::vector<Connection>* connections) {
-  const auto files = sources.filesOf(*client.process);
+LoginReading readLogin(const Sources& sources, const Process& process,
+                       const std::map<pid_t, std::string>& accounts) {
+  const auto files = sources.filesOf(process);
   const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
-  if (folder.failed()) return Outcome::failure(folder.cause());
-  if (!folder.ok()) return Outcome::done();
-  std::string user = userOf(accounts, client.process->pid, *ids);
-  if (user.empty()) return Outcome::done();
-  connections->push_back({.pid = client.process->pid,
-                          .time = sources.startText(*client.process),
-                          .from = numericText(client.socket.remote),
-                          .user = std::move(user),
-                          .descr = *folder,
-                          .type = ZEVO_CURCONN_FTP});
-  return Outcome::done();
+  if (!folder.ok()) return LoginReading::like(folder);
+  std::string user = userOf(accounts, process.pid, *ids);
+  if (user.empty()) return std::optional<Login>();
+  return std::optional<Login>({&process, std::move(user), *folder});
 }
 
 }  // namespace
@@ -90,15 +84,12 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
 
 Outcome readPureFtpd(const Sources& sources, const ToolLimits& limits,
                      std::vector<Connection>& connections) {
-  std::vector<ServedClient> clients;
-  Outcome outcome = readServedClients(sources, isPureFtpd, std::nullopt, &clients);
-  if (outcome.failed() || clients.empty()) return outcome;
-  const auto accounts = readAccounts(sources, limits);
-  for (const ServedClient& client : clients) {
-    outcome = appendSession(sources, client, accounts, &connections);
-    if (outcome.failed()) break;
-  }
-  return outcome;
+  std::optional<std::map<pid_t, std::string>> accounts;  // asked for at the first client
+  const auto login = [&](const ServedClient& /*client*/, const Process& process) {
+    if (!accounts) accounts = readAccounts(sources, limits);
+    return readLogin(sources, process, *accounts);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isPureFtpd}, login, connections);
 }
 
 }  // namespace zevo::connections

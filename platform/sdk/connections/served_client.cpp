@@ -1,7 +1,7 @@
 #include "sdk/connections/served_client.h"
 
-#include <algorithm>
 #include <map>
+#include <utility>
 
 namespace zevo::connections {
 namespace {
@@ -29,12 +29,11 @@ Reading<std::optional<Socket>> lowestSocket(const Sources& sources, const Proces
   return std::optional<Socket>();
 }
 
-Reading<Holders> readHolders(const Sources& sources, Family family,
-                             std::optional<std::uint16_t> port) {
+Reading<Holders> readHolders(const Sources& sources, const ServiceKind& kind) {
   Holders holders;
-  for (const Process* process : sources.processes().named(family)) {
+  for (const Process* process : sources.processes().named(kind.family)) {
     const auto files = sources.filesOf(*process);
-    const auto socket = files.ok() ? lowestSocket(sources, *files, port)
+    const auto socket = files.ok() ? lowestSocket(sources, *files, kind.port)
                                    : Reading<std::optional<Socket>>::like(files);
     if (socket.failed()) return Reading<Holders>::failure(socket.cause());
     if (socket.ok() && socket->has_value()) holders[process->pid] = {process, **socket};
@@ -70,23 +69,48 @@ std::map<pid_t, ServedClient> gather(const Holders& holders) {
     const Holder& top = uppermost(holders, holder);
     ServedClient& client = clients[top.process->pid];
     client.socket = top.socket;
-    client.process = top.process;
-    if (&top != &holder) client.helpers.push_back(holder.process);
+    if (client.processes.empty()) client.processes.push_back(top.process);
+    if (&top != &holder) client.processes.push_back(holder.process);
   }
   return clients;
 }
 
+// The login of a client: that of the first process that has one. None where the session ends just
+// now.
+LoginReading loginOf(const ServedClient& client, const LoginReader& readLogin) {
+  for (const Process* process : client.processes) {
+    auto login = readLogin(client, *process);
+    if (login.failed() || (login.ok() && login->has_value())) return login;
+  }
+  return std::optional<Login>();
+}
+
+Outcome appendSession(const Sources& sources, const ServiceKind& kind, const ServedClient& client,
+                      const LoginReader& readLogin, std::vector<Connection>* connections) {
+  const auto vouched = isVouchedFor(sources, *client.processes.front(), kind.family);
+  if (vouched.failed()) return Outcome::failure(vouched.cause());
+  if (!vouched.ok() || !*vouched) return Outcome::done();
+  auto login = loginOf(client, readLogin);
+  if (login.failed()) return Outcome::failure(login.cause());
+  if (!login.ok() || !login->has_value()) return Outcome::done();
+  connections->push_back({.pid = (*login)->process->pid,
+                          .time = sources.startText(*(*login)->process),
+                          .from = numericText(client.socket.remote),
+                          .user = std::move((*login)->user),
+                          .descr = std::move((*login)->descr),
+                          .type = kind.type});
+  return Outcome::done();
+}
+
 }  // namespace
 
-Outcome readServedClients(const Sources& sources, Family family, std::optional<std::uint16_t> port,
-                          std::vector<ServedClient>* clients) {
-  clients->clear();
-  const auto holders = readHolders(sources, family, port);
+Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
+                     std::vector<Connection>& connections) {
+  const auto holders = readHolders(sources, kind);
   if (holders.failed()) return Outcome::failure(holders.cause());
-  for (auto& [pid, client] : gather(*holders)) {
-    const auto vouched = isVouchedFor(sources, *client.process, family);
-    if (vouched.failed()) return Outcome::failure(vouched.cause());
-    if (vouched.ok() && *vouched) clients->push_back(std::move(client));
+  for (const auto& [pid, client] : gather(*holders)) {
+    const Outcome outcome = appendSession(sources, kind, client, readLogin, &connections);
+    if (outcome.failed()) return outcome;
   }
   return Outcome::done();
 }

@@ -62,24 +62,17 @@ Reading<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, co
   return isKnown ? **after : below.uid;
 }
 
-Outcome appendSession(const Sources& sources, const ServedClient& client,
-                      std::vector<Connection>* connections) {
-  const auto files = sources.filesOf(*client.process);
+LoginReading readLogin(const Sources& sources, const Process& server) {
+  const auto files = sources.filesOf(server);
   const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   const auto below =
-      ids.ok() ? usersProcess(sources, *client.process, ids->real) : Reading<Below>::like(ids);
-  if (below.failed()) return Outcome::failure(below.cause());
-  if (!below.ok() || below->process == nullptr) return Outcome::done();
+      ids.ok() ? usersProcess(sources, server, ids->real) : Reading<Below>::like(ids);
+  if (!below.ok()) return LoginReading::like(below);
+  if (below->process == nullptr) return std::optional<Login>();
   const auto owner = loginOwner(sources, *files, *below);
-  if (owner.failed()) return Outcome::failure(owner.cause());
-  if (!owner.ok()) return Outcome::done();
-  connections->push_back({.pid = client.process->pid,
-                          .time = sources.startText(*client.process),
-                          .from = numericText(client.socket.remote),
-                          .user = accountName(*owner),
-                          .descr = pseudoTerminalName(below->process->terminal),
-                          .type = ZEVO_CURCONN_TELNET});
-  return Outcome::done();
+  if (!owner.ok()) return LoginReading::like(owner);
+  return std::optional<Login>(
+      {&server, accountName(*owner), pseudoTerminalName(below->process->terminal)});
 }
 
 }  // namespace
@@ -96,13 +89,10 @@ std::string pseudoTerminalName(std::int32_t device) {
 }
 
 Outcome readTelnet(const Sources& sources, std::vector<Connection>& connections) {
-  std::vector<ServedClient> clients;
-  Outcome outcome = readServedClients(sources, isTelnetd, std::nullopt, &clients);
-  for (const ServedClient& client : clients) {
-    if (outcome.failed()) break;
-    outcome = appendSession(sources, client, &connections);
-  }
-  return outcome;
+  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
+    return readLogin(sources, process);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_TELNET, isTelnetd}, login, connections);
 }
 
 }  // namespace zevo::connections

@@ -16,14 +16,6 @@ bool isVsftpd(std::string_view name) {
   return name == "vsftpd";
 }
 
-// What the user's process of a session tells.
-struct Login {
-  std::string user;
-  std::string folder;
-};
-
-using LoginReading = Reading<std::optional<Login>>;
-
 // Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
 // or never one (the TLS handler): its whole tree is one empty folder that belongs to somebody else.
 Reading<bool> waitsInEmptyFolder(const Sources& sources, const Process& process,
@@ -53,7 +45,7 @@ Reading<bool> waitsInEmptyFolder(const Sources& sources, const Process& process,
 Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                              const Process& process, const ProcessFiles& files, uid_t uid) {
   // The uppermost is root's until somebody logs in.
-  if (uid == 0) return &process != client.process;
+  if (uid == 0) return &process != client.processes.front();
   const auto waits = waitsInEmptyFolder(sources, process, files, uid);
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
@@ -73,19 +65,9 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
                            : isUsersProcess(sources, client, process, *files, ids->effective);
   if (!isUsers.ok()) return LoginReading::like(isUsers);
   if (!*isUsers) return std::optional<Login>();
-  return std::optional<Login>(
-      {parsed.user.empty() ? accountName(ids->effective) : parsed.user, *folder});
-}
-
-// The login of a client; none while nobody has logged in or where the session ends just now.
-LoginReading loginOf(const Sources& sources, const ServedClient& client) {
-  std::vector<const Process*> processes = {client.process};
-  processes.insert(processes.end(), client.helpers.begin(), client.helpers.end());
-  for (const Process* process : processes) {
-    auto login = readLogin(sources, client, *process);
-    if (login.failed() || (login.ok() && login->has_value())) return login;
-  }
-  return std::optional<Login>();
+  return std::optional<Login>({client.processes.front(),
+                               parsed.user.empty() ? accountName(ids->effective) : parsed.user,
+                               *folder});
 }
 
 }  // namespace
@@ -106,21 +88,10 @@ VsftpdTitle parseVsftpdTitle(std::string_view title) {
 }
 
 Outcome readVsftpd(const Sources& sources, std::vector<Connection>& connections) {
-  std::vector<ServedClient> clients;
-  const Outcome outcome = readServedClients(sources, isVsftpd, std::nullopt, &clients);
-  if (outcome.failed()) return outcome;
-  for (const ServedClient& client : clients) {
-    const auto login = loginOf(sources, client);
-    if (login.failed()) return Outcome::failure(login.cause());
-    if (!login.ok() || !login->has_value()) continue;
-    connections.push_back({.pid = client.process->pid,
-                           .time = sources.startText(*client.process),
-                           .from = numericText(client.socket.remote),
-                           .user = (*login)->user,
-                           .descr = (*login)->folder,
-                           .type = ZEVO_CURCONN_FTP});
-  }
-  return Outcome::done();
+  const auto login = [&sources](const ServedClient& client, const Process& process) {
+    return readLogin(sources, client, process);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isVsftpd}, login, connections);
 }
 
 }  // namespace zevo::connections
