@@ -36,8 +36,9 @@ std::string statusText(const FakeProcess& process) {
   const std::string uid = std::to_string(process.uid);
   const std::string uids =
       process.uids.empty() ? uid + "\t" + uid + "\t" + uid + "\t" + uid : process.uids;
+  const std::string gids = process.gids.empty() ? uids : process.gids;
   return "Name:\t" + printable(process.name) + "\nUmask:\t0022\nState:\t" + process.state +
-         "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + uids + "\n";
+         "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + gids + "\n";
 }
 
 }  // namespace
@@ -55,6 +56,7 @@ ProcTree::ProcTree() {
   paths_.rmtab = folder_ + "/rmtab";
   paths_.smbdPids = {folder_ + "/smbd.pid"};
   paths_.smbstatus = folder_ + "/smbstatus";
+  paths_.pureFtpwho = folder_ + "/pure-ftpwho";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   fs::create_directory(paths_.proc + "/self");
   add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1});

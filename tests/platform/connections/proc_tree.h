@@ -20,6 +20,7 @@ struct FakeProcess {
   std::string cmdline = {};  // as the kernel gives it: NULs and all; the name where empty
   uid_t uid = 0;             // real, effective and saved alike, unless `uids` is given
   std::string uids = {};     // "0\t65534\t0\t65534"
+  std::string gids = {};     // the same for groups; as `uids` where empty
   std::uint64_t startTicks = 100;
   pid_t session = 0;          // the pid itself where 0
   std::int32_t terminal = 0;  // device number

@@ -1,6 +1,7 @@
 #include "sdk/connections/process_files.h"
 
 #include <cstring>
+#include <optional>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -65,12 +66,40 @@ TEST_F(ProcessFilesTest, TellsTheThreeUserIdsApart) {
   EXPECT_EQ(ids->saved, 0U);
 }
 
+TEST_F(ProcessFilesTest, TellsTheThreeGroupIdsFromTheUserIds) {
+  const auto ids =
+      open({.pid = 9, .name = "afpd", .uids = "1\t2\t3\t4", .gids = "0\t1001\t5\t1001"}).groupIds();
+  ASSERT_TRUE(ids.ok());
+  EXPECT_EQ(ids->real, 0U);
+  EXPECT_EQ(ids->effective, 1001U);
+  EXPECT_EQ(ids->saved, 5U);
+}
+
+TEST_F(ProcessFilesTest, TellsWhoLoggedIn) {
+  const ProcessFiles files = open({.pid = 9, .name = "bash"});
+  tree_.write(9, "loginuid", "1002");
+  EXPECT_EQ(*files.loginUid(), std::optional<uid_t>(1002));
+  tree_.write(9, "loginuid", "0");
+  EXPECT_EQ(*files.loginUid(), std::optional<uid_t>(0));
+}
+
+TEST_F(ProcessFilesTest, NobodyLoggedInWhereTheKernelHasNoLogin) {
+  const ProcessFiles files = open({.pid = 9, .name = "telnetd"});
+  EXPECT_EQ(*files.loginUid(), std::nullopt);
+  for (const char* text : {"4294967295", "", "x", "99999999999"}) {
+    tree_.write(9, "loginuid", text);
+    ASSERT_TRUE(files.loginUid().ok()) << text;
+    EXPECT_EQ(*files.loginUid(), std::nullopt) << text;
+  }
+}
+
 TEST_F(ProcessFilesTest, AStatusWithoutUserIdsIsAFailure) {
   const ProcessFiles files = open({.pid = 9, .name = "sshd"});
   for (const char* status :
        {"", "Name:\tsshd\n", "Name:\tsshd\nUid:\t1\t2\n", "Name:\tUid:\t0\t0\t0\n"}) {
     tree_.write(9, "status", status);
     EXPECT_TRUE(files.userIds().failed()) << status;
+    EXPECT_TRUE(files.groupIds().failed()) << status;
   }
 }
 
@@ -107,6 +136,7 @@ TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
   tree_.remove(9);
   EXPECT_TRUE(files.title().isGone());
   EXPECT_TRUE(files.userIds().isGone());
+  EXPECT_TRUE(files.groupIds().isGone());
   EXPECT_TRUE(files.workingDirectory().isGone());
   EXPECT_TRUE(files.root().isGone());
   EXPECT_TRUE(files.sockets().isGone());

@@ -40,6 +40,7 @@ void appendSocket(std::string* datagram, std::uint8_t family, const char* local,
   inet_diag_msg message{};
   message.idiag_family = family;
   message.idiag_inode = inode;
+  message.idiag_uid = 1001;
   message.id.idiag_sport = htons(22);
   message.id.idiag_dport = htons(50000);
   message.id.idiag_if = 1;
@@ -52,7 +53,7 @@ void appendEnd(std::string* datagram, int error) {
   appendMessage(datagram, NLMSG_DONE, 0, &error, sizeof(error));
 }
 
-TEST(SocketDumpTest, TakesInodeAndBothEndsOfBothFamilies) {
+TEST(SocketDumpTest, TakesInodeOwnerAndBothEndsOfBothFamilies) {
   std::string datagram;
   appendSocket(&datagram, AF_INET, "10.0.0.1", "10.0.0.9", 71);
   appendSocket(&datagram, AF_INET6, "::ffff:10.0.0.1", "::ffff:10.0.0.8", 72);
@@ -61,6 +62,7 @@ TEST(SocketDumpTest, TakesInodeAndBothEndsOfBothFamilies) {
   EXPECT_EQ(parseDump(datagram, &sockets), DumpProgress::kMore);
   ASSERT_EQ(sockets.size(), 3U);
   EXPECT_EQ(sockets[0].inode, 71U);
+  EXPECT_EQ(sockets[0].owner, 1001U);
   EXPECT_EQ(sockets[0].local.port, 22);
   EXPECT_EQ(sockets[0].remote.port, 50000);
   EXPECT_EQ(numericText(sockets[0].local), "10.0.0.1");
@@ -150,6 +152,7 @@ TEST(SocketTableTest, TheKernelsDumpHasAConnectionOfThisProcess) {
     const Socket* socket = table->find(connection.serverInode());
     ASSERT_NE(socket, nullptr) << address;
     EXPECT_EQ(numericText(socket->remote), address);
+    EXPECT_EQ(socket->owner, ::geteuid());
   }
 }
 

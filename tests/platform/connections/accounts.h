@@ -1,0 +1,19 @@
+// The accounts that tests of the registry know. accounts.cpp takes the place of the name service:
+// a test program links it, so its results hang on no account of the machine.
+#pragma once
+
+#include <sys/types.h>
+
+namespace zevo::connections::test {
+
+inline constexpr uid_t kFtp = 102;
+inline constexpr uid_t kAlice = 1001;
+inline constexpr uid_t kBob = 1002;
+inline constexpr uid_t kNobody = 65534;
+
+inline constexpr uid_t kNoAccount = 4000;       // nobody has it
+inline constexpr uid_t kBrokenAccount = 4001;   // the name service fails for it
+inline constexpr uid_t kLongAccount = 4002;     // its entry needs 100,000 bytes and is named "long"
+inline constexpr uid_t kEndlessAccount = 4003;  // its entry never fits
+
+}  // namespace zevo::connections::test
