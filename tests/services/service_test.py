@@ -3,6 +3,7 @@
 import os
 import re
 import signal
+import sys
 import time
 import unittest
 
@@ -13,6 +14,7 @@ import waiting
 
 # The names that a connection's process may have before it is signalled.
 _PROCESS_NAMES = {"CIFS": "smbd", "AFP": "afpd", "FTP": "ftpd", "TELNET": "telnetd", "SSH": "sshd"}
+_PACKAGES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "packages.sh")
 _TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d")
 _SETTLING_SECONDS = 10.0
 _ENDING_SECONDS = 3.0
@@ -91,6 +93,9 @@ def add_users(*names):
 
 
 def main():
-    """Runs the tests of the calling file in a throw-away server."""
+    """Runs the tests of the calling file in a throw-away server; stops with a sentence where a package is missing."""
     namespace.enter()
+    missing = namespace.run(_PACKAGES, "--missing").split()
+    if missing:
+        sys.exit(f"packages are missing for the tests of services: {' '.join(missing)}; run {_PACKAGES} as root")
     unittest.main(verbosity=2)
