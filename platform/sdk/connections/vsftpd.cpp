@@ -1,11 +1,10 @@
 #include "sdk/connections/vsftpd.h"
 
-#include <cerrno>
+#include <fcntl.h>
 #include <filesystem>
 #include <optional>
 #include <sys/stat.h>
 
-#include "base/file_failure.h"
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/served_client.h"
 
@@ -16,29 +15,30 @@ bool isVsftpd(std::string_view name) {
   return name == "vsftpd";
 }
 
+// Whether the tree of `process` is one empty folder that belongs to somebody else than `uid`. What
+// cannot be looked at (a file system of the user's own) is no such folder.
+bool isConfinedToNothing(const Sources& sources, const Process& process, uid_t uid) {
+  const std::string path = sources.paths().proc + "/" + std::to_string(process.pid) + "/root/.";
+  struct statx status {};
+  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_UID, &status) != 0) return false;
+  if (status.stx_uid == uid) return false;
+  std::error_code error;
+  return std::filesystem::is_empty(path, error) && !error;
+}
+
 // Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
-// or never one (the TLS handler): its whole tree is one empty folder that belongs to somebody else.
-Reading<bool> waitsInEmptyFolder(const Sources& sources, const Process& process,
-                                 const ProcessFiles& files, uid_t uid) {
+// or never one (the handler of TLS, and the parent once somebody has logged in).
+Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
+                                 const Process& process, const ProcessFiles& files, uid_t uid) {
   const auto root = files.root();
   const auto folder = root.ok() ? files.workingDirectory() : Reading<std::string>::like(root);
   if (!folder.ok()) return Reading<bool>::like(folder);
   if (*root == "/" || *root != *folder) return false;
-  const std::string path = sources.paths().proc + "/" + std::to_string(process.pid) + "/root/.";
-  struct stat status {};
-  std::error_code error;
-  bool isEmpty = false;
-  if (::stat(path.c_str(), &status) == 0) {
-    isEmpty = std::filesystem::is_empty(path, error);
-  } else {
-    error.assign(errno, std::system_category());
-  }
-  if (error.value() == ENOENT || error.value() == ESRCH) return Reading<bool>::gone();
-  if (error) {
-    return Reading<bool>::failure("cannot read " + path + ": " + errorText(error.value()) +
-                                  "; run this as root with the capability CAP_SYS_PTRACE");
-  }
-  return isEmpty && status.st_uid != uid;
+  const auto parent = sources.filesOf(*client.processes.front());
+  const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
+  if (!waiting.ok()) return Reading<bool>::like(waiting);
+  const bool parentWaits = &process != client.processes.front() && *waiting != "/";
+  return parentWaits ? *root == *waiting : isConfinedToNothing(sources, process, uid);
 }
 
 // Whether `process` of `client` works for a user, as far as that shows without titles.
@@ -46,7 +46,7 @@ Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                              const Process& process, const ProcessFiles& files, uid_t uid) {
   // The uppermost is root's until somebody logs in.
   if (uid == 0) return &process != client.processes.front();
-  const auto waits = waitsInEmptyFolder(sources, process, files, uid);
+  const auto waits = waitsInEmptyFolder(sources, client, process, files, uid);
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
 

@@ -1,6 +1,7 @@
 #include "sdk/connections/vsftpd.h"
 
 #include <filesystem>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -170,8 +171,8 @@ TEST_F(VsftpdTest, RootMayLogIn) {
 }
 
 TEST_F(VsftpdTest, AUserConfinedToAnEmptyFolderOfHisOwnHasLoggedIn) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a folder away; run this as root";
   const std::string home = folder("home");
-  std::filesystem::permissions(home, std::filesystem::perms::owner_all);
   ASSERT_EQ(0, ::chown(home.c_str(), kAlice, kAlice));
   addParent(76, 0);
   add({.pid = 78,
@@ -184,6 +185,35 @@ TEST_F(VsftpdTest, AUserConfinedToAnEmptyFolderOfHisOwnHasLoggedIn) {
        .root = home,
        .sockets = standardStreams(kClient)});
   EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice", home)));
+}
+
+TEST_F(VsftpdTest, AnonymousUsersInAnEmptyFolderHaveLoggedIn) {
+  const std::string served = folder("ftp");
+  addParent(76, kNobody);
+  add({.pid = 78,
+       .parent = 76,
+       .name = "vsftpd",
+       .cmdline = kArguments,
+       .uid = kFtp,
+       .session = 76,
+       .cwd = served,
+       .root = served,
+       .sockets = standardStreams(kClient)});
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "ftp", served)));
+}
+
+TEST_F(VsftpdTest, AUserConfinedToATreeThatCannotBeLookedAtHasLoggedIn) {
+  addParent(76, 0);
+  add({.pid = 78,
+       .parent = 76,
+       .name = "vsftpd",
+       .cmdline = kArguments,
+       .uid = kAlice,
+       .session = 76,
+       .cwd = "/nowhere/alice",
+       .root = "/nowhere/alice",
+       .sockets = standardStreams(kClient)});
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice", "/nowhere/alice")));
 }
 
 TEST_F(VsftpdTest, OneProcessMayServeASession) {
