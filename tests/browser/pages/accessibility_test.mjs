@@ -9,9 +9,6 @@ const axe = readFileSync(requirePackage.resolve('axe-core/axe.min.js'), 'utf8');
 
 // What is serious or critical, as "rule: where".
 async function findings(page) {
-  await page.evaluate(() =>
-    Promise.all(document.getAnimations().map((animation) => animation.finish?.call && animation.playState)),
-  );
   await page.waitForTimeout(250);
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => window.axe.run(document, { resultTypes: ['violations'] }));
@@ -172,11 +169,11 @@ pageTest('everything can be reached and done by keyboard alone', async ({ driver
   await page.keyboard.press('Enter');
   await page.waitForSelector('#live-text:not(:empty)');
   const stops = [];
-  for (let count = 0; count < 14; count += 1) {
+  for (let count = 0; count < 12; count += 1) {
     await page.keyboard.press('Tab');
     stops.push(await focused(page));
   }
-  assert.deepEqual(stops.slice(0, 14), [
+  assert.deepEqual(stops, [
     'Skip to the list',
     'account-button',
     'pause',
@@ -189,7 +186,6 @@ pageTest('everything can be reached and done by keyboard alone', async ({ driver
     'time',
     'descr',
     'Select alice, CIFS, 10.20.0.7',
-    ...stops.slice(12),
   ]);
 });
 

@@ -8,10 +8,16 @@ export function pluralOf(text, count, locale) {
 
 // The text cut at its placeholders: ["Disable ", {name: "user"}, "?"].
 export function partsOf(text) {
-  return text
-    .split(/(\{\w+\})/)
-    .filter((part) => part !== '')
-    .map((part) => (/^\{\w+\}$/.test(part) ? { name: part.slice(1, -1) } : part));
+  if (!cutTexts.has(text)) cutTexts.set(text, cut(text));
+  return cutTexts.get(text);
+}
+
+// Every row asks for the same few texts.
+const cutTexts = new Map();
+
+function cut(text) {
+  const parts = text.split(/(\{\w+\})/).filter((part) => part !== '');
+  return parts.map((part) => (/^\{\w+\}$/.test(part) ? { name: part.slice(1, -1) } : part));
 }
 
 // Numbers are written as the language writes them; anything else as it stands.

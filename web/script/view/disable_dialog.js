@@ -1,38 +1,20 @@
 // Disables an account: says what follows from it, waits, then says what came of it.
-import { disableUser, readAll } from '../api/connections.js';
+import { disableUser } from '../api/connections.js';
 import { connectionsOf, targetsOf } from '../model/ending.js';
-import { ApiFailure } from '../model/failure.js';
 import { patiently } from '../model/patience.js';
+import { AskingDialog } from './asking_dialog.js';
 import { dialogButton, progressBar } from './dialog.js';
 import { element } from './element.js';
 import { failureText } from './list_state.js';
-import { readAllAgain, showFailedStep } from './reading_again.js';
 import { connectionList, targetList } from './target_list.js';
 import { say, sayNodes } from './texts.js';
 
 // Answers after which the account is as it was.
 const kNothingChanged = [105, 7100];
 
-export class DisableDialog {
-  // `onSessionEnd()` is called where the server no longer knows who is asking.
-  constructor(dialog, { onSessionEnd }) {
-    this.dialog = dialog;
-    this.onSessionEnd = onSessionEnd;
-  }
-
-  // Resolves when the dialog is closed; true where the server was asked to disable the account.
-  async run(user) {
-    this.wasAsked = false;
-    const closed = this.dialog.open();
-    this.dialog.checking();
-    try {
-      const present = await readAll();
-      if (this.dialog.isOpen) this.#ask(user, targetsOf(user, present));
-    } catch (failure) {
-      showFailedStep(this.dialog, failure, this.onSessionEnd);
-    }
-    await closed;
-    return this.wasAsked;
+export class DisableDialog extends AskingDialog {
+  run(user) {
+    return this.open((present) => this.#ask(user, targetsOf(user, present)));
   }
 
   #ask(user, targets) {
@@ -64,29 +46,11 @@ export class DisableDialog {
       buttons: [],
       mayClose: false,
     });
-    const failure = await this.#call(user);
-    if (failure?.isSessionEnd) this.#leave();
-    const after = failure ? null : await readAllAgain(() => this.#leave());
+    const failure = await this.failureOf(() => patiently(() => disableUser(user)));
+    const after = failure ? null : await this.readAgain();
     if (!this.dialog.isOpen) return;
     if (failure) this.#showFailure(user, failure);
     else this.#showDone(user, count, after);
-  }
-
-  #leave() {
-    if (!this.dialog.isOpen) return;
-    this.dialog.close();
-    this.onSessionEnd();
-  }
-
-  // The failure, or null.
-  async #call(user) {
-    try {
-      await patiently(() => disableUser(user));
-      return null;
-    } catch (failure) {
-      if (!(failure instanceof ApiFailure)) throw failure;
-      return failure;
-    }
   }
 
   #showDone(user, count, after) {

@@ -1,13 +1,13 @@
 // Ends connections: says whom it hits, shows how far the server is, then what happened to each.
-import { kick, readAll } from '../api/connections.js';
+import { kick } from '../api/connections.js';
 import { callsFor, outcomeOf, planEnding } from '../model/ending.js';
 import { ApiFailure } from '../model/failure.js';
 import { patiently } from '../model/patience.js';
 import { runSideBySide } from '../model/pool.js';
+import { AskingDialog } from './asking_dialog.js';
 import { dialogButton, progressBar } from './dialog.js';
 import { element } from './element.js';
 import { failureText } from './list_state.js';
-import { readAllAgain, showFailedStep } from './reading_again.js';
 import { targetList } from './target_list.js';
 import { say, sayNodes } from './texts.js';
 
@@ -22,29 +22,12 @@ const kMarks = {
   unclear: 'trouble',
 };
 
-export class EndDialog {
+export class EndDialog extends AskingDialog {
   #isStopped = false;
 
-  // `onSessionEnd()` is called where the server no longer knows who is asking.
-  constructor(dialog, { onSessionEnd }) {
-    this.dialog = dialog;
-    this.onSessionEnd = onSessionEnd;
-  }
-
-  // Resolves when the dialog is closed; true where the server was asked to end something.
-  async run(connections, account) {
+  run(connections, account) {
     this.#isStopped = false;
-    this.wasAsked = false;
-    const closed = this.dialog.open();
-    this.dialog.checking();
-    try {
-      const present = await readAll();
-      if (this.dialog.isOpen) this.#ask(planEnding(connections, present, account), present);
-    } catch (failure) {
-      showFailedStep(this.dialog, failure, this.onSessionEnd);
-    }
-    await closed;
-    return this.wasAsked;
+    return this.open((present) => this.#ask(planEnding(connections, present, account), present));
   }
 
   #ask(plan, present) {
@@ -86,25 +69,19 @@ export class EndDialog {
     );
     if (!this.dialog.isOpen) return;
     progress.say(say('end.reading'));
-    const after = await readAllAgain(() => this.#leave());
+    const after = await this.readAgain();
     if (this.dialog.isOpen) this.#showResult(targets, answers, before, after);
   }
 
   async #call(targets, answers, list, progress) {
     for (const target of targets) list.mark(target, 'working', say('end.working'));
-    let answer = 'done';
-    try {
-      await patiently(() => kick(targets));
-    } catch (failure) {
-      if (!(failure instanceof ApiFailure)) throw failure;
-      answer = failure;
-    }
+    const answer = (await this.failureOf(() => patiently(() => kick(targets)))) ?? 'done';
+    if (answer.isSessionEnd) this.#isStopped = true;
     for (const target of targets) {
       answers.set(target, answer);
       list.mark(target, 'waiting', say('end.answered'));
     }
     progress.add(targets.length);
-    if (answer.isSessionEnd) this.#leave();
   }
 
   #showRunning(targets, list) {
@@ -152,13 +129,6 @@ export class EndDialog {
   #stop(button) {
     this.#isStopped = true;
     button.disabled = true;
-  }
-
-  #leave() {
-    this.#isStopped = true;
-    if (!this.dialog.isOpen) return;
-    this.dialog.close();
-    this.onSessionEnd();
   }
 }
 

@@ -6,7 +6,7 @@ import { formatClock } from '../model/server_time.js';
 import { announce } from './announcer.js';
 import { Dialog } from './dialog.js';
 import { DisableDialog } from './disable_dialog.js';
-import { byId, setText } from './element.js';
+import { byId, element, setText } from './element.js';
 import { EndDialog } from './end_dialog.js';
 import { FilterField } from './filter_field.js';
 import { failureText, ListState } from './list_state.js';
@@ -170,19 +170,12 @@ export class ListView {
 }
 
 function retryButton(onClick) {
-  const button = document.createElement('button');
-  button.className = 'button small';
-  button.textContent = say('away.retry');
-  button.addEventListener('click', onClick);
-  return button;
+  return element('button', { className: 'button small', textContent: say('away.retry'), on: { click: onClick } });
 }
 
 function saveAs(blob, name) {
   const address = URL.createObjectURL(blob);
-  const link = document.createElement('a');
-  link.href = address;
-  link.download = name;
-  link.click();
+  element('a', { href: address, download: name }).click();
   // The browser reads the blob after the click.
   setTimeout(() => URL.revokeObjectURL(address), 60_000);
 }

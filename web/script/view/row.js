@@ -1,7 +1,7 @@
 // One row of the table. It is made once for a connection and updated in place, so that focus and pointer stay.
-import { identityOf, isWeb, whyNotEnd } from '../model/connection.js';
+import { isWeb, whyNotEnd } from '../model/connection.js';
 import { formatSpan, formatStart, parseStart } from '../model/server_time.js';
-import { element, icon, setAttribute, setText } from './element.js';
+import { element, setAttribute, setText } from './element.js';
 import { currentLocale, say } from './texts.js';
 
 const kFamilies = { SSH: 'shell', SFTP: 'files', TELNET: 'shell', LOGIN: 'shell', UNKNOWN: 'other' };
@@ -20,7 +20,7 @@ export class Row {
   constructor(connection) {
     this.connection = connection;
     this.check = element('input', { type: 'checkbox', data: { control: 'check' }, tabIndex: -1 });
-    this.more = element('button', { className: 'icon-button', data: { control: 'more' }, tabIndex: -1 }, icon('more'));
+    this.more = element('button', { className: 'icon-button dots', data: { control: 'more' }, tabIndex: -1 });
     this.more.setAttribute('aria-haspopup', 'dialog');
     this.user = element('span', { className: 'user-text' });
     this.mark = element('span', { className: 'new-mark', hidden: true });
@@ -31,12 +31,12 @@ export class Row {
     this.resource = cell('resource');
     this.node = element(
       'tr',
-      { role: 'row', data: { identity: identityOf(connection) } },
+      { role: 'row' },
       cell('select', this.check),
-      cell('user', this.user, this.mark),
+      cell('user', this.user, ' ', this.mark),
       cell('type', this.service),
       this.from,
-      cell('since', this.start, this.span),
+      cell('since', this.start, ' ', this.span),
       this.resource,
       cell('more', this.more),
     );
@@ -49,15 +49,15 @@ export class Row {
     this.#showStart(connection, now);
     this.#showMark(isNew);
     this.#showCheck(connection, account, isSelected);
-    this.more.setAttribute('aria-label', say('list.actions_row', namesOf(connection)));
-    this.node.setAttribute('aria-rowindex', String(index + 1));
+    setAttribute(this.more, 'aria-label', say('list.actions_row', namesOf(connection)));
+    setAttribute(this.node, 'aria-rowindex', String(index + 1));
   }
 
   #showTexts({ who, from, type, descr }) {
     setText(this.user, who || '–');
     setAttribute(this.user, 'title', who || null);
     setText(this.service, type);
-    this.service.dataset.family = familyOf(this.connection);
+    setAttribute(this.service, 'data-family', familyOf(this.connection));
     setText(this.from, from || '–');
     setAttribute(this.from, 'title', from || null);
     setText(this.resource, descr || '–');
@@ -72,16 +72,17 @@ export class Row {
   }
 
   #showMark(isNew) {
-    this.node.classList.toggle('is-new', isNew);
-    this.mark.hidden = !isNew;
     setText(this.mark, isNew ? say('list.new') : '');
+    if (this.mark.hidden !== isNew) return;
+    this.mark.hidden = !isNew;
+    this.node.classList.toggle('is-new', isNew);
   }
 
   #showCheck(connection, account, isSelected) {
     const reason = whyNotEnd(connection, account);
     this.check.checked = isSelected && reason === null;
-    this.node.setAttribute('aria-selected', String(this.check.checked));
-    this.check.setAttribute('aria-label', say('list.select_row', namesOf(connection)));
+    setAttribute(this.node, 'aria-selected', String(this.check.checked));
+    setAttribute(this.check, 'aria-label', say('list.select_row', namesOf(connection)));
     setAttribute(this.check, 'aria-disabled', reason === null ? null : 'true');
     setAttribute(this.check, 'aria-description', reason === null ? null : say(reason));
     setAttribute(this.check, 'data-tip', reason === null ? null : say(reason));
