@@ -19,9 +19,11 @@
 namespace cli {
 namespace {
 
-// The child starts with the signals of a fresh program, whatever its parent waits for.
+// The child starts with the signals of a fresh program, whatever its parent waits for. What was
+// sent to both of them before they parted is the parent's: ignoring a signal once discards it.
 void resetSignals() {
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGTSTP, SIGWINCH, SIGCHLD}) {
+    std::signal(number, SIG_IGN);
     std::signal(number, SIG_DFL);
   }
   sigset_t none;
@@ -67,6 +69,8 @@ std::optional<ForkedCall> ForkedCall::start(Backend& backend, const std::string&
     return {};
   }
   if (child == 0) runChild(backend, method, parameters, options, writeEnd.get());
+  // As the child does: whoever is first, it is done when this returns.
+  if (options.bond == Bond::kGoesOn) setpgid(child, child);
   return ForkedCall(child, options.bond, std::move(readEnd));
 }
 

@@ -1,0 +1,111 @@
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cli/program.h"
+#include "cli/terminal_session.h"
+
+namespace cli {
+namespace {
+
+// Names that no machine has: what becomes of real accounts is for tests with real accounts.
+const std::string kAlice = "no-such-alice";
+const std::string kBob = "no-such-bob";
+
+class DisableTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "the program disables accounts as root only";
+    program.answer(
+        "list", {listAnswer({row(12, kAlice), row(13, "carol")}), listAnswer({row(13, "carol")})});
+    program.answer("disable_user", {R"({"data":null})"});
+  }
+
+  [[nodiscard]] std::vector<Json::Value> disablings() const {
+    std::vector<Json::Value> parameters;
+    for (const Json::Value& call : program.calls()) {
+      if (call["method"] == "disable_user") parameters.push_back(call["parameters"]);
+    }
+    return parameters;
+  }
+
+  Program program;
+};
+
+TEST_F(DisableTest, SendsAllNamesInOneCall) {
+  program.run({"disable", kAlice, kBob, "--yes"});
+  ASSERT_EQ(disablings().size(), 1U);
+  ASSERT_EQ(disablings()[0]["users"].size(), 2U);
+  EXPECT_EQ(disablings()[0]["users"][0], kAlice);
+  EXPECT_EQ(disablings()[0]["users"][1], kBob);
+}
+
+TEST_F(DisableTest, ShowsAndReportsAccountsAndConnections) {
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_EQ(run.out,
+            "USER           SERVICE  FROM       SINCE                RESOURCE  PID\n"
+            "no-such-alice  SSH      10.20.0.2  2026-11-20 21:26:24  pts/3      12\n"
+            "\n"
+            "account to be disabled: no-such-alice\n"
+            "not disabled: no-such-alice\n"
+            "ended: SSH of no-such-alice from 10.20.0.2, pid 12\n");
+  EXPECT_EQ(run.exitCode, 1) << "the account is not disabled, whatever the method says";
+}
+
+TEST_F(DisableTest, ADryRunOnlyShows) {
+  const Outcome run = program.run({"disable", kAlice, "--dry-run"});
+  EXPECT_NE(run.out.find("account to be disabled: no-such-alice\n"), std::string::npos);
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_TRUE(disablings().empty());
+}
+
+TEST_F(DisableTest, RefusesToGoOnWhereNobodyCanBeAsked) {
+  const Outcome run = program.run({"disable", kAlice}, [] { close(STDIN_FILENO); });
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(disablings().empty());
+}
+
+TEST_F(DisableTest, AsksOnATerminal) {
+  TerminalSession session(program, {"disable", kAlice}, 80, 24);
+  ASSERT_TRUE(session.waitFor("Disable the accounts and end these connections? [y/N] "));
+  session.type("n\n");
+  EXPECT_EQ(session.waitForEnd(), 1);
+  EXPECT_NE(session.output().find("nothing was changed"), std::string::npos);
+  EXPECT_TRUE(disablings().empty());
+}
+
+TEST_F(DisableTest, ARefusalForTheLastAdministratorsSakeHasItsOwnExitCode) {
+  program.answer("disable_user", {R"({"error":7100})"});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(
+      run.err.find(
+          "currentconn: refused: too few administrators who can log in would be left; nothing "
+          "has changed\n"),
+      std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.exitCode, 4);
+}
+
+TEST_F(DisableTest, AFailureSaysThatNothingHasChanged) {
+  program.answer("disable_user", {R"({"error":117,"causes":["there is no account \"x\""]})"});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.err.find("currentconn: no account was disabled and no connection ended:\n"
+                         "  there is no account \"x\"\n"),
+            std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(DisableTest, RefusesTheAccountOfTheCaller) {
+  program.environment.push_back("SUDO_USER=" + kAlice);
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_EQ(run.err,
+            "currentconn: \"no-such-alice\" is the account with which you are logged in\n");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(program.calls().empty());
+}
+
+}  // namespace
+}  // namespace cli

@@ -1,0 +1,258 @@
+#include <chrono>
+#include <csignal>
+#include <set>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "cli/program.h"
+#include "cli/terminal_session.h"
+
+namespace cli {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+const std::string kAliceShell = row(12, "alice", "SSH");
+const std::string kAliceShares =
+    row(4711, "alice", "CIFS", "10.20.0.2", "media (alice), photos (bob)");
+const std::string kAliceWeb = row(5, "alice", "HTTP/HTTPS", "10.20.0.9", "Firefox");
+const std::string kBobShell = row(13, "bob", "SSH", "10.20.0.3");
+const std::string kNfs = row(0, "", "NFS", "10.20.0.4", "version 4.2");
+const std::string kDone = R"({"data":null})";
+
+class KickTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (geteuid() != 0) GTEST_SKIP() << "the program ends connections as root only";
+    program.answer("list", {listAnswer({kAliceShell, kAliceShares, kAliceWeb, kBobShell, kNfs}),
+                            listAnswer({kBobShell, kNfs})});
+    program.answer("kick_connection", {kDone});
+  }
+
+  // The parameters of the calls of "kick_connection".
+  [[nodiscard]] std::vector<Json::Value> kicks() const {
+    std::vector<Json::Value> parameters;
+    for (const Json::Value& call : program.calls()) {
+      if (call["method"] == "kick_connection") parameters.push_back(call["parameters"]);
+    }
+    return parameters;
+  }
+
+  Program program;
+};
+
+TEST_F(KickTest, EndsAllOfAUserAndReportsEachConnection) {
+  const Outcome run = program.run({"kick", "--user", "alice", "--yes"});
+  EXPECT_EQ(run.out,
+            "USER   SERVICE     FROM       SINCE                RESOURCE                      PID\n"
+            "alice  SSH         10.20.0.2  2026-11-20 21:26:24  pts/3                          12\n"
+            "alice  CIFS        10.20.0.2  2026-11-20 21:26:24  media (alice), photos (bob)  4711\n"
+            "alice  HTTP/HTTPS  10.20.0.9  2026-11-20 21:26:24  Firefox                         5\n"
+            "\n"
+            "note: pid 4711 also serves bob, whose connections end with it\n"
+            "note: all web logins of alice from 10.20.0.9 end\n"
+            "ended: SSH of alice from 10.20.0.2, pid 12\n"
+            "ended: CIFS of alice from 10.20.0.2, pid 4711\n"
+            "ended: HTTP/HTTPS of alice from 10.20.0.9\n");
+  EXPECT_EQ(run.err, "waiting for connections to end ...\n");
+  EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST_F(KickTest, SendsEachServiceConnectionByItselfAndWebLoginsTogether) {
+  program.answer("list", {listAnswer({kAliceShell, kAliceShares, kAliceWeb,
+                                      row(6, "alice", "HTTP/HTTPS", "10.20.0.10")}),
+                          listAnswer({})});
+  program.run({"kick", "--user", "alice", "--yes"});
+  std::set<int> pids;
+  std::size_t logins = 0;
+  ASSERT_EQ(kicks().size(), 3U);
+  for (const Json::Value& parameters : kicks()) {
+    logins += parameters["http_conn"].size();
+    if (!parameters.isMember("service_conn")) continue;
+    ASSERT_EQ(parameters["service_conn"].size(), 1U);
+    pids.insert(parameters["service_conn"][0]["pid"].asInt());
+  }
+  EXPECT_EQ(pids, (std::set<int>{12, 4711}));
+  EXPECT_EQ(logins, 2U);
+}
+
+TEST_F(KickTest, SendsRowsAsTheListGaveThem) {
+  program.run({"kick", "12", "--yes"});
+  ASSERT_EQ(kicks().size(), 1U);
+  const Json::Value element = kicks()[0]["service_conn"][0];
+  EXPECT_EQ(element["who"], "alice");
+  EXPECT_EQ(element["from"], "10.20.0.2");
+  EXPECT_EQ(element["type"], "SSH");
+  EXPECT_EQ(element["pid"], 12);
+}
+
+TEST_F(KickTest, CallsAsAdministratorEachInAProcessOfItsOwn) {
+  program.run({"kick", "--user", "alice", "--yes"});
+  std::set<int> processes;
+  std::size_t count = 0;
+  for (const Json::Value& call : program.calls()) {
+    if (call["method"] != "kick_connection") continue;
+    EXPECT_EQ(call["user"], "admin");
+    EXPECT_EQ(call["admin"], true);
+    processes.insert(call["pid"].asInt());
+    ++count;
+  }
+  EXPECT_EQ(processes.size(), count);
+}
+
+TEST_F(KickTest, PassesTheFilterToTheMethodOnlyAtFirst) {
+  program.run({"kick", "--filter", "photos", "--yes"});
+  const std::vector<Json::Value> calls = program.calls();
+  EXPECT_EQ(calls.front()["parameters"]["filter"], "photos");
+  EXPECT_FALSE(calls.back()["parameters"].isMember("filter"));
+}
+
+TEST_F(KickTest, ADryRunOnlyShows) {
+  const Outcome run = program.run({"kick", "--user", "bob", "--dry-run"});
+  EXPECT_NE(run.out.find("bob    SSH"), std::string::npos) << run.out;
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_TRUE(kicks().empty());
+}
+
+TEST_F(KickTest, RefusesToGoOnWhereNobodyCanBeAsked) {
+  const Outcome run = program.run({"kick", "--user", "bob"}, [] { close(STDIN_FILENO); });
+  EXPECT_EQ(run.err,
+            "currentconn: standard input is no terminal on which to ask: add --yes, or --dry-run "
+            "to look only\n");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(kicks().empty());
+}
+
+TEST_F(KickTest, AsksOnATerminalAndTakesOnlyAYes) {
+  for (const std::string& key : {std::string("\n"), std::string("n\n"), std::string("yess\n")}) {
+    TerminalSession session(program, {"kick", "--user", "bob"}, 80, 24);
+    ASSERT_TRUE(session.waitFor("End 2 connections? [y/N] "));
+    session.type(key);
+    EXPECT_EQ(session.waitForEnd(), 1);
+    EXPECT_NE(session.output().find("nothing was ended"), std::string::npos);
+    program.answer("list", {listAnswer({kAliceShares, kBobShell}), listAnswer({})});
+    std::filesystem::remove(program.folder() / "calls");
+  }
+  TerminalSession session(program, {"kick", "--user", "bob"}, 80, 24);
+  ASSERT_TRUE(session.waitFor("End 2 connections? [y/N] "));
+  session.type("y\n");
+  EXPECT_EQ(session.waitForEnd(), 0);
+  EXPECT_NE(session.output().find("ended: SSH of bob"), std::string::npos) << session.output();
+}
+
+TEST_F(KickTest, ShowsThatItWaits) {
+  program.answer("kick_connection", {R"({"data":null,"wait_ms":1500})"});
+  TerminalSession session(program, {"kick", "13", "--yes"}, 80, 24);
+  EXPECT_TRUE(session.waitFor("waiting for connections to end: 0 of 1, 0 s"));
+  EXPECT_TRUE(session.waitFor("waiting for connections to end: 0 of 1, 1 s"));
+  session.waitForEnd();
+}
+
+TEST_F(KickTest, NamesWhatIsStillThereAndFails) {
+  program.answer("list", {listAnswer({kBobShell}), listAnswer({kBobShell})});
+  const Outcome run = program.run({"kick", "13", "--yes"});
+  EXPECT_NE(run.out.find("still there: SSH of bob from 10.20.0.3, pid 13\n"), std::string::npos);
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, NamesRowsThatCannotBeEndedWithTheReason) {
+  const Outcome run = program.run({"kick", "--from", "10.20.0.4", "--yes"});
+  EXPECT_EQ(run.out,
+            "not to be ended: NFS of somebody from 10.20.0.4: no process serves it alone; withdraw "
+            "the export instead\n");
+  EXPECT_EQ(run.err, "currentconn: there is nothing to end\n");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_TRUE(kicks().empty());
+}
+
+TEST_F(KickTest, NamesPidsThatAreNotThere) {
+  const Outcome run = program.run({"kick", "99", "--yes"});
+  EXPECT_EQ(run.out, "no connection has the pid 99\n");
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, RefusesANumberThatMeansAProcessAndAWebLogin) {
+  program.answer("list", {listAnswer({kAliceShell, row(12, "bob", "HTTP/HTTPS")})});
+  const Outcome run = program.run({"kick", "12", "--yes"});
+  EXPECT_EQ(run.err,
+            "currentconn: 12 is the number of a process and of a web login: add --service\n");
+  EXPECT_EQ(run.exitCode, 2);
+  EXPECT_TRUE(kicks().empty());
+  EXPECT_EQ(program.run({"kick", "12", "--service", "ssh", "--dry-run"}).exitCode, 0);
+}
+
+TEST_F(KickTest, TellsWhyAStepFailedAndGoesOnWithTheOthers) {
+  program.answer("kick_connection",
+                 {R"({"error":117,"causes":["no smbd"]})", R"({"signal":9})", kDone});
+  const Outcome run = program.run({"kick", "--user", "alice", "--yes"});
+  EXPECT_EQ(kicks().size(), 3U);
+  EXPECT_NE(run.err.find("currentconn: not every step succeeded:\n"), std::string::npos) << run.err;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, SaysThatTheResultIsNotKnownWhereTheListFailsAfterwards) {
+  program.answer("list", {listAnswer({kBobShell}), R"({"error":117,"causes":["no /proc"]})"});
+  const Outcome run = program.run({"kick", "13", "--yes"});
+  EXPECT_NE(run.err.find("the connections were told to end, but whether they did is not known\n"
+                         "currentconn: cannot read who is connected:\n  no /proc\n"),
+            std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, EndsNothingWhereTheListFails) {
+  program.answer("list", {R"({"error":117,"causes":["no /proc"]})"});
+  const Outcome run = program.run({"kick", "13", "--yes"});
+  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  no /proc\n");
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_TRUE(kicks().empty());
+}
+
+TEST_F(KickTest, RunsAtMostSixteenSideBySide) {
+  std::vector<std::string> rows;
+  for (int pid = 100; pid < 120; ++pid) rows.push_back(row(pid, "alice"));
+  program.answer("list", {listAnswer(rows), listAnswer({})});
+  program.answer("kick_connection", {R"({"data":null,"wait_ms":1000})"});
+  TerminalSession session(program, {"kick", "--user", "alice", "--yes"}, 80, 24);
+  ASSERT_TRUE(session.waitFor("0 of 20, 0 s"));
+  const Clock::time_point begin = Clock::now();
+  while (kicks().size() < 16 && Clock::now() - begin < milliseconds(900)) usleep(10000);
+  EXPECT_EQ(kicks().size(), 16U);
+  EXPECT_EQ(session.waitForEnd(), 0);
+  EXPECT_EQ(kicks().size(), 20U);
+  EXPECT_GT(Clock::now() - begin, milliseconds(1500));
+}
+
+TEST_F(KickTest, BeginsNothingMoreAfterCtrlCAndCarriesThroughWhatItBegan) {
+  std::vector<std::string> rows;
+  for (int pid = 100; pid < 120; ++pid) rows.push_back(row(pid, "alice"));
+  program.answer("list", {listAnswer(rows), listAnswer({rows[19]})});
+  program.answer("kick_connection", {R"({"data":null,"wait_ms":1500})"});
+  TerminalSession session(program, {"kick", "--user", "alice", "--yes"}, 80, 24);
+  ASSERT_TRUE(session.waitFor("0 of 20, 0 s"));
+  session.type("\x03");
+  EXPECT_EQ(session.waitForEnd(), 1);
+  EXPECT_EQ(kicks().size(), 16U);
+  EXPECT_NE(session.output().find("it was interrupted"), std::string::npos);
+  EXPECT_NE(session.output().find("ended: SSH of alice from 10.20.0.2, pid 115"),
+            std::string::npos);
+  EXPECT_NE(session.output().find("still there: SSH of alice from 10.20.0.2, pid 119"),
+            std::string::npos);
+}
+
+TEST_F(KickTest, NoControlCharacterOfAServiceComesOut) {
+  program.answer("list", {listAnswer({row(7, "\x1b]0;owned\x07", "SSH", "\x1b[2J", "a\r\nb")}),
+                          listAnswer({})});
+  const Outcome run = program.run({"kick", "7", "--yes"});
+  for (const char c : run.out + run.err) {
+    EXPECT_TRUE(c == '\n' || static_cast<unsigned char>(c) >= 0x20) << static_cast<int>(c);
+  }
+}
+
+}  // namespace
+}  // namespace cli
