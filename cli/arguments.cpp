@@ -97,6 +97,7 @@ struct Grammar {
   CautionWords caution;
   ListingWords reportWords;
   std::optional<std::string> reportFile;
+  LoginLink loginLink;
 
   [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
 };
@@ -157,6 +158,12 @@ void addReport(Grammar* grammar) {
           &grammar->reportFile);
 }
 
+void addLoginLink(Grammar* grammar) {
+  CLI::App* link = addCommand(grammar, "login-link", kLoginLinkHelp, kLoginLinkExamples);
+  addWord(link, "USER", " ", "Whom it logs in (default: root)", &grammar->loginLink.user);
+  addWord(link, "--url", "URL", "Where the page is", &grammar->loginLink.url);
+}
+
 std::unique_ptr<Grammar> makeGrammar() {
   auto grammar = std::make_unique<Grammar>();
   CLI::App& app = grammar->app;
@@ -174,6 +181,7 @@ std::unique_ptr<Grammar> makeGrammar() {
   addKick(grammar.get());
   addDisable(grammar.get());
   addReport(grammar.get());
+  addLoginLink(grammar.get());
   return grammar;
 }
 
@@ -244,7 +252,7 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
   return words;
 }
 
-using Request = std::variant<Listing, Kick, Disable, Report>;
+using Request = std::variant<Listing, Kick, Disable, Report, LoginLink>;
 
 std::optional<Request> readListing(ListingWords words, bool isMine, std::string* wrong) {
   if (isMine && !words.user) words.user = kNameOfRoot;
@@ -280,6 +288,7 @@ std::optional<Request> readRequest(const Grammar& grammar, const std::string& na
   if (name == "kick") return readKick(grammar, wrong);
   if (name == "disable") return readDisable(grammar, wrong);
   if (name == "report") return readReport(grammar, wrong);
+  if (name == "login-link") return grammar.loginLink;
   return readListing(grammar.listWords, false, wrong);
 }
 

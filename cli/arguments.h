@@ -8,6 +8,7 @@
 #include "disable.h"
 #include "kick.h"
 #include "listing.h"
+#include "login_link.h"
 #include "report.h"
 
 namespace cli {
@@ -16,7 +17,7 @@ namespace cli {
 struct Command {
   std::string name;                       // as typed
   std::optional<std::string> configFile;  // nothing: the usual place
-  std::variant<Listing, Kick, Disable, Report> request;
+  std::variant<Listing, Kick, Disable, Report, LoginLink> request;
 };
 
 struct Parsed {

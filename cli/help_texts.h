@@ -66,6 +66,17 @@ inline constexpr const char* kReportExamples = R"(Examples:
   currentconn report --filter cifs -o smb.html
   currentconn report -o - | mail -s connections admin)";
 
+inline constexpr const char* kLoginLinkHelp = "Print a link that logs in to the page, once";
+
+inline constexpr const char* kLoginLinkExamples =
+    R"(The link is good for five minutes. Whoever opens it first is logged in, without
+a password: send it to nobody else.
+
+Examples:
+  currentconn login-link                     as root
+  currentconn login-link alice
+  currentconn login-link --url https://files.example.org/connections/)";
+
 inline constexpr const char* kNoFilterInMine =
     "\"mine\" shows all connections of one user and takes no --filter; see "
     "\"currentconn list --help\"";

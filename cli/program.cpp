@@ -48,6 +48,7 @@ std::string objectionToTerminal(const Command& command) {
 std::string purposeOf(const Command& command) {
   if (std::holds_alternative<Kick>(command.request)) return "ending connections";
   if (std::holds_alternative<Disable>(command.request)) return "disabling accounts";
+  if (std::holds_alternative<LoginLink>(command.request)) return "making a link that logs in";
   return "reading who is connected";
 }
 
@@ -68,6 +69,10 @@ ExitCode perform(const Disable& request, Backend& backend) {
 }
 ExitCode perform(const Report& request, Backend& backend) {
   return writeReport(request, backend);
+}
+
+ExitCode perform(const LoginLink& request, Backend& /*backend*/) {
+  return makeLoginLink(request);
 }
 
 ExitCode runCommand(const Command& command) {

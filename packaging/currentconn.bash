@@ -9,7 +9,8 @@ _currentconn_words() {
     kick) echo "--user --from --service --filter --yes --dry-run $common" ;;
     disable) echo "$(compgen -u) --yes --dry-run $common" ;;
     report) echo "--filter $order --output $common" ;;
-    *) echo "list mine kick disable report $common" ;;
+    login-link) echo "$(compgen -u) --url $common" ;;
+    *) echo "list mine kick disable report login-link $common" ;;
   esac
 }
 
@@ -23,7 +24,7 @@ _currentconn() {
   local command='' word
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $word in
-      list | mine | kick | disable | report)
+      list | mine | kick | disable | report | login-link)
         command=$word
         break
         ;;
@@ -34,7 +35,7 @@ _currentconn() {
     --service) _currentconn_offer 'cifs afp ftp sftp ssh telnet web' "$current" ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$current") ;;
     --config | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-    --filter | --from | --start | --limit) COMPREPLY=() ;;
+    --filter | --from | --start | --limit | --url) COMPREPLY=() ;;
     *) _currentconn_offer "$(_currentconn_words "$command")" "$current" ;;
   esac
 }

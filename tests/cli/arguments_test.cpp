@@ -125,7 +125,7 @@ TEST(Arguments, ShowHelpAndVersionWithoutACommand) {
 }
 
 TEST(Arguments, ShowExamplesInTheHelpOfEachCommand) {
-  for (const char* name : {"list", "mine", "kick", "disable", "report"}) {
+  for (const char* name : {"list", "mine", "kick", "disable", "report", "login-link"}) {
     const Parsed help = parse({name, "--help"});
     EXPECT_EQ(help.kind, Parsed::Kind::kShow);
     EXPECT_NE(help.text.find("Usage: currentconn " + std::string(name)), std::string::npos);
@@ -140,7 +140,8 @@ TEST(Arguments, HelpFitsATerminalOfUsualWidth) {
                                              {"mine", "--help"},
                                              {"kick", "--help"},
                                              {"disable", "--help"},
-                                             {"report", "--help"}}) {
+                                             {"report", "--help"},
+                                             {"login-link", "--help"}}) {
     const std::string text = parse(words).text;
     for (std::size_t begin = 0; begin < text.size();) {
       const std::size_t end = text.find('\n', begin);

@@ -1,0 +1,66 @@
+#include "login_link.h"
+
+#include <array>
+#include <memory>
+#include <unistd.h>
+
+#include "zevo/account.h"
+#include "zevo/config.h"
+#include "zevo/error_trail.h"
+#include "zevo/login_link.h"
+
+#include "output.h"
+#include "table_output.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kRootAlias = "admin";
+
+using User = std::unique_ptr<UserRecord, void (*)(UserRecord*)>;
+
+User lookUp(const std::string& name) {
+  UserRecord* record = nullptr;
+  ZEVOUserGet(name.c_str(), &record);
+  return {record, &ZEVOUserFree};
+}
+
+// Where the page of a usual installation is.
+std::string usualUrl() {
+  std::array<char, 256> name{};
+  const bool isNamed = gethostname(name.data(), name.size() - 1) == 0 && name.front() != '\0';
+  return std::string("https://") + (isNamed ? name.data() : "localhost") + ":8443/";
+}
+
+ExitCode fail(const std::string& reason) {
+  complain("no link was made: " + reason);
+  return kExitFailed;
+}
+
+// Why the account cannot log in to the page; empty where nothing is known to be in the way.
+std::string objectionTo(const UserRecord& user) {
+  if (user.uid != 0) return "";
+  const User alias = lookUp(kRootAlias);
+  return alias && alias->uid != 0 ? "an account \"admin\" is there, and root is \"admin\" on the "
+                                    "page: name another account, as in 'login-link admin'"
+                                  : "";
+}
+
+}  // namespace
+
+ExitCode makeLoginLink(const LoginLink& request) {
+  const std::string name = request.user.value_or("root");
+  const User user = lookUp(name);
+  if (!user) return fail("there is no account \"" + name + "\"");
+  const std::string objection = objectionTo(*user);
+  if (!objection.empty()) return fail(objection);
+  std::string token;
+  zevo::clearErrorTrail();
+  if (!zevo::createLoginLink(zevo::config().sessionFile, {user->name, user->uid}, &token)) {
+    const auto causes = zevo::errorTrail();
+    return fail(causes.empty() ? "it could not be written" : causes.back());
+  }
+  return printText(request.url.value_or(usualUrl()) + "#login=" + token + "\n");
+}
+
+}  // namespace cli
