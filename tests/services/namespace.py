@@ -9,6 +9,7 @@ As a program: `namespace.py COMMAND…` runs one command in such a server.
 """
 
 import os
+import pwd
 import socket
 import subprocess
 import sys
@@ -43,7 +44,10 @@ def add_account(name, password=PASSWORD):
     """Makes a local account with a home folder and a login shell, in place of one of that name."""
     if any(line.startswith(f"{name}:") for line in read("/etc/passwd").splitlines()):
         run("userdel", "--force", name)
-    run("useradd", "--create-home", "--shell", "/bin/bash", name)
+    home = f"/home/{name}"
+    run("useradd", "--create-home", "--home-dir", home, "--shell", "/bin/bash", name)
+    account = pwd.getpwnam(name)
+    os.chown(home, account.pw_uid, account.pw_gid)
     run("chpasswd", text=f"{name}:{password}\n")
 
 

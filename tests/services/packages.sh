@@ -11,6 +11,7 @@ set -euo pipefail
 
 installed_packages=(
   iproute2 python3 libcap2 procps
+  curl lighttpd lighttpd-mod-deflate lighttpd-mod-openssl nginx-light apache2 openssl python3-jsonschema
   samba smbclient python3-samba
   openssh-server openssh-client openssh-sftp-server
   vsftpd

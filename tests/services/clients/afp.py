@@ -1,5 +1,6 @@
 """Clients of the stand-in for afpd."""
 
+import select
 import socket
 
 
@@ -21,3 +22,8 @@ class Afp(Connected):
         self._socket.sendall(user.encode() + b"\n")
         if self._socket.recv(1) != b"\n":
             raise AssertionError(f"the stand-in for afpd did not let {user} in")
+
+    def has_ended(self):
+        """Whether the server has closed the connection."""
+        ready, _, _ = select.select([self._socket], [], [], 0)
+        return bool(ready)

@@ -32,6 +32,7 @@ class Dialogue:
         end = time.monotonic() + waiting.LIMIT_SECONDS
         while text not in self.output:
             if not self._read(max(0.0, end - time.monotonic())):
+                self.close()
                 raise AssertionError(f"{' '.join(self._argv)} never wrote {text!r}, but: {self.output!r}")
         before, self.output = self.output.split(text, 1)
         return before
@@ -40,11 +41,18 @@ class Dialogue:
         """Types one line."""
         os.write(self._terminal, line.encode() + b"\n")
 
+    def has_ended(self):
+        """Whether the program has ended by itself, as most clients do when their connection is closed."""
+        self._read(0)
+        return self.process.poll() is not None
+
     def close(self):
         """Ends the program at once, so that its connection ends."""
         self.process.kill()
         self.process.wait()
-        os.close(self._terminal)
+        if self._terminal is not None:
+            os.close(self._terminal)
+            self._terminal = None
 
     def _read(self, seconds):
         ready, _, _ = select.select([self._terminal], [], [], seconds)

@@ -1,6 +1,7 @@
 """FTP clients over Python's ftplib."""
 
 import ftplib
+import select
 
 import namespace
 
@@ -11,9 +12,18 @@ class Ftp:
     def __init__(self, user, address, folder=None):
         self.session = ftplib.FTP(timeout=20)
         self.session.connect(address)
-        self.session.login(user, namespace.PASSWORD)
+        try:
+            self.session.login(user, namespace.PASSWORD)
+        except ftplib.Error:
+            self.session.close()
+            raise
         if folder:
             self.session.cwd(folder)
+
+    def has_ended(self):
+        """Whether the server has closed the connection, with or without a last word."""
+        ready, _, _ = select.select([self.session.sock], [], [], 0)
+        return bool(ready) and (self.session.sock.recv(4096) == b"" or self.has_ended())
 
     def close(self):
         self.session.close()

@@ -20,6 +20,10 @@ class Smb(Dialogue):
         self.send(line)
         return self.expect(_PROMPT)
 
+    def has_ended(self):
+        """Whether the server has closed the connection; smbclient stays at its prompt and tells when asked."""
+        return "NT_STATUS_CONNECTION" in self.command("ls")
+
     def log_on(self, user, share):
         """Adds a session of another user, with one share, to the same connection."""
         self.command(f"logon {user} {namespace.PASSWORD}")

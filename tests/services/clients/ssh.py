@@ -70,10 +70,11 @@ class Sftp(Dialogue):
         super().__init__(["sftp", *_OPTIONS, "-i", _KEY, "-P", str(port), *shared, f"{user}@{address}"])
         self.expect("sftp> ")
 
-    def enter(self, folder):
-        """Changes the folder on the client's side of the protocol; the server is told paths only."""
-        self.send(f"cd {folder}")
-        self.expect("sftp> ")
+    def has_ended(self):
+        """Whether the connection has ended; sftp stays at its prompt and finds out when it has work to do."""
+        if not super().has_ended():
+            self.send("ls")
+        return super().has_ended()
 
 
 class PasswordPrompt(Dialogue):

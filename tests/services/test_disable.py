@@ -1,0 +1,149 @@
+"""Disabled accounts cannot come back, over any service."""
+
+import listing
+import namespace
+import waiting
+from clients import ssh
+from clients.console import Console
+from clients.dialogue import Dialogue
+from clients.ftp import Ftp
+from clients.smb import Smb
+from clients.telnet import LoginPrompt, Telnet
+from daemons.openssh import OpenSsh
+from daemons.proftpd import Proftpd
+from daemons.samba import Samba
+from daemons.telnetd import Telnetd
+from daemons.vsftpd import Vsftpd
+from service_test import ServiceTest, add_users, main
+
+# What Samba needs to ask the system's account rules; without it, it knows only its own.
+SAMBA_ASKS_PAM = ("obey pam restrictions = yes",)
+
+
+def setUpModule():
+    add_users("alice", "bob")
+    for name in ("alice", "bob"):
+        ssh.allow(name)
+
+
+def shadow_line(name):
+    """An account's line in the shadow file."""
+    return next(line for line in namespace.read("/etc/shadow").splitlines() if line.startswith(f"{name}:"))
+
+
+class DisableTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        for daemon in (Samba(SAMBA_ASKS_PAM), OpenSsh(), Vsftpd(), Telnetd()):
+            cls.server(daemon)
+        for name in ("alice", "bob"):
+            Samba.add_user(name)
+
+    def setUp(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+
+    def disable(self, *names):
+        done = listing.run("disable", "--yes", *names)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        return done.stdout
+
+    def test_the_open_connections_of_the_account_end_and_those_of_others_stay(self):
+        alices = [self.client(Smb, "alice", "10.20.0.2", "media"), self.client(ssh.Shell, "alice", "10.20.0.2"),
+                  self.client(Ftp, "alice", "10.20.0.2"), self.client(Telnet, "alice", "10.20.0.2")]
+        bobs = self.client(Ftp, "bob", "10.20.0.3")
+        bobs_line = shadow_line("bob")
+        self.disable("alice")
+        for client in alices:
+            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+        self.assertFalse(bobs.has_ended())
+        self.assertEqual(bobs_line, shadow_line("bob"))
+
+    def test_ssh_with_a_key_is_refused(self):
+        self.client(ssh.Shell, "alice", "10.20.0.2").close()
+        self.disable("alice")
+        with self.assertRaises(AssertionError):
+            self.client(ssh.Shell, "alice", "10.20.0.2")
+        self.client(ssh.Shell, "bob", "10.20.0.2")
+
+    def test_ssh_with_a_password_is_refused(self):
+        self.disable("alice")
+        prompt = self.client(ssh.PasswordPrompt, "alice", "10.20.0.2")
+        prompt.send(namespace.PASSWORD)
+        waiting.until("ssh to be refused", prompt.has_ended)
+
+    def test_ftp_is_refused(self):
+        self.client(Ftp, "alice", "10.20.0.2").close()
+        self.disable("alice")
+        with self.assertRaisesRegex(Exception, "530"):
+            self.client(Ftp, "alice", "10.20.0.2")
+        self.client(Ftp, "bob", "10.20.0.2")
+
+    def test_telnet_is_refused(self):
+        self.disable("alice")
+        prompt = self.client(LoginPrompt, "10.20.0.2")
+        prompt.send("alice")
+        prompt.expect("Password: ")
+        prompt.send(namespace.PASSWORD)
+        prompt.expect("expired")
+
+    def test_the_console_is_refused(self):
+        self.disable("alice")
+        prompt = self.client(Dialogue, ["/bin/login"])
+        prompt.expect("login: ")
+        prompt.send("alice")
+        prompt.expect("Password: ")
+        prompt.send(namespace.PASSWORD)
+        prompt.expect("expired")
+        self.client(Console, "bob")
+
+    def test_samba_that_asks_the_system_refuses(self):
+        self.client(Smb, "alice", "10.20.0.2", "media").close()
+        self.disable("alice")
+        with self.assertRaisesRegex(AssertionError, "NT_STATUS_"):
+            self.client(Smb, "alice", "10.20.0.2", "media")
+        self.client(Smb, "bob", "10.20.0.2", "media")
+
+    def test_the_command_that_it_prints_undoes_it(self):
+        before = shadow_line("alice")
+        printed = self.disable("alice").splitlines()
+        undo = next(line for line in printed if "chage" in line)
+        namespace.run(*undo[undo.index("chage"):].split())
+        self.assertEqual(before, shadow_line("alice"))
+        self.client(Ftp, "alice", "10.20.0.2")
+
+
+class LastAdministratorTest(ServiceTest):
+
+    def setUp(self):
+        groups = namespace.read("/etc/group").splitlines()
+        if not any(line.startswith("administrators:") for line in groups):
+            namespace.run("groupadd", "administrators")
+        namespace.run("gpasswd", "--members", "alice", "administrators")
+
+    def test_the_only_administrator_is_kept_with_a_sentence(self):
+        before = namespace.read("/etc/shadow")
+        done = listing.run("disable", "--yes", "alice", "bob")
+        self.assertEqual(4, done.returncode, done.stdout + done.stderr)
+        self.assertIn("administrator", done.stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+
+
+class DisableOnProftpdTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(Proftpd())
+
+    def test_its_logins_are_refused(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+        self.client(Ftp, "alice", "10.20.0.2").close()
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        with self.assertRaisesRegex(Exception, "530"):
+            self.client(Ftp, "alice", "10.20.0.2")
+        self.client(Ftp, "bob", "10.20.0.2")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,155 @@
+"""Ending connections of real clients from the command line."""
+
+import subprocess
+import time
+
+import listing
+import processes
+import waiting
+from clients import ssh
+from clients.afp import Afp
+from clients.ftp import Ftp
+from clients.nfs import Nfs
+from clients.smb import Smb
+from clients.telnet import Telnet
+from daemons.afpd import AfpdStandIn
+from daemons.ganesha import Ganesha
+from daemons.openssh import EXTERNAL, OpenSsh
+from daemons.proftpd import Proftpd
+from daemons.samba import Samba
+from daemons.telnetd import Telnetd
+from daemons.vsftpd import Vsftpd
+from listing import Row
+from service_test import ServiceTest, add_users, main
+
+# SIGTERM, five looks a second apart, then SIGKILL.
+_GRACE_SECONDS = 5
+
+
+def setUpModule():
+    add_users("alice", "bob")
+    samba = Samba()
+    samba.configure()
+    for name in ("alice", "bob"):
+        samba.add_user(name)
+    for name in ("alice", "bob", "root"):
+        ssh.allow(name)
+
+
+class KickTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        for daemon in (Samba(), OpenSsh(), OpenSsh(2222, EXTERNAL), Vsftpd(), Telnetd(), AfpdStandIn(), Ganesha()):
+            cls.server(daemon)
+
+    def kick(self, *arguments):
+        """Runs kick without questions and returns what it printed."""
+        done = listing.run("kick", "--yes", *arguments)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        return done.stdout
+
+    def connectEverywhere(self, user, address):
+        """One client of each kind that can be ended."""
+        return [self.client(Smb, user, address, "media", "photos"),
+                self.client(ssh.Shell, user, address),
+                self.client(ssh.Sftp, user, address),
+                self.client(ssh.Sftp, user, address, 2222),
+                self.client(Ftp, user, address),
+                self.client(Telnet, user, address),
+                self.client(Afp, user, address)]
+
+    def assertEnded(self, clients):
+        for client in clients:
+            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+
+    def test_one_command_ends_all_that_a_user_has_and_nothing_of_another(self):
+        alices = self.connectEverywhere("alice", "10.20.0.2")
+        bobs = self.connectEverywhere("bob", "10.20.0.3")
+        before = {row for row in listing.rows() if row.who == "bob"}
+        self.assertEqual(len(bobs), len(before))
+        self.kick("--user", "alice")
+        self.assertEnded(alices)
+        self.assertList(before)
+        for client in bobs:
+            self.assertFalse(client.has_ended(), type(client).__name__)
+
+    def test_a_process_that_ignores_sigterm_is_killed_after_the_grace_period_and_not_before(self):
+        client = self.client(ssh.Sftp, "root", "10.20.0.2")
+        pid = self.assertList([Row("admin", "10.20.0.2", "SFTP", "/root")])[0]["pid"]
+        begin = time.monotonic()
+        self.kick("--user", "admin")
+        self.assertGreaterEqual(time.monotonic() - begin, _GRACE_SECONDS)
+        self.assertFalse(processes.runs(pid))
+        self.assertEnded([client])
+
+    def test_a_dry_run_ends_nothing(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        expected = self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])
+        done = listing.run("kick", "--dry-run", "--user", "alice")
+        self.assertEqual(0, done.returncode, done.stderr)
+        self.assertIn("10.20.0.2", done.stdout)
+        self.assertFalse(client.has_ended())
+        self.assertList(map(listing.row, expected))
+
+    def test_conditions_together_mean_and(self):
+        gone = self.client(Ftp, "alice", "10.20.0.2")
+        self.client(Ftp, "alice", "10.20.0.3")
+        shell = self.client(ssh.Shell, "alice", "10.20.0.2")
+        self.kick("--user", "alice", "--from", "10.20.0.2", "--service", "ftp")
+        self.assertEnded([gone])
+        self.assertList([Row("alice", "10.20.0.3", "FTP", "/home/alice"),
+                         Row("alice", "10.20.0.2", "SSH", shell.terminal())])
+
+    def test_a_process_that_serves_no_connection_is_left_alone(self):
+        process = subprocess.Popen(["sleep", "600"])
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        done = listing.run("kick", "--yes", str(process.pid))
+        self.assertEqual(1, done.returncode, done.stdout + done.stderr)
+        self.assertIsNone(process.poll())
+
+    def test_a_second_kick_of_the_same_row_harms_nothing(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        pid = self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])[0]["pid"]
+        self.kick(str(pid))
+        self.assertEnded([client])
+        again = listing.run("kick", "--yes", str(pid))
+        self.assertEqual(1, again.returncode, again.stdout + again.stderr)
+        self.assertList([])
+
+    def test_other_users_of_an_smb_process_are_named_before_they_go_too(self):
+        client = self.client(Smb, "alice", "10.20.0.2", "media")
+        client.log_on("bob", "photos")
+        self._settled(lambda items: items and "bob" in items[0]["descr"], (), "list")
+        output = self.kick("--service", "cifs")
+        self.assertIn("alice", output)
+        self.assertIn("bob", output)
+        self.assertEnded([client])
+
+    def test_a_client_of_nfs_stays_and_the_reason_is_given(self):
+        self.client(Nfs, "10.20.0.5")
+        row = Row("", "10.20.0.5", "NFS", "NFS")
+        self.assertList([row])
+        done = listing.run("kick", "--yes", "--from", "10.20.0.5")
+        self.assertEqual(1, done.returncode, done.stdout)
+        self.assertIn("not to be ended", done.stdout)
+        self.assertList([row])
+
+
+class KickOnProftpdTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(Proftpd())
+
+    def test_its_sessions_end(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])
+        done = listing.run("kick", "--yes", "--user", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("the client to be put off", client.has_ended)
+
+
+if __name__ == "__main__":
+    main()
