@@ -74,8 +74,7 @@ TEST_F(SessionWriter, KeepsTheLineOneLineWhateverTheBrowserIsCalled) {
   ASSERT_EQ(append(hostile), 1);
   const JsonObject record = parseSessionRecord(content());
   ASSERT_TRUE(record);
-  EXPECT_STREQ(sessionText(record.get(), kBrowserField),
-               "a\uFFFDb\uFFFD\"c\\ \uFFFD\uFFFD[2J");
+  EXPECT_STREQ(sessionText(record.get(), kBrowserField), "a\uFFFDb\uFFFD\"c\\ \uFFFD\uFFFD[2J");
 }
 
 TEST_F(SessionWriter, EscapesWhatTheUsersNameHolds) {
