@@ -43,7 +43,7 @@ Reading<std::string> rootsText(const ProcessFiles& files) {
 Reading<std::string> guardedUser(const Sources& sources, const Process* parent) {
   if (parent == nullptr || !isSshd(parent->name)) return std::string();
   const auto files = sources.filesOf(*parent);
-  const auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
+  auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
   if (!text.ok()) return text;
   return std::string(monitoredUser(*text).value_or(""));
 }

@@ -7,6 +7,7 @@
 #include <spawn.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -17,6 +18,7 @@ namespace {
 
 constexpr int kPipeBytes = 1024 * 1024;  // what an unprivileged process may ask for at most
 constexpr std::chrono::seconds kTimeToDie{1};
+constexpr std::chrono::milliseconds kTimeBetweenLooks{5};
 
 // What posix_spawn needs to be told, given back at the end.
 class SpawnPlan {
@@ -119,7 +121,7 @@ void ToolRun::start(const std::vector<std::string>& arguments) {
     result_.cause = "cannot be started: " + errorText(error);
     return;
   }
-  // None where the tool has already ended and the host ignores SIGCHLD.
+  // Refused where the tool has already ended and the host ignores SIGCHLD, and by some sandboxes.
   ended_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
 }
 
@@ -164,8 +166,20 @@ bool ToolRun::waitFor(const FileDescriptor& descriptor) const {
   }
 }
 
+// False where the deadline passed first.
+bool ToolRun::waitForEnd() const {
+  if (ended_) return waitFor(ended_);
+  siginfo_t child{};
+  while (::waitid(P_PID, static_cast<id_t>(pid_), &child, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         child.si_pid == 0) {
+    if (Clock::now() >= deadline_) return false;
+    std::this_thread::sleep_for(kTimeBetweenLooks);
+  }
+  return true;
+}
+
 void ToolRun::awaitEnd() {
-  if (ended_ && !waitFor(ended_)) {
+  if (!waitForEnd()) {
     result_.cause = "did not end within " + std::to_string(limits_.time.count() / 1000) + " s";
     endGroup();
     return;
@@ -194,7 +208,7 @@ void ToolRun::endGroup() {
   if (pid_ <= 0) return;
   ::kill(-pid_, SIGKILL);
   deadline_ = Clock::now() + kTimeToDie;
-  if (ended_) waitFor(ended_);
+  waitForEnd();
   reap(WNOHANG);
 }
 

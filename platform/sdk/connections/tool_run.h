@@ -49,13 +49,14 @@ class ToolRun {
   void start(const std::vector<std::string>& arguments);
   void endGroup();
   bool waitFor(const FileDescriptor& descriptor) const;
+  bool waitForEnd() const;
   void awaitEnd();
   void reap(int flags);
 
   ToolLimits limits_;
   Clock::time_point deadline_;
   pid_t pid_ = -1;         // -1: not started, or ended and reaped
-  FileDescriptor ended_;   // pidfd
+  FileDescriptor ended_;   // pidfd; none where it was refused
   FileDescriptor output_;  // read end of its standard output; none after its end
   ToolResult result_;
 };

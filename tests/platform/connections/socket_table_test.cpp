@@ -127,12 +127,12 @@ class RealConnection {
     address.sin6_addr = in6addr_any;
     socklen_t size = sizeof(address);
     listener_.reset(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size);
+    EXPECT_EQ(::bind(listener_.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
     ::listen(listener_.get(), 1);
     ::getsockname(listener_.get(), reinterpret_cast<sockaddr*>(&address), &size);
     ::inet_pton(AF_INET6, overIpv6 ? "::1" : "::ffff:127.0.0.1", &address.sin6_addr);
     client_.reset(::socket(AF_INET6, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    ::connect(client_.get(), reinterpret_cast<sockaddr*>(&address), size);
+    EXPECT_EQ(::connect(client_.get(), reinterpret_cast<sockaddr*>(&address), size), 0);
     server_.reset(::accept4(listener_.get(), nullptr, nullptr, SOCK_CLOEXEC));
   }
   [[nodiscard]] std::uint64_t serverInode() const {

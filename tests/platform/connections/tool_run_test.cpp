@@ -2,6 +2,7 @@
 
 #include <array>
 #include <csignal>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -143,6 +144,34 @@ TEST(ToolRunTest, TheToolLeadsAGroupOfItsOwn) {
   ASSERT_NE(blank, std::string::npos);
   EXPECT_EQ(result.output,
             result.output.substr(0, blank) + " " + result.output.substr(0, blank) + "\n");
+}
+
+// Leaves room for the two ends of a pipe and no further descriptor.
+class FewDescriptors {
+ public:
+  FewDescriptors() {
+    ::getrlimit(RLIMIT_NOFILE, &before_);
+    const int lowest = ::dup(STDIN_FILENO);
+    ::close(lowest);
+    const rlimit few{static_cast<rlim_t>(lowest) + 2, before_.rlim_max};
+    ::setrlimit(RLIMIT_NOFILE, &few);
+  }
+  ~FewDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+  FewDescriptors(const FewDescriptors&) = delete;
+  FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+ private:
+  rlimit before_{};
+};
+
+TEST(ToolRunTest, KeepsTheLimitWhereNoDescriptorStandsForTheTool) {
+  const FewDescriptors few;
+  const ToolResult quick = runScript("ulimit -n 100; echo text; exec >&-; sleep 0.05");
+  EXPECT_TRUE(quick.complete) << quick.cause;
+  EXPECT_EQ(quick.output, "text\n");
+  EXPECT_THAT(runScript("ulimit -n 100; exec >&-; sleep 60", {.time = milliseconds(200)}).cause,
+              HasSubstr("did not end within"));
+  EXPECT_THAT(runScript("exit 3").cause, HasSubstr("status 3"));
 }
 
 TEST(ToolRunTest, WorksWhereTheHostIgnoresItsChildren) {
