@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the page's tests need: Node and Chromium as Debian packages, and the npm packages of package-lock.json
+# Installs what the page's tests need: Node, Chromium and lighttpd as Debian packages, and the npm packages of package-lock.json
 # into build/browser/node_modules, from whatever registry npm is set up with. A second run changes nothing.
 #
 #   tests/browser/packages.sh            installs what is missing
@@ -16,7 +16,7 @@ say() { printf 'browser packages: %s\n' "$*" >&2; }
 
 # Node of any origin will do, as long as it is there.
 debian_packages() {
-  echo chromium
+  printf '%s\n' chromium lighttpd lighttpd-mod-deflate openssl
   command -v node >/dev/null || echo nodejs
   command -v npm >/dev/null || echo npm
 }

@@ -23,7 +23,8 @@ const kTypes = {
 
 const kHeaders = {
   'Content-Security-Policy':
-    "default-src 'self'; base-uri 'none'; form-action 'self'; frame-ancestors 'none'; require-trusted-types-for 'script'",
+    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; form-action 'self'; " +
+    "base-uri 'none'; frame-ancestors 'none'; require-trusted-types-for 'script'",
   'X-Content-Type-Options': 'nosniff',
   'Referrer-Policy': 'no-referrer',
   'Cache-Control': 'no-cache',

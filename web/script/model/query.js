@@ -1,7 +1,7 @@
 // What part of the list is wanted: filter, order and page, and how that is written in the address of the page.
 
 export const kSortFields = ['who', 'type', 'from', 'time', 'descr'];
-export const kPageSizes = [50, 100, 250, 500];
+export const kPageSizes = [50, 100, 250];
 
 export const kDefaultQuery = Object.freeze({ filter: '', sortBy: 'time', ascending: false, page: 0, pageSize: 100 });
 

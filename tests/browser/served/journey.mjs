@@ -1,0 +1,129 @@
+// One visit to a page that is really served. CURRENTCONN_LINK is its login link, CURRENTCONN_PASSWORD the password of the
+// accounts alice and carol, which are no administrators, CURRENTCONN_PICTURES a folder for pictures of what was seen.
+// alice has to be connected over CIFS, carol over SSH. Ends with status 0 where all went as it should.
+import assert from 'node:assert/strict';
+import { mkdir, readFile } from 'node:fs/promises';
+import { join } from 'node:path';
+import { startBrowser } from '../browser.mjs';
+import { PageDriver } from '../page_driver.mjs';
+
+const { CURRENTCONN_LINK: link, CURRENTCONN_PASSWORD: password, CURRENTCONN_PICTURES: pictures } = process.env;
+const { origin, hash } = new URL(link);
+
+await mkdir(pictures, { recursive: true });
+const browser = await startBrowser();
+const drivers = [];
+
+try {
+  const driver = await open();
+  await enterByLink(driver);
+  await lookRound(driver);
+  await endFromSelection(driver);
+  const alice = await seeOwnConnections();
+  await endWebLogin(driver, alice);
+  await disableCarol(driver);
+  await downloadReport(driver);
+  await beRefused();
+  assert.deepEqual(
+    drivers.flatMap(({ faults }) => faults),
+    [],
+  );
+} finally {
+  await browser.close();
+}
+
+async function open() {
+  const driver = await PageDriver.open(browser, origin);
+  drivers.push(driver);
+  return driver;
+}
+
+function take(driver, name) {
+  console.log(`seen: ${name}`);
+  return driver.page.screenshot({ path: join(pictures, `${name}.png`), animations: 'disabled' });
+}
+
+async function enterByLink(driver) {
+  await driver.visit(`/${hash}`);
+  await driver.page.waitForSelector('#notices .good');
+  assert.equal(await driver.text('#notices .good .notice-text'), 'The login link has logged you in as admin.');
+  assert.equal(driver.page.url(), `${origin}/`);
+  await driver.row('CIFS').waitFor();
+  await take(driver, 'entered-by-link');
+}
+
+async function lookRound({ page }) {
+  const types = await page.$$eval('#rows .service', (all) => all.map((one) => one.textContent).sort());
+  assert.deepEqual(types, ['CIFS', 'HTTP/HTTPS', 'SSH']);
+  await page.fill('#filter', 'CAROL');
+  await page.waitForFunction(() => document.querySelectorAll('#rows tr').length === 1);
+  assert.equal(await page.textContent('#rows .user-text'), 'carol');
+  await page.press('#filter', 'Escape');
+  await page.waitForFunction(() => document.querySelectorAll('#rows tr').length === 3);
+}
+
+async function endFromSelection(driver) {
+  await driver.select('CIFS');
+  await driver.page.click('#selection-end');
+  await driver.dialogTitle('End 1 connection?');
+  await take(driver, 'before-ending');
+  await driver.press('End 1 connection');
+  await driver.dialogTitle('1 of 1 ended');
+  await take(driver, 'after-ending');
+  await driver.press('Done');
+  await driver.row('CIFS').waitFor({ state: 'detached' });
+}
+
+async function seeOwnConnections() {
+  const alice = await open();
+  await alice.enter('alice', password);
+  assert.deepEqual(
+    (await alice.rows()).map(([user, service]) => [user, service]),
+    [['alice', 'HTTP/HTTPS']],
+  );
+  assert.equal(await alice.page.isVisible('#report'), false);
+  await take(alice, 'own-connections');
+  return alice;
+}
+
+async function endWebLogin(driver, alice) {
+  await driver.row('alice').waitFor();
+  await driver.openPanel('alice');
+  await driver.choose('End this connection…');
+  await driver.press('End 1 connection');
+  await driver.dialogTitle('1 of 1 ended');
+  await driver.press('Done');
+  await alice.page.waitForSelector('#login:not([hidden])');
+  assert.match(await alice.text('#login-notice'), /^Your session has ended/);
+  await take(alice, 'ended-session');
+}
+
+async function disableCarol(driver) {
+  await driver.openPanel('carol');
+  await driver.choose('Disable carol…');
+  await driver.dialogTitle('Disable carol?');
+  await take(driver, 'before-disabling');
+  await driver.press('Disable carol');
+  await driver.dialogTitle('carol is disabled');
+  await take(driver, 'after-disabling');
+  await driver.press('Done');
+  await driver.row('carol').waitFor({ state: 'detached' });
+}
+
+async function downloadReport({ page }) {
+  const [download] = await Promise.all([page.waitForEvent('download'), page.click('#report')]);
+  assert.equal(download.suggestedFilename(), 'currentlog.html');
+  assert.match(await readFile(await download.path(), 'utf8'), /<table border=1[^]*HTTP\/HTTPS/);
+}
+
+async function beRefused() {
+  const carol = await open();
+  await carol.visit();
+  await carol.logIn('carol', password);
+  await carol.page.waitForSelector('#login-notice .trouble', { timeout: 20_000 });
+  const late = await open();
+  await late.visit(`/${hash}`);
+  await late.page.waitForSelector('#login-notice .trouble', { timeout: 20_000 });
+  assert.match(await late.text('#login-notice'), /^This login link was used already/);
+  await take(late, 'used-link');
+}

@@ -1,0 +1,77 @@
+"""The page as ./run serve serves it: a real daemon, web server, login and module, with real clients to end."""
+
+import os
+import subprocess
+import sys
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+ROOT = os.path.realpath(os.path.join(HERE, "../.."))
+sys.path.insert(0, os.path.join(HERE, "../services"))
+
+import namespace  # noqa: E402
+import processes  # noqa: E402
+import waiting  # noqa: E402
+from clients import ssh  # noqa: E402
+from clients.smb import Smb  # noqa: E402
+from daemons.openssh import OpenSsh  # noqa: E402
+from daemons.samba import Samba  # noqa: E402
+from service_test import ServiceTest, add_users, main  # noqa: E402
+
+BUILD = os.environ.get("CURRENTCONN_BUILD", os.path.join(ROOT, "build/release"))
+PICTURES = os.path.join(ROOT, "build/browser/pictures")
+VISIT_SECONDS = 180
+
+
+def setUpModule():
+    add_users("alice", "carol")
+    samba = Samba()
+    samba.configure()
+    samba.add_user("alice")
+    ssh.allow("carol")
+
+
+def expiry(name):
+    """The day on which an account expires, as the shadow file says it."""
+    line = next(line for line in namespace.read("/etc/shadow").splitlines() if line.startswith(f"{name}:"))
+    return line.split(":")[7]
+
+
+class ServedPageTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        for daemon in (Samba(), OpenSsh()):
+            cls.server(daemon)
+
+    def setUp(self):
+        self.served = subprocess.Popen([f"{ROOT}/packaging/serve.sh", BUILD, f"{ROOT}/web"], env=namespace.ENVIRONMENT,
+                                       stdout=subprocess.PIPE, text=True)
+        self.addCleanup(self.served.wait)
+        self.addCleanup(self.served.terminate)
+        self.addCleanup(self.served.stdout.close)
+
+    def test_a_visit_ends_connections_and_disables_an_account(self):
+        link = self._link()
+        self.client(Smb, "alice", "10.20.0.2", "media")
+        self.client(ssh.Shell, "carol", "10.20.0.3")
+        self._visit(link)
+        for port in (445, 22):
+            waiting.until(f"the connection on port {port} to end", lambda port=port: processes.established(port) == 0)
+        self.assertEqual({"alice": "", "carol": "1"}, {name: expiry(name) for name in ("alice", "carol")})
+
+    def _link(self):
+        for line in self.served.stdout:
+            if "#login=" in line:
+                return line.strip()
+        self.fail("no login link was printed")
+
+    def _visit(self, link):
+        environment = namespace.ENVIRONMENT | {"CURRENTCONN_LINK": link, "CURRENTCONN_PASSWORD": namespace.PASSWORD,
+                                               "CURRENTCONN_PICTURES": PICTURES}
+        visit = subprocess.run(["node", f"{HERE}/served/journey.mjs"], env=environment, capture_output=True, text=True,
+                               timeout=VISIT_SECONDS)
+        self.assertEqual(0, visit.returncode, f"{visit.stdout}\n{visit.stderr}")
+
+
+if __name__ == "__main__":
+    main()
