@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what the page's tests need: Node, Chromium and lighttpd as Debian packages, and the npm packages of package-lock.json
-# into build/browser/node_modules, from whatever registry npm is set up with. A second run changes nothing.
+# Installs what the page's tests need: Node, Chromium and lighttpd as Debian packages, and the npm packages of
+# package-lock.json into build/browser/node_modules, from whatever registry npm is set up with. A second run changes
+# nothing.
 #
 #   tests/browser/packages.sh            installs what is missing
 #   tests/browser/packages.sh --missing  prints what is missing, one name a line, and changes nothing
