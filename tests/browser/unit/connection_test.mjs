@@ -59,6 +59,14 @@ test('a process that serves several users is theirs all', () => {
   assert.deepEqual(usersOf(shared), ['bob', 'alice']);
 });
 
+test('a process is also theirs who use no share of it', () => {
+  assert.deepEqual(usersOf(connection({ pid: 7, who: 'bob', descr: 'a, b (bob), (alice)' })), ['bob', 'alice']);
+});
+
+test('root is named as the list names it', () => {
+  assert.deepEqual(usersOf(connection({ pid: 7, who: 'admin', descr: 'a (root), b (bob)' })), ['admin', 'bob']);
+});
+
 test('words in brackets at the end of a share are not taken for a user', () => {
   assert.deepEqual(usersOf(connection({ pid: 7, who: 'bob', descr: 'backup (old)' })), ['bob']);
   assert.deepEqual(usersOf(connection({ pid: 7, who: 'bob', descr: 'photos (bob), backup' })), ['bob']);

@@ -39,12 +39,17 @@ export function whyNotDisable(connection, account) {
 }
 
 // The users that one process serves, the connection's own first. Where a process serves several, the server writes
-// each one's name behind what is in use: "photos (bob), music (alice)".
-export function usersOf(connection) {
-  if (isWeb(connection)) return [connection.who];
-  const names = connection.descr.split(', ').map((part) => / \(([^()]+)\)$/.exec(part)?.[1]);
-  if (names.includes(undefined) || !names.includes(connection.who)) return [connection.who];
-  return [...new Set([connection.who, ...names])];
+// each one's name behind what is in use: "photos (bob), (alice)". Brackets that do not name the connection's own user
+// belong to the name of a share.
+export function usersOf({ who, type, descr }) {
+  if (type === kWeb) return [who];
+  const names = [...descr.matchAll(/(?:^| )\(([^()]+)\)(?=, |$)/g)].map(([, name]) => shownName(name));
+  return names.includes(who) ? [...new Set([who, ...names])] : [who];
+}
+
+// As whom the list shows an account.
+function shownName(name) {
+  return name === 'root' ? 'admin' : name;
 }
 
 function isOwnLogin(connection, account) {
