@@ -22,6 +22,7 @@ struct Session {
   std::string pid;
   std::string user;
   std::string from = "10.20.0.2";
+  std::string port = "50000";
 };
 
 std::string sessionsText(const std::vector<Session>& sessions) {
@@ -30,7 +31,7 @@ std::string sessionsText(const std::vector<Session>& sessions) {
     text += (text.empty() ? "" : ", ") +
             ("\"" + session.id + R"(": {"session_id": ")" + session.id) +
             R"(", "server_id": {"pid": ")" + session.pid + R"("}, "uid": 1001, "username": ")" +
-            session.user + R"(", "hostname": "ipv4:)" + session.from + R"(:50000"})";
+            session.user + R"(", "hostname": "ipv4:)" + session.from + ":" + session.port + R"("})";
   }
   return R"({"sessions": {)" + text + "}}";
 }
@@ -143,10 +144,10 @@ TEST_F(SambaTest, TwoSessionsOfOneUserOnOneProcessNeedNoName) {
 }
 
 TEST_F(SambaTest, SessionsOfAnotherNodeAreLeftOutWithOneLine) {
-  // Pid 89 is a session here too, but of another client.
+  // Pids 87 and 89 are sessions here too, but of other connections.
   setAnswers(sessionsText({{"1", "0:87", "alice"},
                            {"2", "1:89", "bob", "10.99.0.9"},
-                           {"3", "1:87", "carol", "10.99.0.8"}}),
+                           {"3", "1:89", "carol", "10.20.0.3", "50001"}}),
              sharesText({{"1", "media"}, {"2", "photos"}, {"3", "photos"}}));
   EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media")));
   EXPECT_THAT(log_, ElementsAre(HasSubstr("2 sessions of other nodes")));
