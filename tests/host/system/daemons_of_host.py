@@ -1,0 +1,152 @@
+"""The daemon and the web servers in front of it, in the namespaces of the service tests."""
+
+import os
+import shutil
+import stat
+
+import namespace
+import waiting
+from daemons.daemon import Daemon
+
+SOURCES = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
+PACKAGING = f"{SOURCES}/packaging"
+STATE = "/run/currentconn"
+SESSIONS = f"{STATE}/sessions"
+WEB_SOCKET = f"{STATE}/web.sock"
+LOCAL_SOCKET = f"{STATE}/local.sock"
+PAGE = "/srv/currentconn-page"
+_INSTALLED_PAGE = "/usr/share/currentconn/page"  # which the tests cannot write
+PLAIN_PORT = 8088
+TLS_PORT = 8443
+
+
+def is_socket(path):
+    """Whether a socket has this name."""
+    try:
+        return stat.S_ISSOCK(os.stat(path).st_mode)
+    except FileNotFoundError:
+        return False
+
+
+class Currentconnd(Daemon):
+    """The daemon, with `lines` in its configuration."""
+
+    name = "currentconnd"
+
+    def __init__(self, *lines):
+        super().__init__()
+        self._lines = lines
+
+    def configure(self):
+        namespace.write("/etc/currentconn/currentconn.toml", "\n".join(self._lines) + "\n")
+        shutil.copy(f"{PACKAGING}/pam/currentconn", "/etc/pam.d/currentconn")
+
+    def command(self):
+        return [os.environ["CURRENTCONND"]]
+
+    def start(self):
+        super().start()
+        waiting.until("the daemon's sockets", lambda: is_socket(WEB_SOCKET) and is_socket(LOCAL_SOCKET))
+        return self
+
+    def log_text(self):
+        """All that it has logged so far."""
+        return namespace.read(self.log)
+
+
+def install_page():
+    """Puts the page where the web servers' accounts can read it."""
+    if not os.path.exists(PAGE):
+        shutil.copytree(f"{SOURCES}/web", PAGE)
+        namespace.run("chmod", "-R", "u=rwX,go=rX", PAGE)
+
+
+def install_configuration(name, target):
+    """Copies a packaged configuration, with the tests' place of the page."""
+    text = namespace.read(f"{PACKAGING}/{name}")
+    namespace.write(target, text.replace(_INSTALLED_PAGE, PAGE))
+
+
+def install_certificate():
+    """A certificate that only the tests trust."""
+    if os.path.exists("/etc/currentconn/page.pem"):
+        return
+    os.makedirs("/etc/currentconn", exist_ok=True)
+    namespace.run("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
+                  "-days", "2", "-subj", "/CN=fileserver", "-keyout", "/srv/key.pem", "-out", "/srv/cert.pem")
+    namespace.write("/etc/currentconn/page.pem", namespace.read("/srv/key.pem") + namespace.read("/srv/cert.pem"), 0o600)
+
+
+class WebServer(Daemon):
+    """Base of the packaged web servers: https on port 8443."""
+
+    ports = (TLS_PORT,)
+
+    def configure(self):
+        install_page()
+        install_certificate()
+
+
+class PlainLighttpd(Daemon):
+    """lighttpd without TLS, as ./run serve has it."""
+
+    name = "lighttpd-plain"
+    ports = (PLAIN_PORT,)
+
+    def configure(self):
+        install_page()
+        namespace.write("/etc/currentconn/plain.conf",
+                        f'var.page_folder = "{PAGE}"\nvar.web_socket = "{WEB_SOCKET}"\nserver.port = {PLAIN_PORT}\n'
+                        'server.username = "www-data"\nserver.groupname = "www-data"\n'
+                        f'include "{PACKAGING}/lighttpd/page.conf"\n')
+
+    def command(self):
+        return ["/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/plain.conf"]
+
+
+class Lighttpd(WebServer):
+    """lighttpd with the packaged configuration."""
+
+    name = "lighttpd"
+
+    def configure(self):
+        super().configure()
+        install_configuration("lighttpd/page.conf", "/etc/currentconn/page.conf")
+        install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf")
+
+    def command(self):
+        return ["/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/lighttpd.conf"]
+
+
+class Nginx(WebServer):
+    """nginx with the packaged configuration and Debian's own around it."""
+
+    name = "nginx"
+
+    def configure(self):
+        super().configure()
+        os.makedirs("/var/log/nginx", exist_ok=True)
+        install_configuration("nginx/currentconn.conf", "/etc/nginx/conf.d/currentconn.conf")
+        shutil.rmtree("/etc/nginx/sites-enabled", ignore_errors=True)
+
+    def command(self):
+        return ["/usr/sbin/nginx", "-g", "daemon off;"]
+
+
+class Apache(WebServer):
+    """Apache with the packaged configuration and Debian's own around it."""
+
+    name = "apache"
+
+    def configure(self):
+        super().configure()
+        for folder in ("/run/apache2", "/run/lock/apache2", "/var/log/apache2"):
+            os.makedirs(folder, exist_ok=True)
+        install_configuration("apache/currentconn.conf", "/etc/apache2/sites-available/currentconn.conf")
+        namespace.write("/etc/apache2/ports.conf", "")
+        namespace.run("a2enmod", "--quiet", "ssl", "headers", "deflate", "expires", "proxy", "proxy_scgi", "reqtimeout")
+        namespace.run("a2dissite", "--quiet", "000-default")
+        namespace.run("a2ensite", "--quiet", "currentconn")
+
+    def command(self):
+        return ["/bin/bash", "-c", ". /etc/apache2/envvars && exec /usr/sbin/apache2 -DFOREGROUND"]

@@ -1,0 +1,240 @@
+"""Requests that are not requests, and modules that no daemon should meet."""
+
+import concurrent.futures
+import json
+import os
+import socket
+import time
+
+import host_test
+from host_test import HostTest, uid_of
+import namespace
+import processes
+import scgi_client
+import waiting
+from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, WEB_SOCKET
+from http_client import API, Client
+from scgi_client import call, exchange, parsed, received, request
+
+FROM_A_CLIENT = ("REMOTE_ADDR", "10.20.0.2")
+
+
+class Requests(HostTest):
+    @classmethod
+    def setUpClass(cls):
+        host_test.add_accounts()
+        cls.daemon = cls.server(Currentconnd())
+        cls.server(PlainLighttpd())
+
+    def tearDown(self):
+        self.assertEqual(200, call(LOCAL_SOCKET, "GET", "/api/whoami").status, "the next honest call is served")
+
+    def answer_to(self, sent):
+        answer = parsed(exchange(WEB_SOCKET, sent))
+        return answer.status if answer else None
+
+    def test_bytes_that_are_no_scgi(self):
+        for sent in (b"GET / HTTP/1.1\r\n\r\n", b"\0" * 100, b"5:abc,d,", b"-1:", b"00:,", b"3:a\0b,", os.urandom(4096),
+                     b"24:CONTENT_LENGTH\x000\0SCGI\x002\0,", b"70000:", b"99999999999999999999:"):
+            self.assertIn(self.answer_to(sent), (400, 413), sent[:40])
+
+    def test_lengths_that_lie(self):
+        good = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT])
+        self.assertEqual(401, self.answer_to(good))
+        length, rest = good.split(b":", 1)
+        self.assertEqual(400, self.answer_to(str(int(length) - 1).encode() + b":" + rest))
+        self.assertEqual(400, self.answer_to(good + b"more"))
+
+    def test_a_hundred_megabytes(self):
+        head = request([("REQUEST_METHOD", "POST"), ("REQUEST_URI", "/api/login"), FROM_A_CLIENT])
+        big = head.replace(b"CONTENT_LENGTH\x000\0", b"CONTENT_LENGTH\x00104857600\0")
+        big = str(int(head.split(b":")[0]) + 8).encode() + b":" + big.split(b":", 1)[1]
+        began = time.monotonic()
+        self.assertEqual(413, self.answer_to(big + b"x" * 104857600))
+        self.assertLess(time.monotonic() - began, 20)
+
+    def test_a_body_over_http_that_is_too_large(self):
+        answer = Client().call("POST", "/api/login", b"x" * 2000000, {"Content-Type": "application/json"})
+        self.assertEqual(413, answer.status)
+
+    def test_names_that_stand_twice(self):
+        for name in ("REMOTE_ADDR", "REQUEST_METHOD", "HTTP_COOKIE", "HTTP_ORIGIN"):
+            twice = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT,
+                             (name, "x"), (name, "x")])
+            self.assertEqual(400, self.answer_to(twice), name)
+
+    def test_a_request_without_an_end_is_dropped_in_ten_seconds(self):
+        good = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT], b"body")
+        began = time.monotonic()
+        self.assertEqual(b"", exchange(WEB_SOCKET, good[:-2]))
+        self.assertTrue(9 < time.monotonic() - began < 13, time.monotonic() - began)
+
+    def test_a_byte_a_second_is_dropped_in_ten_seconds(self):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
+            connection.connect(WEB_SOCKET)
+            began = time.monotonic()
+            sent = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami")])
+            with self.assertRaises(BrokenPipeError):
+                for byte in sent[:20]:
+                    connection.sendall(bytes([byte]))
+                    time.sleep(1)
+            self.assertLess(time.monotonic() - began, 15)
+
+    def test_json_that_is_nested_deep_or_none(self):
+        user = self._logged_in("alice")
+        for body in (b'{"a":' + b"[" * 10000 + b"]" * 10000 + b"}", b"{" * 10000, b"[]", b"{", b'{"a":"\xff"}', b"\0"):
+            answer = user.call("POST", API + "list_by_user", body, {"Content-Type": "application/json"})
+            self.assertEqual(400, answer.status, body[:20])
+
+    def test_paths_with_dots_and_escapes(self):
+        user = self._logged_in("alice")
+        for path in ("/api/../api/whoami", "/api/./whoami", "/api/%77hoami", "/api/whoami%00", "/api//whoami",
+                     "/api/whoami/", "/api/ZEVO.Core.CurrentConnection/1/../1/list_by_user", "/api/%2e%2e/whoami"):
+            answer = parsed(exchange(WEB_SOCKET, request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", path),
+                                                          FROM_A_CLIENT, ("HTTP_COOKIE", user.cookie)])))
+            self.assertEqual(404, answer.status, path)
+
+    def test_cookies_by_the_thousand(self):
+        user = self._logged_in("alice")
+        many = "; ".join(f"c{number}=x" for number in range(2000))
+        self.assertEqual(200, user.get("/api/whoami", headers={"Cookie": f"{many}; {user.cookie}"}).status)
+        self.assertEqual(401, user.get("/api/whoami", headers={"Cookie": many}).status)
+        self.assertEqual(401, user.get("/api/whoami", headers={"Cookie": f"{user.cookie}; {user.cookie}"}).status)
+
+    def test_posts_from_other_sites(self):
+        user = self._logged_in("alice")
+        for path in ("/api/login", "/api/logout", API + "kick_connection", API + "list_by_user"):
+            for headers in ({"Origin": "http://evil.example"}, {"Sec-Fetch-Site": "cross-site"},
+                            {"Sec-Fetch-Site": "same-site"}, {"Origin": "null"}):
+                answer = user.call("POST", path, {}, headers)
+                self.assertEqual((403, 403), (answer.status, answer.code), (path, headers))
+        self.assertEqual(200, user.post("list_by_user", headers={"Origin": "http://10.20.0.2:8088"}).status)
+        form = user.call("POST", API + "kick_connection", b"a=1", {"Content-Type": "text/plain"})
+        self.assertEqual(415, form.status)
+
+    def test_five_hundred_connections_at_once(self):
+        held = [socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) for _ in range(500)]
+        for connection in held:
+            connection.settimeout(30)
+            connection.connect(WEB_SOCKET)
+        self.assertEqual(200, call(LOCAL_SOCKET, "GET", "/api/whoami").status, "places are kept for the command line")
+        sent = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT])
+        statuses = []
+        for connection in held:
+            try:
+                connection.sendall(sent)
+            except BrokenPipeError:
+                pass
+            answer = parsed(received(connection))
+            statuses.append(answer.status if answer else None)
+            connection.close()
+        self.assertEqual({401, 503}, set(statuses))
+
+    def test_one_local_user_does_not_keep_the_others_out(self):
+        def hold():
+            held = [socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) for _ in range(40)]
+            for connection in held:
+                connection.connect(LOCAL_SOCKET)
+            time.sleep(0.3)
+            status = call(LOCAL_SOCKET, "GET", "/api/whoami").status
+            for connection in held:
+                connection.close()
+            return status
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            held = pool.submit(scgi_client.as_user, uid_of("alice"), hold)
+            time.sleep(0.2)
+            self.assertEqual(200, scgi_client.as_user(
+                uid_of("carol"), lambda: call(LOCAL_SOCKET, "GET", "/api/whoami").status))
+            self.assertEqual(503, held.result())
+
+    def test_logins_by_the_dozen_leave_the_page_alone(self):
+        def log_in(_):
+            return Client("10.20.0.7").log_in("alice", "wrong").status
+        with concurrent.futures.ThreadPoolExecutor(24) as pool:
+            tried = [pool.submit(log_in, number) for number in range(24)]
+            time.sleep(0.5)
+            self.assertEqual(401, Client().get("/api/whoami").status)
+            statuses = [attempt.result() for attempt in tried]
+        self.assertEqual({401, 503}, set(statuses))
+
+    def test_the_log_cannot_be_forged(self):
+        Client("10.20.0.7").log_in("x\nlogin from 6.6.6.6: user \"root\"", "y")
+        self.assertFalse([line for line in self.daemon.log_text().splitlines() if line.startswith("login from")])
+
+    def _logged_in(self, name):
+        client = Client("10.20.0.2")
+        self.assertEqual(200, client.log_in(name, namespace.PASSWORD).status)
+        return client
+
+
+class Modules(HostTest):
+    """A daemon whose only module does what none should; calls may take three seconds."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.daemon = cls.server(Currentconnd(f'module_folder = "{os.environ["CURRENTCONN_TEST_MODULES"]}"',
+                                             "call_seconds = 3"))
+
+    def tearDown(self):
+        self.assertEqual(200, self.call("echo").status, "the daemon goes on")
+
+    def call(self, method):
+        return call(LOCAL_SOCKET, "POST", f"/api/Test/1/{method}", body=b"{}")
+
+    def test_one_that_crashes_is_answered_for(self):
+        for method in ("crash", "segfault"):
+            answer = self.call(method)
+            self.assertEqual((500, 500), (answer.status, answer.code), method)
+        self.assertRegex(self.daemon.log_text(), r'method="crash" user="admin" from=local status=500 .*signal 6')
+
+    def test_one_that_exits_is_answered_for(self):
+        for method in ("leave", "leave_at_once"):
+            answer = self.call(method)
+            self.assertEqual((500, 500), (answer.status, answer.code), method)
+            self.assertNotIn(b"half an answer", answer.body)
+
+    def test_one_that_hangs_is_ended(self):
+        for method in ("hang", "hang_in_child"):
+            began = time.monotonic()
+            self.assertEqual(504, self.call(method).status)
+            self.assertLess(time.monotonic() - began, 5)
+        waiting.until("what it started to end", lambda: len(self._processes()) == 1, 5)
+
+    def test_one_that_prints_garbage_damages_no_answer(self):
+        self.assertEqual("fine", self.call("print_garbage").data)
+        self.assertEqual(500, self.call("print_garbage_as_answer").status)
+
+    def test_one_that_throws_is_answered_for(self):
+        for method in ("throw_something", "throw_exception", "record_nothing"):
+            self.assertEqual(500, self.call(method).status, method)
+
+    def test_calls_beside_one_that_hangs_are_served_at_once(self):
+        with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as hanging:
+            hanging.connect(LOCAL_SOCKET)
+            hanging.sendall(request([("REQUEST_METHOD", "POST"), ("REQUEST_URI", "/api/Test/1/hang")]))
+            began = time.monotonic()
+            self.assertEqual(200, self.call("echo").status)
+            self.assertLess(time.monotonic() - began, 1)
+            self.assertEqual(504, parsed(received(hanging)).status)
+
+    def _processes(self):
+        return processes.titled("currentconnd")
+
+
+class Ending(HostTest):
+    def test_sigterm_waits_for_the_calls_in_flight(self):
+        host_test.add_accounts()
+        daemon = Currentconnd().start()
+        with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as calling:
+            calling.connect(LOCAL_SOCKET)
+            calling.sendall(request([("REQUEST_METHOD", "POST"), ("REQUEST_URI", API + "kick_connection"),
+                                     ("CONTENT_TYPE", "application/json")], b"{}"))
+            time.sleep(0.3)
+            daemon.process.terminate()
+            self.assertEqual({"data": None}, json.loads(parsed(received(calling)).body))
+        self.assertEqual(0, daemon.process.wait(5))
+        self.assertFalse(os.path.exists(WEB_SOCKET) or os.path.exists(LOCAL_SOCKET))
+
+
+if __name__ == "__main__":
+    host_test.main()
