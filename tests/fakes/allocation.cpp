@@ -8,9 +8,13 @@ namespace {
 // Allocations left until one fails; 0 while none shall.
 int remaining = 0;
 
+void* allocateOrNull(std::size_t size) {
+  if (remaining > 0 && --remaining == 0) return nullptr;
+  return std::malloc(size != 0 ? size : 1);
+}
+
 void* allocate(std::size_t size) {
-  if (remaining > 0 && --remaining == 0) throw std::bad_alloc();
-  void* block = std::malloc(size != 0 ? size : 1);
+  void* block = allocateOrNull(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
 }
@@ -22,6 +26,12 @@ void* operator new(std::size_t size) {
 }
 void* operator new[](std::size_t size) {
   return allocate(size);
+}
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return allocateOrNull(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return allocateOrNull(size);
 }
 void operator delete(void* block) noexcept {
   std::free(block);

@@ -13,7 +13,7 @@ using module_test::linesOf;
 using module_test::listOf;
 using module_test::Row;
 
-constexpr unsigned kLists = 3000;
+constexpr unsigned kLists = 2000;
 
 // Random values out of small sets, so that equal ones are frequent.
 class Dice {

@@ -150,7 +150,7 @@ TEST_F(List, FailsWithoutASessionFile) {
 TEST_F(List, FiltersAndLooksUsersUpAlsoAfterAFailure) {
   platform.services.answerWithoutBlock(-1);
   platform.logins.answer({{6, "t", "f", "bob", "d", kHttp}});
-  list(R"({"filter": "bob"})");
+  EXPECT_EQ(list(R"({"filter": "bob"})"), kWorkFailed);
   EXPECT_THAT(platform.calls.of({"VLIBCUnicodeUTF8StrUpper", "ZEVOUserGet", "time"}),
               ElementsAre("VLIBCUnicodeUTF8StrUpper(bob)", "VLIBCUnicodeUTF8StrUpper(bob)",
                           "ZEVOUserGet(bob)", "time()"));
