@@ -1,6 +1,7 @@
 """SMB clients."""
 
 import namespace
+import waiting
 from clients.dialogue import Dialogue
 
 _PROMPT = "smb: \\> "
@@ -21,8 +22,13 @@ class Smb(Dialogue):
         return self.expect(_PROMPT)
 
     def has_ended(self):
-        """Whether the server has closed the connection; smbclient stays at its prompt and tells when asked."""
-        return "NT_STATUS_CONNECTION" in self.command("ls")
+        """Whether the server has closed the connection: smbclient says so when asked, and ends by itself in time."""
+        if super().has_ended():
+            return True
+        self.send("ls")
+        waiting.until("smbclient to answer", lambda: Dialogue.has_ended(self) or _PROMPT in self.output)
+        answer, self.output = self.output, ""
+        return Dialogue.has_ended(self) or "NT_STATUS_CONNECTION" in answer
 
     def log_on(self, user, share):
         """Adds a session of another user, with one share, to the same connection."""
