@@ -17,7 +17,7 @@ export class PageDriver {
     this.context = context;
     this.page = page;
     this.base = base;
-    page.setDefaultTimeout(15_000);
+    page.setDefaultTimeout(30_000);
     page.on('pageerror', (error) => this.#faults.push(String(error.stack)));
     page.on('console', (message) => this.#takeMessage(message));
   }

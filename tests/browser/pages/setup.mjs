@@ -26,7 +26,7 @@ async function standInFor(isSecure) {
 // `run` is given {driver, page, world, open}; `open(options)` is another browser profile. Afterwards no page may have
 // thrown or broken the Content-Security-Policy, and no call or answer may have broken the description of the API.
 export function pageTest(name, run, { isSecure = false, ...options } = {}) {
-  test(name, { timeout: 120_000 }, async () => {
+  test(name, { timeout: 180_000 }, async () => {
     const standIn = await standInFor(isSecure);
     const world = standIn.reset();
     standIn.complaints.length = 0;
@@ -50,7 +50,7 @@ export function pageTest(name, run, { isSecure = false, ...options } = {}) {
 }
 
 // Waits until `look` gives the wanted value, and compares in the end, so that a failure shows what there was.
-export async function eventually(look, wanted, milliseconds = 10_000) {
+export async function eventually(look, wanted, milliseconds = 20_000) {
   const end = Date.now() + milliseconds;
   let seen = await look();
   while (Date.now() < end && !isSame(seen, wanted)) {

@@ -94,6 +94,7 @@ export class ConnectionsScreen {
       this.ask({ ...this.query, page: lastPage });
       return;
     }
+    const isFirst = this.page === null;
     this.page = page;
     this.failure = null;
     this.clock = parseClock(page.systime);
@@ -102,6 +103,7 @@ export class ConnectionsScreen {
     this.newcomers.take(page.items, { view: this.query.filter, isWhole, clock, now: Date.now() });
     if (isWhole && this.query.filter === '') this.selection.keepOnly(page.items);
     this.view.show();
+    if (isFirst) this.view.announceTotal();
   }
 
   #refuse(failure) {

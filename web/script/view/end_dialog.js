@@ -57,7 +57,7 @@ export class EndDialog extends AskingDialog {
 
   async #end(targets, before) {
     this.wasAsked = true;
-    const list = targetList(targets);
+    const list = targetList(targets, false);
     for (const target of targets) list.mark(target, 'waiting', say('end.waiting'));
     const progress = this.#showRunning(targets, list);
     const answers = new Map(targets.map((target) => [target, 'skipped']));
@@ -108,7 +108,7 @@ export class EndDialog extends AskingDialog {
   }
 
   #showResult(targets, answers, before, after) {
-    const list = targetList(targets);
+    const list = targetList(targets, false);
     let done = 0;
     for (const target of targets) {
       const answer = answers.get(target);

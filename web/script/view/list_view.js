@@ -38,7 +38,7 @@ export class ListView {
     this.pager = new Pager({ onPage: (page) => this.#turn(page), onSize: (pageSize) => ask({ pageSize, page: 0 }) });
     this.live = new LiveStatus({ onPause: (isPaused) => screen.pause(isPaused) });
     this.state = new ListState({ onClearFilter: () => this.filter.put(''), onRetry: () => screen.readNow() });
-    this.bar = new SelectionBar({ onClear: () => this.#clearSelection(), onEnd: () => end(screen.selection.rows) });
+    this.bar = new SelectionBar({ onClear: () => screen.clearSelection(), onEnd: () => end(screen.selection.rows) });
     this.panel = new RowPanel({
       onFilter: (text) => this.filter.put(text),
       onEnd: (connection) => end([connection]),
@@ -120,20 +120,18 @@ export class ListView {
 
   async #filter(filter) {
     await this.screen.ask({ ...this.screen.query, filter, page: 0 });
-    if (this.screen.query.filter === filter && this.screen.page)
-      announce(say('list.found', { count: this.screen.page.total }));
+    if (this.screen.query.filter === filter && this.screen.page) this.announceTotal();
+  }
+
+  // For those who do not see the list come.
+  announceTotal() {
+    announce(say('list.found', { count: this.screen.page.total }));
   }
 
   async #turn(page) {
     await this.screen.ask({ ...this.screen.query, page });
     const top = byId('list').getBoundingClientRect().top;
     if (top < 0) byId('list').scrollIntoView({ block: 'start' });
-  }
-
-  // Whoever pressed the button in the bar loses it with the bar.
-  #clearSelection() {
-    this.screen.clearSelection();
-    byId('list').focus({ preventScroll: true });
   }
 
   async #end(connections) {

@@ -13,6 +13,8 @@ export class SelectionBar {
   }
 
   show(selection, connections) {
+    // Whoever pressed a button in the bar loses it with the bar.
+    if (selection.size === 0 && this.#bar.contains(document.activeElement)) byId('list').focus({ preventScroll: true });
     this.#bar.hidden = selection.size === 0;
     document.body.classList.toggle('has-selection', selection.size > 0);
     if (selection.size === 0) return;

@@ -4,23 +4,32 @@ import { element, icon } from './element.js';
 import { familyOf, namesOf } from './row.js';
 import { say, sayNodes } from './texts.js';
 
-// `targets` are those of planEnding(). Returns {node, mark}; mark(target, kind, text, more) writes behind a target.
-export function targetList(targets) {
-  const places = new Map(targets.map((target) => [target, targetItem(target)]));
+// `targets` are those of planEnding(); who else is hit stands below each as long as it is a question. Returns
+// {node, mark}; mark(target, kind, text, more) writes behind a target.
+export function targetList(targets, isQuestion = true) {
+  const places = new Map(targets.map((target) => [target, targetItem(target, isQuestion)]));
   const node = element('ul', { className: 'targets' }, ...places.values());
   return { node, mark: (target, kind, text, more) => markItem(places.get(target), kind, text, more) };
 }
 
 // Connections alone.
 export function connectionList(connections) {
-  return targetList(connections.map((row) => ({ row, alsoRows: [], alsoUsers: [] }))).node;
+  return targetList(
+    connections.map((row) => ({ row })),
+    false,
+  ).node;
 }
 
-function targetItem({ row, alsoRows, alsoUsers }) {
+function notesOn({ row, alsoRows, alsoUsers }) {
   const notes = [];
   if (isWeb(row)) notes.push(note('info', sayNodes('end.web', namesOf(row))));
   if (alsoUsers.length > 0) notes.push(note('warning', sayNodes('end.also_users', { users: alsoUsers.join(', ') })));
   for (const other of alsoRows) notes.push(note('warning', sayNodes('end.also_row', namesOf(other))));
+  return notes;
+}
+
+function targetItem(target, isQuestion) {
+  const { row } = target;
   const what = element(
     'div',
     { className: 'target-what' },
@@ -32,7 +41,7 @@ function targetItem({ row, alsoRows, alsoUsers }) {
       element('bdi', { className: 'quiet', textContent: row.from }),
     ),
     ...(row.descr === '' ? [] : [element('p', { className: 'target-resource', textContent: row.descr })]),
-    ...notes,
+    ...(isQuestion ? notesOn(target) : []),
   );
   return element('li', { className: 'target' }, what, element('p', { className: 'target-mark' }));
 }
