@@ -16,8 +16,8 @@ import waiting
 _PROCESS_NAMES = {"CIFS": "smbd", "AFP": "afpd", "FTP": "ftpd", "TELNET": "telnetd", "SSH": "sshd"}
 _PACKAGES = os.path.join(os.path.dirname(os.path.abspath(__file__)), "packages.sh")
 _TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d")
-_SETTLING_SECONDS = 10.0
-_ENDING_SECONDS = 3.0
+_SETTLING_SECONDS = 20.0
+_ENDING_SECONDS = 10.0
 
 
 class ServiceTest(unittest.TestCase):
