@@ -10,7 +10,7 @@
 namespace zevo {
 namespace {
 
-constexpr std::size_t kStep = 64UL * 1024;
+constexpr std::size_t kSmallest = 4096;  // files of /proc have no size
 
 // One read(2), again after an interruption.
 ssize_t readSome(int descriptor, char* buffer, std::size_t size) {
@@ -28,11 +28,10 @@ std::optional<FileFailure> readDescriptor(int descriptor, const std::string& pat
   struct stat status {};
   if (::fstat(descriptor, &status) != 0) return FileFailure{"read", path, errno};
   if (!S_ISREG(status.st_mode)) return FileFailure{"read", path, ENOTSUP};
-  content->clear();
-  const std::size_t expected = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0)) + 1;
-  for (std::size_t filled = 0;; content->resize(filled)) {
-    const std::size_t step = filled == 0 ? std::min(expected, limit + 1) : kStep;
-    content->resize(filled + std::max(step, std::size_t{1024}));
+  const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+  // One byte more, so that the end is seen without a larger buffer.
+  content->resize(std::max(std::min(size, limit) + 1, kSmallest));
+  for (std::size_t filled = 0;;) {
     const ssize_t got = readSome(descriptor, content->data() + filled, content->size() - filled);
     if (got < 0) return FileFailure{"read", path, errno};
     filled += static_cast<std::size_t>(got);
@@ -41,6 +40,7 @@ std::optional<FileFailure> readDescriptor(int descriptor, const std::string& pat
       content->resize(filled);
       return std::nullopt;
     }
+    if (filled == content->size()) content->resize(2 * filled);
   }
 }
 
