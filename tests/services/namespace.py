@@ -2,7 +2,7 @@
 """A throw-away server to run daemons on their standard ports, with nothing of the machine changed.
 
 enter() moves the running program into mount, process, network and host-name namespaces of its own: a fresh /proc and
-/dev/pts, an empty /run, overlays in memory over /etc, /var, /home and /srv, the unpacked servers in /usr, and a
+/dev/pts, an empty /run, overlays in memory over /etc, /var, /home, /root and /srv, the unpacked servers in /usr, and a
 loopback interface with a few client addresses. When the program ends, everything that it started ends with it.
 
 As a program: `namespace.py COMMAND…` runs one command in such a server.
@@ -16,7 +16,7 @@ import sys
 
 INSIDE = "CURRENTCONN_INSIDE_NAMESPACE"
 UNPACKED = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../build/service-packages/root")
-OVERLAID = ("/etc", "/var", "/home", "/srv")
+OVERLAID = ("/etc", "/var", "/home", "/root", "/srv")
 # A client that connects to one of these comes from it too, since the kernel picks the same address as its source.
 CLIENT_ADDRESSES = ("10.20.0.2", "10.20.0.3", "10.20.0.4", "10.20.0.5", "10.20.0.6", "10.20.0.7", "10.20.0.8")
 CLIENT_ADDRESS_V6 = "fd20::2"
