@@ -7,9 +7,16 @@ import { eventually, pageTest } from './setup.mjs';
 
 const axe = readFileSync(requirePackage.resolve('axe-core/axe.min.js'), 'utf8');
 
+// Brings colours and panels that are on their way to where they go; what turns for ever goes on.
+function settle() {
+  for (const animation of document.getAnimations()) {
+    if (animation.effect.getTiming().iterations !== Infinity) animation.finish();
+  }
+}
+
 // What is serious or critical, as "rule: where".
 async function findings(page) {
-  await page.waitForTimeout(250);
+  await page.evaluate(settle);
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => window.axe.run(document, { resultTypes: ['violations'] }));
   return violations
