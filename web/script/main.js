@@ -72,6 +72,7 @@ async function identify() {
 }
 
 function enter(who) {
+  clearTimeout(identify.timer);
   account = who;
   showAccount();
   connections.enter(account);
@@ -85,7 +86,9 @@ function showAccount() {
   setText(byId('account-role'), say(account.isAdmin ? 'account.admin' : 'account.plain'));
 }
 
+// Several calls may find out at once.
 function sessionEnded() {
+  if (account === null) return;
   const count = account.idleMinutes;
   forget();
   login.enter({ kind: 'info', text: () => say('login.session_ended', { count }) });
@@ -99,12 +102,12 @@ function lookAgain() {
 
 // The cookie is the server's to take back: as long as it could not be asked, one is still logged in.
 async function leave() {
+  byId('account-panel').hidePopover();
   try {
     await logOut();
   } catch (failure) {
     if (!(failure instanceof ApiFailure)) throw failure;
     if (!failure.isSessionEnd) {
-      byId('account-panel').hidePopover();
       showNotice('log-out', { kind: 'trouble', content: [failureText(failure)] });
       return;
     }

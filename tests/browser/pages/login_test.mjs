@@ -95,6 +95,9 @@ pageTest('logging out says so and ends the login on the server', async ({ driver
   await eventually(() => driver.text('#login-notice'), 'You have logged out.');
   assert.equal(world.sessions.size, 0);
   assert.equal(page.url(), `${driver.base}/`);
+  await driver.logIn('olga', 'correct horse');
+  await page.waitForSelector('#connections:not([hidden])');
+  assert.equal(await page.isVisible('#account-panel'), false);
 });
 
 pageTest('logging out that the server did not hear is not claimed', async ({ driver, page, world }) => {

@@ -64,6 +64,7 @@ export class ListView {
   leave() {
     if (this.dialog.isOpen) this.dialog.close();
     this.panel.close();
+    byId('account-panel').hidePopover();
   }
 
   show() {
