@@ -41,7 +41,7 @@ std::vector<std::string> remarksOn(const KickPlan& plan) {
     remarks.push_back("not to be ended: " + describe(connection) + ": " + whyNotEnded(connection));
   }
   for (const std::uint32_t pid : plan.absent) {
-    remarks.push_back("no connection has the pid " + std::to_string(pid));
+    remarks.push_back("no connection with the pid " + std::to_string(pid) + " matches");
   }
   return remarks;
 }

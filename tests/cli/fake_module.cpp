@@ -9,7 +9,8 @@
 //   "signal": the number of a signal that ends the process
 //   "throw":  true: an exception that escapes
 //   "silent": true: no outcome at all
-// and perhaps "wait_ms", the time before it.
+// and perhaps "wait_ms", the time before it, or "wait_for", the name of a file of the folder that
+// must be there first.
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -101,6 +102,10 @@ void record(const Json::Value& call) {
 
 void give(const Json::Value& answer, ZEVO::APIResponse* response) {
   std::this_thread::sleep_for(std::chrono::milliseconds(answer.get("wait_ms", 0).asInt()));
+  const std::string awaited = folder() + "/" + answer.get("wait_for", "").asString();
+  while (access(awaited.c_str(), F_OK) != 0) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
   if (answer.isMember("signal")) std::raise(answer["signal"].asInt());
   if (answer.isMember("throw")) throw std::runtime_error("an exception that escaped");
   if (answer.isMember("print")) {
