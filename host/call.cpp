@@ -36,11 +36,15 @@ std::string summaryOf(const HttpRequest& request, const Caller* caller) {
          " user=" + (caller == nullptr ? "-" : inQuotes(caller->user)) + " from=" + from;
 }
 
-// What a state-changing call was about, for the authorisation log.
+std::string resultOf(const Reply& reply) {
+  return " status=" + std::to_string(reply.status) + " code=" + std::to_string(reply.code);
+}
+
+// What a state-changing call was about, for the authorisation log: JSON in ASCII on one line.
 std::string textOf(const Json::Value& parameters) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
-  return inQuotes(Json::writeString(builder, parameters), kLongestLogged);
+  return Json::writeString(builder, parameters).substr(0, kLongestLogged);
 }
 
 struct Parameters {
@@ -76,9 +80,7 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   context.parameters = std::move(given.values);
   Reply reply = runMethod(route.handler, context);
   if (route.changesState) {
-    logAuthorisation(LOG_NOTICE, summaryOf(request, &caller) + " with " + about + ": " +
-                                     std::to_string(reply.status) + " " +
-                                     std::to_string(reply.code));
+    logAuthorisation(LOG_NOTICE, summaryOf(request, &caller) + resultOf(reply) + " with " + about);
   }
   return reply;
 }
@@ -170,9 +172,8 @@ void serveConnection(int connection, Entrance entrance, uid_t peer, const Servic
       sendAnswer(connection, reply.bytes, parser.state() != ScgiParser::State::kComplete);
   const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::steady_clock::now() - began);
-  logLine(LOG_INFO, slot.shownSummary() + " status=" + std::to_string(reply.status) +
-                        " code=" + std::to_string(reply.code) +
-                        " ms=" + std::to_string(spent.count()) + (sent ? "" : " unsent"));
+  logLine(LOG_INFO, slot.shownSummary() + resultOf(reply) + " ms=" + std::to_string(spent.count()) +
+                        (sent ? "" : " unsent"));
 }
 
 }  // namespace host

@@ -114,8 +114,8 @@ Verdict checkCredentials(const Credentials& credentials, const std::string& addr
 
 Answer refuse(const Verdict& verdict, const std::string& address,
               std::chrono::steady_clock::time_point began, const LoginTools& tools) {
-  logAuthorisation(LOG_WARNING, "login refused from " + address + ": user " + inQuotes(verdict.name) +
-                                    ": " + verdict.reason);
+  logAuthorisation(LOG_WARNING, "login refused from " + address + ": user " +
+                                    inQuotes(verdict.name) + ": " + verdict.reason);
   const auto spent = std::chrono::steady_clock::now() - began;
   tools.wait(kRefusalDelay - std::chrono::duration_cast<std::chrono::milliseconds>(spent));
   return problemAnswer(Problem::kWrongLogin);

@@ -174,8 +174,8 @@ TEST_F(Calls, ThatChangeStateAreALineOfTheAuthorisationLog) {
   testing::internal::CaptureStderr();
   overWeb(post(kTest + "echo", R"({"users":["carol"]})"), kAdministratorsToken);
   EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr("method=\"echo\" user=\"bob\" from=10.20.0.2 with "
-                        "\"{\\\"users\\\":[\\\"carol\\\"]}\": 200 0\n"));
+              HasSubstr("method=\"echo\" user=\"bob\" from=10.20.0.2 status=200 code=0 with "
+                        "{\"users\":[\"carol\"]}\n"));
 }
 
 // Every kind of caller.
