@@ -323,10 +323,11 @@ TEST_F(RemoveLogins, WritesAnEmptyIdAsAnEmptyString) {
 }
 
 TEST_F(RemoveLogins, DeletesNoFileWhoseNameWouldBeCut) {
-  const std::string path = "/" + std::string(4076, 'x');
-  EXPECT_TRUE(remove(withIds({"fits"}), path.substr(0, 4078 - 1)));
-  EXPECT_EQ(platform.calls.of({"unlink"}).size(), 1U);
-  EXPECT_TRUE(remove(withIds({"fits-no-more"}), path));
+  const std::string path(4077, 'x');  // with ".access.time/" 4090 bytes; 4095 fit
+  EXPECT_TRUE(remove(withIds({"12345"}), path));
+  EXPECT_THAT(platform.calls.of({"unlink"}),
+              ElementsAre("unlink(" + path + ".access.time/12345) as 0:0"));
+  EXPECT_TRUE(remove(withIds({"123456"}), path));
   EXPECT_EQ(platform.calls.of({"unlink"}).size(), 1U);
 }
 

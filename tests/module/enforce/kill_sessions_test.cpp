@@ -245,6 +245,12 @@ TEST_F(KillSftp, LeavesALoginShellsProcessAlone) {
   EXPECT_FALSE(isSignalledFor(module_test::Process("sshd: bob@pts/0")));
 }
 
+TEST_F(KillSftp, LeavesOtherTitlesOfSshAlone) {
+  for (const char* title : {"sshd: bob@internal", "sshd: bob@sftp", "sshd: bob@INTERNAL-SFTP"}) {
+    EXPECT_FALSE(isSignalledFor(module_test::Process(title))) << title;
+  }
+}
+
 TEST_F(KillSftp, LooksAtTheFirstArgumentOnly) {
   EXPECT_FALSE(isSignalledFor(module_test::Process("sshd: bob@pts/0", "internal-sftp")));
 }

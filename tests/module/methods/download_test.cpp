@@ -151,6 +151,14 @@ TEST_F(Download, IsInDescendingOrderOfTimeByDefault) {
       kHead + row({"2", "bob", "f", "CIFS", "d"}) + row({"1", "bob", "f", "CIFS", "d"}) + kFoot);
 }
 
+TEST_F(Download, DoesNotFilterWithoutAText) {
+  for (const char* parameters : {"{}", R"({"filter": ""})", R"({"filter": 1})"}) {
+    script({{7, "1", "f", "alice", "d", kCifs}});
+    EXPECT_EQ(download(parameters), kHead + row({"1", "alice", "f", "CIFS", "d"}) + kFoot);
+  }
+  EXPECT_THAT(platform.upperCasing.sources(), IsEmpty());
+}
+
 TEST_F(Download, ShowsTheWholeListWhereTheFilterCannotBeUpperCased) {
   platform.upperCasing.failFor("x");
   script({{7, "1", "f", "alice", "d", kCifs}});
