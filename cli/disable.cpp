@@ -60,6 +60,7 @@ bool isDisabled(const AccountChange& change) {
 std::vector<std::string> connectionLines(const std::vector<Connection>& before,
                                          const std::vector<Connection>& now) {
   std::vector<std::string> lines;
+  lines.reserve(before.size());
   for (const Connection& connection : before) {
     lines.push_back((isStillThere(connection, now) ? "still there: " : "ended: ") +
                     describe(connection));

@@ -19,6 +19,20 @@ std::string accountLine(const AccountChange& change) {
   return "disabled: " + change.user + "; to undo it: " + restoringCommand(change.user, before);
 }
 
+std::string pidOf(const Connection& connection) {
+  return "pid " + std::to_string(connection.pid);
+}
+
+std::string hitToo(const Connection& connection, const std::string& user) {
+  return pidOf(connection) + " also serves " + user + ", whose connection ends with it";
+}
+
+std::string goesOn(const Connection& connection, const std::string& user) {
+  std::string sentence = pidOf(connection) + " serves " + user + " under the name of ";
+  sentence += connection.who + " and goes on; end it with: currentconn kick ";
+  return sentence + std::to_string(connection.pid);
+}
+
 }  // namespace
 
 std::vector<Connection> connectionsOf(const std::vector<std::string>& users,
@@ -36,15 +50,8 @@ std::vector<std::string> othersHit(const std::vector<std::string>& users,
     const std::vector<std::string> served = usersOf(connection);
     const bool ends = isAmong(connection.who, users);
     for (const std::string& user : served) {
-      const std::string pid = "pid " + std::to_string(connection.pid);
-      if (ends && !isAmong(user, users)) {
-        sentences.push_back(pid + " also serves " + user + ", whose connection ends with it");
-      }
-      if (!ends && isAmong(user, users)) {
-        sentences.push_back(pid + " serves " + user + " under the name of " + connection.who +
-                            " and goes on; end it with: currentconn kick " +
-                            std::to_string(connection.pid));
-      }
+      if (ends == isAmong(user, users)) continue;
+      sentences.push_back(ends ? hitToo(connection, user) : goesOn(connection, user));
     }
   }
   return sentences;

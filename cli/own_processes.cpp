@@ -30,7 +30,8 @@ std::vector<std::uint32_t> processesAbove(pid_t process, const std::string& proc
   std::string next = std::to_string(process);
   while (above.size() < kMostProcesses) {
     std::string status;
-    if (zevo::readFile(proc + "/" + next + "/status", kLongestStatus, &status)) break;
+    const std::string path = std::string(proc).append("/").append(next).append("/status");
+    if (zevo::readFile(path, kLongestStatus, &status)) break;
     const std::optional<std::uint32_t> parent = parentIn(status);
     if (!parent || *parent == 0) break;
     above.push_back(*parent);

@@ -94,7 +94,9 @@ Answer wrongMethodAnswer(const std::string& allow) {
 std::string scgiText(const Answer& answer) {
   std::string text = statusLine(answer.status, answer.title);
   text += kFixedHeaders;
-  for (const auto& [name, value] : answer.headers) text += name + ": " + value + "\r\n";
+  for (const auto& [name, value] : answer.headers) {
+    text.append(name).append(": ").append(value).append("\r\n");
+  }
   text += "Content-Length: " + std::to_string(answer.body.size()) + "\r\n\r\n";
   return text + answer.body;
 }

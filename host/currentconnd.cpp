@@ -1,4 +1,5 @@
 // The daemon: serves the API's modules to the web server and to the command line.
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <optional>
@@ -82,7 +83,7 @@ int serve() {
 }  // namespace
 }  // namespace host
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   CLI::App app("Serves the current connections of this server to its web server and command line.",
                "currentconnd");
   std::string configPath;
@@ -101,4 +102,6 @@ int main(int argc, char** argv) {
   ::umask(0077);
   host::openLog();
   return host::serve();
+} catch (const std::exception& failure) {
+  return host::fail(failure.what());
 }

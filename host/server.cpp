@@ -44,11 +44,16 @@ std::optional<uid_t> peerOf(int connection) {
   return peer.uid;
 }
 
-// A child begins with the signals of a fresh process and a group of its own, so that what it starts
-// ends with it.
+// Whoever started the daemon may have left signals ignored: children could not be waited for, or
+// would not end by them.
+void forgetInheritedSignals() {
+  for (int signal = 1; signal < SIGRTMAX; ++signal) ::signal(signal, SIG_DFL);
+}
+
+// A child begins with the signal mask of a fresh process (no signal has a handler) and a group of
+// its own, so that what it starts ends with it.
 void resetProcess(milliseconds callLimit) {
   ::setpgid(0, 0);
-  for (int signal = 1; signal < SIGRTMAX; ++signal) ::signal(signal, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -80,7 +85,7 @@ Server::Server(std::vector<Listener> listeners, CallBoard& board, milliseconds c
 
 void Server::run(const std::function<void()>& ready) {
   const sigset_t signals = watchedSignals();
-  ::signal(SIGCHLD, SIG_DFL);  // where it was ignored, children could not be waited for
+  forgetInheritedSignals();
   ::sigprocmask(SIG_BLOCK, &signals, nullptr);
   signals_.reset(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
   if (!signals_) {

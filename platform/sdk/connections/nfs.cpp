@@ -46,7 +46,7 @@ Outcome countConnections(const Sources& sources, Hosts* hosts) {
 // Version 4 clients come with a state of their own, whether they hold a connection just now or not.
 Outcome addClients(const Paths& paths, Hosts* hosts) {
   std::vector<NfsClient> clients;
-  const Outcome outcome = readNfsClients(paths, &clients);
+  Outcome outcome = readNfsClients(paths, &clients);
   for (const NfsClient& client : clients) {
     const auto found = findHost(hosts, client.from);
     Host& host = found != hosts->end() ? found->second : (*hosts)[client.from];
@@ -63,7 +63,7 @@ Outcome addMounts(const Sources& sources, Hosts* hosts) {
   if (!isKernelNfsRunning(sources.paths())) return Outcome::done();
   std::vector<NfsMount> mounts;
   std::string skipped;
-  const Outcome outcome = readRmtab(sources.paths(), &mounts, &skipped);
+  Outcome outcome = readRmtab(sources.paths(), &mounts, &skipped);
   if (!skipped.empty()) sources.log("NFS: " + skipped + "; exports of version 3 are not shown");
   for (const NfsMount& mount : mounts) {
     const auto host = findHost(hosts, mount.from);

@@ -111,7 +111,7 @@ Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients) {
   if (!folder) return cannotRead({"read", path, errno});
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     if (entry->d_name[0] == '.') continue;
-    const Outcome outcome = readClient(path + "/" + entry->d_name, clients);
+    Outcome outcome = readClient(path + "/" + entry->d_name, clients);
     if (outcome.failed()) return outcome;
   }
   return errno == 0 ? Outcome::done() : cannotRead({"read", path, errno});

@@ -109,7 +109,7 @@ Outcome readSessions(const Sources& sources, const ServiceKind& kind, const Logi
   const auto holders = readHolders(sources, kind);
   if (holders.failed()) return Outcome::failure(holders.cause());
   for (const auto& [pid, client] : gather(*holders)) {
-    const Outcome outcome = appendSession(sources, kind, client, readLogin, &connections);
+    Outcome outcome = appendSession(sources, kind, client, readLogin, &connections);
     if (outcome.failed()) return outcome;
   }
   return Outcome::done();
