@@ -10,7 +10,7 @@
 
 namespace {
 
-enum Line : int { kEnterLine = 360, kLeaveLine = 362 };
+enum AccountLine : int { kAccountEnterLine = 360, kAccountLeaveLine = 362 };
 
 constexpr int kNameListSize = 512;
 // The second day of 1970: expired for every clock.
@@ -79,10 +79,10 @@ bool prepare(const std::string& name, NameList& names, UserRecord** user, VLIBUs
 
 bool writeAccounts(const NameList& names, const Users& users, const Shadows& shadows, int count,
                    ResultSet& result) {
-  const SavedIds saved = ENTERCriticalSection(kEnterLine);
+  const SavedIds saved = ENTERCriticalSection(kAccountEnterLine);
   const int written = ZEVOLocalAccountUserSet(names.list->pszItem, users.items(), shadows.items(),
                                               count, &result.result);
-  LEAVECriticalSection(saved, kLeaveLine);
+  LEAVECriticalSection(saved, kAccountLeaveLine);
   return written >= 0;
 }
 

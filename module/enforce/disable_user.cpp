@@ -15,14 +15,14 @@
 
 namespace {
 
-enum Line : int { kTooFewLine = 560, kBusyLine = 566 };
+enum DisableUserLine : int { kTooFewLine = 560, kBusyLine = 566 };
 
-using NameList = std::list<std::string>;
+using UserNames = std::list<std::string>;
 
 // The users to disable, sorted, each once: never the caller's own account, and no directory
 // account.
-NameList requestedNames(const Json::Value& elements, const std::string& loginName) {
-  NameList names;
+UserNames requestedNames(const Json::Value& elements, const std::string& loginName) {
+  UserNames names;
   for (const Json::Value& element : elements) {
     const std::string name = textOf(element);
     if (name == loginName || name.find_first_of("\\@") != std::string::npos) continue;
@@ -42,7 +42,7 @@ int errorOfAccountWrite() {
   return kErrorWorkFailed;
 }
 
-bool endServiceSessionsOf(const NameList& names) {
+bool endServiceSessionsOf(const UserNames& names) {
   SessionList current;
   const bool collected = SDKSessionListGet(current);
   SessionList sessions;
@@ -53,7 +53,7 @@ bool endServiceSessionsOf(const NameList& names) {
   return collected;
 }
 
-bool endLoginsOf(const NameList& names, ZEVO::APIRequest* request) {
+bool endLoginsOf(const UserNames& names, ZEVO::APIRequest* request) {
   std::list<HttpKickSession> logins;
   for (const std::string& name : names) logins.push_back({true, name, "", {}});
   const bool read = ReadHttpKickSessions(request, logins);
@@ -71,7 +71,7 @@ void CurrentConnectionDisableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* 
     response->SetError(kErrorNotAdministrator, Json::Value());
     return;
   }
-  const NameList names = requestedNames(readArray(*request, "users"), loginName);
+  const UserNames names = requestedNames(readArray(*request, "users"), loginName);
   if (!DisableUserAccounts(names)) {
     response->SetError(errorOfAccountWrite(), Json::Value());
     return;

@@ -11,7 +11,7 @@
 
 namespace {
 
-enum Line : int { kEnterLine = 260, kLeaveLine = 262 };
+enum KillLine : int { kKillEnterLine = 260, kKillLeaveLine = 262 };
 
 constexpr int kNameBufferSize = 1024;
 constexpr int kAnySuffix = 2;
@@ -25,9 +25,9 @@ bool isToBeSignalled(const Session& session, const std::string& statusPath) {
 }
 
 void sendSignal(std::uint32_t pid, int signal) {
-  const SavedIds saved = ENTERCriticalSection(kEnterLine);
+  const SavedIds saved = ENTERCriticalSection(kKillEnterLine);
   if (isProcessId(pid)) kill(static_cast<pid_t>(pid), signal);
-  LEAVECriticalSection(saved, kLeaveLine);
+  LEAVECriticalSection(saved, kKillLeaveLine);
 }
 
 }  // namespace

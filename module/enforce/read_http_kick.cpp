@@ -9,12 +9,12 @@
 
 namespace {
 
-enum Line : int {
-  kEnterLine = 130,
+enum ReadLine : int {
+  kReadEnterLine = 130,
   kSectionLine = 134,
   kOpenLine = 140,
   kFormatLine = 150,
-  kLeaveLine = 180
+  kReadLeaveLine = 180
 };
 
 constexpr int kLineBufferSize = 641;
@@ -72,7 +72,7 @@ bool readLine(const char* line, RecordHandle& handle, std::list<HttpKickSession>
 
 bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>& requests) {
   const std::string path = request->GetSessionFilePath();
-  const SessionFileSection section(kEnterLine, kLeaveLine);
+  const SessionFileSection section(kReadEnterLine, kReadLeaveLine);
   if (!section.entered()) {
     syslog(kLogError, "%s:%d Fail at ZevoCgiBeginCriticalSection", kLogSource, kSectionLine);
     return false;

@@ -11,7 +11,7 @@
 
 namespace {
 
-enum Line : int { kEnterLine = 200, kWriteLine = 220, kLeaveLine = 240 };
+enum RemoveLine : int { kRemoveEnterLine = 200, kWriteLine = 220, kRemoveLeaveLine = 240 };
 
 constexpr int kPathBufferSize = 4096;
 
@@ -35,7 +35,7 @@ void unlinkAccessTime(const std::string& sessionFile, const std::string& key) {
 
 bool RemoveHttpKickSessions(ZEVO::APIRequest* request, const std::list<HttpKickSession>& requests) {
   const std::string path = request->GetSessionFilePath();
-  const SessionFileSection section(kEnterLine, kLeaveLine);
+  const SessionFileSection section(kRemoveEnterLine, kRemoveLeaveLine);
   if (!section.entered()) return false;
   bool removed = true;
   for (const HttpKickSession& kick : requests) {

@@ -11,12 +11,12 @@
 
 namespace {
 
-enum Line : int { kOpenLine = 280, kReadLine = 290 };
+enum ProcessLine : int { kProcessOpenLine = 280, kProcessReadLine = 290 };
 
 // The kernel's highest pid_max on 64-bit systems, 4 * 1024 * 1024.
 constexpr std::uint32_t kHighestPid = 1U << 22U;
 
-struct CloseFile {
+struct CloseProcessFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 struct FreeText {
@@ -32,11 +32,11 @@ bool contains(const char* text, const char* part) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
 void logOpenFailed(const char* path) {
-  syslog(kLogError, "%s:%d Failed to fopen [%s]. err=%m", kLogSource, kOpenLine, path);
+  syslog(kLogError, "%s:%d Failed to fopen [%s]. err=%m", kLogSource, kProcessOpenLine, path);
 }
 
 void logReadFailed() {
-  syslog(kLogError, "%s:%d Failed to getline. err=%m", kLogSource, kReadLine);
+  syslog(kLogError, "%s:%d Failed to getline. err=%m", kLogSource, kProcessReadLine);
 }
 #pragma GCC diagnostic pop
 
@@ -44,7 +44,7 @@ void logReadFailed() {
 bool isInternalSftp(std::uint32_t pid) {
   char path[128];
   std::snprintf(path, sizeof path, "/proc/%u/cmdline", pid);
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "re"));
+  const std::unique_ptr<std::FILE, CloseProcessFile> file(std::fopen(path, "re"));
   if (!file) {
     logOpenFailed(path);
     VLIBCErrSetEx(ZEVO_ERR_FILE_OPEN, __FILE__, __LINE__);

@@ -17,7 +17,7 @@ struct OwnListParameters {
   Page page;
 };
 
-OwnListParameters readParameters(ZEVO::APIRequest& request) {
+OwnListParameters readOwnListParameters(ZEVO::APIRequest& request) {
   OwnListParameters parameters;
   parameters.sortBy = readString(request, "sort_by", "time");
   parameters.loginName = request.GetLoginUserName();
@@ -43,7 +43,7 @@ bool keepOwnSessions(const std::string& loginName, SessionList& list) {
 }  // namespace
 
 void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
-  const OwnListParameters parameters = readParameters(*request);
+  const OwnListParameters parameters = readOwnListParameters(*request);
   set_demo_mode();
   SessionList list;
   bool complete = collectSessions(request, list);

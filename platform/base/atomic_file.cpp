@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <dirent.h>
-#include <memory>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
+#include "base/open_folder.h"
 
 namespace zevo {
 
@@ -127,7 +127,7 @@ bool isLeftover(std::string_view entry, std::string_view targetName) {
 }
 
 void removeLeftoversOf(const std::string& target) {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(folderOf(target).c_str()), &closedir);
+  const OpenFolder folder(::opendir(folderOf(target).c_str()));
   if (!folder) return;
   const std::string name = target.substr(target.rfind('/') + 1);
   while (const dirent* entry = ::readdir(folder.get())) {

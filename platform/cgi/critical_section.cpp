@@ -12,22 +12,17 @@
 
 #include "zevo/cgi.h"
 #include "zevo/config.h"
-#include "zevo/error_trail.h"
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
 #include "base/text.h"
+#include "cgi/failure.h"
 #include "cgi/session_record.h"
 
 namespace zevo {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-int fail(int code, const std::string& why) {
-  ZEVO_NOTE_ERROR(code, why);
-  return -1;
-}
 
 // Makes sure that nobody else can open the lock file, and so hold the lock. Why that is not
 // possible, or nothing.

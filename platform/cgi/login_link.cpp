@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
-#include <memory>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -16,6 +15,7 @@
 
 #include "base/atomic_file.h"
 #include "base/file_descriptor.h"
+#include "base/open_folder.h"
 #include "base/read_file.h"
 
 namespace zevo {
@@ -46,7 +46,7 @@ std::optional<LinkAccount> parseAccount(const std::string& content) {
 
 void removeOldLinks(int folder) {
   const int copy = ::fcntl(folder, F_DUPFD_CLOEXEC, 0);
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(copy), &::closedir);
+  const OpenFolder entries(::fdopendir(copy));
   if (!entries) {
     if (copy >= 0) ::close(copy);
     return;
@@ -58,7 +58,7 @@ void removeOldLinks(int folder) {
   }
 }
 
-bool fail(const FileFailure& failure) {
+bool failAtLink(const FileFailure& failure) {
   ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, failure.text());
   return false;
 }
@@ -70,13 +70,13 @@ bool createLoginLink(const std::string& sessionFilePath, const LinkAccount& acco
   if (ZEVOCgiSessionFileCreate(sessionFilePath.c_str()) != 0) return false;
   const std::string folder = linkFolder(sessionFilePath);
   if (::mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-    return fail(FileFailure{"create", folder, errno});
+    return failAtLink(FileFailure{"create", folder, errno});
   }
   *token = newLoginToken();
   const std::string content = std::to_string(account.uid) + " " + account.name;
   const std::array<std::string_view, 1> pieces = {content};
   const auto failure = replaceFile(folder + "/" + tokenHash(*token), pieces);
-  return failure ? fail(*failure) : true;
+  return failure ? failAtLink(*failure) : true;
 }
 
 std::optional<LinkAccount> takeLoginLink(const std::string& sessionFilePath,

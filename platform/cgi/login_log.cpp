@@ -9,11 +9,10 @@
 
 #include <climits>
 
-#include "zevo/error_trail.h"
-
 #include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/access_times.h"
+#include "cgi/failure.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 #include "sdk/connections/connection.h"
@@ -47,11 +46,6 @@ std::optional<Connection> connectionOf(json_object* record) {
                         .type = ZEVO_CURCONN_HTTP};
   connections::cleanTexts(connection);
   return connection;
-}
-
-int fail(int code, const std::string& cause) {
-  ZEVO_NOTE_ERROR(code, cause);
-  return -1;
 }
 
 int failAtLine(const std::string& path, std::size_t line) {

@@ -11,15 +11,11 @@
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
 #include "base/text.h"
+#include "cgi/failure.h"
 #include "cgi/session_record.h"
 
 namespace zevo {
 namespace {
-
-bool fail(const FileFailure& failure) {
-  ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, failure.text());
-  return false;
-}
 
 bool refuse(const std::string& path, const char* why) {
   ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, "cannot use " + printable(path, 4096) + ": " + why);
@@ -30,7 +26,7 @@ bool refuse(const std::string& path, const char* why) {
 // thing in its place.
 bool isOurs(int file, const std::string& path) {
   struct stat status {};
-  if (::fstat(file, &status) != 0) return fail({"read", path, errno});
+  if (::fstat(file, &status) != 0) return failAtFile({"read", path, errno});
   if (status.st_uid != ::geteuid() && status.st_uid != 0) {
     return refuse(path, "it belongs to somebody else; remove it");
   }
@@ -47,17 +43,17 @@ FileDescriptor openOwnFolder(int parent, const std::string& name, mode_t mode,
                              const std::string& path) {
   const bool made = ::mkdirat(parent, name.c_str(), mode) == 0;
   if (!made && errno != EEXIST) {
-    fail({"create", path, errno});
+    failAtFile({"create", path, errno});
     return {};
   }
   FileDescriptor folder = openFileAt(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
   if (!folder) {
-    fail({"open", path, errno});
+    failAtFile({"open", path, errno});
     return {};
   }
   if (!isOurs(folder.get(), path)) return {};
   if (made && ::fchmod(folder.get(), mode) != 0) {  // whatever the umask is
-    fail({"set the mode of", path, errno});
+    failAtFile({"set the mode of", path, errno});
     return {};
   }
   return folder;
@@ -67,12 +63,12 @@ bool makeFile(int folder, const std::string& name, const std::string& path) {
   const FileDescriptor made =
       openFileAt(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
   if (made) return true;
-  if (errno != EEXIST) return fail({"create", path, errno});
+  if (errno != EEXIST) return failAtFile({"create", path, errno});
   const FileDescriptor old =
       openFileAt(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-  if (!old) return fail({"open", path, errno});
+  if (!old) return failAtFile({"open", path, errno});
   struct stat status {};
-  if (::fstat(old.get(), &status) != 0) return fail({"read", path, errno});
+  if (::fstat(old.get(), &status) != 0) return failAtFile({"read", path, errno});
   if (!S_ISREG(status.st_mode)) return refuse(path, "it is no file; remove it");
   return isOurs(old.get(), path);
 }

@@ -18,6 +18,7 @@
 #include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/critical_section.h"
+#include "cgi/failure.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 
@@ -25,11 +26,6 @@ namespace zevo {
 namespace {
 
 constexpr const char* kBadId = "a login's id must be base64url";
-
-int fail(int code, const std::string& cause) {
-  ZEVO_NOTE_ERROR(code, cause);
-  return -1;
-}
 
 void add(json_object* fields, int field, json_object* value) {
   json_object_object_add(fields, std::to_string(field).c_str(), value);

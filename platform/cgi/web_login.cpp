@@ -3,7 +3,6 @@
 #include <array>
 #include <dirent.h>
 #include <functional>
-#include <memory>
 #include <set>
 #include <string_view>
 #include <unistd.h>
@@ -11,14 +10,15 @@
 
 #include <climits>
 
-#include "zevo/error_trail.h"
 #include "zevo/session_file.h"
 
 #include "base/atomic_file.h"
+#include "base/open_folder.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/access_times.h"
 #include "cgi/critical_section.h"
+#include "cgi/failure.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 #include "cgi/session_writer.h"
@@ -29,11 +29,6 @@ namespace {
 constexpr int kLockMilliseconds = 60000;
 
 using Condition = std::function<bool(json_object* record)>;
-
-bool fail(const FileFailure& failure) {
-  ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, failure.text());
-  return false;
-}
 
 std::optional<WebLogin> loginOf(json_object* record) {
   const char* client = sessionText(record, kClientField);
@@ -57,7 +52,7 @@ std::optional<WebLogin> loginOf(json_object* record) {
 // Access times without a login are left by a crash between the two writes.
 void removeStrayTimes(const AccessTimes& times, const std::set<std::string, std::less<>>& ids) {
   const int copy = times.folder() ? ::fcntl(times.folder().get(), F_DUPFD_CLOEXEC, 0) : -1;
-  const std::unique_ptr<DIR, int (*)(DIR*)> entries(::fdopendir(copy), &::closedir);
+  const OpenFolder entries(::fdopendir(copy));
   if (!entries) {
     if (copy >= 0) ::close(copy);
     return;
@@ -73,7 +68,8 @@ bool removeLogins(const std::string& path, const Condition& isDoomed) {
   const CriticalSection section(path, kLockMilliseconds);
   if (!section) return false;
   std::string content;
-  if (const auto failure = readFile(path, kLongestSessionFile, &content)) return fail(*failure);
+  if (const auto failure = readFile(path, kLongestSessionFile, &content))
+    return failAtFile(*failure);
   std::vector<std::string_view> kept;
   std::set<std::string, std::less<>> ids;
   bool isChanged = false;
@@ -88,7 +84,7 @@ bool removeLogins(const std::string& path, const Condition& isDoomed) {
   }
   if (isChanged) {
     const auto failure = replaceFile(path, kept, {.removeLeftovers = true});
-    if (failure) return fail(*failure);
+    if (failure) return failAtFile(*failure);
   }
   removeStrayTimes(AccessTimes(path), ids);
   return true;

@@ -17,7 +17,7 @@
 namespace zevo {
 namespace {
 
-constexpr std::size_t kLongestFile = 64UL * 1024 * 1024;
+constexpr std::size_t kLongestAccountFile = 64UL * 1024 * 1024;
 
 int fail(int code, const std::string& cause) {
   ZEVO_NOTE_ERROR(code, cause);
@@ -32,16 +32,16 @@ int fail(const FileFailure& failure) {
 std::optional<FileFailure> readShadow(const std::string& path, std::string* content) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file) return FileFailure{"open", path, errno};
-  return readDescriptor(file.get(), path, kLongestFile, content);
+  return readDescriptor(file.get(), path, kLongestAccountFile, content);
 }
 
 std::optional<FileFailure> readAccountFiles(const AccountPaths& paths, AccountFiles* files) {
   std::string content;
-  if (auto failure = readFile(paths.passwd, kLongestFile, &content)) return failure;
+  if (auto failure = readFile(paths.passwd, kLongestAccountFile, &content)) return failure;
   files->passwd = parsePasswd(content);
-  if (auto failure = readFile(paths.group, kLongestFile, &content)) return failure;
+  if (auto failure = readFile(paths.group, kLongestAccountFile, &content)) return failure;
   files->groups = parseGroups(content);
-  auto failure = readFile(paths.shells, kLongestFile, &content);
+  auto failure = readFile(paths.shells, kLongestAccountFile, &content);
   if (failure && failure->error != ENOENT) return failure;
   if (!failure) files->shells = parseShells(content);
   return std::nullopt;

@@ -12,7 +12,7 @@
 namespace zevo {
 namespace {
 
-constexpr std::size_t kLongestFile = 1024UL * 1024;
+constexpr std::size_t kLongestConfiguration = 1024UL * 1024;
 
 Config& current() {
   static Config config;
@@ -47,7 +47,7 @@ bool loadConfig(const std::string& path, bool required, std::string* error) {
                            shown + " and chmod go-w " + shown);
   }
   std::string text;
-  if (const auto failure = readDescriptor(file.get(), path, kLongestFile, &text)) {
+  if (const auto failure = readDescriptor(file.get(), path, kLongestConfiguration, &text)) {
     return fail(error, failure->text());
   }
   Config read;

@@ -13,7 +13,7 @@
 namespace zevo {
 namespace {
 
-constexpr std::size_t kLongestFile = 64UL * 1024 * 1024;
+constexpr std::size_t kLongestKeyedFile = 64UL * 1024 * 1024;
 
 int fail(int code, const std::string& cause) {
   ZEVO_NOTE_ERROR(code, cause);
@@ -28,7 +28,7 @@ int fail(const FileFailure& failure) {
 std::optional<FileFailure> readOwnFile(const std::string& path, std::string* content) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
   if (!file) return FileFailure{"open", path, errno};
-  return readDescriptor(file.get(), path, kLongestFile, content);
+  return readDescriptor(file.get(), path, kLongestKeyedFile, content);
 }
 
 bool isText(const char* text) {
@@ -37,7 +37,7 @@ bool isText(const char* text) {
 
 int getLine(const std::string& path, std::string_view key, char* buffer, int size) {
   std::string content;
-  if (const auto failure = readFile(path, kLongestFile, &content)) return fail(*failure);
+  if (const auto failure = readFile(path, kLongestKeyedFile, &content)) return fail(*failure);
   std::string_view line = lineWithKey(content, key);
   line = line.substr(0, line.find_first_of(std::string_view("\n\0", 2)));
   if (line.ends_with('\r')) line.remove_suffix(1);

@@ -12,26 +12,26 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const Connection kShell = connection(12, "alice", "SSH");
-const Connection kShares = connection(4711, "alice", "CIFS");
-const Connection kWeb = connection(5, "alice", "HTTP/HTTPS");
-const Answer kDone = {Answer::Status::kDone, 0, "null", {}};
+const Connection kAliceShell = connection(12, "alice", "SSH");
+const Connection kAliceShares = connection(4711, "alice", "CIFS");
+const Connection kAliceWeb = connection(5, "alice", "HTTP/HTTPS");
+const Answer kDoneAnswer = {Answer::Status::kDone, 0, "null", {}};
 
 TEST(StillThere, IsAProcessWhoeverItServesNow) {
-  EXPECT_TRUE(isStillThere(kShares, {connection(4711, "bob", "CIFS", "10.20.0.7")}));
-  EXPECT_FALSE(isStillThere(kShares, {connection(4712, "alice", "CIFS")}));
-  EXPECT_FALSE(isStillThere(kShares, {connection(4711, "alice", "SSH")}));
+  EXPECT_TRUE(isStillThere(kAliceShares, {connection(4711, "bob", "CIFS", "10.20.0.7")}));
+  EXPECT_FALSE(isStillThere(kAliceShares, {connection(4712, "alice", "CIFS")}));
+  EXPECT_FALSE(isStillThere(kAliceShares, {connection(4711, "alice", "SSH")}));
 }
 
 TEST(StillThere, IsAWebLoginByUserAndAddress) {
-  EXPECT_TRUE(isStillThere(kWeb, {connection(6, "alice", "HTTP/HTTPS")}));
-  EXPECT_FALSE(isStillThere(kWeb, {connection(5, "bob", "HTTP/HTTPS")}));
-  EXPECT_FALSE(isStillThere(kWeb, {connection(5, "alice", "HTTP/HTTPS", "10.20.0.3")}));
+  EXPECT_TRUE(isStillThere(kAliceWeb, {connection(6, "alice", "HTTP/HTTPS")}));
+  EXPECT_FALSE(isStillThere(kAliceWeb, {connection(5, "bob", "HTTP/HTTPS")}));
+  EXPECT_FALSE(isStillThere(kAliceWeb, {connection(5, "alice", "HTTP/HTTPS", "10.20.0.3")}));
 }
 
 TEST(KickResult, ReportsEachConnection) {
-  const KickResult result =
-      makeKickResult({{kShell, kShares}, {kWeb}, {}, {}}, {kDone, kDone, kDone}, {kShares});
+  const KickResult result = makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
+                                           {kDoneAnswer, kDoneAnswer, kDoneAnswer}, {kAliceShares});
   EXPECT_EQ(result.lines, (Lines{"ended: SSH of alice from 10.20.0.2, pid 12",
                                  "still there: CIFS of alice from 10.20.0.2, pid 4711",
                                  "ended: HTTP/HTTPS of alice from 10.20.0.2"}));
@@ -40,13 +40,13 @@ TEST(KickResult, ReportsEachConnection) {
 }
 
 TEST(KickResult, IsCompleteWhereAllEnded) {
-  EXPECT_TRUE(makeKickResult({{kShell}, {}, {}, {}}, {kDone}, {}).isComplete);
+  EXPECT_TRUE(makeKickResult({{kAliceShell}, {}, {}, {}}, {kDoneAnswer}, {}).isComplete);
 }
 
 TEST(KickResult, NamesEachCauseOnce) {
   const Answer refusal = {Answer::Status::kRefused, 117, "null", {"no smbd"}};
   const KickResult result =
-      makeKickResult({{kShell, kShares}, {kWeb}, {}, {}},
+      makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
                      {refusal, refusal, failedAnswer("the call ended by signal 9")}, {});
   EXPECT_EQ(result.problems,
             (Lines{"not every step succeeded:", "no smbd", "the call ended by signal 9"}));
@@ -54,14 +54,15 @@ TEST(KickResult, NamesEachCauseOnce) {
 }
 
 TEST(KickResult, PointsToTheLogWhereNoCauseIsKnown) {
-  const KickResult result =
-      makeKickResult({{kShell}, {}, {}, {}}, {Answer{Answer::Status::kRefused, 117, "", {}}}, {});
+  const KickResult result = makeKickResult({{kAliceShell}, {}, {}, {}},
+                                           {Answer{Answer::Status::kRefused, 117, "", {}}}, {});
   EXPECT_EQ(result.problems, (Lines{"not every step succeeded:",
                                     "the system log tells more: journalctl -t currentconn"}));
 }
 
 TEST(KickResult, SaysThatItWasInterrupted) {
-  const KickResult result = makeKickResult({{kShell}, {}, {}, {}}, {std::nullopt}, {kShell});
+  const KickResult result =
+      makeKickResult({{kAliceShell}, {}, {}, {}}, {std::nullopt}, {kAliceShell});
   EXPECT_EQ(result.problems, (Lines{"not every step succeeded:", "it was interrupted"}));
 }
 

@@ -5,7 +5,7 @@
 namespace {
 
 // Calls left until one fails; 0 while none shall.
-int remaining = 0;
+int arraysRemaining = 0;
 
 }  // namespace
 
@@ -13,17 +13,17 @@ int remaining = 0;
 extern "C" void* __real_calloc(std::size_t count, std::size_t size);
 extern "C" void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size) {
-  if (remaining > 0 && --remaining == 0) return nullptr;
+  if (arraysRemaining > 0 && --arraysRemaining == 0) return nullptr;
   return __real_calloc(count, size);
 }
 
 namespace fakes {
 
 ArrayFailure::ArrayFailure(int nth) {
-  remaining = nth;
+  arraysRemaining = nth;
 }
 ArrayFailure::~ArrayFailure() {
-  remaining = 0;
+  arraysRemaining = 0;
 }
 
 }  // namespace fakes

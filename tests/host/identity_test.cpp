@@ -14,7 +14,7 @@ namespace {
 
 using namespace testing_support;
 
-const std::string kToken(43, 'T');
+const std::string kLoginToken(43, 'T');
 
 class WebIdentity : public testing::Test {
  protected:
@@ -22,9 +22,9 @@ class WebIdentity : public testing::Test {
     accounts_.add({"alice", 1000, false, false});
     accounts_.add({"bob", 1001, false, true});
     accounts_.add({"root", 0, false, true});
-    logins_.add(kToken, "alice", 1000);
+    logins_.add(kLoginToken, "alice", 1000);
     request_.remoteAddress = "10.20.0.2";
-    request_.cookie = "currentconn=" + kToken;
+    request_.cookie = "currentconn=" + kLoginToken;
   }
   Identity ask() { return whoAsksOverWeb(request_, accounts_, logins_); }
 
@@ -35,24 +35,24 @@ class WebIdentity : public testing::Test {
 
 TEST_F(WebIdentity, IsTheCookiesLogin) {
   const Identity expected =
-      Caller{"alice", false, Entrance::kWeb, "10.20.0.2", zevo::tokenHash(kToken)};
+      Caller{"alice", false, Entrance::kWeb, "10.20.0.2", zevo::tokenHash(kLoginToken)};
   EXPECT_EQ(ask(), expected);
 }
 
 TEST_F(WebIdentity, IsAnAdministratorAsAMemberOfTheGroup) {
-  logins_.add(kToken, "bob", 1001);
+  logins_.add(kLoginToken, "bob", 1001);
   EXPECT_TRUE(std::get<Caller>(ask()).isAdmin);
 }
 
 TEST_F(WebIdentity, OfRootIsAdmin) {
-  logins_.add(kToken, "admin", 0);
+  logins_.add(kLoginToken, "admin", 0);
   EXPECT_EQ(std::get<Caller>(ask()).user, "admin");
   EXPECT_TRUE(std::get<Caller>(ask()).isAdmin);
 }
 
 TEST_F(WebIdentity, KeepsTheLoginCurrentUnlessThePageRefreshesItself) {
   ask();
-  EXPECT_EQ(logins_.touched, std::vector<std::string>{zevo::tokenHash(kToken)});
+  EXPECT_EQ(logins_.touched, std::vector<std::string>{zevo::tokenHash(kLoginToken)});
   request_.background = true;
   ask();
   EXPECT_EQ(logins_.touched.size(), 1U);
@@ -64,9 +64,9 @@ TEST_F(WebIdentity, IsNobodyWithoutACurrentLogin) {
   EXPECT_EQ(ask(), nobody) << "no cookie";
   request_.cookie = "currentconn=" + std::string(43, 'x');
   EXPECT_EQ(ask(), nobody) << "a token of no login";
-  request_.cookie = "currentconn=" + zevo::tokenHash(kToken);
+  request_.cookie = "currentconn=" + zevo::tokenHash(kLoginToken);
   EXPECT_EQ(ask(), nobody) << "the id that the session file shows";
-  request_.cookie = "currentconn=" + kToken;
+  request_.cookie = "currentconn=" + kLoginToken;
   logins_.all.clear();
   EXPECT_EQ(ask(), nobody) << "a login that has ended";
   EXPECT_TRUE(logins_.touched.empty());
@@ -80,13 +80,13 @@ TEST_F(WebIdentity, IsNobodyWhereTheAccountIsNotTheOneThatLoggedIn) {
   EXPECT_EQ(ask(), nobody) << "made anew under another number";
   accounts_.remove("alice");
   EXPECT_EQ(ask(), nobody) << "deleted";
-  logins_.add(kToken, "", 1000);
+  logins_.add(kLoginToken, "", 1000);
   EXPECT_EQ(ask(), nobody) << "a login without a name";
   EXPECT_TRUE(logins_.touched.empty());
 }
 
 TEST_F(WebIdentity, OfRootEndsWhereAnAccountTakesItsAlias) {
-  logins_.add(kToken, "admin", 0);
+  logins_.add(kLoginToken, "admin", 0);
   accounts_.add({"admin", 1002, false, false});
   EXPECT_EQ(ask(), Identity(Problem::kNotLoggedIn));
 }
@@ -129,7 +129,7 @@ TEST_F(LocalIdentity, OfAnExpiredAccountIsNobody) {
 }
 
 TEST_F(LocalIdentity, IsNobodyForWhatComesFromAWebServer) {
-  request_.cookie = "currentconn=" + kToken;
+  request_.cookie = "currentconn=" + kLoginToken;
   EXPECT_EQ(ask(0), Identity(Problem::kNobody));
   request_.cookie = "";
   EXPECT_EQ(ask(0), Identity(Problem::kNobody));

@@ -148,6 +148,7 @@ TEST_F(ServerTest, GivesACallNoDescriptorButItsOwn) {
   const int before = std::stoi(call("d"));
   const auto other = connect("h");
   EXPECT_EQ(std::stoi(call("d")), before) << "another caller's connection went along";
+  EXPECT_THAT(receive(other), StartsWith("Status: 504 "));
 }
 
 TEST_F(ServerTest, TurnsAwayWhatIsTooMuchAndServesTheNext) {

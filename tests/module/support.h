@@ -15,6 +15,12 @@
 
 namespace module_test {
 
+inline constexpr int kCifs = ZEVO_CURCONN_CIFS;
+inline constexpr int kHttp = ZEVO_CURCONN_HTTP;
+
+// What a method answers whose work failed.
+inline const fakes::Outcome kWorkFailed = {117, Json::Value()};
+
 Session session(std::uint32_t pid, const std::string& time, const std::string& who,
                 const std::string& from, const std::string& descr, const std::string& type);
 

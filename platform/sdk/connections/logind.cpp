@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
-#include <memory>
 #include <utility>
 
+#include "base/open_folder.h"
 #include "base/read_file.h"
 #include "sdk/connections/address.h"
 
@@ -13,10 +13,6 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kFileLimit = 64UL * 1024;  // one has about twenty short lines
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
 
 // The value of the first line "KEY=value"; empty where there is none.
 std::string_view valueOf(std::string_view text, std::string_view key) {
@@ -65,7 +61,7 @@ std::optional<LoginEntry> parseLogindSession(std::string_view text) {
 }
 
 Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries) {
-  const std::unique_ptr<DIR, CloseFolder> open(::opendir(folder.c_str()));
+  const OpenFolder open(::opendir(folder.c_str()));
   if (!open && errno == ENOENT) return Outcome::done();
   if (!open) return Outcome::failure(FileFailure{"open", folder, errno}.text());
   for (errno = 0; const dirent* file = ::readdir(open.get()); errno = 0) {

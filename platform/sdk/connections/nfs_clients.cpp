@@ -3,10 +3,10 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
-#include <memory>
 #include <sys/stat.h>
 
 #include "base/file_failure.h"
+#include "base/open_folder.h"
 #include "base/read_file.h"
 #include "sdk/connections/address.h"
 #include "sdk/connections/boot_clock.h"
@@ -17,10 +17,6 @@ namespace {
 constexpr std::size_t kInfoLimit = 64UL * 1024;
 constexpr std::size_t kTableLimit = 16UL * 1024 * 1024;  // some 200,000 mounts
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
 std::string_view takeLine(std::string_view& rest) {
   const std::size_t length = rest.find('\n');
   const std::string_view line = rest.substr(0, length);
@@ -30,7 +26,7 @@ std::string_view takeLine(std::string_view& rest) {
 
 // What follows `key` on the first line that begins with it. The kernel escapes line breaks in what
 // the client chose.
-std::optional<std::string_view> valueOf(std::string_view text, std::string_view key) {
+std::optional<std::string_view> valueAfter(std::string_view text, std::string_view key) {
   while (!text.empty()) {
     std::string_view line = takeLine(text);
     if (!line.starts_with(key)) continue;
@@ -61,7 +57,7 @@ std::string versionText(std::optional<std::string_view> minorVersion) {
 }
 
 // The client may be gone by now; the kernel then says ENXIO for its files.
-bool meansGone(int error) {
+bool clientHasGone(int error) {
   return error == ENOENT || error == ENXIO || error == ESRCH;
 }
 
@@ -73,7 +69,7 @@ Outcome readClient(const std::string& folder, std::vector<NfsClient>* clients) {
   std::string info;
   struct stat status {};
   const auto failure = readFile(folder + "/info", kInfoLimit, &info);
-  if (failure && meansGone(failure->error)) return Outcome::done();
+  if (failure && clientHasGone(failure->error)) return Outcome::done();
   if (failure) return cannotRead(*failure);
   auto client = parseNfsClient(info);
   if (!client) return Outcome::done();
@@ -97,17 +93,17 @@ std::optional<NfsMount> parseMount(std::string_view line) {
 }  // namespace
 
 std::optional<NfsClient> parseNfsClient(std::string_view info) {
-  const auto address = valueOf(info, "address: ");
-  const auto status = valueOf(info, "status: ");
+  const auto address = valueAfter(info, "address: ");
+  const auto status = valueAfter(info, "status: ");
   if (!address || address->empty() || (status && *status != "confirmed")) return std::nullopt;
-  return NfsClient{addressIn(*address), versionText(valueOf(info, "minor version: ")), {}};
+  return NfsClient{addressIn(*address), versionText(valueAfter(info, "minor version: ")), {}};
 }
 
 Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients) {
   clients->clear();
   const std::string path = paths.nfsd + "/clients";
-  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(path.c_str()));
-  if (!folder && meansGone(errno)) return Outcome::done();
+  const OpenFolder folder(::opendir(path.c_str()));
+  if (!folder && clientHasGone(errno)) return Outcome::done();
   if (!folder) return cannotRead({"read", path, errno});
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     if (entry->d_name[0] == '.') continue;

@@ -5,23 +5,19 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
-#include <memory>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 #include "base/file_failure.h"
+#include "base/open_folder.h"
 
 namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kTextLimit = 4095;
 constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
 
 // "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
 // NULs behind it.
@@ -156,7 +152,7 @@ Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
   using Sockets = std::vector<SocketDescriptor>;
   FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
   if (!descriptors) return endedOrFailed<Sockets>("fd", errno);
-  const std::unique_ptr<DIR, CloseFolder> folder(::fdopendir(descriptors.get()));
+  const OpenFolder folder(::fdopendir(descriptors.get()));
   if (!folder) return endedOrFailed<Sockets>("fd", errno);
   static_cast<void>(descriptors.release());  // the folder closes it
 

@@ -4,19 +4,15 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
-#include <memory>
 #include <utility>
 
 #include "base/file_failure.h"
+#include "base/open_folder.h"
 
 namespace zevo::connections {
 namespace {
 
 constexpr int kProcessesBetweenIdleCalls = 32;
-
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
 
 // The pid that the entry of /proc names, or 0.
 pid_t pidOf(const char* entry) {
@@ -43,7 +39,7 @@ ProcessTable::ProcessTable(std::vector<Process> processes) : processes_(std::mov
 }
 
 Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function<void()>& idle) {
-  const std::unique_ptr<DIR, CloseFolder> folder(::opendir(paths.proc.c_str()));
+  const OpenFolder folder(::opendir(paths.proc.c_str()));
   const auto cannotRead = [&](int error) {
     return Reading<ProcessTable>::failure("cannot read " + paths.proc + ": " + errorText(error));
   };

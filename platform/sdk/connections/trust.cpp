@@ -6,7 +6,8 @@
 namespace zevo::connections {
 namespace {
 
-constexpr int kLongestWay = 16;  // pids that are given anew during the scan could close a circle
+constexpr int kLongestAncestry =
+    16;  // pids that are given anew during the scan could close a circle
 
 constexpr std::array<std::string_view, 4> kSuperServers = {"inetd", "inetutils-inetd",
                                                            "openbsd-inetd", "xinetd"};
@@ -32,7 +33,7 @@ Reading<bool> isRootOwned(const ProcessFiles& files) {
 
 Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family) {
   const Process* step = &process;
-  for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
+  for (int i = 0; i < kLongestAncestry && step != nullptr; ++i) {
     const bool isLast = isSuperServer(step->name);
     if (!isLast && !family(step->name)) return false;
     auto owned = isRootOwned(sources, *step);

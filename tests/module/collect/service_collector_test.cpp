@@ -8,12 +8,12 @@
 namespace {
 
 using fakes::Record;
+using module_test::kCifs;
 using module_test::lines;
 using module_test::session;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-constexpr int kCifs = ZEVO_CURCONN_CIFS;
 constexpr int kNfs = ZEVO_CURCONN_NFS;
 
 class ServiceCollector : public module_test::ModuleTest {

@@ -9,11 +9,10 @@ namespace {
 
 using fakes::Record;
 using module_test::byAdministrator;
+using module_test::kHttp;
 using module_test::lines;
 using module_test::session;
 using ::testing::ElementsAre;
-
-constexpr int kHttp = ZEVO_CURCONN_HTTP;
 
 class WebCollector : public module_test::ModuleTest {
  protected:

@@ -8,17 +8,16 @@ namespace {
 using fakes::Outcome;
 using module_test::byAdministrator;
 using module_test::json;
+using module_test::kCifs;
+using module_test::kWorkFailed;
 using module_test::outcomeOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 
-constexpr int kCifs = ZEVO_CURCONN_CIFS;
-
 const Outcome kDone = {0, Json::Value()};
 const Outcome kNotAdministrator = {105, Json::Value()};
-const Outcome kWorkFailed = {117, Json::Value()};
 
 class Kick : public module_test::ModuleTest {
  protected:

@@ -8,11 +8,10 @@ namespace {
 
 using fakes::Record;
 using module_test::byAdministrator;
+using module_test::kCifs;
+using module_test::kHttp;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr int kCifs = ZEVO_CURCONN_CIFS;
-constexpr int kHttp = ZEVO_CURCONN_HTTP;
 
 // The page up to its first row. The double's texts hold markup, which titles show as it is.
 const std::string kHead =

@@ -7,14 +7,12 @@ using fakes::Outcome;
 using fakes::Record;
 using module_test::byAdministrator;
 using module_test::byUser;
+using module_test::kCifs;
+using module_test::kHttp;
+using module_test::kWorkFailed;
 using module_test::outcomeOf;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-constexpr int kCifs = ZEVO_CURCONN_CIFS;
-constexpr int kHttp = ZEVO_CURCONN_HTTP;
-
-const Outcome kWorkFailed = {117, Json::Value()};
 
 class ListByUser : public module_test::ModuleTest {
  protected:

@@ -18,7 +18,7 @@ using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Pair;
 
-constexpr pid_t kListener = 84;
+constexpr pid_t kPureFtpd = 84;
 
 Outcome readWithLimits(const Sources& sources, std::vector<Connection>& connections) {
   ToolLimits limits;
@@ -29,7 +29,7 @@ Outcome readWithLimits(const Sources& sources, std::vector<Connection>& connecti
 class PureFtpdTest : public test::ServiceFixture {
  protected:
   void SetUp() override {
-    addProcess(kListener, 1, "pure-ftpd (SERVER)", 0, {{3, 43127}});
+    addProcess(kPureFtpd, 1, "pure-ftpd (SERVER)", 0, {{3, 43127}});
     connect(900, "10.20.0.2", 21);
   }
   void addProcess(pid_t pid, pid_t parent, const std::string& text, uid_t uid,
@@ -40,13 +40,13 @@ class PureFtpdTest : public test::ServiceFixture {
          .name = name,
          .cmdline = title(text),
          .uid = uid,
-         .session = kListener,
+         .session = kPureFtpd,
          .cwd = uid == 0 ? "/" : "/home/alice/My Files (x)",
          .sockets = sockets});
   }
   // A session and root's helper below it, both of which hold the listening socket too.
   void addSession(pid_t pid, uid_t uid) {
-    addProcess(pid, kListener, "pure-ftpd (IDLE)", uid, {{3, 43127}, {4, 900}});
+    addProcess(pid, kPureFtpd, "pure-ftpd (IDLE)", uid, {{3, 43127}, {4, 900}});
     addProcess(pid + 1, pid, "pure-ftpd (PRIV)", 0, {{3, 43127}, {4, 900}});
   }
   // The tool, as a script.
@@ -70,7 +70,7 @@ TEST_F(PureFtpdTest, ASessionAndItsHelperAreOneRecordOfTheSessionsProcess) {
 }
 
 TEST_F(PureFtpdTest, TheServersForDatabasesAreTheSame) {
-  addProcess(105, kListener, "pure-ftpd (IDLE)", kAlice, {{4, 900}}, "pure-ftpd-mysql");
+  addProcess(105, kPureFtpd, "pure-ftpd (IDLE)", kAlice, {{4, 900}}, "pure-ftpd-mysql");
   EXPECT_THAT(read(readWithLimits), ElementsAre(ftp(105, "alice")));
 }
 
