@@ -47,7 +47,11 @@ std::optional<uid_t> peerOf(int connection) {
 // Whoever started the daemon may have left signals ignored: children could not be waited for, or
 // would not end by them.
 void forgetInheritedSignals() {
-  for (int signal = 1; signal < SIGRTMAX; ++signal) ::signal(signal, SIG_DFL);
+  for (int signal = 1; signal < SIGRTMAX; ++signal) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) continue;
+    ::signal(signal, SIG_DFL);
+  }
 }
 
 // A child begins with the signal mask of a fresh process (no signal has a handler) and a group of
