@@ -4,10 +4,12 @@
 #include <cstddef>
 #include <cstdlib>
 #include <limits.h>
+#include <optional>
 #include <string_view>
 #include <syslog.h>
 #include <unistd.h>
 
+#include "account_expiry.h"
 #include "base/text.h"
 
 namespace cli {
@@ -27,8 +29,14 @@ std::string member(const Json::Value& element, const char* name) {
   return quoted(value.isString() ? value.asString() : "");
 }
 
-std::string elementText(const Json::Value& element) {
-  if (element.isString()) return quoted(element.asString());
+std::string userText(const std::string& user, const Expiries& before) {
+  const auto expiry = before.find(user);
+  if (expiry == before.end()) return quoted(user);
+  return quoted(user) + " (expiry before: " + std::to_string(expiry->second) + ")";
+}
+
+std::string elementText(const Json::Value& element, const Expiries& before) {
+  if (element.isString()) return userText(element.asString(), before);
   std::string text = member(element, "who") + " at " + member(element, "from");
   if (element.isObject() && element.isMember("type"))
     text = member(element, "type") + " of " + text;
@@ -36,7 +44,7 @@ std::string elementText(const Json::Value& element) {
   return hasPid ? text + " pid " + std::to_string(element["pid"].asUInt()) : text;
 }
 
-void appendElements(const Json::Value& elements, std::string* text) {
+void appendElements(const Json::Value& elements, const Expiries& before, std::string* text) {
   if (!elements.isArray()) return;
   for (Json::ArrayIndex i = 0; i < elements.size(); ++i) {
     if (!text->empty()) *text += ", ";
@@ -44,7 +52,7 @@ void appendElements(const Json::Value& elements, std::string* text) {
       *text += "and " + std::to_string(elements.size() - i) + " more";
       return;
     }
-    *text += elementText(elements[i]);
+    *text += elementText(elements[i], before);
   }
 }
 
@@ -80,8 +88,20 @@ Asker askerOf(const std::string& loginUserName) {
   return {loginUserName, sudoUser ? sudoUser : "", terminalName()};
 }
 
+Expiries expiriesOf(const std::string& method, const Json::Value& parameters) {
+  Expiries expiries;
+  if (method != "disable_user" || !parameters.isObject()) return expiries;
+  for (const Json::Value& user : parameters["users"]) {
+    if (!user.isString()) continue;
+    const std::optional<long> expiry = expiryOf(user.asString());
+    if (expiry) expiries[user.asString()] = *expiry;
+  }
+  return expiries;
+}
+
 std::string enforcementLine(const Asker& asker, const std::string& method,
-                            const Json::Value& parameters, const Answer& answer) {
+                            const Json::Value& parameters, const Answer& answer,
+                            const Expiries& before) {
   std::string who = quoted(asker.loginUserName);
   if (!asker.sudoUser.empty()) who += " (by sudo of " + quoted(asker.sudoUser) + ")";
   const std::string where =
@@ -89,7 +109,7 @@ std::string enforcementLine(const Asker& asker, const std::string& method,
   std::string whom;
   if (parameters.isObject()) {
     for (const char* name : {"service_conn", "http_conn", "users"}) {
-      appendElements(parameters[name], &whom);
+      appendElements(parameters[name], before, &whom);
     }
   }
   return who + " from " + where + ": " + method + " " + (whom.empty() ? "nobody" : whom) + ": " +
@@ -97,9 +117,9 @@ std::string enforcementLine(const Asker& asker, const std::string& method,
 }
 
 void logEnforcement(const Asker& asker, const std::string& method, const Json::Value& parameters,
-                    const Answer& answer) {
+                    const Answer& answer, const Expiries& before) {
   syslog(LOG_AUTHPRIV | LOG_NOTICE, "%s",
-         enforcementLine(asker, method, parameters, answer).c_str());
+         enforcementLine(asker, method, parameters, answer, before).c_str());
 }
 
 }  // namespace cli

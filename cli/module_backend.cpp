@@ -15,7 +15,6 @@
 #include "zevo/session_file.h"
 
 #include "base/file_failure.h"
-#include "enforcement_log.h"
 
 namespace cli {
 namespace {
@@ -86,20 +85,21 @@ Answer ModuleBackend::call(const std::string& method, const Json::Value& paramet
   context.isAdmin = caller_.isAdmin;
   context.sessionFilePath = sessionFile_;
   context.parameters = parameters;
+  const Expiries before = expiriesOf(method, parameters);
   Answer answer = runHandler(handler, std::move(context));
-  if (answer.status != Answer::Status::kFailed) log(method, parameters, answer);
+  if (answer.status != Answer::Status::kFailed) log(method, parameters, answer, before);
   return answer;
 }
 
 void ModuleBackend::noteUnanswered(const std::string& method, const Json::Value& parameters,
                                    const Answer& answer) {
-  log(method, parameters, answer);
+  log(method, parameters, answer, {});
 }
 
 void ModuleBackend::log(const std::string& method, const Json::Value& parameters,
-                        const Answer& answer) const {
+                        const Answer& answer, const Expiries& before) const {
   if (!isEnforcing(method)) return;
-  logEnforcement(askerOf(caller_.loginUserName), method, parameters, answer);
+  logEnforcement(askerOf(caller_.loginUserName), method, parameters, answer, before);
 }
 
 bool ModuleBackend::load(std::string* cause) {

@@ -6,6 +6,7 @@
 #include "zevo/api_table.h"
 
 #include "backend.h"
+#include "enforcement_log.h"
 
 namespace cli {
 
@@ -27,7 +28,8 @@ class ModuleBackend : public Backend {
                       const Answer& answer) override;
 
  private:
-  void log(const std::string& method, const Json::Value& parameters, const Answer& answer) const;
+  void log(const std::string& method, const Json::Value& parameters, const Answer& answer,
+           const Expiries& before) const;
   bool load(std::string* cause);
   ApiHandler find(const std::string& method) const;
 

@@ -33,6 +33,22 @@ TEST(EnforcementLine, NamesUsersAndErrors) {
             "\"admin\" from no terminal: disable_user \"alice\", \"bob\": error 7100");
 }
 
+TEST(EnforcementLine, NamesTheExpiryThatAnAccountHad) {
+  EXPECT_EQ(enforcementLine({"admin", "", ""}, "disable_user",
+                            json(R"({"users":["alice","bob","carol"]})"), kDone,
+                            {{"alice", -1}, {"carol", 20600}}),
+            "\"admin\" from no terminal: disable_user \"alice\" (expiry before: -1), \"bob\", "
+            "\"carol\" (expiry before: 20600): done");
+}
+
+TEST(ExpiriesBefore, AreThoseOfTheAccountsOfADisablingAlone) {
+  EXPECT_TRUE(expiriesOf("disable_user", json(R"({"users":["no-such-alice",{},7,null]})")).empty());
+  for (const char* users : {"{}", R"({"users":"root"})", R"({"users":{"a":1}})", "[]"}) {
+    EXPECT_TRUE(expiriesOf("disable_user", json(users)).empty()) << users;
+  }
+  EXPECT_TRUE(expiriesOf("kick_connection", json(R"({"users":["root"]})")).empty());
+}
+
 TEST(EnforcementLine, SaysThatThereWasNoAnswer) {
   EXPECT_EQ(enforcementLine({"admin", "", ""}, "disable_user", json("{}"), failedAnswer("x")),
             "\"admin\" from no terminal: disable_user nobody: no answer");
@@ -50,7 +66,8 @@ TEST(EnforcementLine, StaysOneLineWhateverTheCallHolds) {
 TEST(EnforcementLine, CountsTheRestOfALongCall) {
   Json::Value parameters(Json::objectValue);
   for (int i = 0; i < 10000; ++i) parameters["users"].append(std::string(1000, 'u'));
-  const std::string line = enforcementLine(kAsker, "disable_user", parameters, kDone);
+  const std::string line = enforcementLine(kAsker, "disable_user", parameters, kDone,
+                                           {{std::string(1000, 'u'), 1000000}});
   EXPECT_LT(line.size(), 1000U);
   EXPECT_NE(line.find("and 9992 more"), std::string::npos) << line;
 }

@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include "account_expiry.h"
 #include "side_by_side.h"
 
 namespace {
@@ -98,6 +99,15 @@ TEST_F(ModuleBackendTest, EveryEnforcingCallLeavesOneLineWhateverItCameTo) {
                        "disable_user \"a\": done", "disable_user \"b\": error 7100",
                        "disable_user \"c\": no answer", "disable_user \"d\": no answer",
                        "disable_user \"e\": no answer"}));
+}
+
+TEST_F(ModuleBackendTest, ADisablingNamesTheExpiryThatTheAccountHad) {
+  const std::optional<long> expiry = expiryOf("root");
+  if (!expiry) GTEST_SKIP() << "the shadow file is read by root only";
+  answer(R"({"disable_user":[{"data":null}]})");
+  kick("root");
+  EXPECT_EQ(log(), std::vector<std::string>{"disable_user \"root\" (expiry before: " +
+                                            std::to_string(*expiry) + "): done"});
 }
 
 TEST_F(ModuleBackendTest, AnEnforcingCallWithoutAModuleLeavesALineToo) {
