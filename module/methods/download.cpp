@@ -23,5 +23,5 @@ void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* res
   if (!filter.empty()) FilterSessionList(filter, list);
   SessionListUidFilter(list);
   list.sort(Session::Compare(sortFieldOf(sortBy), isAscending(sortDirection)));
-  printReport(jsonOf(list));
+  printReport(list);
 }

@@ -16,15 +16,6 @@ std::int32_t endOf(const Page& page) {
                                    static_cast<std::uint32_t>(page.limit));
 }
 
-// Has the processor load a record while the one before it is written: a sorted list lies scattered
-// in memory.
-void fetch(SessionList::const_iterator session, SessionList::const_iterator end) {
-  constexpr std::size_t kCacheLine = 64;
-  if (session == end) return;
-  const char* record = reinterpret_cast<const char*>(&*session);
-  for (std::size_t i = 0; i < sizeof(Session); i += kCacheLine) __builtin_prefetch(record + i);
-}
-
 std::string systemTime() {
   const std::time_t now = std::time(nullptr);
   const char* text = std::ctime(&now);
@@ -32,6 +23,13 @@ std::string systemTime() {
 }
 
 }  // namespace
+
+void fetch(SessionList::const_iterator session, SessionList::const_iterator end) {
+  constexpr std::size_t kCacheLine = 64;
+  if (session == end) return;
+  const char* record = reinterpret_cast<const char*>(&*session);
+  for (std::size_t i = 0; i < sizeof(Session); i += kCacheLine) __builtin_prefetch(record + i);
+}
 
 bool collectSessions(ZEVO::APIRequest* request, SessionList& list) {
   const bool services = SDKSessionListGet(list);

@@ -2,11 +2,13 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 #include "zevo/web_utils.h"
 
 #include "api/globals.h"
+#include "methods/listing.h"
 #include "methods/log_info_list.h"
 
 namespace {
@@ -33,10 +35,11 @@ void queueTitles(LogInfoList* list) {
   for (std::uint32_t i = 0; i < gLogInfoColumns; ++i) LogInfoListAppend(list, gLogColumnTitles[i]);
 }
 
-void queueCells(LogInfoList* list, const Json::Value& rows) {
-  for (const Json::Value& row : rows) {
-    for (const char* key : {"time", "who", "from", "type", "descr"})
-      LogInfoListAppend(list, row[key].asCString());
+void queueCells(LogInfoList* list, const SessionList& rows) {
+  for (auto row = rows.begin(); row != rows.end(); ++row) {
+    fetch(std::next(row), rows.end());
+    for (const std::string* cell : {&row->time, &row->who, &row->from, &row->type, &row->descr})
+      LogInfoListAppend(list, cell->c_str());
   }
 }
 
@@ -74,7 +77,7 @@ void printRow(LogInfoTable* table) {
 
 }  // namespace
 
-void printReport(const Json::Value& rows) {
+void printReport(const SessionList& rows) {
   const NodesOfReport nodes;
   const TablePointer table = newTable();
   queueTitles(table->list);
@@ -82,7 +85,7 @@ void printReport(const Json::Value& rows) {
   const StringBundle bundle("common", "log", "pppoe", nullptr, nullptr, nullptr);
   printHead(bundle.Text("log_link_current_conn", ""));
   printTitles(table->list);
-  for (Json::ArrayIndex i = 0; i < rows.size(); ++i) printRow(table.get());
+  for (std::size_t i = 0; i < rows.size(); ++i) printRow(table.get());
   std::printf("</table></body></html>");
   LogInfoListDrain(table->list);
 }
