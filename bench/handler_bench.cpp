@@ -1,9 +1,7 @@
 // The cost of the method "list", its answer written, against the floor: jsoncpp filling one scratch
 // object for each record, appending it by copy, and writing the array. Every row runs both by turns
 // and reports the ratio of their processor times, since machines are noisy.
-#include <algorithm>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <malloc.h>
 #include <memory>
@@ -18,6 +16,7 @@
 
 #include "api/api_table.h"
 #include "bench/connections_double.h"
+#include "bench/measure.h"
 #include "bench/peak_memory.h"
 
 namespace {
@@ -58,25 +57,13 @@ Answer writeFloor(std::size_t count) {
   return std::make_shared<std::string>(Json::FastWriter().write(items));
 }
 
-double processorSeconds() {
-  timespec now = {};
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 // Each piece of work starts with a heap that the one before has not left in pieces, as a host's
 // child does that serves one call.
 double measure(const std::function<Answer()>& work) {
   malloc_trim(0);
-  const double start = processorSeconds();
+  const double start = bench::processorSeconds();
   const Answer answer = work();
-  return processorSeconds() - start;
-}
-
-double median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+  return bench::processorSeconds() - start;
 }
 
 void againstFloor(benchmark::State& state, int limit) {
@@ -89,8 +76,8 @@ void againstFloor(benchmark::State& state, int limit) {
     handlers.push_back(measure([limit] { return callList(limit); }));
     state.SetIterationTime(handlers.back());
   }
-  state.counters["floor_ms"] = median(floors) * 1000;
-  state.counters["ratio"] = median(handlers) / median(floors);
+  state.counters["floor_ms"] = bench::median(floors) * 1000;
+  state.counters["ratio"] = bench::median(handlers) / bench::median(floors);
 }
 
 void allRecords(benchmark::State& state) {
