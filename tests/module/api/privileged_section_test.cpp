@@ -176,6 +176,18 @@ TEST_F(PrivilegedSection, NamesTheReasonOfARefusal) {
                   fakes::LogLine{35, "%s:%d ERROR: %s", "main:11 ERROR: ENTERCriticalSection"}));
 }
 
+TEST_F(PrivilegedSection, HasSetTheErrorWhenItNamesTheHalfThatFailed) {
+  std::vector<std::pair<std::string, int>> errors;
+  platform.systemLog.onLine = [&](const fakes::LogLine& line) {
+    if (line.text.ends_with("CriticalSection")) errors.emplace_back(line.text, errno);
+  };
+  runAs(1000, 100, 1);
+  runAs(1000, 100, 3);
+  EXPECT_THAT(errors, ElementsAre(std::pair("main:11 ERROR: ENTERCriticalSection", 1),
+                                  std::pair("main:22 ERROR: LEAVECriticalSection", 1)));
+  EXPECT_EQ(logs().size(), 6U);
+}
+
 TEST_F(PrivilegedSection, WritesLargeIdsAsSignedNumbers) {
   platform.ids.become(4294967294U, 100);
   platform.ids.refuse(5, EPERM);

@@ -96,6 +96,17 @@ TEST_F(List, GoesItsStepsInOrder) {
                   "SetSuccess()"));
 }
 
+TEST_F(List, FiltersAndLooksUsersUpInTheOrderOfCollection) {
+  platform.services.answer({{8, "1", "f", "bob", "d", kCifs}, {7, "2", "f", "alice", "d", kCifs}});
+  platform.logins.answer({{9, "3", "f", "ghost", "d", kHttp}});
+  EXPECT_THAT(pids(list(R"({"filter": "d"})"), 2), ElementsAre(7, 8));
+  EXPECT_THAT(platform.upperCasing.sources(),
+              ElementsAre("d", "alice", "f", "CIFS", "d", "bob", "f", "CIFS", "d", "ghost", "f",
+                          "HTTP/HTTPS", "d"));
+  EXPECT_THAT(platform.calls.of({"ZEVOUserGet"}),
+              ElementsAre("ZEVOUserGet(alice)", "ZEVOUserGet(bob)", "ZEVOUserGet(ghost)"));
+}
+
 TEST_F(List, AsksForStartAloneWhereTheCallHasIt) {
   platform.services.answer({});
   platform.logins.answer({});
