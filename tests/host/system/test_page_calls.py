@@ -91,6 +91,29 @@ class PageCalls(HostTest):
         self.assertEqual(401, dora.get("/api/whoami").status)
         self.assertEqual(401, dora.log_in("dora", PASSWORD).status)
 
+    def test_all_connections_and_logins_of_a_disabled_user_end_and_nobody_elses(self):
+        namespace.add_account("fred")
+        self.samba.add_user("fred")
+        allow("fred")
+        freds = [self.client(Smb, "fred", "10.20.0.2", "photos"), self.client(Smb, "fred", "10.20.0.3", "photos"),
+                 self.client(Shell, "fred", "10.20.0.2"), self.client(Shell, "fred", "10.20.0.3")]
+        alices = self.client(Shell, "alice", "10.20.0.2")
+        logins = [Client("10.20.0.4"), Client("10.20.0.5")]
+        for login in logins:
+            self.assertEqual(200, login.log_in("fred", PASSWORD).status)
+
+        def kinds():
+            return sorted(row["type"] for row in self.rows() if row["who"] == "fred")
+
+        waiting.until("six rows of fred", lambda: kinds() == ["CIFS"] * 2 + ["HTTP/HTTPS"] * 2 + ["SSH"] * 2)
+        self.assertEqual(200, self.bob.post("disable_user", {"users": ["fred"]}).status)
+        self.assertEqual([], kinds())
+        for client in freds:
+            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+        for login in logins:
+            self.assertEqual(401, login.get("/api/whoami").status)
+        self.assertFalse(alices.has_ended())
+
     def test_an_account_that_expired_is_out_at_its_next_call(self):
         namespace.add_account("erik")
         erik = Client("10.20.0.4")
