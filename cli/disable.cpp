@@ -101,10 +101,7 @@ std::string planText(const Disable& request, const std::vector<Connection>& conn
   for (const std::string& sentence : othersHit(request.users, connections)) {
     lines.push_back("note: " + sentence);
   }
-  for (const Connection& connection : theirs) {
-    const std::string reason = whyNotEnded(connection);
-    if (!reason.empty()) lines.push_back("will stay: " + describe(connection) + ": " + reason);
-  }
+  for (const std::string& sentence : thoseThatMayStay(theirs)) lines.push_back(sentence);
   return (theirs.empty() ? "" : tableText(theirs, look)) + linesText(lines, look.charset);
 }
 

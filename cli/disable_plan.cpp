@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "account_expiry.h"
+#include "kick_plan.h"
 #include "selection.h"
 
 namespace cli {
@@ -52,6 +53,20 @@ std::vector<std::string> othersHit(const std::vector<std::string>& users,
     for (const std::string& user : served) {
       if (ends == isAmong(user, users)) continue;
       sentences.push_back(ends ? hitToo(connection, user) : goesOn(connection, user));
+    }
+  }
+  return sentences;
+}
+
+std::vector<std::string> thoseThatMayStay(const std::vector<Connection>& theirs) {
+  std::vector<std::string> sentences;
+  for (const Connection& connection : theirs) {
+    const bool hasProcess = connection.pid != 0 || connection.type == "HTTP/HTTPS";
+    const bool isUnchecked = connection.type == "LOGIN" || connection.type == "UNKNOWN";
+    if (!connection.canBeKicked || !hasProcess) {
+      sentences.push_back("will stay: " + describe(connection) + ": no process serves it alone");
+    } else if (isUnchecked) {
+      sentences.push_back("may stay: " + describe(connection) + ": " + whyNotEnded(connection));
     }
   }
   return sentences;

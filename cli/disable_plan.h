@@ -29,6 +29,10 @@ std::vector<Connection> connectionsOf(const std::vector<std::string>& users,
 std::vector<std::string> othersHit(const std::vector<std::string>& users,
                                    const std::vector<Connection>& connections);
 
+// Those of `theirs` that do not end for sure, a sentence each. Disabling asks for no address, and
+// it checks only the first of its processes by name, so a login at the console may end as well.
+std::vector<std::string> thoseThatMayStay(const std::vector<Connection>& theirs);
+
 // A line for each account: whether it is disabled now, and how to undo that.
 std::vector<std::string> accountLines(const std::vector<AccountChange>& changes);
 

@@ -36,6 +36,25 @@ TEST(OthersHit, AreNoneWhereAllAreMeant) {
   EXPECT_EQ(othersHit({"alice", "bob"}, {kAlice, kBob, kShared}), Lines{});
 }
 
+TEST(ThoseThatMayStay, AreRowsWithoutAProcessAndLoginsAtTheConsole) {
+  Connection nfs = connection(0, "alice", "NFS");
+  nfs.canBeKicked = false;
+  EXPECT_EQ(
+      thoseThatMayStay({nfs, connection(0, "alice", "SSH"), connection(7, "alice", "LOGIN", ""),
+                        connection(8, "alice", "UNKNOWN", "")}),
+      (Lines{"will stay: NFS of alice from 10.20.0.2: no process serves it alone",
+             "will stay: SSH of alice from 10.20.0.2: no process serves it alone",
+             "may stay: LOGIN of alice, pid 7: logins at the console are not ended from here; "
+             "use loginctl terminate-session",
+             "may stay: UNKNOWN of alice, pid 8: its service is not known"}));
+}
+
+TEST(ThoseThatMayStay, AreNoneForWantOfAnAddress) {
+  EXPECT_EQ(thoseThatMayStay({connection(9, "alice", "SSH", ""), kAlice, kShared,
+                              connection(3, "alice", "HTTP/HTTPS")}),
+            Lines{});
+}
+
 TEST(AccountLines, PrintTheCommandThatUndoesIt) {
   EXPECT_EQ(accountLines({{"alice", -1, 1}, {"bob", 20000, 1}}),
             (Lines{"disabled: alice; to undo it: chage -E -1 -- alice",
