@@ -255,8 +255,12 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
 using Request = std::variant<Listing, Kick, Disable, Report, LoginLink>;
 
 std::optional<Request> readListing(ListingWords words, bool isMine, std::string* wrong) {
-  if (isMine && !words.user) words.user = kNameOfRoot;
-  return checkListing(words, wrong);
+  const bool isOwn = isMine && !words.user;
+  if (isOwn) words.user = kNameOfRoot;
+  std::optional<Listing> listing = checkListing(words, wrong);
+  if (!listing) return {};
+  listing->isOwn = isOwn;
+  return std::move(*listing);
 }
 
 std::optional<Request> readKick(const Grammar& grammar, std::string* wrong) {

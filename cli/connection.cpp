@@ -1,26 +1,13 @@
 #include "connection.h"
 
-#include <exception>
-#include <memory>
 #include <utility>
 
-#include <json/reader.h>
 #include <json/value.h>
+
+#include "json_text.h"
 
 namespace cli {
 namespace {
-
-// jsoncpp reports what it cannot read by return value, but deep nesting by exception.
-std::optional<Json::Value> parseJson(const std::string& text) {
-  const std::unique_ptr<Json::CharReader> reader(Json::CharReaderBuilder().newCharReader());
-  Json::Value value;
-  try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) return {};
-  } catch (const Json::Exception&) {
-    return {};
-  }
-  return value;
-}
 
 bool takeText(const Json::Value& object, const char* key, std::string* text) {
   const Json::Value& member = object[key];

@@ -14,6 +14,7 @@ inline constexpr const char* kNameOfRoot = "admin";
 
 struct Listing {
   std::optional<std::string> user;  // "mine": whose connections
+  bool isOwn = false;               // "mine" without a name: the caller's
   std::string filter;               // empty: everything
   std::string sortBy;               // the method's word for the field; empty: its default
   std::string direction;            // "ASC", "DESC"; empty: the method's default

@@ -1,6 +1,7 @@
 #include "program.h"
 
 #include <cstdlib>
+#include <optional>
 #include <pwd.h>
 #include <string>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include "zevo/config.h"
 
 #include "arguments.h"
+#include "daemon_backend.h"
 #include "exit_code.h"
 #include "module_backend.h"
 #include "output.h"
@@ -25,12 +27,17 @@ ExitCode refuse(ExitCode code, const std::string& sentence) {
   return code;
 }
 
+// The account of the caller; empty where the number has no name.
+std::string nameOfCaller() {
+  const passwd* account = getpwuid(geteuid());
+  return account ? account->pw_name : "";
+}
+
 // What the caller would have to type. As root "mine" means root, so there the name is needed.
 std::string commandAsRoot(const Command& command) {
-  std::string words = "sudo currentconn " + command.name;
-  if (command.name != "mine") return words;
-  const passwd* account = getpwuid(getuid());
-  return account ? words + " --user " + account->pw_name : words;
+  const std::string words = "sudo currentconn " + command.name;
+  const std::string caller = nameOfCaller();
+  return command.name == "mine" && !caller.empty() ? words + " --user " + caller : words;
 }
 
 // A sentence on why the terminal does not do; empty where it does.
@@ -75,17 +82,38 @@ ExitCode perform(const LoginLink& request, Backend& /*backend*/) {
   return makeLoginLink(request);
 }
 
+// The listing that the daemon shows to everybody, or none.
+std::optional<Listing> ownListing(const Command& command) {
+  const auto* listing = std::get_if<Listing>(&command.request);
+  if (!listing || !listing->isOwn) return {};
+  Listing own = *listing;
+  own.user = nameOfCaller();
+  return own;
+}
+
+ExitCode runWithoutRoot(const Command& command) {
+  std::string needed = " needs root";
+  if (const std::optional<Listing> own = ownListing(command)) {
+    DaemonBackend backend(zevo::config().localSocket);
+    if (backend.isThere()) return perform(*own, backend);
+    needed += ", or currentconnd to be running";
+  }
+  return refuse(kExitNotAdministrator,
+                purposeOf(command) + needed + ": run '" + commandAsRoot(command) + "'");
+}
+
+// Root's calls are made in this process: its line in the authorisation log says who became root and
+// at which terminal, and it works while the daemon does not.
 ExitCode runCommand(const Command& command) {
   std::string sentence = objectionToTerminal(command);
   if (!sentence.empty()) return refuse(kExitUsage, sentence);
-  if (geteuid() != 0) {
-    return refuse(kExitNotAdministrator,
-                  purposeOf(command) + " needs root: run '" + commandAsRoot(command) + "'");
-  }
+  const bool isRoot = geteuid() == 0;
+  if (!isRoot && !ownListing(command)) return runWithoutRoot(command);
   const std::string configFile = command.configFile.value_or(zevo::kDefaultConfigPath);
   if (!zevo::loadConfig(configFile, command.configFile.has_value(), &sentence)) {
     return refuse(kExitUsage, sentence);
   }
+  if (!isRoot) return runWithoutRoot(command);
   const std::string module = modulePathOfProgram(&sentence);
   if (module.empty()) return refuse(kExitFailed, sentence);
   ModuleBackend backend(module, zevo::config().sessionFile, callerFor(command));

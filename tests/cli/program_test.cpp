@@ -262,8 +262,8 @@ TEST_F(ProgramTest, SomebodyWithoutRightsIsToldWhatItNeeds) {
   EXPECT_EQ(list.exitCode, 3);
   const Outcome mine = program.run({"mine"}, becomeNobody);
   EXPECT_EQ(mine.err,
-            "currentconn: reading who is connected needs root: run 'sudo currentconn mine --user "
-            "nobody'\n");
+            "currentconn: reading who is connected needs root, or currentconnd to be running: run "
+            "'sudo currentconn mine --user nobody'\n");
   EXPECT_EQ(mine.exitCode, 3);
   EXPECT_TRUE(program.calls().empty());
 }

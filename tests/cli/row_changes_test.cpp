@@ -10,56 +10,57 @@
 namespace cli {
 namespace {
 
-const Connection kAlice = connection(11, "alice");
-const Connection kBob = connection(12, "bob");
+const Connection kAliceRow = connection(11, "alice");
+const Connection kBobRow = connection(12, "bob");
 const Connection kCarol = connection(13, "carol");
 const Connection kDave = connection(14, "dave");
 
 using Rows = std::vector<Row>;
 
 TEST(MarkChanges, MarksNothingWhereNothingChanged) {
-  EXPECT_EQ(markChanges({kAlice, kBob}, {kAlice, kBob}),
-            (Rows{{Change::kNone, kAlice}, {Change::kNone, kBob}}));
+  EXPECT_EQ(markChanges({kAliceRow, kBobRow}, {kAliceRow, kBobRow}),
+            (Rows{{Change::kNone, kAliceRow}, {Change::kNone, kBobRow}}));
 }
 
 TEST(MarkChanges, MarksWhoCame) {
-  EXPECT_EQ(markChanges({kBob}, {kAlice, kBob, kCarol}),
-            (Rows{{Change::kCame, kAlice}, {Change::kNone, kBob}, {Change::kCame, kCarol}}));
+  EXPECT_EQ(markChanges({kBobRow}, {kAliceRow, kBobRow, kCarol}),
+            (Rows{{Change::kCame, kAliceRow}, {Change::kNone, kBobRow}, {Change::kCame, kCarol}}));
 }
 
 TEST(MarkChanges, KeepsWhoWentInTheOldPlace) {
-  EXPECT_EQ(markChanges({kAlice, kBob, kCarol}, {kAlice, kCarol}),
-            (Rows{{Change::kNone, kAlice}, {Change::kWent, kBob}, {Change::kNone, kCarol}}));
-  EXPECT_EQ(markChanges({kAlice, kBob, kCarol}, {kCarol}),
-            (Rows{{Change::kWent, kAlice}, {Change::kWent, kBob}, {Change::kNone, kCarol}}));
+  EXPECT_EQ(markChanges({kAliceRow, kBobRow, kCarol}, {kAliceRow, kCarol}),
+            (Rows{{Change::kNone, kAliceRow}, {Change::kWent, kBobRow}, {Change::kNone, kCarol}}));
+  EXPECT_EQ(markChanges({kAliceRow, kBobRow, kCarol}, {kCarol}),
+            (Rows{{Change::kWent, kAliceRow}, {Change::kWent, kBobRow}, {Change::kNone, kCarol}}));
 }
 
 TEST(MarkChanges, ShowsOnlyDeparturesWhereAllWent) {
-  EXPECT_EQ(markChanges({kAlice, kBob}, {}),
-            (Rows{{Change::kWent, kAlice}, {Change::kWent, kBob}}));
+  EXPECT_EQ(markChanges({kAliceRow, kBobRow}, {}),
+            (Rows{{Change::kWent, kAliceRow}, {Change::kWent, kBobRow}}));
 }
 
 TEST(MarkChanges, TakesAnotherDescriptionForTheSameConnection) {
-  Connection now = kAlice;
+  Connection now = kAliceRow;
   now.descr = "photos";
-  EXPECT_EQ(markChanges({kAlice}, {now}), (Rows{{Change::kNone, now}}));
+  EXPECT_EQ(markChanges({kAliceRow}, {now}), (Rows{{Change::kNone, now}}));
 }
 
 TEST(MarkChanges, FollowsRowsThatChangePlaces) {
-  EXPECT_EQ(markChanges({kAlice, kBob}, {kBob, kAlice}),
-            (Rows{{Change::kNone, kBob}, {Change::kNone, kAlice}}));
+  EXPECT_EQ(markChanges({kAliceRow, kBobRow}, {kBobRow, kAliceRow}),
+            (Rows{{Change::kNone, kBobRow}, {Change::kNone, kAliceRow}}));
 }
 
 TEST(MarkChanges, CountsEqualRowsOneByOne) {
-  EXPECT_EQ(markChanges({kAlice, kAlice, kAlice}, {kAlice}),
-            (Rows{{Change::kNone, kAlice}, {Change::kWent, kAlice}, {Change::kWent, kAlice}}));
-  EXPECT_EQ(markChanges({kAlice}, {kAlice, kAlice}),
-            (Rows{{Change::kNone, kAlice}, {Change::kCame, kAlice}}));
+  EXPECT_EQ(
+      markChanges({kAliceRow, kAliceRow, kAliceRow}, {kAliceRow}),
+      (Rows{{Change::kNone, kAliceRow}, {Change::kWent, kAliceRow}, {Change::kWent, kAliceRow}}));
+  EXPECT_EQ(markChanges({kAliceRow}, {kAliceRow, kAliceRow}),
+            (Rows{{Change::kNone, kAliceRow}, {Change::kCame, kAliceRow}}));
 }
 
 TEST(PageOfRows, CutsWithoutCountingWhoWent) {
-  const Rows rows = {{Change::kWent, kAlice},
-                     {Change::kNone, kBob},
+  const Rows rows = {{Change::kWent, kAliceRow},
+                     {Change::kNone, kBobRow},
                      {Change::kWent, kCarol},
                      {Change::kNone, kDave}};
   EXPECT_EQ(pageOfRows(rows, 0, 0), rows);
@@ -70,7 +71,7 @@ TEST(PageOfRows, CutsWithoutCountingWhoWent) {
 }
 
 TEST(PageOfRows, TakesTheGreatestNumbers) {
-  EXPECT_EQ(pageOfRows({{Change::kNone, kBob}}, 2147483647, 2147483647), Rows{});
+  EXPECT_EQ(pageOfRows({{Change::kNone, kBobRow}}, 2147483647, 2147483647), Rows{});
 }
 
 }  // namespace

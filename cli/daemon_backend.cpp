@@ -1,0 +1,157 @@
+#include "daemon_backend.h"
+
+#include <array>
+#include <cerrno>
+#include <optional>
+#include <string_view>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <utility>
+
+#include <json/writer.h>
+
+#include "base/file_descriptor.h"
+#include "base/file_failure.h"
+#include "json_text.h"
+
+namespace cli {
+namespace {
+
+constexpr std::string_view kPath = "/api/ZEVO.Core.CurrentConnection/1/";
+constexpr std::string_view kDataStart = R"({"data":)";
+constexpr int kOk = 200;
+
+// Connected to root; none, with errno set, where that cannot be.
+zevo::FileDescriptor connectTo(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) {
+    errno = ENAMETOOLONG;
+    return {};
+  }
+  path.copy(address.sun_path, path.size());
+  zevo::FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  if (!connection) return {};
+  const auto* target = reinterpret_cast<const sockaddr*>(&address);
+  if (::connect(connection.get(), target, sizeof address) != 0) return {};
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  if (::getsockopt(connection.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0) return {};
+  if (peer.uid == 0) return connection;
+  errno = EPERM;
+  return {};
+}
+
+std::string requestFor(const std::string& method, const Json::Value& parameters) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  const std::string body = Json::writeString(builder, parameters);
+  std::string headers;
+  const auto add = [&headers](std::string_view name, std::string_view value) {
+    headers.append(name).append(1, '\0').append(value).append(1, '\0');
+  };
+  add("CONTENT_LENGTH", std::to_string(body.size()));
+  add("SCGI", "1");
+  add("REQUEST_METHOD", "POST");
+  add("REQUEST_URI", std::string(kPath) + method);
+  add("CONTENT_TYPE", "application/json");
+  return std::to_string(headers.size()) + ":" + headers + "," + body;
+}
+
+bool sendAll(int connection, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent < 0 && errno != EINTR) return false;
+    if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return true;
+}
+
+// All that comes until the other side is closed.
+std::optional<std::string> receiveAll(int connection) {
+  std::string received;
+  std::array<char, 65536> buffer{};
+  while (true) {
+    const ssize_t got = ::recv(connection, buffer.data(), buffer.size(), 0);
+    if (got == 0) return received;
+    if (got > 0) received.append(buffer.data(), static_cast<std::size_t>(got));
+    if (got < 0 && errno != EINTR) return std::nullopt;
+  }
+}
+
+int statusOf(std::string_view headers) {
+  constexpr std::string_view kName = "Status: ";
+  if (!headers.starts_with(kName)) return 0;
+  int status = 0;
+  for (const char digit : headers.substr(kName.size(), 3)) {
+    if (digit < '0' || digit > '9') return 0;
+    status = status * 10 + (digit - '0');
+  }
+  return status;
+}
+
+bool isMethodsOwn(int code) {
+  return code == kCodeNotAdministrator || code == kCodeFailed || code == kCodeTooFewAdministrators;
+}
+
+Answer answerOfProblem(const Json::Value& document) {
+  Answer answer;
+  const Json::Value code = document.get("code", Json::Value());
+  answer.code = code.isInt() ? code.asInt() : 0;
+  const Json::Value causes = document.get("causes", Json::Value());
+  for (const Json::Value& cause : causes) {
+    if (cause.isString()) answer.causes.push_back(cause.asString());
+  }
+  if (isMethodsOwn(answer.code)) {
+    answer.status = Answer::Status::kRefused;
+    return answer;
+  }
+  const Json::Value detail = document.get("detail", Json::Value());
+  return failedAnswer("the daemon answered: " +
+                      (detail.isString() ? detail.asString() : "(no reason given)"));
+}
+
+}  // namespace
+
+DaemonBackend::DaemonBackend(std::string socketPath) : socketPath_(std::move(socketPath)) {}
+
+bool DaemonBackend::isThere() const {
+  return static_cast<bool>(connectTo(socketPath_));
+}
+
+Answer DaemonBackend::call(const std::string& method, const Json::Value& parameters) {
+  const auto failure = [this](const char* verb) {
+    return failedAnswer(zevo::FileFailure{verb, socketPath_, errno}.text());
+  };
+  const zevo::FileDescriptor connection = connectTo(socketPath_);
+  if (!connection) return failure("connect to");
+  if (!sendAll(connection.get(), requestFor(method, parameters))) return failure("write to");
+  const auto received = receiveAll(connection.get());
+  return received ? answerOfDaemon(*received) : failure("read from");
+}
+
+void DaemonBackend::noteUnanswered(const std::string& /*method*/, const Json::Value& /*parameters*/,
+                                   const Answer& /*answer*/) {}
+
+Answer answerOfDaemon(const std::string& received) {
+  constexpr std::string_view kEnd = "\r\n\r\n";
+  const std::size_t end = received.find(kEnd);
+  if (end == std::string::npos) return failedAnswer("the daemon gave no answer");
+  const int status = statusOf(std::string_view(received).substr(0, end));
+  std::string body = received.substr(end + kEnd.size());
+  if (body.ends_with('\n')) body.pop_back();
+  if (status == kOk && body.starts_with(kDataStart) && body.ends_with('}')) {
+    return {Answer::Status::kDone,
+            0,
+            body.substr(kDataStart.size(), body.size() - kDataStart.size() - 1),
+            {}};
+  }
+  const std::optional<Json::Value> document = parseJson(body);
+  if (status == kOk || !document || !document->isObject()) {
+    return failedAnswer("the daemon's answer makes no sense");
+  }
+  return answerOfProblem(*document);
+}
+
+}  // namespace cli

@@ -1,0 +1,29 @@
+// The daemon of this server, asked over its local socket as whoever runs this program.
+#pragma once
+
+#include <string>
+
+#include "backend.h"
+
+namespace cli {
+
+class DaemonBackend : public Backend {
+ public:
+  explicit DaemonBackend(std::string socketPath);
+
+  // Whether root listens there: another account's answers would not be believed.
+  [[nodiscard]] bool isThere() const;
+
+  Answer call(const std::string& method, const Json::Value& parameters) override;
+  // The daemon logs what it was asked.
+  void noteUnanswered(const std::string& method, const Json::Value& parameters,
+                      const Answer& answer) override;
+
+ private:
+  std::string socketPath_;
+};
+
+// The answer in what the daemon sent: header lines, an empty line, a JSON document.
+Answer answerOfDaemon(const std::string& received);
+
+}  // namespace cli

@@ -1,0 +1,153 @@
+#include "daemon_backend.h"
+
+#include <filesystem>
+#include <grp.h>
+#include <optional>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace cli {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+std::string answerText(const std::string& status, const std::string& body) {
+  return "Status: " + status + "\r\nContent-Type: application/json\r\n\r\n" + body + "\n";
+}
+
+TEST(DaemonAnswer, OfAMethodIsItsResultAsItIs) {
+  const Answer expected = {Answer::Status::kDone, 0, R"({"items":[], "total":0})", {}};
+  EXPECT_EQ(answerOfDaemon(answerText("200 OK", R"({"data":{"items":[], "total":0}})")), expected);
+}
+
+TEST(DaemonAnswer, OfARefusalIsItsCodeAndCauses) {
+  const Answer expected = {Answer::Status::kRefused, 117, "", {"one", "two"}};
+  EXPECT_EQ(answerOfDaemon(answerText("500 Internal Server Error",
+                                      R"({"code":117,"causes":["one",2,"two"],"detail":"x"})")),
+            expected);
+}
+
+TEST(DaemonAnswer, OfTheDaemonItselfIsAFailureWithItsReason) {
+  const Answer answer = answerOfDaemon(
+      answerText("503 Service Unavailable", R"({"code":503,"detail":"Try again."})"));
+  EXPECT_EQ(answer.status, Answer::Status::kFailed);
+  EXPECT_THAT(answer.causes, ElementsAre("the daemon answered: Try again."));
+}
+
+TEST(DaemonAnswer, ThatIsNoneIsAFailure) {
+  for (const char* text : {"", "Status: 200 OK\r\n\r\n", "Status: 200 OK\r\n\r\n[]\n",
+                           "Status: 200 OK\r\n\r\n{\"x\":1}", "Status: 2x0 OK\r\n\r\n{\"data\":1}!",
+                           "Status: 500 No\r\n\r\n[1]", "no header lines"}) {
+    const Answer answer = answerOfDaemon(text);
+    EXPECT_EQ(answer.status, Answer::Status::kFailed) << text;
+    EXPECT_FALSE(answer.causes.empty()) << text;
+  }
+}
+
+// A socket on which a child answers one call and writes down what it was asked.
+class DaemonBackendTest : public ::testing::Test {
+ protected:
+  DaemonBackendTest() {
+    std::string pattern = (fs::temp_directory_path() / "currentconn-XXXXXX").string();
+    EXPECT_NE(::mkdtemp(pattern.data()), nullptr);
+    folder_ = pattern;
+    fs::permissions(folder_, fs::perms(0777));
+    path_ = (folder_ / "local.sock").string();
+  }
+  ~DaemonBackendTest() override {
+    if (child_ > 0) {
+      ::kill(child_, SIGKILL);
+      ::waitpid(child_, nullptr, 0);
+    }
+    fs::remove_all(folder_);
+  }
+
+  void answer(const std::string& text, uid_t user = 0) {
+    int ready[2] = {-1, -1};
+    ASSERT_EQ(::pipe(ready), 0);
+    int asked[2] = {-1, -1};
+    ASSERT_EQ(::pipe(asked), 0);
+    child_ = ::fork();
+    if (child_ == 0) serve(text, user, ready[1], asked[1]);
+    ::close(ready[1]);
+    ::close(asked[1]);
+    char byte = 0;
+    EXPECT_EQ(::read(ready[0], &byte, 1), 1);
+    ::close(ready[0]);
+    asked_ = asked[0];
+  }
+  std::string asked() {
+    std::string all(4096, '\0');
+    const ssize_t got = ::read(asked_, all.data(), all.size());
+    all.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return all;
+  }
+
+  fs::path folder_;
+  std::string path_;
+
+ private:
+  [[noreturn]] void serve(const std::string& text, uid_t user, int ready, int asked) {
+    if (user != 0 && (::setgroups(0, nullptr) != 0 || ::setuid(user) != 0)) ::_exit(1);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path_.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int listener = ::socket(AF_UNIX, SOCK_STREAM, 0);
+    if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) ::_exit(1);
+    if (::listen(listener, 8) != 0 || ::write(ready, "r", 1) != 1) ::_exit(1);
+    while (true) {
+      const int connection = ::accept(listener, nullptr, nullptr);
+      char request[4096];
+      const ssize_t got = ::recv(connection, request, sizeof request, 0);
+      if (got > 0 && ::write(asked, request, static_cast<std::size_t>(got)) != got) ::_exit(1);
+      ::send(connection, text.data(), text.size(), MSG_NOSIGNAL);
+      ::close(connection);
+    }
+  }
+
+  pid_t child_ = -1;
+  int asked_ = -1;
+};
+
+TEST_F(DaemonBackendTest, SendsOneRequestAndTakesItsAnswer) {
+  answer(answerText("200 OK", R"({"data":[1]})"));
+  DaemonBackend backend(path_);
+  Json::Value parameters(Json::objectValue);
+  parameters["sort_by"] = "who";
+  EXPECT_EQ(backend.call("list_by_user", parameters),
+            (Answer{Answer::Status::kDone, 0, "[1]", {}}));
+  const std::string nul(1, '\0');
+  const std::string headers = "CONTENT_LENGTH" + nul + "17" + nul + "SCGI" + nul + "1" + nul +
+                              "REQUEST_METHOD" + nul + "POST" + nul + "REQUEST_URI" + nul +
+                              "/api/ZEVO.Core.CurrentConnection/1/list_by_user" + nul +
+                              "CONTENT_TYPE" + nul + "application/json" + nul;
+  EXPECT_EQ(asked(), std::to_string(headers.size()) + ":" + headers + R"(,{"sort_by":"who"})");
+}
+
+TEST_F(DaemonBackendTest, IsNotThereWithoutAListener) {
+  EXPECT_FALSE(DaemonBackend(path_).isThere());
+  EXPECT_FALSE(DaemonBackend(std::string(500, 'x')).isThere());
+  const Answer answer = DaemonBackend(path_).call("list_by_user", Json::Value(Json::objectValue));
+  EXPECT_EQ(answer.status, Answer::Status::kFailed);
+  ASSERT_EQ(answer.causes.size(), 1U);
+  EXPECT_THAT(answer.causes[0], HasSubstr(path_));
+}
+
+TEST_F(DaemonBackendTest, DoesNotBelieveAnybodyButRoot) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can let another account listen";
+  answer(answerText("200 OK", R"({"data":[1]})"), 65534);
+  EXPECT_FALSE(DaemonBackend(path_).isThere());
+  EXPECT_EQ(DaemonBackend(path_).call("list_by_user", Json::Value(Json::objectValue)).status,
+            Answer::Status::kFailed);
+}
+
+}  // namespace
+}  // namespace cli
