@@ -283,6 +283,17 @@ TEST_F(RemoveLogins, WorksAsRoot) {
   EXPECT_EQ(platform.systemLog.lines().size(), 3U);
 }
 
+TEST_F(RemoveLogins, SucceedsWhereTheIdsAreNotRestored) {
+  platform.ids.become(0, 100);
+  platform.ids.refuse(2, EPERM);
+  EXPECT_TRUE(remove(withIds({"id1"})));
+  EXPECT_EQ(platform.calls.of({"VLIBCFileSetLine"}).size(), 1U);
+  EXPECT_THAT(platform.systemLog.texts(),
+              ElementsAre("38 main:200 WARNING: setresgid(-1, 0, -1)",
+                          "35 main:240 ERROR: setresgid(-1, 100, -1) [Operation not permitted]",
+                          "35 main:240 ERROR: LEAVECriticalSection"));
+}
+
 TEST_F(RemoveLogins, FailsWithoutALogLineWhereTheSectionIsNotEntered) {
   platform.refusals.refuse("ZevoCgiBeginCriticalSection");
   EXPECT_FALSE(remove(withIds({"id1"})));
