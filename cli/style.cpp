@@ -12,6 +12,8 @@ std::string_view rendition(Style style) {
       return "32";  // green
     case Style::kWent:
       return "31";  // red
+    case Style::kFaint:
+      return "2";
     case Style::kPlain:
       break;
   }

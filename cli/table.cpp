@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "columns.h"
+#include "kick_plan.h"
 #include "style.h"
 
 namespace cli {
@@ -65,8 +66,9 @@ std::string_view markOf(Change change) {
   return "  ";
 }
 
-Style styleOf(Change change) {
-  switch (change) {
+// A row that no kick can end is faint: kick itself says why.
+Style styleOf(const Row& row) {
+  switch (row.change) {
     case Change::kCame:
       return Style::kCame;
     case Change::kWent:
@@ -74,7 +76,7 @@ Style styleOf(Change change) {
     case Change::kNone:
       break;
   }
-  return Style::kPlain;
+  return whyNotEnded(row.connection).empty() ? Style::kPlain : Style::kFaint;
 }
 
 }  // namespace
@@ -96,7 +98,7 @@ Table makeTable(const std::vector<Row>& rows, const Look& look) {
   for (std::size_t i = 0; i < cells.size(); ++i) {
     const Change change = i == 0 ? Change::kNone : rows[i - 1].change;
     const std::string mark(hasMarks ? markOf(change) : "");
-    const Style style = i == 0 ? Style::kHeader : styleOf(change);
+    const Style style = i == 0 ? Style::kHeader : styleOf(rows[i - 1]);
     table.lines.push_back(
         styled(mark + joinCells(cells[i], widths, look.charset), style, look.colours));
   }

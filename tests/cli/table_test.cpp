@@ -100,11 +100,22 @@ TEST(Table, ColoursWholeLinesOnly) {
   look.changes = true;
   look.colours = true;
   look.width = 22;
-  const Table table = makeTable({{Change::kCame, kBob}, {Change::kNone, kBob}}, look);
+  const Table table = makeTable({{Change::kCame, kBob}, {Change::kNone, kAlice}}, look);
   EXPECT_EQ(table.lines[0].substr(0, 6), "\x1b[1m  ");
   EXPECT_EQ(table.lines[1].substr(0, 7), "\x1b[32m+ ");
   EXPECT_EQ(table.lines[1].substr(table.lines[1].size() - 4), "\x1b[0m");
   EXPECT_EQ(table.lines[2].find('\x1b'), std::string::npos);
+}
+
+TEST(Table, ShowsFaintlyWhatNoKickCanEnd) {
+  Look look;
+  look.colours = true;
+  Connection nfs = kAlice;
+  nfs.type = "NFS";
+  const Table table = makeTable(unchangedRows({kAlice, nfs, kBob}), look);
+  EXPECT_EQ(table.lines[1].find('\x1b'), std::string::npos);
+  EXPECT_EQ(table.lines[2].substr(0, 4), "\x1b[2m");
+  EXPECT_EQ(table.lines[3].substr(0, 4), "\x1b[2m") << "it has no address";
 }
 
 TEST(FitColumns, GivesWhatIsWantedWhereItFits) {
