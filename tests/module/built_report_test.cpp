@@ -11,24 +11,15 @@
 #include "module/built_module.h"
 #include "module/captured_output.h"
 #include "module/registry_stand_in.h"
+#include "module/report_text.h"
 
 namespace {
 
 using module_test::Connected;
+using module_test::kReportFoot;
 
-const std::string kHead =
-    "Content-Type:application/xxx\r\n"
-    "Content-Disposition:attachment; filename=\"currentlog.html\"\r\n"
-    "\r\n"
-    "<html><head>\n"
-    "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8;\">\n"
-    "<title>Current connections</title>\n"
-    "</head>\n"
-    "<body>\n"
-    "<center><h2> Current connections </h2></center>\n"
-    "<table border=1 width=95%>\n"
-    "<tr><th>Time</th><th>User</th><th>Client</th><th>service</th><th>Resource</th></tr>\n";
-const std::string kFoot = "</table></body></html>";
+const std::string kHead = module_test::reportHead(
+    "Current connections", {"Time", "User", "Client", "service", "Resource"});
 
 std::string row(const std::vector<std::string>& cells) {
   std::string text = "<tr>";
@@ -71,7 +62,7 @@ TEST_F(BuiltReport, IsForAdministratorsOnly) {
 }
 
 TEST_F(BuiltReport, HasAPageWithoutRowsWhereNobodyIsConnected) {
-  EXPECT_EQ(download({}), kHead + kFoot);
+  EXPECT_EQ(download({}), kHead + kReportFoot);
   EXPECT_FALSE(response.HasOutcome());
   EXPECT_FALSE(response.IsOutputEnabled());
 }
@@ -83,7 +74,7 @@ TEST_F(BuiltReport, EncodesCellsAndWritesRowsOnOneLine) {
       kHead + row({"2", "bob", "h", "CIFS", "&lt;script&gt;"}) +
           row({"1", "&lt;b&gt;&quot;al&#39;ice&quot;", "f&amp;g", "SSH",
                "\xE2\x80\xAE\xE6\x97\xA5\x01 %s"}) +
-          kFoot);
+          kReportFoot);
 }
 
 TEST_F(BuiltReport, SortsAndFilters) {
@@ -116,7 +107,7 @@ TEST_F(BuiltReport, HoldsTenThousandRows) {
     connections.push_back({number, "f" + number, "u" + number, "d" + number, ZEVO_CURCONN_FTP});
     rows += row({number, "u" + number, "f" + number, "FTP", "d" + number});
   }
-  EXPECT_EQ(download(connections), kHead + rows + kFoot);
+  EXPECT_EQ(download(connections), kHead + rows + kReportFoot);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "fakes/texts.h"
 #include "methods/log_info_list.h"
 #include "module/captured_output.h"
+#include "module/report_text.h"
 #include "module/support.h"
 
 namespace {
@@ -10,24 +11,14 @@ using fakes::Record;
 using module_test::byAdministrator;
 using module_test::kCifs;
 using module_test::kHttp;
+using module_test::kReportFoot;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 // The page up to its first row. The double's texts hold markup, which titles show as it is.
-const std::string kHead =
-    "Content-Type:application/xxx\r\n"
-    "Content-Disposition:attachment; filename=\"currentlog.html\"\r\n"
-    "\r\n"
-    "<html><head>\n"
-    "<meta http-equiv=\"Content-Type\" content=\"text/html; charset=utf-8;\">\n"
-    "<title><log_link_current_conn> & text</title>\n"
-    "</head>\n"
-    "<body>\n"
-    "<center><h2> <log_link_current_conn> & text </h2></center>\n"
-    "<table border=1 width=95%>\n"
-    "<tr><th><log_time> & text</th><th><log_account> & text</th><th><log_client> & text</th>"
-    "<th>service</th><th><log_resource> & text</th></tr>\n";
-const std::string kFoot = "</table></body></html>";
+const std::string kHead = module_test::reportHead(
+    "<log_link_current_conn> & text", {"<log_time> & text", "<log_account> & text",
+                                       "<log_client> & text", "service", "<log_resource> & text"});
 
 // A row of cells as the double encodes them.
 std::string row(const std::vector<std::string>& cells) {
@@ -75,14 +66,14 @@ TEST_F(Download, RefusesWhoIsNoAdministratorAndWritesNothing) {
 
 TEST_F(Download, WritesAPageWithoutRowsWhereNobodyIsConnected) {
   script({});
-  EXPECT_EQ(download(), kHead + kFoot);
+  EXPECT_EQ(download(), kHead + kReportFoot);
 }
 
 TEST_F(Download, WritesTheRowsOnOneLine) {
   script({{7, "2", "10.0.0.1", "alice", "media", kCifs}},
          {{8, "1", "10.0.0.2", "bob", "Firefox", kHttp}});
   EXPECT_EQ(download(), kHead + row({"2", "alice", "10.0.0.1", "CIFS", "media"}) +
-                            row({"1", "bob", "10.0.0.2", "HTTP/HTTPS", "Firefox"}) + kFoot);
+                            row({"1", "bob", "10.0.0.2", "HTTP/HTTPS", "Firefox"}) + kReportFoot);
 }
 
 TEST_F(Download, SwitchesTheHostsOutputOffAndRecordsNoOutcome) {
@@ -111,10 +102,10 @@ TEST_F(Download, GoesItsStepsInOrder) {
 TEST_F(Download, ShowsWhatWasCollectedWhereASourceFails) {
   platform.services.answerWithoutBlock(-1);
   platform.logins.answer({{8, "1", "f", "bob", "d", kHttp}});
-  EXPECT_EQ(download(), kHead + row({"1", "bob", "f", "HTTP/HTTPS", "d"}) + kFoot);
+  EXPECT_EQ(download(), kHead + row({"1", "bob", "f", "HTTP/HTTPS", "d"}) + kReportFoot);
   platform.services.answer({{7, "2", "f", "alice", "d", kCifs}});
   platform.logins.answerWithoutBlock(-1);
-  EXPECT_EQ(download(), kHead + row({"2", "alice", "f", "CIFS", "d"}) + kFoot);
+  EXPECT_EQ(download(), kHead + row({"2", "alice", "f", "CIFS", "d"}) + kReportFoot);
   EXPECT_EQ(platform.systemLog.lines().size(), 2U);
   EXPECT_FALSE(response.HasOutcome());
 }
@@ -124,9 +115,9 @@ TEST_F(Download, FiltersSortsAndHidesAsTheListDoes) {
           {8, "1", "f", "bob", "b", kCifs},
           {9, "3", "f", "ghost", "c", kCifs},
           {6, "4", "f", "bob", "d", ZEVO_CURCONN_SSH}});
-  EXPECT_EQ(
-      download(R"({"filter": "cifs", "sort_by": "who", "sort_direction": "asc"})"),
-      kHead + row({"2", "alice", "f", "CIFS", "a"}) + row({"1", "bob", "f", "CIFS", "b"}) + kFoot);
+  EXPECT_EQ(download(R"({"filter": "cifs", "sort_by": "who", "sort_direction": "asc"})"),
+            kHead + row({"2", "alice", "f", "CIFS", "a"}) + row({"1", "bob", "f", "CIFS", "b"}) +
+                kReportFoot);
 }
 
 TEST_F(Download, SortsByEachField) {
@@ -145,15 +136,15 @@ TEST_F(Download, SortsByEachField) {
 
 TEST_F(Download, IsInDescendingOrderOfTimeByDefault) {
   script({{1, "1", "f", "bob", "d", kCifs}, {2, "2", "f", "bob", "d", kCifs}});
-  EXPECT_EQ(
-      download(R"({"sort_direction": "ascending", "sort_by": "pid", "filter": ""})"),
-      kHead + row({"2", "bob", "f", "CIFS", "d"}) + row({"1", "bob", "f", "CIFS", "d"}) + kFoot);
+  EXPECT_EQ(download(R"({"sort_direction": "ascending", "sort_by": "pid", "filter": ""})"),
+            kHead + row({"2", "bob", "f", "CIFS", "d"}) + row({"1", "bob", "f", "CIFS", "d"}) +
+                kReportFoot);
 }
 
 TEST_F(Download, DoesNotFilterWithoutAText) {
   for (const char* parameters : {"{}", R"({"filter": ""})", R"({"filter": 1})"}) {
     script({{7, "1", "f", "alice", "d", kCifs}});
-    EXPECT_EQ(download(parameters), kHead + row({"1", "alice", "f", "CIFS", "d"}) + kFoot);
+    EXPECT_EQ(download(parameters), kHead + row({"1", "alice", "f", "CIFS", "d"}) + kReportFoot);
   }
   EXPECT_THAT(platform.upperCasing.sources(), IsEmpty());
 }
@@ -161,27 +152,28 @@ TEST_F(Download, DoesNotFilterWithoutAText) {
 TEST_F(Download, ShowsTheWholeListWhereTheFilterCannotBeUpperCased) {
   platform.upperCasing.failFor("x");
   script({{7, "1", "f", "alice", "d", kCifs}});
-  EXPECT_EQ(download(R"({"filter": "x"})"), kHead + row({"1", "alice", "f", "CIFS", "d"}) + kFoot);
+  EXPECT_EQ(download(R"({"filter": "x"})"),
+            kHead + row({"1", "alice", "f", "CIFS", "d"}) + kReportFoot);
   EXPECT_EQ(platform.systemLog.lines().size(), 1U);
 }
 
 TEST_F(Download, KnowsNoPages) {
   script({{1, "1", "f", "bob", "d", kCifs}, {2, "2", "f", "bob", "d", kCifs}});
-  EXPECT_EQ(
-      download(R"({"start": 1, "limit": 1, "offset": 1})"),
-      kHead + row({"2", "bob", "f", "CIFS", "d"}) + row({"1", "bob", "f", "CIFS", "d"}) + kFoot);
+  EXPECT_EQ(download(R"({"start": 1, "limit": 1, "offset": 1})"),
+            kHead + row({"2", "bob", "f", "CIFS", "d"}) + row({"1", "bob", "f", "CIFS", "d"}) +
+                kReportFoot);
 }
 
 TEST_F(Download, EncodesEveryCell) {
   const std::string hostile = "<script>alert('1')</script>\"&%s%n\x01\x7F\xE2\x80\xAE\xFF";
   platform.accounts.add(hostile, 1000);
   script({{1, hostile, hostile, hostile, hostile, kCifs}});
-  EXPECT_EQ(download(), kHead + row({hostile, hostile, hostile, "CIFS", hostile}) + kFoot);
+  EXPECT_EQ(download(), kHead + row({hostile, hostile, hostile, "CIFS", hostile}) + kReportFoot);
 }
 
 TEST_F(Download, WritesEmptyCells) {
   script({{1, "", "", "", "", ZEVO_CURCONN_NFS}});
-  EXPECT_EQ(download(), kHead + row({"", "", "", "NFS", ""}) + kFoot);
+  EXPECT_EQ(download(), kHead + row({"", "", "", "NFS", ""}) + kReportFoot);
 }
 
 TEST_F(Download, WritesTenThousandRows) {
@@ -193,7 +185,7 @@ TEST_F(Download, WritesTenThousandRows) {
     rows += row({number, "alice", "f" + number, "CIFS", "d" + number});
   }
   script(records);
-  EXPECT_EQ(download(R"({"sort_direction": "ASC"})"), kHead + rows + kFoot);
+  EXPECT_EQ(download(R"({"sort_direction": "ASC"})"), kHead + rows + kReportFoot);
 }
 
 TEST_F(Download, KeepsTheLastTextAndTheColumnCountBetweenCalls) {
@@ -207,7 +199,7 @@ TEST_F(Download, KeepsTheLastTextAndTheColumnCountBetweenCalls) {
 TEST_F(Download, IsRightASecondTime) {
   for (int i = 0; i < 2; ++i) {
     script({{1, "1", "f", "bob", "d", kCifs}});
-    EXPECT_EQ(download(), kHead + row({"1", "bob", "f", "CIFS", "d"}) + kFoot) << i;
+    EXPECT_EQ(download(), kHead + row({"1", "bob", "f", "CIFS", "d"}) + kReportFoot) << i;
   }
 }
 
