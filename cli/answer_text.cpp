@@ -15,9 +15,9 @@ void putText(std::string_view text, std::string* out) {
   out->append(std::to_string(text.size())).append(":").append(text);
 }
 
-class Reader {
+class AnswerReader {
  public:
-  explicit Reader(std::string_view text) : rest_(text) {}
+  explicit AnswerReader(std::string_view text) : rest_(text) {}
 
   bool takeText(std::string_view* text) {
     std::size_t length = 0;
@@ -44,7 +44,7 @@ class Reader {
   std::string_view rest_;
 };
 
-bool takeCauses(Reader* reader, std::vector<std::string>* causes) {
+bool takeCauses(AnswerReader* reader, std::vector<std::string>* causes) {
   int count = 0;
   if (!reader->takeNumber(&count)) return false;
   for (int i = 0; i < count; ++i) {
@@ -68,7 +68,7 @@ std::string textOfAnswer(const Answer& answer) {
 }
 
 std::optional<Answer> answerFromText(const std::string& text) {
-  Reader reader(text);
+  AnswerReader reader(text);
   Answer answer;
   int status = 0;
   std::string_view data;

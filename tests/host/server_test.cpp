@@ -65,6 +65,15 @@ class ServerTest : public testing::Test {
     return got < 0 ? "broken connection" : all;
   }
   [[nodiscard]] std::string call(const std::string& what) const { return receive(connect(what)); }
+  // The same, again while the places of calls that were just answered are not yet free.
+  [[nodiscard]] std::string callWhenThereIsRoom(const std::string& what) const {
+    std::string answer = call(what);
+    for (int i = 0; i < 500 && answer.starts_with("Status: 503 "); ++i) {
+      ::usleep(10000);
+      answer = call(what);
+    }
+    return answer;
+  }
 
   TemporaryFolder folder_;
   const std::string path_ = folder_.file("web.sock");
@@ -158,7 +167,7 @@ TEST_F(ServerTest, TurnsAwayWhatIsTooMuchAndServesTheNext) {
   EXPECT_THAT(turnedAway, StartsWith("Status: 503 "));
   EXPECT_THAT(turnedAway, HasSubstr("\r\nRetry-After: "));
   for (const auto& client : hanging) EXPECT_THAT(receive(client), StartsWith("Status: 504 "));
-  EXPECT_EQ(call("p"), "pong");
+  EXPECT_EQ(callWhenThereIsRoom("p"), "pong");
 }
 
 TEST_F(ServerTest, AnswersFiveHundredAtOnceEachInOneWay) {
@@ -167,7 +176,7 @@ TEST_F(ServerTest, AnswersFiveHundredAtOnceEachInOneWay) {
   for (const auto& client : clients) {
     EXPECT_THAT(receive(client), testing::AnyOf("pong", StartsWith("Status: 503 ")));
   }
-  EXPECT_EQ(call("p"), "pong");
+  EXPECT_EQ(callWhenThereIsRoom("p"), "pong");
 }
 
 TEST_F(ServerTest, EndsWhatACallLeavesBehind) {
