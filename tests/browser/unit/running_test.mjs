@@ -1,11 +1,12 @@
 import assert from 'node:assert/strict';
-import { mock, test } from 'node:test';
+import { test } from 'node:test';
 import { ApiFailure, sentenceOf } from '../../../web/script/model/failure.js';
 import { patiently } from '../../../web/script/model/patience.js';
 import { runSideBySide } from '../../../web/script/model/pool.js';
 import { Refresher } from '../../../web/script/model/refresher.js';
 import { coverage, Selection } from '../../../web/script/model/selection.js';
 import { connection } from '../stand_in/world.mjs';
+import { FakeClock } from './fake_clock.mjs';
 
 const settle = () => new Promise((resolve) => setImmediate(resolve));
 
@@ -92,44 +93,43 @@ test('every failure has its sentence', () => {
 
 // A refresher whose readings end when they are told to.
 function scriptedRefresher() {
-  mock.timers.enable({ apis: ['setTimeout'] });
   const readings = [];
   const read = (signal, isAutomatic) =>
     new Promise((resolve) => readings.push({ signal, isAutomatic, end: (wait = 0) => resolve(wait) }));
-  return { readings, refresher: new Refresher(read, 5000) };
+  return { clock: new FakeClock(), readings, refresher: new Refresher(read, 5000) };
 }
 
-async function endAndWait(reading, time, wait) {
+async function endAndWait(clock, reading, time, wait) {
   reading.end(wait);
   await settle();
-  mock.timers.tick(time);
+  clock.tick(time);
   await settle();
 }
 
 test('the next reading begins its interval after the one before has ended', async () => {
-  const { readings, refresher } = scriptedRefresher();
+  const { clock, readings, refresher } = scriptedRefresher();
   refresher.start();
-  mock.timers.tick(60_000);
+  clock.tick(60_000);
   assert.equal(readings.length, 1);
-  await endAndWait(readings[0], 4999);
+  await endAndWait(clock, readings[0], 4999);
   assert.equal(readings.length, 1);
-  mock.timers.tick(1);
+  clock.tick(1);
   assert.equal(readings.length, 2);
-  mock.timers.reset();
+  clock.reset();
 });
 
 test('a reading that asks for more time gets it', async () => {
-  const { readings, refresher } = scriptedRefresher();
+  const { clock, readings, refresher } = scriptedRefresher();
   refresher.start();
-  await endAndWait(readings[0], 29_999, 30_000);
+  await endAndWait(clock, readings[0], 29_999, 30_000);
   assert.equal(readings.length, 1);
-  mock.timers.tick(1);
+  clock.tick(1);
   assert.equal(readings.length, 2);
-  mock.timers.reset();
+  clock.reset();
 });
 
 test('reading now takes the place of a reading under way and is not automatic', async () => {
-  const { readings, refresher } = scriptedRefresher();
+  const { clock, readings, refresher } = scriptedRefresher();
   refresher.start();
   refresher.now();
   assert.deepEqual(
@@ -139,32 +139,32 @@ test('reading now takes the place of a reading under way and is not automatic', 
       [false, false],
     ],
   );
-  await endAndWait(readings[0], 5000);
+  await endAndWait(clock, readings[0], 5000);
   assert.equal(readings.length, 2);
-  await endAndWait(readings[1], 5000);
+  await endAndWait(clock, readings[1], 5000);
   assert.equal(readings.length, 3);
-  mock.timers.reset();
+  clock.reset();
 });
 
 test('a paused one reads when it is asked to and pauses again', async () => {
-  const { readings, refresher } = scriptedRefresher();
+  const { clock, readings, refresher } = scriptedRefresher();
   refresher.start();
-  await endAndWait(readings[0], 0);
+  await endAndWait(clock, readings[0], 0);
   refresher.pause();
-  mock.timers.tick(60_000);
+  clock.tick(60_000);
   assert.equal(readings.length, 1);
   refresher.now();
-  await endAndWait(readings[1], 60_000);
+  await endAndWait(clock, readings[1], 60_000);
   assert.equal(readings.length, 2);
-  mock.timers.reset();
+  clock.reset();
 });
 
 test('a stopped one drops the reading under way', () => {
-  const { readings, refresher } = scriptedRefresher();
+  const { clock, readings, refresher } = scriptedRefresher();
   refresher.start();
   refresher.stop();
   assert.equal(readings[0].signal.aborted, true);
-  mock.timers.reset();
+  clock.reset();
 });
 
 const [first, second] = [connection({ pid: 1 }), connection({ pid: 2 })];
