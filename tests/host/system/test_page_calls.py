@@ -74,6 +74,26 @@ class PageCalls(HostTest):
         self.assertEqual(200, self.bob.post("kick_connection", {"service_conn": [row]}).status)
         waiting.until("the connection to end", lambda: processes.established(22) == 0, 5)
 
+    def test_a_process_that_has_another_program_by_now_is_left_alone(self):
+        self.client(Shell, "alice", "10.20.0.3")
+        row = self.row_of("SSH")
+        other = subprocess.Popen(["sleep", "600"])
+        self.addCleanup(other.wait)
+        self.addCleanup(other.kill)
+        stale = row | {"pid": other.pid}
+        self.assertEqual(200, self.bob.post("kick_connection", {"service_conn": [stale]}).status)
+        self.assertIsNone(other.poll())
+        self.assertEqual(row, self.row_of("SSH"))
+
+    def test_ending_the_same_connection_again_harms_nothing(self):
+        self.client(Shell, "alice", "10.20.0.3")
+        row = self.row_of("SSH")
+        stays = self.client(Shell, "alice", "10.20.0.4")
+        for _ in range(2):
+            self.assertEqual(200, self.bob.post("kick_connection", {"service_conn": [row]}).status)
+        self.assertEqual("10.20.0.4", self.row_of("SSH")["from"])
+        self.assertFalse(stays.has_ended())
+
     def test_ones_own_second_browser_at_another_address_is_ended(self):
         second = Client("10.20.0.5")
         second.log_in("bob", PASSWORD)
