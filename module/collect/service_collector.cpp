@@ -4,6 +4,7 @@
 #include "api/privileged_section.h"
 #include "collect/records.h"
 #include "session/merge.h"
+#include "session/sorting.h"
 
 bool SDKSessionListGet(SessionList& out) {
   _tag_ZEVO_CURCONN_* records = nullptr;
@@ -16,7 +17,7 @@ bool SDKSessionListGet(SessionList& out) {
     return false;
   }
   SessionList sessions = sessionsOf(records, count);
-  sessions.sort(SDKSessionCmp);
+  sortServices(sessions);
   SDKSessionListMerge(sessions);
   appendCopies(sessions, out);
   return true;

@@ -7,6 +7,7 @@
 #include "api/parameters.h"
 #include "collect/user_filter.h"
 #include "methods/listing.h"
+#include "session/sorting.h"
 
 namespace {
 
@@ -51,8 +52,7 @@ void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* r
   if (!parameters.loginName.empty())
     complete = keepOwnSessions(parameters.loginName, list) && complete;
   SessionListUidFilter(list);
-  list.sort(
-      Session::Compare(sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection)));
+  sortSessions(list, sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection));
   const Json::Value result = listingResult(list, parameters.page);
   if (complete) {
     response->SetSuccess(result);
