@@ -27,6 +27,7 @@
 #include "collect/user_filter.h"
 #include "methods/listing.h"
 #include "methods/report_page.h"
+#include "session/sorting.h"
 
 namespace {
 
@@ -45,7 +46,7 @@ SessionList sortedSessions(ZEVO::APIRequest* request) {
   SessionList list;
   collectSessions(request, list);
   SessionListUidFilter(list);
-  list.sort(Session::Compare(SessionSortField::time, false));
+  sortSessions(list, SessionSortField::time, false);
   return list;
 }
 
