@@ -184,7 +184,7 @@ def measure_page():
     for folder, _, names in os.walk(PAGE):
         for name in names:
             path = os.path.join(folder, name)
-            if name == "package.json" or ("/texts/" in path and name != "en.json"):
+            if name in ("package.json", "answer.json") or ("/texts/" in path and name != "en.json"):
                 continue
             total += os.path.getsize(path)
             answer = subprocess.run(["curl", "-s", "--compressed", "-o", "/dev/null", "-w", "%{size_download}",
