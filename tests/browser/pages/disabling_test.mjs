@@ -24,7 +24,7 @@ pageTest('what follows is said before anything happens', async ({ driver, world 
   const text = await driver.dialogText();
   for (const sentence of [
     'Disable carol?',
-    'carol can no longer log in to any service of this server.',
+    "carol can no longer log in to services that check this server's accounts.",
     'All logins of carol to this page end, at any address.',
     'chage -E -1 carol',
     '2 connections of carol end now; unsaved work can be lost:',
