@@ -13,8 +13,8 @@ bool collectSessions(ZEVO::APIRequest* request, SessionList& list);
 // sorted list lies scattered in memory.
 void fetch(SessionList::const_iterator session, SessionList::const_iterator end);
 
-// The sessions of `page`, or all of them, as an array of objects.
-Json::Value jsonOf(const SessionList& list, const Page& page = {});
+// The sessions of `page` as an array of objects.
+Json::Value jsonOf(const SessionList& list, const Page& page);
 
 // The result of a listing method: "total", "items" of the page, and "systime" as ctime writes it,
 // line break included.
