@@ -49,28 +49,27 @@ pageTest('nothing is ended when the dialog is cancelled, by button or by key', a
 });
 
 pageTest(
-  'each service row is a call of its own with all its keys, the web logins are one',
+  'each row is a call of its own: a service with all its keys, a web login with user and address',
   async ({ driver, page, world }) => {
     world.connections = [
       connection({ pid: 11, who: 'alice', from: '10.0.0.1', type: 'CIFS' }),
       connection({ pid: 12, who: 'bob', from: '10.0.0.2', type: 'SSH' }),
       webLogin({ pid: 13, who: 'carol', from: '10.0.0.3' }),
       webLogin({ pid: 14, who: 'dave', from: '10.0.0.4' }),
+      webLogin({ pid: 15, who: 'dave', from: '10.0.0.4', descr: 'Chrome' }),
     ];
+    world.kickDelay = 500;
     await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
     await page.check('#head-row input');
     await endSelected(driver);
-    await driver.press('End 4 connections');
-    await driver.dialogTitle('4 of 4 ended');
+    await driver.press('End 5 connections');
+    await driver.dialogTitle('5 of 5 ended');
+    assert.equal(world.mostKicksAtOnce, 4);
     assert.deepEqual(kicks(world), [
       { service_conn: [{ pid: 11, who: 'alice', from: '10.0.0.1', type: 'CIFS' }] },
       { service_conn: [{ pid: 12, who: 'bob', from: '10.0.0.2', type: 'SSH' }] },
-      {
-        http_conn: [
-          { who: 'carol', from: '10.0.0.3' },
-          { who: 'dave', from: '10.0.0.4' },
-        ],
-      },
+      { http_conn: [{ who: 'carol', from: '10.0.0.3' }] },
+      { http_conn: [{ who: 'dave', from: '10.0.0.4' }] },
     ]);
   },
 );
@@ -272,6 +271,25 @@ pageTest(
     assert.match(await second.text('#login-notice'), /^Your session has ended/);
     await driver.press('Done');
     assert.equal(await driver.page.isVisible('#login'), false);
+  },
+);
+
+pageTest(
+  'whoever came from another address when logging in and ends that login, too, ends everything else before',
+  async ({ driver, page, world }) => {
+    await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
+    for (const session of world.sessions.values()) session.address = '10.20.0.99';
+    world.connections = [
+      webLogin({ pid: 1, who: 'olga', from: '10.20.0.99' }),
+      ...Array.from({ length: 20 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` })),
+    ];
+    await driver.row('10.20.0.99').waitFor();
+    await page.check('#head-row input');
+    await endSelected(driver);
+    await driver.press('End 21 connections');
+    await page.waitForSelector('#login:not([hidden])');
+    assert.deepEqual(world.connections, []);
+    assert.deepEqual(kicks(world).at(-1), { http_conn: [{ who: 'olga', from: '10.20.0.99' }] });
   },
 );
 

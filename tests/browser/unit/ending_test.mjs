@@ -46,26 +46,35 @@ test('connections without a process of their own belong to no common process', (
   assert.deepEqual(target.alsoRows, []);
 });
 
-test('each service connection is a call of its own and the web logins are one', () => {
+test('each row is a call of its own, services and web logins alike', () => {
   const [a, b] = [{ row: connection({ pid: 1 }) }, { row: connection({ pid: 2, type: 'SSH' }) }];
   const [c, d] = [{ row: webLogin({ pid: 1 }) }, { row: webLogin({ pid: 2, who: 'bob' }) }];
-  assert.deepEqual(callsFor([c, a, d, b]), [[a], [b], [c, d]]);
-  assert.deepEqual(callsFor([a]), [[a]]);
+  assert.deepEqual(callsFor([c, a, d, b], olga), [[[c], [a], [d], [b]], []]);
+});
+
+test('two service connections of one user at one address are two calls', () => {
+  const [a, b] = [{ row: connection({ pid: 1 }) }, { row: connection({ pid: 2 }) }];
+  assert.deepEqual(callsFor([a, b], olga), [[[a], [b]], []]);
+});
+
+test('logins of one user at one address are asked for once, since they end together', () => {
+  const [a, b] = [{ row: webLogin({ pid: 1 }) }, { row: webLogin({ pid: 2 }) }];
+  const elsewhere = { row: webLogin({ pid: 3, from: '10.0.0.2' }) };
+  assert.deepEqual(callsFor([a, elsewhere, b], olga), [[[a, b], [elsewhere]], []]);
+});
+
+test("the caller's own logins wait until everything else is done", () => {
+  const own = { row: webLogin({ pid: 1, who: 'olga', from: '10.0.0.1' }) };
+  const [a, b] = [{ row: connection({ pid: 2, who: 'olga' }) }, { row: webLogin({ pid: 3 }) }];
+  assert.deepEqual(callsFor([own, a, b], olga), [[[a], [b]], [[own]]]);
 });
 
 test('a call names a service connection by all its keys and a login by user and address', () => {
   assert.deepEqual(kickParameters([{ row: connection({ pid: 5, who: 'alice', from: '10.20.0.7', type: 'CIFS' }) }]), {
     service_conn: [{ pid: 5, who: 'alice', from: '10.20.0.7', type: 'CIFS' }],
   });
-  const logins = [
-    webLogin({ pid: 1, who: 'bob', from: '10.0.0.1' }),
-    webLogin({ pid: 2, who: 'eve', from: '10.0.0.2' }),
-  ];
-  assert.deepEqual(kickParameters(logins.map((row) => ({ row }))), {
-    http_conn: [
-      { who: 'bob', from: '10.0.0.1' },
-      { who: 'eve', from: '10.0.0.2' },
-    ],
+  assert.deepEqual(kickParameters([{ row: webLogin({ pid: 1, who: 'bob', from: '10.0.0.1' }) }]), {
+    http_conn: [{ who: 'bob', from: '10.0.0.1' }],
   });
 });
 

@@ -18,9 +18,9 @@ export async function readAll(options) {
   return page.items;
 }
 
-// The parameters are those of model/ending.js.
-export function kick(targets) {
-  return post(`${kApi}/kick_connection`, kickParameters(targets));
+// Ends what is one call to model/ending.js.
+export function kick(call) {
+  return post(`${kApi}/kick_connection`, kickParameters(call));
 }
 
 export function disableUser(name) {

@@ -19,20 +19,24 @@ export function planEnding(wanted, present, account) {
   return plan;
 }
 
-// The calls that end the targets: each service row in one of its own, since the server checks only the first of a call
-// against its process; all web logins together.
-export function callsFor(targets) {
-  const services = targets.filter(({ row }) => !isWeb(row)).map((target) => [target]);
-  const logins = targets.filter(({ row }) => isWeb(row));
-  return logins.length > 0 ? [...services, logins] : services;
+// The calls that end the targets, in two rounds: a call is the targets that it ends. Each row has one of its own, since
+// the server checks only the first of a call against its process; logins of one user at one address end together.
+// The caller's own logins come in the second round: whoever has changed the address since then may be using one of them.
+export function callsFor(targets, account) {
+  const byKey = new Map();
+  for (const target of targets) {
+    const key = isWeb(target.row) ? clientOf(target.row) : identityOf(target.row);
+    byKey.set(key, [...(byKey.get(key) ?? []), target]);
+  }
+  const calls = [...byKey.values()];
+  const isOwn = ([{ row }]) => isWeb(row) && row.who === account.name;
+  return [calls.filter((call) => !isOwn(call)), calls.filter(isOwn)];
 }
 
-// The parameters of one such call.
-export function kickParameters(targets) {
-  if (isWeb(targets[0].row)) {
-    return { http_conn: targets.map(({ row: { who, from } }) => ({ who, from })) };
-  }
-  return { service_conn: targets.map(({ row: { pid, who, from, type } }) => ({ pid, who, from, type })) };
+// What such a call asks for.
+export function kickParameters([{ row }]) {
+  const { pid, who, from, type } = row;
+  return isWeb(row) ? { http_conn: [{ who, from }] } : { service_conn: [{ pid, who, from, type }] };
 }
 
 // What came of one target: "ended", "back" (ended, and its client is connected again), "still" (it is there as before),

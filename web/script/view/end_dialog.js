@@ -27,10 +27,10 @@ export class EndDialog extends AskingDialog {
 
   run(connections, account) {
     this.#isStopped = false;
-    return this.open((present) => this.#ask(planEnding(connections, present, account), present));
+    return this.open((present) => this.#ask(planEnding(connections, present, account), present, account));
   }
 
-  #ask(plan, present) {
+  #ask(plan, present, account) {
     const { targets, gone, refused } = plan;
     const count = targets.length;
     const remarks = [];
@@ -46,7 +46,7 @@ export class EndDialog extends AskingDialog {
     }
     const submit = dialogButton(say('end.submit', { count }), {
       kind: 'danger',
-      onClick: () => this.#end(targets, present),
+      onClick: () => this.#end(targets, present, account),
     });
     this.dialog.step({
       title: [say('end.title', { count })],
@@ -55,18 +55,15 @@ export class EndDialog extends AskingDialog {
     });
   }
 
-  async #end(targets, before) {
+  async #end(targets, before, account) {
     this.wasAsked = true;
+    const rounds = callsFor(targets, account);
     const list = targetList(targets, false);
     for (const target of targets) list.mark(target, 'waiting', say('end.waiting'));
-    const progress = this.#showRunning(targets, list);
+    const progress = this.#showRunning(targets, list, rounds.flat().length > kMostAtOnce);
     const answers = new Map(targets.map((target) => [target, 'skipped']));
-    await runSideBySide(
-      callsFor(targets),
-      kMostAtOnce,
-      (call) => this.#call(call, answers, list, progress),
-      () => !this.#isStopped,
-    );
+    const work = (call) => this.#call(call, answers, list, progress);
+    for (const calls of rounds) await runSideBySide(calls, kMostAtOnce, work, () => !this.#isStopped);
     if (!this.dialog.isOpen) return;
     progress.say(say('end.reading'));
     const after = await this.readAgain();
@@ -84,7 +81,7 @@ export class EndDialog extends AskingDialog {
     progress.add(targets.length);
   }
 
-  #showRunning(targets, list) {
+  #showRunning(targets, list, canStop) {
     const count = targets.length;
     const bar = progressBar(0, count);
     const words = element('p', {
@@ -93,7 +90,6 @@ export class EndDialog extends AskingDialog {
       textContent: say('end.progress', { done: 0, count }),
     });
     const stop = dialogButton(say('dialog.stop'), { onClick: () => this.#stop(stop) });
-    const canStop = callsFor(targets).length > kMostAtOnce;
     this.dialog.step({
       title: [say('end.running', { count })],
       body: [words, bar, list.node],
