@@ -2,6 +2,17 @@
 
 namespace host {
 
+void Load::add(Entrance entrance, uid_t peer, uid_t asking) {
+  if (entrance == Entrance::kWeb) {
+    ++web;
+  } else if (peer == 0) {
+    ++root;
+  } else {
+    ++local;
+    if (peer == asking) ++samePeer;
+  }
+}
+
 bool isAdmitted(Entrance entrance, uid_t peer, const Load& load, std::size_t most) {
   const std::size_t all = load.web + load.local + load.root;
   if (entrance == Entrance::kWeb) return all + kKeptForLocal < most;

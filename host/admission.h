@@ -8,12 +8,15 @@
 
 namespace host {
 
-// Calls in flight.
+// Calls in flight, or waiting.
 struct Load {
   std::size_t web = 0;
   std::size_t local = 0;     // of local users other than root
   std::size_t root = 0;      // of root over the local socket
   std::size_t samePeer = 0;  // of `local`: those of the user who asks now
+
+  // Adds one of user `peer` through `entrance`, where user `asking` asks now.
+  void add(Entrance entrance, uid_t peer, uid_t asking);
 };
 
 // Places that calls over the web never take, so that the command line works while the page is

@@ -8,6 +8,7 @@
 #include "zevo/web_login.h"
 
 #include "answer.h"
+#include "call_line.h"
 #include "connection.h"
 #include "cookie.h"
 #include "log.h"
@@ -26,18 +27,6 @@ Reply replyOf(const Answer& answer) {
 
 Reply replyOf(Problem problem) {
   return replyOf(problemAnswer(problem));
-}
-
-// Who the call concerns, for the log.
-std::string summaryOf(const HttpRequest& request, const Caller* caller) {
-  std::string from = "local";
-  if (request.remoteAddress) from = *request.remoteAddress;
-  return "method=" + inQuotes(request.path.substr(request.path.rfind('/') + 1), 64) +
-         " user=" + (caller == nullptr ? "-" : inQuotes(caller->user)) + " from=" + from;
-}
-
-std::string resultOf(const Reply& reply) {
-  return " status=" + std::to_string(reply.status) + " code=" + std::to_string(reply.code);
 }
 
 // What a state-changing call was about, for the authorisation log: JSON in ASCII on one line.
@@ -80,7 +69,8 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   context.parameters = std::move(given.values);
   Reply reply = runMethod(route.handler, context);
   if (route.changesState) {
-    logAuthorisation(LOG_NOTICE, summaryOf(request, &caller) + resultOf(reply) + " with " + about);
+    logAuthorisation(LOG_NOTICE, summaryOf(request, &caller) +
+                                     resultText(reply.status, reply.code) + " with " + about);
   }
   return reply;
 }
@@ -108,7 +98,8 @@ Reply answerLogin(HttpRequest& request, Entrance entrance, const Service& servic
   if (entrance != Entrance::kWeb) return replyOf(Problem::kNotFound);
   if (!request.query.empty()) return replyOf(Problem::kMalformed);
   if (!isJsonType(request.contentType)) return replyOf(Problem::kNotJson);
-  if (!service.board.beginLogin(slot, kMostLogins)) return replyOf(Problem::kBusy);
+  if (!service.board.beginLogin(slot, request.remoteAddress.value_or(""), kMostLogins))
+    return replyOf(Problem::kBusy);
   return replyOf(logIn(request, service.login));
 }
 
@@ -160,19 +151,18 @@ Reply answerCall(HttpRequest& request, Entrance entrance, uid_t peer, const Serv
 void serveConnection(int connection, Entrance entrance, uid_t peer, const Service& service,
                      CallSlot& slot) {
   const auto began = std::chrono::steady_clock::now();
+  const auto spent = [&] { return timeText(std::chrono::steady_clock::now() - began); };
   ScgiParser parser;
   if (!readRequest(connection, kReadLimit, parser)) {
-    logLine(LOG_INFO, "a request was not sent to its end in time; its connection was dropped");
     slot.isAnswering = true;  // nobody is to be answered
+    logLine(LOG_INFO, slot.shownSummary() + spent() + ": not sent to its end; dropped");
     return;
   }
   const Reply reply = replyTo(parser, entrance, peer, service, slot);
   slot.isAnswering = true;
   const bool sent =
       sendAnswer(connection, reply.bytes, parser.state() != ScgiParser::State::kComplete);
-  const auto spent = std::chrono::duration_cast<std::chrono::milliseconds>(
-      std::chrono::steady_clock::now() - began);
-  logLine(LOG_INFO, slot.shownSummary() + resultOf(reply) + " ms=" + std::to_string(spent.count()) +
+  logLine(LOG_INFO, slot.shownSummary() + resultText(reply.status, reply.code) + spent() +
                         (sent ? "" : " unsent"));
 }
 

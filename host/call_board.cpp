@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <new>
 #include <sys/mman.h>
 
@@ -22,7 +23,7 @@ std::string CallSlot::shownSummary() const {
 }
 
 void CallSlot::clear() {
-  isLogin = false;
+  loginFrom = 0;
   isAnswering = false;
   setSummary("method=-");
 }
@@ -40,12 +41,18 @@ CallBoard::~CallBoard() {
   ::munmap(slots_.data(), slots_.size_bytes());
 }
 
-bool CallBoard::beginLogin(CallSlot& slot, std::size_t most) {
-  slot.isLogin = true;
-  const auto logins = std::count_if(slots_.begin(), slots_.end(),
-                                    [](const CallSlot& other) { return other.isLogin.load(); });
-  if (static_cast<std::size_t>(logins) <= most) return true;
-  slot.isLogin = false;
+bool CallBoard::beginLogin(CallSlot& slot, std::string_view address, std::size_t most) {
+  const std::uint64_t from = std::hash<std::string_view>()(address) | 1U;  // never 0
+  slot.loginFrom = from;
+  std::size_t logins = 0;
+  std::size_t fromThere = 0;
+  for (const CallSlot& other : slots_) {
+    const std::uint64_t otherFrom = other.loginFrom;
+    if (otherFrom != 0) ++logins;
+    if (otherFrom == from) ++fromThere;
+  }
+  if (logins <= most && fromThere <= std::max<std::size_t>(most / 2, 1)) return true;
+  slot.loginFrom = 0;
   return false;
 }
 

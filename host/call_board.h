@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -13,9 +14,9 @@ namespace host {
 // One call in flight. It lies in memory that parent and children share, so a child that went wrong
 // may have written anything into it.
 struct CallSlot {
-  std::atomic<bool> isLogin;
-  std::atomic<bool> isAnswering;  // bytes of the answer may have been sent
-  std::array<char, 384> summary;  // "method=… user=… from=…", for the log
+  std::atomic<std::uint64_t> loginFrom;  // stands for the address that logs in; 0: no login
+  std::atomic<bool> isAnswering;         // bytes of the answer may have been sent
+  std::array<char, 384> summary;         // "method=… user=… from=…", for the log
 
   // By the child.
   void setSummary(std::string_view text);
@@ -24,7 +25,9 @@ struct CallSlot {
   void clear();
 };
 
-static_assert(std::atomic<bool>::is_always_lock_free, "processes share it");
+static_assert(std::atomic<bool>::is_always_lock_free &&
+                  std::atomic<std::uint64_t>::is_always_lock_free,
+              "processes share it");
 
 // The slots, as many as calls may be served at once.
 class CallBoard {
@@ -37,9 +40,10 @@ class CallBoard {
   [[nodiscard]] CallSlot& slot(std::size_t index) { return slots_[index]; }
   [[nodiscard]] std::size_t size() const { return slots_.size(); }
 
-  // Marks the call as a login. False, and not marked, where `most` others are logins already; of
-  // several that try at the same time all may be turned away.
-  bool beginLogin(CallSlot& slot, std::size_t most);
+  // Marks the call as a login from `address`. False, and not marked, where `most` others are logins
+  // already, or half as many from there: one guesser does not keep everybody out. Of several that
+  // try at the same time all may be turned away.
+  bool beginLogin(CallSlot& slot, std::string_view address, std::size_t most);
 
  private:
   std::span<CallSlot> slots_;

@@ -14,6 +14,7 @@
 
 #include "answer.h"
 #include "base/file_failure.h"
+#include "call_line.h"
 #include "log.h"
 
 namespace host {
@@ -25,6 +26,7 @@ using std::chrono::seconds;
 
 constexpr int kAcceptedAtOnce = 64;
 constexpr std::size_t kMostLeaving = 256;
+constexpr seconds kWaitLimit{1};
 constexpr seconds kLeaveLimit{2};
 // A child whose parent is gone ends this long after its limit, by its own alarm.
 constexpr seconds kAlarmMargin{30};
@@ -98,10 +100,12 @@ void Server::run(const std::function<void()>& ready) {
   }
   ready();
   while (!isStopping_ || isBusy()) step();
+  logTurnedAway();
 }
 
 bool Server::isBusy() const {
-  return std::any_of(calls_.begin(), calls_.end(), [](const Call& call) { return call.pid != 0; });
+  return !waiting_.empty() ||
+         std::any_of(calls_.begin(), calls_.end(), [](const Call& call) { return call.pid != 0; });
 }
 
 void Server::step() {
@@ -113,7 +117,9 @@ void Server::step() {
     if (watch[i + 1].revents != 0) acceptFrom(listeners_[i]);
   }
   endLateCalls();
+  turnAwayLateWaiting();
   dropLeaving();
+  if (turnedAway_.due() <= Clock::now()) logTurnedAway();
 }
 
 std::vector<pollfd> Server::watched() const {
@@ -131,7 +137,9 @@ int Server::patience() const {
   for (const Call& call : calls_) {
     if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + callLimit_);
   }
+  if (!waiting_.empty()) next = std::min(next, waiting_.front().until);
   for (const Leaving& leaving : leaving_) next = std::min(next, leaving.until);
+  next = std::min(next, turnedAway_.due());
   if (next == Clock::time_point::max()) return -1;
   const auto left = duration_cast<milliseconds>(next - Clock::now()).count() + 1;
   return static_cast<int>(std::max<decltype(left)>(left, 0));
@@ -142,15 +150,19 @@ void Server::takeSignals() {
   while (::read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
     const auto number = static_cast<int>(signal.ssi_signo);
     if (number != SIGTERM && number != SIGINT) continue;
-    if (isStopping_) {
-      for (const Call& call : calls_) {
-        if (call.pid != 0) ::kill(-call.pid, SIGKILL);
-      }
-    }
+    if (isStopping_) endAtOnce();
     isStopping_ = true;
     listeners_.clear();
   }
   reap();
+  startWaiting();
+}
+
+void Server::endAtOnce() {
+  for (const Call& call : calls_) {
+    if (call.pid != 0) ::kill(-call.pid, SIGKILL);
+  }
+  for (Waiting& waiting : std::exchange(waiting_, {})) turnAway(std::move(waiting));
 }
 
 void Server::acceptFrom(const Listener& listener) {
@@ -169,43 +181,78 @@ void Server::acceptFrom(const Listener& listener) {
   }
 }
 
-Load Server::load(uid_t peer) const {
+Load Server::loadInFlight(uid_t asking) const {
   Load load;
   for (const Call& call : calls_) {
-    if (call.pid == 0) continue;
-    if (call.entrance == Entrance::kWeb) {
-      ++load.web;
-    } else if (call.peer == 0) {
-      ++load.root;
-    } else {
-      ++load.local;
-      load.samePeer += call.peer == peer ? 1U : 0U;
-    }
+    if (call.pid != 0) load.add(call.entrance, call.peer, asking);
   }
+  return load;
+}
+
+Load Server::loadWaiting(uid_t asking) const {
+  Load load;
+  for (const Waiting& waiting : waiting_) load.add(waiting.entrance, waiting.peer, asking);
   return load;
 }
 
 void Server::admit(zevo::FileDescriptor connection, Entrance entrance) {
   const auto peer = peerOf(connection.get());
   if (!peer) return;
-  const bool admitted = isAdmitted(entrance, *peer, load(*peer), board_.size());
-  if (admitted && startCall(connection, entrance, *peer)) return;
-  answer(std::move(connection), Problem::kBusy);
+  Waiting arrival{std::move(connection), entrance, *peer, Clock::now() + kWaitLimit};
+  if (!isAdmitted(entrance, *peer, loadWaiting(*peer), board_.size())) {
+    turnAway(std::move(arrival));
+    return;
+  }
+  waiting_.push_back(std::move(arrival));
+  startWaiting();
 }
 
-bool Server::startCall(zevo::FileDescriptor& connection, Entrance entrance, uid_t peer) {
+// Who came first goes first, past those for whom only a place of another kind would do.
+void Server::startWaiting() {
+  for (std::size_t i = 0; i < waiting_.size();) {
+    const uid_t peer = waiting_[i].peer;
+    if (!isAdmitted(waiting_[i].entrance, peer, loadInFlight(peer), board_.size())) {
+      ++i;
+      continue;
+    }
+    Waiting next = std::move(waiting_[i]);
+    waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(i));
+    if (!startCall(next)) turnAway(std::move(next));
+  }
+}
+
+void Server::turnAwayLateWaiting() {
+  while (!waiting_.empty() && waiting_.front().until <= Clock::now()) {
+    Waiting late = std::move(waiting_.front());
+    waiting_.erase(waiting_.begin());
+    turnAway(std::move(late));
+  }
+}
+
+void Server::turnAway(Waiting waiting) {
+  turnedAway_.count(waiting.entrance, waiting.peer, Clock::now());
+  answer(std::move(waiting.connection), Problem::kBusy);
+}
+
+void Server::logTurnedAway() {
+  for (const std::string& line : turnedAway_.takeLines()) logLine(LOG_WARNING, line);
+}
+
+bool Server::startCall(Waiting& waiting) {
   const auto free =
       std::find_if(calls_.begin(), calls_.end(), [](const Call& call) { return call.pid == 0; });
   if (free == calls_.end()) return false;
   const auto place = static_cast<std::size_t>(free - calls_.begin());
   board_.slot(place).clear();
-  *free = Call{0, std::move(connection), entrance, peer, Clock::now(), false};
+  board_.slot(place).setSummary(summaryOfUnread(waiting.entrance, waiting.peer));
+  *free =
+      Call{0, std::move(waiting.connection), waiting.entrance, waiting.peer, Clock::now(), false};
   std::fflush(nullptr);  // a child must not print what its parent has buffered
   const pid_t pid = ::fork();
   if (pid == 0) becomeChild(place);
   if (pid < 0) {
     logLine(LOG_ERR, "cannot start a process for a call: " + zevo::errorText(errno));
-    connection = std::move(free->connection);
+    waiting.connection = std::move(free->connection);
     return false;
   }
   ::setpgid(pid, pid);
@@ -219,6 +266,7 @@ void Server::becomeChild(std::size_t place) {
   const Call own = std::move(calls_[place]);
   for (Listener& listener : listeners_) listener.forget();
   calls_.clear();
+  waiting_.clear();
   leaving_.clear();
   signals_.reset();
   work_(own.connection.get(), own.entrance, own.peer, board_.slot(place));
@@ -256,11 +304,10 @@ void Server::finish(std::size_t place, int waitStatus) {
   Call call = std::exchange(calls_[place], Call{});
   const CallSlot& slot = board_.slot(place);
   if (!slot.isAnswering) {
-    const auto spent = duration_cast<milliseconds>(Clock::now() - call.began).count();
     const Problem problem = call.isLate ? Problem::kTooLate : Problem::kNoAnswer;
-    logLine(LOG_ERR, slot.shownSummary() + " status=" + std::to_string(rowOf(problem).status) +
-                         " code=" + std::to_string(rowOf(problem).code) +
-                         " ms=" + std::to_string(spent) + ": its process ended with " +
+    const ProblemRow& row = rowOf(problem);
+    logLine(LOG_ERR, slot.shownSummary() + resultText(row.status, row.code) +
+                         timeText(Clock::now() - call.began) + ": its process ended with " +
                          endText(waitStatus) + " before it answered");
     answer(std::move(call.connection), problem);
   }

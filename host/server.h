@@ -14,6 +14,7 @@
 #include "call_board.h"
 #include "listener.h"
 #include "problem.h"
+#include "turned_away.h"
 
 namespace host {
 
@@ -22,7 +23,9 @@ class Server {
   // What a child does with its connection; when it returns, the child ends.
   using Work = std::function<void(int connection, Entrance entrance, uid_t peer, CallSlot& slot)>;
 
-  // As many calls at once as `board` has slots; each ends after `callLimit` at the latest.
+  // As many calls at once as `board` has slots; each ends after `callLimit` at the latest. As many
+  // again wait for a place, for a second: the process of a call that was just answered still has
+  // its own, and a short rush is no reason to turn anybody away.
   Server(std::vector<Listener> listeners, CallBoard& board, std::chrono::milliseconds callLimit,
          Work work);
 
@@ -41,6 +44,13 @@ class Server {
     Clock::time_point began;
     bool isLate = false;
   };
+  // A connection that was accepted and has no place yet.
+  struct Waiting {
+    zevo::FileDescriptor connection;
+    Entrance entrance = Entrance::kWeb;
+    uid_t peer = 0;
+    Clock::time_point until;
+  };
   // A connection that was answered here and waits for its client to close it.
   struct Leaving {
     zevo::FileDescriptor connection;
@@ -51,10 +61,16 @@ class Server {
   std::vector<pollfd> watched() const;
   int patience() const;
   void takeSignals();
+  void endAtOnce();
   void acceptFrom(const Listener& listener);
   void admit(zevo::FileDescriptor connection, Entrance entrance);
-  [[nodiscard]] Load load(uid_t peer) const;
-  bool startCall(zevo::FileDescriptor& connection, Entrance entrance, uid_t peer);
+  [[nodiscard]] Load loadInFlight(uid_t asking) const;
+  [[nodiscard]] Load loadWaiting(uid_t asking) const;
+  void startWaiting();
+  void turnAwayLateWaiting();
+  void turnAway(Waiting waiting);
+  void logTurnedAway();
+  bool startCall(Waiting& waiting);
   [[noreturn]] void becomeChild(std::size_t place);
   void endLateCalls();
   void reap();
@@ -68,7 +84,9 @@ class Server {
   std::chrono::milliseconds callLimit_;
   Work work_;
   std::vector<Call> calls_;
+  std::vector<Waiting> waiting_;  // in the order of their coming
   std::vector<Leaving> leaving_;
+  TurnedAway turnedAway_;
   zevo::FileDescriptor signals_;
   bool isStopping_ = false;
 };

@@ -7,6 +7,19 @@ namespace {
 
 constexpr uid_t kAlice = 1000;
 
+TEST(Admission, CountsCallsByWhoMakesThem) {
+  Load load;
+  load.add(Entrance::kWeb, 0, kAlice);
+  load.add(Entrance::kWeb, kAlice, kAlice);
+  load.add(Entrance::kLocal, 0, kAlice);
+  load.add(Entrance::kLocal, kAlice, kAlice);
+  load.add(Entrance::kLocal, kAlice + 1, kAlice);
+  EXPECT_EQ(load.web, 2U);
+  EXPECT_EQ(load.root, 1U);
+  EXPECT_EQ(load.local, 2U);
+  EXPECT_EQ(load.samePeer, 1U);
+}
+
 TEST(Admission, KeepsPlacesForTheLocalSocket) {
   EXPECT_TRUE(isAdmitted(Entrance::kWeb, 33, {.web = 51}, 64));
   EXPECT_FALSE(isAdmitted(Entrance::kWeb, 33, {.web = 52}, 64));

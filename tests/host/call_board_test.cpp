@@ -37,12 +37,22 @@ TEST(CallBoard, CutsASummaryThatIsTooLong) {
 
 TEST(CallBoard, LetsAsManyLoginsBeginAsItMay) {
   CallBoard board(4);
-  EXPECT_TRUE(board.beginLogin(board.slot(0), 2));
-  EXPECT_TRUE(board.beginLogin(board.slot(1), 2));
-  EXPECT_FALSE(board.beginLogin(board.slot(2), 2));
-  EXPECT_FALSE(board.slot(2).isLogin);
+  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", 2));
+  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.2", 2));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.3", 2));
+  EXPECT_EQ(board.slot(2).loginFrom, 0U);
   board.slot(0).clear();
-  EXPECT_TRUE(board.beginLogin(board.slot(2), 2));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.3", 2));
+}
+
+TEST(CallBoard, LetsHalfOfTheLoginsComeFromOneAddress) {
+  CallBoard board(8);
+  for (std::size_t i = 0; i < 2; ++i) {
+    EXPECT_TRUE(board.beginLogin(board.slot(i), "10.0.0.1", 4));
+  }
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.1", 4));
+  EXPECT_EQ(board.slot(2).loginFrom, 0U);
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", 4));
 }
 
 }  // namespace

@@ -148,7 +148,7 @@ TEST_F(Calls, FromAPageOfAnotherOriginAreRefused) {
 }
 
 TEST_F(Calls, AboveTheNumberOfLoginsAreTurnedAway) {
-  for (std::size_t i = 1; i <= kMostLogins; ++i) board_.slot(i).isLogin = true;
+  for (std::size_t i = 1; i <= kMostLogins; ++i) board_.slot(i).loginFrom = 1;
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 503);
   board_.slot(1).clear();
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 200);

@@ -1,9 +1,13 @@
 #include "server.h"
 
+#include <atomic>
 #include <csignal>
+#include <fcntl.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -20,6 +24,8 @@ using testing::StartsWith;
 using zevo::testing_support::TemporaryFolder;
 
 constexpr std::size_t kPlaces = 32;
+constexpr std::size_t kPlacesOfTheWeb = kPlaces - kKeptForLocal;
+constexpr auto kCallLimit = 1600ms;  // longer than a call waits for a place
 
 // A server in a process of its own. What a call does is the first letter that its client sends.
 class ServerTest : public testing::Test {
@@ -35,7 +41,9 @@ class ServerTest : public testing::Test {
     ::close(pipe[0]);
   }
   ~ServerTest() override {
-    if (pid_ > 0) end(SIGKILL);
+    if (pid_ <= 0) return;
+    ::kill(pid_, SIGTERM);
+    end(SIGINT);  // the second signal ends the calls that hang as well
   }
 
   int end(int signal) {
@@ -65,14 +73,14 @@ class ServerTest : public testing::Test {
     return got < 0 ? "broken connection" : all;
   }
   [[nodiscard]] std::string call(const std::string& what) const { return receive(connect(what)); }
-  // The same, again while the places of calls that were just answered are not yet free.
-  [[nodiscard]] std::string callWhenThereIsRoom(const std::string& what) const {
-    std::string answer = call(what);
-    for (int i = 0; i < 500 && answer.starts_with("Status: 503 "); ++i) {
-      ::usleep(10000);
-      answer = call(what);
-    }
-    return answer;
+  [[nodiscard]] std::vector<zevo::FileDescriptor> connectAll(std::size_t count,
+                                                             const std::string& what) const {
+    std::vector<zevo::FileDescriptor> clients;
+    for (std::size_t i = 0; i < count; ++i) clients.push_back(connect(what));
+    return clients;
+  }
+  [[nodiscard]] std::string log() const {
+    return zevo::testing_support::contentOf(folder_.file("log"));
   }
 
   TemporaryFolder folder_;
@@ -105,11 +113,13 @@ class ServerTest : public testing::Test {
   }
 
   [[noreturn]] void runServer(int ready) {
+    ::dup2(::open(folder_.file("log").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600),
+           STDERR_FILENO);
     std::string error;
     std::vector<Listener> listeners;
     listeners.emplace_back(listenAt(path_, ::getgid(), 0600, &error), Entrance::kWeb, path_);
     CallBoard board(kPlaces);
-    Server server(std::move(listeners), board, 700ms,
+    Server server(std::move(listeners), board, kCallLimit,
                   [](int connection, Entrance, uid_t, CallSlot& slot) { serve(connection, slot); });
     server.run([&] {
       if (::write(ready, "r", 1) == 1) ::close(ready);
@@ -161,13 +171,61 @@ TEST_F(ServerTest, GivesACallNoDescriptorButItsOwn) {
 }
 
 TEST_F(ServerTest, TurnsAwayWhatIsTooMuchAndServesTheNext) {
-  std::vector<zevo::FileDescriptor> hanging;
-  for (std::size_t i = 0; i < kPlaces - kKeptForLocal; ++i) hanging.push_back(connect("h"));
+  const auto hanging = connectAll(kPlacesOfTheWeb, "h");
+  const auto began = std::chrono::steady_clock::now();
   const std::string turnedAway = call("p");
+  EXPECT_GT(std::chrono::steady_clock::now() - began, 900ms) << "it did not wait for a place";
   EXPECT_THAT(turnedAway, StartsWith("Status: 503 "));
   EXPECT_THAT(turnedAway, HasSubstr("\r\nRetry-After: "));
   for (const auto& client : hanging) EXPECT_THAT(receive(client), StartsWith("Status: 504 "));
-  EXPECT_EQ(callWhenThereIsRoom("p"), "pong");
+  EXPECT_EQ(call("p"), "pong");
+}
+
+TEST_F(ServerTest, TurnsAwayAtOnceWhatIsTooMuchEvenToWait) {
+  const auto hanging = connectAll(kPlacesOfTheWeb, "h");
+  const auto waiting = connectAll(kPlacesOfTheWeb, "p");
+  const auto began = std::chrono::steady_clock::now();
+  EXPECT_THAT(call("p"), StartsWith("Status: 503 "));
+  EXPECT_LT(std::chrono::steady_clock::now() - began, 500ms);
+  for (const auto& client : waiting) EXPECT_THAT(receive(client), StartsWith("Status: 503 "));
+}
+
+TEST_F(ServerTest, LogsHowManyItTurnedAwayInOneLine) {
+  const auto hanging = connectAll(kPlacesOfTheWeb, "h");
+  const auto waiting = connectAll(kPlacesOfTheWeb, "p");
+  for (int i = 0; i < 3; ++i) EXPECT_THAT(call("p"), StartsWith("Status: 503 "));
+  for (const auto& client : waiting) EXPECT_THAT(receive(client), StartsWith("Status: 503 "));
+  ::kill(pid_, SIGTERM);
+  end(SIGINT);
+  int lines = 0;
+  int calls = 0;
+  std::istringstream all(log());
+  for (std::string line; std::getline(all, line);) {
+    const std::size_t count = line.find("method=- user=- from=web status=503 code=503 calls=");
+    if (count == std::string::npos) continue;
+    ++lines;
+    calls += std::stoi(line.substr(line.rfind('=') + 1));
+  }
+  EXPECT_LE(lines, 2) << log();
+  EXPECT_EQ(calls, static_cast<int>(kPlacesOfTheWeb) + 3) << log();
+}
+
+TEST_F(ServerTest, LetsACallWaitForAPlace) {
+  const auto slow = connectAll(kPlacesOfTheWeb, "s");
+  EXPECT_EQ(call("p"), "pong");
+  EXPECT_EQ(log(), "");
+}
+
+TEST_F(ServerTest, TurnsNobodyAwayWhileEachClientMakesOneCallAtATime) {
+  std::vector<std::thread> clients;
+  std::atomic<int> answered = 0;
+  for (std::size_t i = 0; i < kPlacesOfTheWeb; ++i) {
+    clients.emplace_back([&] {
+      for (int round = 0; round < 20; ++round) answered += call("p") == "pong" ? 1 : 0;
+    });
+  }
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(answered, 20 * static_cast<int>(kPlacesOfTheWeb));
 }
 
 TEST_F(ServerTest, AnswersFiveHundredAtOnceEachInOneWay) {
@@ -176,7 +234,7 @@ TEST_F(ServerTest, AnswersFiveHundredAtOnceEachInOneWay) {
   for (const auto& client : clients) {
     EXPECT_THAT(receive(client), testing::AnyOf("pong", StartsWith("Status: 503 ")));
   }
-  EXPECT_EQ(callWhenThereIsRoom("p"), "pong");
+  EXPECT_EQ(call("p"), "pong");
 }
 
 TEST_F(ServerTest, EndsWhatACallLeavesBehind) {
@@ -197,8 +255,19 @@ TEST_F(ServerTest, EndsAfterTheCallsInFlight) {
   EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
+TEST_F(ServerTest, EndsAfterTheCallsThatWait) {
+  const auto slow = connectAll(kPlacesOfTheWeb, "s");
+  const auto waiting = connect("p");
+  ::usleep(100000);
+  const int status = end(SIGTERM);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  EXPECT_EQ(receive(waiting), "pong");
+}
+
 TEST_F(ServerTest, EndsAtOnceAtTheSecondSignal) {
   const auto client = connect("h");
+  const auto others = connectAll(kPlacesOfTheWeb - 1, "h");
+  const auto waiting = connect("p");
   ::usleep(50000);
   const auto began = std::chrono::steady_clock::now();
   ::kill(pid_, SIGTERM);
@@ -206,6 +275,7 @@ TEST_F(ServerTest, EndsAtOnceAtTheSecondSignal) {
   end(SIGINT);
   EXPECT_LT(std::chrono::steady_clock::now() - began, 400ms);
   EXPECT_THAT(receive(client), StartsWith("Status: 500 "));
+  EXPECT_THAT(receive(waiting), StartsWith("Status: 503 "));
 }
 
 }  // namespace

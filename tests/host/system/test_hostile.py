@@ -3,6 +3,7 @@
 import concurrent.futures
 import json
 import os
+import re
 import socket
 import time
 
@@ -68,6 +69,7 @@ class Requests(HostTest):
         began = time.monotonic()
         self.assertEqual(b"", exchange(WEB_SOCKET, good[:-2]))
         self.assertTrue(9 < time.monotonic() - began < 13, time.monotonic() - began)
+        self.assertRegex(self.daemon.log_text(), r"method=- user=- from=web ms=10\d{3}: not sent to its end; dropped\n")
 
     def test_a_byte_a_second_is_dropped_in_ten_seconds(self):
         with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
@@ -129,6 +131,7 @@ class Requests(HostTest):
             statuses.append(answer.status if answer else None)
             connection.close()
         self.assertEqual({401, 503}, set(statuses))
+        self._turned_away("from=web")
 
     def test_one_local_user_does_not_keep_the_others_out(self):
         def hold():
@@ -146,6 +149,7 @@ class Requests(HostTest):
             self.assertEqual(200, scgi_client.as_user(
                 uid_of("carol"), lambda: call(LOCAL_SOCKET, "GET", "/api/whoami").status))
             self.assertEqual(503, held.result())
+        self._turned_away(f"from=local uid={uid_of('alice')}")
 
     def test_logins_by_the_dozen_leave_the_page_alone(self):
         def log_in(_):
@@ -154,12 +158,18 @@ class Requests(HostTest):
             tried = [pool.submit(log_in, number) for number in range(24)]
             time.sleep(0.5)
             self.assertEqual(401, Client().get("/api/whoami").status)
+            self._logged_in("carol")  # one guesser does not keep the others out
             statuses = [attempt.result() for attempt in tried]
         self.assertEqual({401, 503}, set(statuses))
 
     def test_the_log_cannot_be_forged(self):
         Client("10.20.0.7").log_in("x\nlogin from 6.6.6.6: user \"root\"", "y")
         self.assertFalse([line for line in self.daemon.log_text().splitlines() if line.startswith("login from")])
+
+    def _turned_away(self, caller):
+        waiting.until("the line of those who were turned away", lambda: re.search(
+            rf"method=- user=- {caller} status=503 code=503 calls=\d+: no place became free for them\n",
+            self.daemon.log_text()))
 
     def _logged_in(self, name):
         client = Client("10.20.0.2")

@@ -212,6 +212,13 @@ class PageCalls(HostTest):
         self.assertEqual(401, Client("10.20.0.6").post("/api/login", {"token": token}).status)
         client.post("/api/logout")
 
+    def test_a_call_leaves_a_line_in_the_log(self):
+        self.bob.get("list?filter=nothing")
+        self.assertRegex(self.daemon.log_text(),
+                         r'method="list" user="bob" from=10\.20\.0\.8 status=200 code=0 ms=\d+\n')
+        Client("10.20.0.7").get("list")
+        self.assertRegex(self.daemon.log_text(), r'method="list" user=- from=10\.20\.0\.7 status=401 code=401 ms=\d+\n')
+
     def test_ending_something_leaves_a_line_for_the_authorisation_log(self):
         self.bob.post("kick_connection", {"http_conn": [{"who": "zoe", "from": "10.9.9.9"}]})
         self.assertRegex(self.daemon.log_text(),
