@@ -31,19 +31,33 @@ CALLERS = {
     "id out of the session file": NOBODY,
     "disabled account": NOBODY,
 }
-# What each method answers to a user and to an administrator, and over local.sock, where that differs.
+LOCAL = [caller for caller in CALLERS if "local.sock" in caller]
+# What each method answers to a user and to an administrator, to nobody where that is not 401, and to callers by name. The
+# last ends logins.
 METHODS = {
     ("GET", "list"): {USER: 403, ADMINISTRATOR: 200},
     ("POST", "list"): {USER: 403, ADMINISTRATOR: 200},
     ("GET", "get"): {USER: 403, ADMINISTRATOR: 200},
+    ("POST", "get"): {USER: 403, ADMINISTRATOR: 200},
     ("GET", "list_by_user"): {USER: 200, ADMINISTRATOR: 200},
+    ("POST", "list_by_user"): {USER: 200, ADMINISTRATOR: 200},
     ("GET", "download"): {USER: 403, ADMINISTRATOR: 200},
+    ("POST", "download"): {USER: 403, ADMINISTRATOR: 200},
     ("POST", "kick_connection"): {USER: 403, ADMINISTRATOR: 200},
     ("POST", "disable_user"): {USER: 403, ADMINISTRATOR: 200},
     ("GET", "kick_connection"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
     ("GET", "disable_user"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
     ("GET", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, NOBODY: 404},
+    ("POST", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, NOBODY: 404},
     ("GET", "/api/whoami"): {USER: 200, ADMINISTRATOR: 200},
+    ("POST", "/api/whoami"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    ("GET", "/api/openapi.json"): {USER: 200, ADMINISTRATOR: 200, NOBODY: 200},
+    ("GET", "/api/login"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    # Without name and password; over local.sock nobody logs in.
+    ("POST", "/api/login"): {USER: 400, ADMINISTRATOR: 400, NOBODY: 400} | dict.fromkeys(LOCAL, 404),
+    ("GET", "/api/logout"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    ("POST", "/api/logout"): {USER: 200, ADMINISTRATOR: 200} | {
+        caller: 404 for caller in LOCAL if CALLERS[caller] != NOBODY},
 }
 
 
@@ -111,10 +125,10 @@ class WhoMay(HostTest):
         asked = self._callers()
         self.assertEqual(set(CALLERS), set(asked))
         expected, found = {}, {}
-        for caller, kind in CALLERS.items():
-            for (method, name), statuses in METHODS.items():
-                path = name if name.startswith("/") else API + name
-                expected[caller, method, name] = statuses.get(kind, kind)
+        for (method, name), statuses in METHODS.items():
+            path = name if name.startswith("/") else API + name
+            for caller, kind in CALLERS.items():
+                expected[caller, method, name] = statuses.get(caller, statuses.get(kind, kind))
                 found[caller, method, name] = asked[caller](method, path)
         self.assertEqual(expected, found)
 
