@@ -51,7 +51,7 @@ def call(socket_path, method, path, *more, body=b""):
     """One call; `more` are further headers."""
     headers = [("REQUEST_METHOD", method), ("REQUEST_URI", path), ("CONTENT_TYPE", "application/json"), *more]
     answer = parsed(exchange(socket_path, request(headers, body)))
-    check(method, path.split("?")[0], answer.status, answer.headers["Content-Type"], answer.body)
+    check(method, path.split("?")[0], answer)
     return answer
 
 

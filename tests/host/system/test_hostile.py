@@ -14,7 +14,7 @@ import processes
 import scgi_client
 import waiting
 from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, WEB_SOCKET
-from http_client import API, Client
+from http_client import API, Client, check
 from scgi_client import call, exchange, parsed, received, request
 
 FROM_A_CLIENT = ("REMOTE_ADDR", "10.20.0.2")
@@ -32,6 +32,8 @@ class Requests(HostTest):
 
     def answer_to(self, sent):
         answer = parsed(exchange(WEB_SOCKET, sent))
+        if answer:
+            check("POST", "/api/login", answer)  # as any call is answered
         return answer.status if answer else None
 
     def test_bytes_that_are_no_scgi(self):
@@ -95,6 +97,7 @@ class Requests(HostTest):
             answer = parsed(exchange(WEB_SOCKET, request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", path),
                                                           FROM_A_CLIENT, ("HTTP_COOKIE", user.cookie)])))
             self.assertEqual(404, answer.status, path)
+            check("GET", path, answer)
 
     def test_cookies_by_the_thousand(self):
         user = self._logged_in("alice")
@@ -128,6 +131,8 @@ class Requests(HostTest):
             except BrokenPipeError:
                 pass
             answer = parsed(received(connection))
+            if answer:
+                check("GET", "/api/whoami", answer)
             statuses.append(answer.status if answer else None)
             connection.close()
         self.assertEqual({401, 503}, set(statuses))
