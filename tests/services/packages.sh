@@ -4,14 +4,15 @@
 #   tests/services/packages.sh            installs what is missing, by name; a second run changes nothing
 #   tests/services/packages.sh --missing  prints what is missing, one name a line, and changes nothing
 #
-# Servers that exclude each other as packages, and telnetd, whose package would put a Telnet service into inetd.conf,
-# are only unpacked, into build/service-packages/root. No daemon is started, and none that is installed here starts at
+# Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, and a
+# module that would switch itself on in the machine's Apache are only unpacked, into build/service-packages/root. No daemon is started, and none that is installed here starts at
 # the next boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
 set -euo pipefail
 
 installed_packages=(
   iproute2 python3 libcap2 procps
-  curl lighttpd lighttpd-mod-deflate lighttpd-mod-openssl nginx-light apache2 openssl python3-jsonschema
+  curl lighttpd lighttpd-mod-deflate lighttpd-mod-openssl lighttpd-modules-lua nginx-light apache2
+  fail2ban openssl python3-jsonschema
   samba smbclient python3-samba
   openssh-server openssh-client openssh-sftp-server
   vsftpd
@@ -20,8 +21,9 @@ installed_packages=(
   # What the unpacked servers link against.
   libhiredis0.14 libmemcached11 libmemcachedutil2 libidn2-0 libpcre2-posix3 libpcre2-8-0 libacl1 libncursesw6
   libsodium23 libkrb5-3 libk5crypto3 libcom-err2 libtinfo6 libpam0g libssl3 libcrypt1
+  libcurl3-gnutls liblua5.1-0 libxml2 libyajl2
 )
-unpacked_packages=(proftpd-core pure-ftpd inetutils-telnetd)
+unpacked_packages=(libapache2-mod-security2 proftpd-core pure-ftpd inetutils-telnetd)
 
 source_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 unpack_folder=$source_folder/build/service-packages

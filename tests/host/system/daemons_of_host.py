@@ -1,6 +1,7 @@
 """The daemon and the web servers in front of it, in the namespaces of the service tests."""
 
 import os
+import re
 import shutil
 import stat
 
@@ -16,6 +17,7 @@ WEB_SOCKET = f"{STATE}/web.sock"
 LOCAL_SOCKET = f"{STATE}/local.sock"
 PAGE = "/srv/currentconn-page"
 _INSTALLED_PAGE = "/usr/share/currentconn/page"  # which the tests cannot write
+CERTIFICATE = "/srv/cert.pem"
 PLAIN_PORT = 8088
 TLS_PORT = 8443
 
@@ -61,10 +63,19 @@ def install_page():
         namespace.run("chmod", "-R", "u=rwX,go=rX", PAGE)
 
 
-def install_configuration(name, target):
-    """Copies a packaged configuration, with the tests' place of the page."""
-    text = namespace.read(f"{PACKAGING}/{name}")
-    namespace.write(target, text.replace(_INSTALLED_PAGE, PAGE))
+def install_configuration(name, target, proxy=None):
+    """Copies a packaged configuration, with the tests' place of the page; `proxy` may name the clients' addresses."""
+    text = namespace.read(f"{PACKAGING}/{name}").replace(_INSTALLED_PAGE, PAGE)
+    namespace.write(target, text if proxy is None else behind(text, proxy))
+
+
+def behind(text, proxy):
+    """A configuration with its block "Behind a proxy" switched on and this proxy named."""
+    head, block = text.split("# Behind a proxy")
+    switched_on = re.sub(r"(?m)^( *)#(?! )", r"\1", block).replace("10.0.0.1", proxy)
+    if block.count("10.0.0.1") != 1:
+        raise AssertionError(f"the block names no proxy: {block}")
+    return f"{head}# Behind a proxy{switched_on}"
 
 
 def install_certificate():
@@ -73,14 +84,19 @@ def install_certificate():
         return
     os.makedirs("/etc/currentconn", exist_ok=True)
     namespace.run("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes",
-                  "-days", "2", "-subj", "/CN=fileserver", "-keyout", "/srv/key.pem", "-out", "/srv/cert.pem")
-    namespace.write("/etc/currentconn/page.pem", namespace.read("/srv/key.pem") + namespace.read("/srv/cert.pem"), 0o600)
+                  "-days", "2", "-subj", "/CN=fileserver", "-addext", "subjectAltName=DNS:fileserver,DNS:files",
+                  "-keyout", "/srv/key.pem", "-out", CERTIFICATE)
+    namespace.write("/etc/currentconn/page.pem", namespace.read("/srv/key.pem") + namespace.read(CERTIFICATE), 0o600)
 
 
 class WebServer(Daemon):
-    """Base of the packaged web servers: https on port 8443."""
+    """Base of the packaged web servers: https on port 8443. `proxy` is the address of one that stands before it."""
 
     ports = (TLS_PORT,)
+
+    def __init__(self, proxy=None):
+        super().__init__()
+        self._proxy = proxy
 
     def configure(self):
         install_page()
@@ -112,7 +128,8 @@ class Lighttpd(WebServer):
     def configure(self):
         super().configure()
         install_configuration("lighttpd/page.conf", "/etc/currentconn/page.conf")
-        install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf")
+        install_configuration("lighttpd/limits.lua", "/etc/currentconn/limits.lua")
+        install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf", self._proxy)
 
     def command(self):
         return ["/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/lighttpd.conf"]
@@ -126,7 +143,7 @@ class Nginx(WebServer):
     def configure(self):
         super().configure()
         os.makedirs("/var/log/nginx", exist_ok=True)
-        install_configuration("nginx/currentconn.conf", "/etc/nginx/conf.d/currentconn.conf")
+        install_configuration("nginx/currentconn.conf", "/etc/nginx/conf.d/currentconn.conf", self._proxy)
         shutil.rmtree("/etc/nginx/sites-enabled", ignore_errors=True)
 
     def command(self):
@@ -142,9 +159,10 @@ class Apache(WebServer):
         super().configure()
         for folder in ("/run/apache2", "/run/lock/apache2", "/var/log/apache2"):
             os.makedirs(folder, exist_ok=True)
-        install_configuration("apache/currentconn.conf", "/etc/apache2/sites-available/currentconn.conf")
+        install_configuration("apache/currentconn.conf", "/etc/apache2/sites-available/currentconn.conf", self._proxy)
         namespace.write("/etc/apache2/ports.conf", "")
-        namespace.run("a2enmod", "--quiet", "ssl", "headers", "deflate", "expires", "proxy", "proxy_scgi", "reqtimeout")
+        namespace.run("a2enmod", "--quiet", "ssl", "headers", "deflate", "expires", "proxy", "proxy_scgi", "reqtimeout",
+                      "security2", *(("remoteip",) if self._proxy else ()))
         namespace.run("a2dissite", "--quiet", "000-default")
         namespace.run("a2ensite", "--quiet", "currentconn")
 

@@ -1,0 +1,87 @@
+"""How often one client may call, and try passwords, through each packaged web server."""
+
+import concurrent.futures
+import time
+
+import host_test
+from host_test import HostTest
+import namespace
+import waiting
+from daemons_of_host import Apache, Currentconnd, Lighttpd, Nginx, TLS_PORT
+from http_client import Client
+
+SIDE_BY_SIDE = 16  # as many as the page ends connections at once
+
+
+def browser(address):
+    """A browser at this address."""
+    return Client(address, TLS_PORT, tls=True)
+
+
+def statuses(count, at_once, call):
+    """What `count` calls were answered."""
+    with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
+        return [answer.status for answer in pool.map(lambda _: call(), range(count))]
+
+
+class Limited:
+    """Mixed into the test case of each server. Each test has a client of its own, whose calls none other has used up."""
+
+    web_server = None
+
+    @classmethod
+    def setUpClass(cls):
+        host_test.add_accounts()
+        cls.server(Currentconnd())
+        cls.server(cls.web_server())
+
+    def test_passwords_cannot_be_tried_without_end(self):
+        guesser = browser("10.20.0.3")
+        began = time.monotonic()
+        tried = [guesser.post("/api/login", {}).status for _ in range(14)]
+        self.assertEqual({400, 503}, set(tried))
+        self.assertEqual([400] * 6, tried[:6])
+        self.assertLessEqual(tried.count(400), 6 + (time.monotonic() - began) / 5 + 1)
+        self.assertEqual(401, guesser.get("/api/whoami").status, "its other calls go on")
+        self.assertEqual(200, browser("10.20.0.4").log_in("bob", namespace.PASSWORD).status, "others log in")
+
+    def test_a_guesser_who_waits_may_try_again(self):
+        guesser = browser("10.20.0.5")
+        waiting.until("a refusal", lambda: guesser.post("/api/login", {}).status == 503)
+        time.sleep(6)
+        self.assertEqual(400, guesser.post("/api/login", {}).status)
+        waiting.until("a refusal", lambda: guesser.post("/api/login", {}).status == 503)
+
+    def test_calls_cannot_be_made_without_end(self):
+        flooder = browser("10.20.0.6")
+        began = time.monotonic()
+        answered = statuses(300, 8, lambda: flooder.get("/api/whoami"))
+        most = 65 + 20 * (time.monotonic() - began + 1)
+        self.assertEqual({401, 503}, set(answered))
+        self.assertTrue(64 <= answered.count(401) <= most, f"{answered.count(401)} of at most {most:.0f}")
+        self.assertEqual(401, browser("10.20.0.7").get("/api/whoami").status, "others call")
+
+    def test_an_honest_page_is_never_refused(self):
+        page = browser("10.20.0.8")
+        self.assertEqual(200, page.log_in("bob", namespace.PASSWORD).status)
+        kick = {"http_conn": [{"who": "zoe", "from": "10.9.9.9"}]}
+        self.assertEqual([200] * SIDE_BY_SIDE,
+                         statuses(SIDE_BY_SIDE, SIDE_BY_SIDE, lambda: page.post("kick_connection", kick)))
+        self.assertEqual([200] * 10, statuses(10, 1, lambda: page.get("list")))
+        self.assertEqual(200, page.get("/").status)
+
+
+class ByLighttpd(Limited, HostTest):
+    web_server = Lighttpd
+
+
+class ByNginx(Limited, HostTest):
+    web_server = Nginx
+
+
+class ByApache(Limited, HostTest):
+    web_server = Apache
+
+
+if __name__ == "__main__":
+    host_test.main()
