@@ -11,7 +11,6 @@
 
 #include <json/writer.h>
 
-#include "base/file_descriptor.h"
 #include "base/file_failure.h"
 #include "json_text.h"
 
@@ -116,15 +115,17 @@ Answer answerOfProblem(const Json::Value& document) {
 
 DaemonBackend::DaemonBackend(std::string socketPath) : socketPath_(std::move(socketPath)) {}
 
-bool DaemonBackend::isThere() const {
-  return static_cast<bool>(connectTo(socketPath_));
+bool DaemonBackend::isThere() {
+  connection_ = connectTo(socketPath_);
+  return static_cast<bool>(connection_);
 }
 
 Answer DaemonBackend::call(const std::string& method, const Json::Value& parameters) {
   const auto failure = [this](const char* verb) {
     return failedAnswer(zevo::FileFailure{verb, socketPath_, errno}.text());
   };
-  const zevo::FileDescriptor connection = connectTo(socketPath_);
+  if (!connection_) connection_ = connectTo(socketPath_);
+  const zevo::FileDescriptor connection = std::move(connection_);
   if (!connection) return failure("connect to");
   if (!sendAll(connection.get(), requestFor(method, parameters))) return failure("write to");
   const auto received = receiveAll(connection.get());

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "backend.h"
+#include "base/file_descriptor.h"
 
 namespace cli {
 
@@ -12,7 +13,8 @@ class DaemonBackend : public Backend {
   explicit DaemonBackend(std::string socketPath);
 
   // Whether root listens there: another account's answers would not be believed.
-  [[nodiscard]] bool isThere() const;
+  // The connection is kept for the first call.
+  [[nodiscard]] bool isThere();
 
   Answer call(const std::string& method, const Json::Value& parameters) override;
   // The daemon logs what it was asked.
@@ -21,6 +23,7 @@ class DaemonBackend : public Backend {
 
  private:
   std::string socketPath_;
+  zevo::FileDescriptor connection_;  // not used yet
 };
 
 // The answer in what the daemon sent: header lines, an empty line, a JSON document.

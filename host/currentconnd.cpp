@@ -71,11 +71,12 @@ int serve() {
                 [&service](int connection, Entrance entrance, uid_t peer, CallSlot& slot) {
                   serveConnection(connection, entrance, peer, service, slot);
                 });
-  server.run([] {
-    logLine(LOG_INFO, "ready");
-    ::sd_notify(0, "READY=1");
-  });
-  ::sd_notify(0, "STOPPING=1");
+  server.run(
+      [] {
+        logLine(LOG_INFO, "ready");
+        ::sd_notify(0, "READY=1");
+      },
+      [] { ::sd_notify(0, "STOPPING=1"); });
   logLine(LOG_INFO, "ended");
   return 0;
 }

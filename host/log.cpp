@@ -5,6 +5,9 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#define SD_JOURNAL_SUPPRESS_LOCATION
+#include <systemd/sd-journal.h>
+
 #include "base/text.h"
 
 namespace host {
@@ -12,6 +15,11 @@ namespace {
 
 bool& toJournal() {
   static bool value = false;
+  return value;
+}
+
+pid_t& daemonPid() {
+  static pid_t value = 0;
   return value;
 }
 
@@ -27,6 +35,7 @@ bool isJournalStream() {
 
 void openLog() {
   toJournal() = isJournalStream();
+  daemonPid() = ::getpid();
   ::openlog("currentconnd", LOG_PID, LOG_DAEMON);
 }
 
@@ -39,8 +48,15 @@ void logLine(int priority, const std::string& line) {
 }
 
 void logAuthorisation(int priority, const std::string& line) {
-  ::syslog(LOG_AUTHPRIV | priority, "%s", line.c_str());
-  if (!toJournal()) logLine(priority, line);
+  if (!toJournal()) {
+    ::syslog(LOG_AUTHPRIV | priority, "%s", line.c_str());
+    logLine(priority, line);
+    return;
+  }
+  // A call's process is gone before the journal can look up its unit, which is the daemon's.
+  ::sd_journal_send("MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i",
+                    LOG_AUTHPRIV >> 3, "SYSLOG_IDENTIFIER=currentconnd", "OBJECT_PID=%i",
+                    static_cast<int>(daemonPid()), nullptr);
 }
 
 std::string inQuotes(std::string_view text, std::size_t limit) {

@@ -7,14 +7,15 @@
 
 namespace host {
 
-// To be called once, before the first line.
+// To be called once, by the daemon itself, before the first line.
 void openLog();
 
 // One line of `priority` (of <syslog.h>). Texts from outside must have gone through inQuotes().
 void logLine(int priority, const std::string& line);
 
-// A line of the authorisation facility: logins, and calls that end or disable something. Where
-// standard error is not the journal, it stands there too.
+// A line of the authorisation facility: logins, and calls that end or disable something. In the
+// journal it stands with the daemon's unit; where standard error is not the journal, it stands
+// there too.
 void logAuthorisation(int priority, const std::string& line);
 
 // `text` in double quotes, made printable, with inner quotes and backslashes escaped, so that it

@@ -89,7 +89,7 @@ Server::Server(std::vector<Listener> listeners, CallBoard& board, milliseconds c
       work_(std::move(work)),
       calls_(board.size()) {}
 
-void Server::run(const std::function<void()>& ready) {
+void Server::run(const std::function<void()>& ready, const std::function<void()>& stopping) {
   const sigset_t signals = watchedSignals();
   forgetInheritedSignals();
   ::sigprocmask(SIG_BLOCK, &signals, nullptr);
@@ -99,7 +99,9 @@ void Server::run(const std::function<void()>& ready) {
     return;
   }
   ready();
-  while (!isStopping_ || isBusy()) step();
+  while (!isStopping_) step();
+  stopping();
+  while (isBusy()) step();
   logTurnedAway();
 }
 

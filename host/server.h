@@ -30,8 +30,9 @@ class Server {
          Work work);
 
   // Serves until SIGTERM or SIGINT, then takes no new calls and returns when those in flight are
-  // answered; a second signal ends them at once. Calls `ready` once signals are taken care of.
-  void run(const std::function<void()>& ready);
+  // answered; a second signal ends them at once. Calls `ready` once signals are taken care of, and
+  // `stopping` at the first signal.
+  void run(const std::function<void()>& ready, const std::function<void()>& stopping);
 
  private:
   using Clock = std::chrono::steady_clock;

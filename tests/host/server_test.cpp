@@ -121,9 +121,11 @@ class ServerTest : public testing::Test {
     CallBoard board(kPlaces);
     Server server(std::move(listeners), board, kCallLimit,
                   [](int connection, Entrance, uid_t, CallSlot& slot) { serve(connection, slot); });
-    server.run([&] {
-      if (::write(ready, "r", 1) == 1) ::close(ready);
-    });
+    server.run(
+        [&] {
+          if (::write(ready, "r", 1) == 1) ::close(ready);
+        },
+        [] {});
     ::_exit(0);
   }
 };

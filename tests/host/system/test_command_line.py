@@ -49,12 +49,13 @@ class CommandLine(HostTest):
             rows = [listing.row(item) for item in json.loads(done.stdout)["items"]]
             self.assertEqual([(name, address, "SSH")], [row[:3] for row in rows])
         self.assertIn('method="list_by_user" user="alice"', daemon.log_text())
+        self.assertNotIn("not sent to its end", daemon.log_text())
 
     def test_more_than_that_needs_root(self):
         daemon = Currentconnd().start()
         self.addCleanup(daemon.stop)
         for arguments in (("list",), ("mine", "--user", "bob"), ("kick", "--user", "bob", "--yes"),
-                          ("disable", "bob", "--yes"), ("report", "-o", "-")):
+                          ("disable", "bob", "--yes"), ("report", "-o", "-"), ("login-link",)):
             done = as_user("alice", *arguments)
             self.assertEqual((3, ""), (done.returncode, done.stdout), arguments)
             self.assertIn("needs root", done.stderr)
