@@ -63,9 +63,9 @@ def install_page():
         namespace.run("chmod", "-R", "u=rwX,go=rX", PAGE)
 
 
-def install_configuration(name, target, proxy=None):
+def install_configuration(name, target, port=TLS_PORT, proxy=None):
     """Copies a packaged configuration, with the tests' place of the page; `proxy` may name the clients' addresses."""
-    text = namespace.read(f"{PACKAGING}/{name}").replace(_INSTALLED_PAGE, PAGE)
+    text = namespace.read(f"{PACKAGING}/{name}").replace(_INSTALLED_PAGE, PAGE).replace(str(TLS_PORT), str(port))
     namespace.write(target, text if proxy is None else behind(text, proxy))
 
 
@@ -90,13 +90,12 @@ def install_certificate():
 
 
 class WebServer(Daemon):
-    """Base of the packaged web servers: https on port 8443. `proxy` is the address of one that stands before it."""
+    """Base of the packaged web servers: https. `proxy` is the address of one that stands before it."""
 
-    ports = (TLS_PORT,)
-
-    def __init__(self, proxy=None):
+    def __init__(self, proxy=None, port=TLS_PORT):
         super().__init__()
-        self._proxy = proxy
+        self.ports = (port,)
+        self._options = {"proxy": proxy, "port": port}
 
     def configure(self):
         install_page()
@@ -129,7 +128,7 @@ class Lighttpd(WebServer):
         super().configure()
         install_configuration("lighttpd/page.conf", "/etc/currentconn/page.conf")
         install_configuration("lighttpd/limits.lua", "/etc/currentconn/limits.lua")
-        install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf", self._proxy)
+        install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf", **self._options)
 
     def command(self):
         return ["/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/lighttpd.conf"]
@@ -143,7 +142,7 @@ class Nginx(WebServer):
     def configure(self):
         super().configure()
         os.makedirs("/var/log/nginx", exist_ok=True)
-        install_configuration("nginx/currentconn.conf", "/etc/nginx/conf.d/currentconn.conf", self._proxy)
+        install_configuration("nginx/currentconn.conf", "/etc/nginx/conf.d/currentconn.conf", **self._options)
         shutil.rmtree("/etc/nginx/sites-enabled", ignore_errors=True)
 
     def command(self):
@@ -159,10 +158,10 @@ class Apache(WebServer):
         super().configure()
         for folder in ("/run/apache2", "/run/lock/apache2", "/var/log/apache2"):
             os.makedirs(folder, exist_ok=True)
-        install_configuration("apache/currentconn.conf", "/etc/apache2/sites-available/currentconn.conf", self._proxy)
+        install_configuration("apache/currentconn.conf", "/etc/apache2/sites-available/currentconn.conf", **self._options)
         namespace.write("/etc/apache2/ports.conf", "")
         namespace.run("a2enmod", "--quiet", "ssl", "headers", "deflate", "expires", "proxy", "proxy_scgi", "reqtimeout",
-                      "security2", *(("remoteip",) if self._proxy else ()))
+                      "security2", *(("remoteip",) if self._options["proxy"] else ()))
         namespace.run("a2dissite", "--quiet", "000-default")
         namespace.run("a2ensite", "--quiet", "currentconn")
 

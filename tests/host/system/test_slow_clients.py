@@ -1,0 +1,170 @@
+"""Clients that take their time, and clients by the hundred, in front of the packaged web servers."""
+
+import concurrent.futures
+import socket
+import ssl
+import subprocess
+import time
+import unittest
+
+import host_test
+from host_test import HostTest
+import namespace
+import waiting
+from daemons_of_host import Apache, Currentconnd, Lighttpd, Nginx, PACKAGING, PLAIN_PORT, PlainLighttpd, TLS_PORT
+from http_client import Client
+
+PORTS = {"lighttpd": TLS_PORT, "nginx": 9443, "apache": 10443}
+REQUEST = b"GET /api/whoami HTTP/1.1\r\nHost: files\r\nConnection: close\r\n"
+FIREWALL = f"{PACKAGING}/nftables/currentconn.nft"
+MOST_OF_ONE_ADDRESS = 64
+
+
+def connected(address, port):
+    """A connection over TLS."""
+    context = ssl._create_unverified_context()
+    return context.wrap_socket(socket.create_connection((address, port), timeout=20))
+
+
+def slowly(port, sent, trickled, patience=20):
+    """Sends the second part a byte a second. What came back, at last within `patience`, and after how many seconds."""
+    with connected("10.20.0.3", port) as connection:
+        began = time.monotonic()
+        try:
+            connection.sendall(sent)
+            answer = answer_within(1, connection)
+            for byte in trickled:
+                if answer is not None:
+                    break
+                connection.sendall(bytes([byte]))
+                answer = answer_within(1, connection)
+            if answer is None:
+                answer = answer_within(patience, connection)
+        except OSError:
+            answer = b""
+        return answer, time.monotonic() - began
+
+
+def answer_within(seconds, connection):
+    """What the server sent, empty where it closed the connection; None where it did neither in this time."""
+    connection.settimeout(seconds)
+    try:
+        return connection.recv(65536)
+    except TimeoutError:
+        return None
+
+
+def status_of(answer):
+    """The status line's number; None where nothing was answered."""
+    return int(answer.split()[1]) if answer else None
+
+
+class Slow(HostTest):
+    """The slow clients of all tests begin together."""
+
+    @classmethod
+    def setUpClass(cls):
+        host_test.add_accounts()
+        cls.server(Currentconnd())
+        cls.server(Lighttpd())
+        cls.server(Nginx(port=PORTS["nginx"]))
+        cls.server(Apache(port=PORTS["apache"]))
+        pool = concurrent.futures.ThreadPoolExecutor(100)
+        cls.addClassCleanup(pool.shutdown)
+        cls.with_an_end = {name: pool.submit(slowly, port, REQUEST, b"X: a\r\n\r\n") for name, port in PORTS.items()}
+        cls.without_end = {name: pool.submit(slowly, PORTS[name], REQUEST, b"X" * 16) for name in ("nginx", "apache")}
+        cls.silent = {name: pool.submit(slowly, port, REQUEST, b"") for name, port in PORTS.items()}
+        cls.crowd = [pool.submit(slowly, port, REQUEST, b"X" * 8, patience=0.1) for port in PORTS.values() for _ in range(20)]
+
+    def test_a_byte_a_second_is_answered_where_it_has_an_end(self):
+        for name, client in self.with_an_end.items():
+            self.assertEqual(401, status_of(client.result()[0]), name)
+
+    def test_a_byte_a_second_holds_up_nobody(self):
+        end = time.monotonic() + 4
+        while time.monotonic() < end:
+            for name, port in PORTS.items():
+                began = time.monotonic()
+                self.assertEqual(401, Client("10.20.0.8", port, tls=True).get("/api/whoami").status)
+                self.assertLess(time.monotonic() - began, 2, name)
+            time.sleep(0.2)
+        self.assertFalse([client for client in self.crowd if client.done()], "they were there all the time")
+
+    def test_header_lines_without_end_are_dropped(self):
+        for name, client in self.without_end.items():
+            answer, seconds = client.result()
+            self.assertIn(status_of(answer), (None, 408), name)
+            self.assertTrue(8 < seconds < 15, f"{name}: {seconds:.1f} s")
+
+    def test_one_that_falls_silent_is_dropped(self):
+        for name, client in self.silent.items():
+            answer, seconds = client.result()
+            self.assertIn(status_of(answer), (None, 408), name)
+            self.assertTrue(8 < seconds < 20, f"{name}: {seconds:.1f} s")
+
+
+class Firewall(HostTest):
+    @classmethod
+    def setUpClass(cls):
+        if subprocess.run(["nft", "list", "ruleset"], capture_output=True, env=namespace.ENVIRONMENT).returncode != 0:
+            raise unittest.SkipTest("this kernel has no nf_tables")
+        host_test.add_accounts()
+        cls.server(Currentconnd())
+        cls.server(Lighttpd())
+        for _ in range(2):
+            namespace.run("nft", "-f", FIREWALL)  # loading it again replaces it
+        cls.addClassCleanup(namespace.run, "nft", "flush", "ruleset")
+
+    def held(self, address, count):
+        connections = []
+        for _ in range(count):
+            try:
+                connections.append(self.client(socket.create_connection, (address, TLS_PORT), timeout=10))
+            except ConnectionError:
+                pass
+        return connections
+
+    def assertServed(self, address):
+        self.assertEqual(401, Client(address, TLS_PORT, tls=True).get("/api/whoami").status)
+
+    def assertLimited(self, address, same, other):
+        """`same` counts as the address does, `other` on its own."""
+        held = self.held(address, MOST_OF_ONE_ADDRESS + 20)
+        self.assertEqual(MOST_OF_ONE_ADDRESS, len(held))
+        self.assertServed(other)
+        self.assertRaises(ConnectionError, self.assertServed, same)
+        for connection in held[:8]:
+            connection.close()
+        waiting.until("the firewall to forget them", lambda: self.held(same, 1))
+
+    def test_one_address_holds_no_more_than_its_share(self):
+        self.assertLimited("10.20.0.3", "10.20.0.3", "10.20.0.4")
+
+    def test_the_addresses_of_one_ipv6_client_share_it(self):
+        for address in ("fd20::3", "fd21::2"):
+            namespace.run("ip", "address", "add", f"{address}/128", "dev", "lo", "nodad")
+        self.assertLimited(namespace.CLIENT_ADDRESS_V6, "fd20::3", "fd21::2")
+
+
+class Many(HostTest):
+    def test_five_hundred_connections_at_once_are_answered(self):
+        host_test.add_accounts()
+        self.server(Currentconnd())
+        self.server(PlainLighttpd())
+        addresses = namespace.CLIENT_ADDRESSES
+        held = [self.client(socket.create_connection, (addresses[number % len(addresses)], PLAIN_PORT), timeout=30)
+                for number in range(500)]
+        for connection in held:
+            connection.sendall(REQUEST + b"\r\n")
+        statuses = [status_of(connection.recv(65536)) for connection in held]
+        self.assertLessEqual({401}, set(statuses))
+        self.assertLessEqual(set(statuses), {401, 503})
+        self.assertEqual(401, waiting.until("an answer", lambda: self._served()).status)
+
+    def _served(self):
+        answer = Client("10.20.0.2").get("/api/whoami")
+        return answer if answer.status != 503 else None
+
+
+if __name__ == "__main__":
+    host_test.main()
