@@ -1,12 +1,17 @@
 """The packaged filter of fail2ban against lines that the daemon wrote."""
 
 import concurrent.futures
+import os
+import re
 import shutil
+import socket
 import subprocess
 
 import host_test
 from host_test import HostTest
 import namespace
+import scgi_client
+import test_systemd
 from daemons_of_host import Currentconnd, Lighttpd, PACKAGING, TLS_PORT
 from http_client import Client
 
@@ -87,6 +92,27 @@ class Filter(HostTest):
         lines, _ = self.logged(work)
         self.assertRegex("\n".join(lines), 'login from 10.20.0.8: user "bob"')
         self.assertBanned([], lines)
+
+
+class Journal(HostTest):
+    def test_the_filter_asks_the_journal_for_the_refusals(self):
+        host_test.add_accounts()
+        kinds = {test_systemd.JOURNAL: socket.SOCK_DGRAM, test_systemd.NOTIFY: socket.SOCK_DGRAM,
+                 "/run/elsewhere/web.sock": socket.SOCK_STREAM}
+        journal, notified, web = (self.client(test_systemd.bound, path, kind, 0o666) for path, kind in kinds.items())
+        web.listen()
+        daemon = test_systemd.start_handed_over((web,), ("web",))
+        self.addCleanup(os.waitpid, daemon, 0)
+        self.addCleanup(os.kill, daemon, 15)
+        notified.recv(100)
+        scgi_client.call("/run/elsewhere/web.sock", "POST", "/api/login", ("REMOTE_ADDR", "10.20.0.2"),
+                         ("HTTP_HOST", "nas"), body=b'{"name": "alice", "password": "wrong"}')
+        asked = re.search("^journalmatch = (.*)$", namespace.read(f"{PACKAGING}/fail2ban/currentconn.conf"), re.MULTILINE)
+        fields = []
+        while not any(field.startswith("MESSAGE=login refused from") for field in fields):
+            fields = journal.recv(65536).decode().splitlines()
+        # The journal itself adds who wrote; no other account can make it say root.
+        self.assertLessEqual(set(asked.group(1).split()), {*fields, f"_UID={os.geteuid()}"})
 
 
 if __name__ == "__main__":
