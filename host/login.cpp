@@ -112,6 +112,13 @@ Verdict checkCredentials(const Credentials& credentials, const std::string& addr
   return judge(name, tools.accounts.byName(result.account), tools.accounts);
 }
 
+// None where the body makes no sense. The password is gone when this returns: a refusal waits.
+std::optional<Verdict> checkRequest(HttpRequest& request, const LoginTools& tools) {
+  const auto credentials = readCredentials(request);
+  if (!credentials) return std::nullopt;
+  return checkCredentials(*credentials, *request.remoteAddress, tools);
+}
+
 Answer refuse(const Verdict& verdict, const std::string& address,
               std::chrono::steady_clock::time_point began, const LoginTools& tools) {
   logAuthorisation(LOG_WARNING, "login refused from " + address + ": user " +
@@ -146,11 +153,10 @@ Answer logIn(HttpRequest& request, const LoginTools& tools) {
   // the JSON reader's or a PAM module's memory.
   ::mallopt(M_PERTURB, 0x5A);
   if (!request.remoteAddress) return problemAnswer(Problem::kMalformed);
-  const auto credentials = readCredentials(request);
-  if (!credentials) return problemAnswer(Problem::kMalformedJson);
-  const Verdict verdict = checkCredentials(*credentials, *request.remoteAddress, tools);
-  if (!verdict.account) return refuse(verdict, *request.remoteAddress, began, tools);
-  return letIn(*verdict.account, request, tools);
+  const auto verdict = checkRequest(request, tools);
+  if (!verdict) return problemAnswer(Problem::kMalformedJson);
+  if (!verdict->account) return refuse(*verdict, *request.remoteAddress, began, tools);
+  return letIn(*verdict->account, request, tools);
 }
 
 std::string identityText(const Caller& caller) {
