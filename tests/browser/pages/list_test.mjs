@@ -77,11 +77,12 @@ pageTest('the list is filtered as one types, once the typing pauses', async ({ d
   const before = world.callsOf('list').length;
   await page.locator('#filter').pressSequentially('USER0007', { delay: 20 });
   await eventually(() => users(driver), ['user0007']);
-  assert.equal(await driver.text('#total'), '1 connection');
+  assert.equal(await driver.text('#total'), '1 connection found');
   assert.ok(world.callsOf('list').length - before <= 2, 'not a call for each letter');
   await eventually(() => page.textContent('#announcer'), '1 connection found');
   await page.press('#filter', 'Escape');
   await eventually(async () => (await users(driver)).length, 30);
+  assert.equal(await driver.text('#total'), '30 connections');
 });
 
 pageTest('a filter that fits nothing says so and can be cleared from there', async ({ driver, page, world }) => {
@@ -89,6 +90,7 @@ pageTest('a filter that fits nothing says so and can be cleared from there', asy
   await driver.enter();
   await page.fill('#filter', 'zebra');
   await eventually(() => page.innerText('#state h2'), 'No connection contains “zebra”');
+  assert.equal(await driver.text('#total'), '0 connections found');
   await page.click('#state button');
   await eventually(async () => (await users(driver)).length, 3);
   assert.equal(await page.inputValue('#filter'), '');

@@ -118,7 +118,7 @@ pageTest(
     await page.selectOption('[data-preferences="account"] select >> nth=0', 'de');
     await eventually(() => driver.text('#selection-count'), '1 ausgewählt');
     assert.equal(await page.inputValue('#filter'), 'user1');
-    assert.match(await driver.text('#total'), /Verbindungen$/);
+    assert.match(await driver.text('#total'), /Verbindungen gefunden$/);
     await page.reload();
     await eventually(() => page.getAttribute('html', 'lang'), 'de');
   },

@@ -95,7 +95,7 @@ export class ConnectionsScreen {
       return;
     }
     const isFirst = this.page === null;
-    this.page = page;
+    this.page = { ...page, filter: this.query.filter };
     this.failure = null;
     this.clock = parseClock(page.systime);
     const isWhole = page.items.length === page.total;

@@ -72,7 +72,7 @@ export class ListView {
     const connections = page?.items ?? [];
     const total = page?.total ?? 0;
     this.#showTotal(page);
-    this.filter.show(query.filter);
+    this.filter.show();
     this.narrowSort.show(query);
     this.state.show({ page, failure, query, account });
     this.table.show({
@@ -94,11 +94,11 @@ export class ListView {
   #showTotal(page) {
     const { account } = this.screen;
     const values = { count: page?.total ?? 0, user: account.name };
-    const key = account.isAdmin ? 'list.total' : 'list.total_own';
+    const key = page?.filter ? 'list.found' : account.isAdmin ? 'list.total' : 'list.total_own';
     if (page === null) setText(byId('total'), say('page.title'));
     else byId('total').replaceChildren(...sayNodes(key, values));
     const server = location.hostname;
-    document.title = page === null ? `${say('page.title')} · ${server}` : `${say('list.total', values)} · ${server}`;
+    document.title = page === null ? `${say('page.title')} · ${server}` : `${say(key, values)} · ${server}`;
   }
 
   // The list stays, with a sentence above it, where the server has given none that is newer.
