@@ -4,7 +4,7 @@ import { ApiFailure } from './model/failure.js';
 import { watchActivity } from './view/activity.js';
 import { ConnectionsScreen } from './view/connections_screen.js';
 import { byId, setText } from './view/element.js';
-import { failureText } from './view/list_state.js';
+import { failureText, troubleTexts } from './view/list_state.js';
 import { LoginScreen } from './view/login_screen.js';
 import { showNotice } from './view/notices.js';
 import { placePreferences } from './view/preferences.js';
@@ -66,6 +66,9 @@ async function identify() {
       login.enter();
       return;
     }
+    const [title, more] = troubleTexts(failure);
+    setText(byId('away-title'), title);
+    setText(byId('away-more'), more);
     showScreen('away');
     identify.timer = setTimeout(identify, Math.max(kRetry, failure.retryAfter * 1000));
   }

@@ -155,6 +155,26 @@ for (const [problem, sentence] of kRefusals) {
   });
 }
 
+pageTest(
+  'a question that was given up does not come back in the place of the next one',
+  async ({ driver, page, world }) => {
+    world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
+    await driver.enter();
+    await page.click('#pause');
+    world.delays.set('list', 1500);
+    await driver.openPanel('alice');
+    await driver.choose('End this connection…');
+    await page.keyboard.press('Escape');
+    world.delays.set('list', 4000);
+    await driver.openPanel('bob');
+    await driver.choose('End this connection…');
+    await page.waitForTimeout(2500);
+    await driver.dialogTitle('Looking at what is connected now');
+    await driver.dialogTitle('End 1 connection?');
+    assert.deepEqual(await targets(page), [['bob', '']]);
+  },
+);
+
 pageTest('a server that is too busy is asked again', async ({ driver, world }) => {
   world.connections = [connection({ pid: 1 })];
   world.fail('kick_connection', { status: 503, code: 503, retryAfter: 1 }, 2);

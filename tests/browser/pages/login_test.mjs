@@ -126,7 +126,7 @@ pageTest('a login that the server is too busy for says so', async ({ driver, wor
   await driver.visit();
   world.fail('login', { status: 503, code: 503 });
   await driver.logIn('olga', 'correct horse');
-  await eventually(() => driver.text('#login-notice'), 'The server has too many calls at once. Try again in a moment.');
+  await eventually(() => driver.text('#login-notice'), 'The server is too busy or not ready. Try again in a moment.');
 });
 
 pageTest(

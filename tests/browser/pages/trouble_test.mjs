@@ -49,6 +49,58 @@ pageTest(
   },
 );
 
+// A web server that counts requests refuses with a page of its own.
+const kRefusals = [
+  { status: 429, contentType: 'text/html', body: '<html><h1>429 Too Many Requests</h1></html>' },
+  { status: 503, contentType: 'text/html', headers: { 'retry-after': '1' }, body: '<html><h1>503</h1></html>' },
+];
+
+for (const refusal of kRefusals) {
+  pageTest(
+    `a web server that refuses with ${refusal.status} is called busy, and the page goes on by itself`,
+    async ({ driver, page, world }) => {
+      const isCall = (url) => url.pathname.startsWith('/api/');
+      world.connections = [connection({ pid: 1 })];
+      await driver.enter();
+      await page.route(isCall, (route) => route.fulfill(refusal));
+      await eventually(
+        () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
+        'The server is too busy or not ready. Try again in a moment. ' +
+          'The list below is as of 21:40:00. The page keeps trying.',
+      );
+      assert.equal((await driver.rows()).length, 1);
+      await page.reload();
+      await eventually(
+        () => page.innerText('#away').catch(() => ''),
+        'The connections could not be read\n\n' +
+          'The server is too busy or not ready. Try again in a moment.\n\nTry again now',
+      );
+      await page.unroute(isCall);
+      await driver.row('alice').waitFor();
+    },
+  );
+
+  pageTest(
+    `what a web server refuses with ${refusal.status} is asked for again before, while and after ending`,
+    async ({ driver, page, world }) => {
+      world.connections = [connection({ pid: 1 })];
+      await driver.enter();
+      await page.click('#pause');
+      await driver.select('alice');
+      let calls = 0;
+      await page.route(
+        (url) => url.pathname.startsWith('/api/'),
+        (route) => ((calls += 1) % 3 === 0 ? route.continue() : route.fulfill(refusal)),
+      );
+      await page.click('#selection-end');
+      await page.waitForSelector('#dialog .danger');
+      await driver.press('End 1 connection');
+      await driver.dialogTitle('1 of 1 ended');
+      assert.equal(calls, 9);
+    },
+  );
+}
+
 pageTest('an answer that is none of the server is no list', async ({ driver, page }) => {
   await driver.enter();
   await page.route('**/list?*', (route) =>

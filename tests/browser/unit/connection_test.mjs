@@ -16,7 +16,7 @@ test('a reason is given for each kind of connection that cannot be ended', () =>
     [{ type: 'NFS', who: '' }, 'cannot_end.nfs'],
     [{ type: 'LOGIN', from: '' }, 'cannot_end.console'],
     [{ type: 'UNKNOWN' }, 'cannot_end.other'],
-    [{ type: 'CIFS', who: '' }, 'cannot_end.no_user'],
+    [{ type: 'CIFS', who: '' }, 'cannot.unknown_user'],
     [{ type: 'CIFS', from: '' }, 'cannot_end.no_address'],
     [{ type: 'CIFS', pid: 0 }, 'cannot_end.no_process'],
   ];
@@ -46,7 +46,7 @@ test('local accounts other than oneself can be disabled', () => {
 test('a reason is given for each user that cannot be disabled', () => {
   const reasons = [
     ['', 'cannot_disable.no_user'],
-    ['unknown', 'cannot_disable.unknown'],
+    ['unknown', 'cannot.unknown_user'],
     ['olga', 'cannot_disable.oneself'],
     ['EXAMPLE\\dave', 'cannot_disable.directory'],
     ['dave@example.org', 'cannot_disable.directory'],

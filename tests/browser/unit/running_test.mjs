@@ -42,13 +42,23 @@ const busy = new ApiFailure('answer', { status: 503, code: 503, retryAfter: 3 })
 
 test('a call that the server was too busy for is made again after the time it named', async () => {
   const pauses = [];
-  const answers = [busy, busy];
+  const answers = [busy, new ApiFailure('answer', { status: 429, retryAfter: 3 })];
   const call = async () => {
     if (answers.length > 0) throw answers.pop();
     return 'done';
   };
   assert.equal(await patiently(call, async (time) => pauses.push(time)), 'done');
   assert.deepEqual(pauses, [3000, 3000]);
+});
+
+test('where no time is named it is a second, and never more than half a minute', async () => {
+  const pauses = [];
+  const answers = [0, 86_400].map((retryAfter) => new ApiFailure('answer', { status: 429, retryAfter }));
+  const call = async () => {
+    if (answers.length > 0) throw answers.shift();
+  };
+  await patiently(call, async (time) => pauses.push(time));
+  assert.deepEqual(pauses, [1000, 30_000]);
 });
 
 test('patience ends', async () => {
@@ -84,6 +94,7 @@ test('every failure has its sentence', () => {
     [new ApiFailure('answer', { status: 409, code: 7100 }), 'failure.too_few_admins'],
     [new ApiFailure('answer', { status: 401, code: 401 }), 'failure.session_ended'],
     [new ApiFailure('answer', { status: 503, code: 503 }), 'failure.busy'],
+    [new ApiFailure('answer', { status: 429 }), 'failure.busy'],
     [new ApiFailure('answer', { status: 504, code: 504 }), 'failure.slow'],
     [new ApiFailure('answer', { status: 502 }), 'failure.away'],
     [new ApiFailure('answer', { status: 418 }), 'failure.unexpected'],

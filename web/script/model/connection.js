@@ -24,7 +24,7 @@ export function whyNotEnd(connection, account) {
   if (connection.type === 'LOGIN') return 'cannot_end.console';
   if (!connection.can_be_kicked) return 'cannot_end.other';
   if (!isWeb(connection) && !kEndableServices.has(connection.type)) return 'cannot_end.other';
-  if (connection.who === '') return 'cannot_end.no_user';
+  if (connection.who === '') return 'cannot.unknown_user';
   if (connection.from === '') return 'cannot_end.no_address';
   if (isWeb(connection)) return isOwnLogin(connection, account) ? 'cannot_end.own_login' : null;
   return connection.pid === 0 ? 'cannot_end.no_process' : null;
@@ -33,7 +33,7 @@ export function whyNotEnd(connection, account) {
 // Why the user of this connection cannot be disabled from here, as the key of a text, or null.
 export function whyNotDisable(connection, account) {
   if (connection.who === '') return 'cannot_disable.no_user';
-  if (connection.who === kUnknownUser) return 'cannot_disable.unknown';
+  if (connection.who === kUnknownUser) return 'cannot.unknown_user';
   if (connection.who === account.name) return 'cannot_disable.oneself';
   return connection.user_can_be_disabled ? null : 'cannot_disable.directory';
 }

@@ -40,13 +40,13 @@ export function kickParameters([{ row }]) {
 }
 
 // What came of one target: "ended", "back" (ended, and its client is connected again), "still" (it is there as before),
-// "failed" (the same, and the server said why), "skipped" (never asked for), "unclear" (the list could not be read).
+// "skipped" (never asked for), "unclear" (the list could not be read).
 // `answer` is "done", "skipped" or an ApiFailure; `before` and `after` are whole readings, `after` null where it failed.
 export function outcomeOf(row, answer, before, after) {
   if (answer === 'skipped') return 'skipped';
   if (after === null) return 'unclear';
   const identity = identityOf(row);
-  if (after.some((other) => identityOf(other) === identity)) return answer === 'done' ? 'still' : 'failed';
+  if (after.some((other) => identityOf(other) === identity)) return 'still';
   const known = new Set(before.map(identityOf));
   const client = clientOf(row);
   const isBack = after.some((other) => clientOf(other) === client && !known.has(identityOf(other)));

@@ -9,7 +9,7 @@ export async function patiently(call, pause = wait) {
     try {
       return await call();
     } catch (error) {
-      if (!(error instanceof ApiFailure) || error.status !== 503 || left <= 1) throw error;
+      if (!(error instanceof ApiFailure) || !error.isBusy || left <= 1) throw error;
       await pause(1000 * Math.max(1, error.retryAfter));
     }
   }

@@ -1,7 +1,7 @@
 // What ending and disabling share: the list is read anew before anything is asked, and again after all is done.
 import { readAll } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
-import { wait } from '../model/patience.js';
+import { patiently, wait } from '../model/patience.js';
 import { element } from './element.js';
 import { failureText } from './list_state.js';
 import { say } from './texts.js';
@@ -20,13 +20,15 @@ export class AskingDialog {
   // which sets `wasAsked`.
   async open(ask) {
     this.wasAsked = false;
-    const closed = this.dialog.open();
+    // By the time of the answer the dialog may be open again, for something else.
+    let isClosed = false;
+    const closed = this.dialog.open().then(() => (isClosed = true));
     this.dialog.checking();
     try {
-      const present = await readAll();
-      if (this.dialog.isOpen) ask(present);
+      const present = await patiently(readAll);
+      if (!isClosed) ask(present);
     } catch (failure) {
-      this.#showUnread(failure);
+      if (!isClosed) this.#showUnread(failure);
     }
     await closed;
     return this.wasAsked;
@@ -48,7 +50,7 @@ export class AskingDialog {
   async readAgain() {
     for (let left = kTries; left > 0; left -= 1) {
       let present = null;
-      const failure = await this.failureOf(async () => (present = await readAll()));
+      const failure = await this.failureOf(async () => (present = await patiently(readAll)));
       if (failure === null || !failure.isTemporary) return present;
       if (left > 1) await wait(kPause);
     }
@@ -63,8 +65,10 @@ export class AskingDialog {
 
   #showUnread(failure) {
     if (!(failure instanceof ApiFailure)) throw failure;
-    if (failure.isSessionEnd) this.leave();
-    if (!this.dialog.isOpen) return;
+    if (failure.isSessionEnd) {
+      this.leave();
+      return;
+    }
     this.dialog.step({
       title: [say('trouble.title')],
       body: [element('p', { className: 'lead', textContent: failureText(failure) })],

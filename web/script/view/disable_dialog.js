@@ -65,7 +65,7 @@ export class DisableDialog extends AskingDialog {
   }
 
   #showFailure(user, failure) {
-    const isCertain = kNothingChanged.includes(failure.code) || failure.status === 503 || failure.status === 403;
+    const isCertain = kNothingChanged.includes(failure.code) || failure.isBusy || failure.status === 403;
     const body = [element('p', { className: 'lead', textContent: failureText(failure) })];
     if (!isCertain) body.push(consequence([say('disable.unclear_more'), command(`chage -l ${user}`)]));
     this.#finish(sayNodes(isCertain ? 'disable.failed' : 'disable.unclear', { user }), body);

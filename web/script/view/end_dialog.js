@@ -17,7 +17,6 @@ const kMarks = {
   ended: 'good',
   back: 'again',
   still: 'trouble',
-  failed: 'trouble',
   skipped: 'left',
   unclear: 'trouble',
 };
@@ -129,8 +128,9 @@ export class EndDialog extends AskingDialog {
 }
 
 function reasonFor(outcome, answer) {
-  if (outcome === 'still') return say('outcome.still_more');
-  return answer instanceof ApiFailure && outcome !== 'ended' && outcome !== 'back' ? failureText(answer) : '';
+  if (outcome === 'ended' || outcome === 'back') return '';
+  if (answer instanceof ApiFailure) return failureText(answer);
+  return outcome === 'still' ? say('outcome.still_more') : '';
 }
 
 function remark(content) {

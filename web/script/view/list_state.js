@@ -39,9 +39,15 @@ export class ListState {
     }
     if (kind === 'rows') return [];
     const retry = button('away.retry', this.onRetry);
-    if (failure.isTemporary) return [...picture('lost', say('away.title'), say('away.more')), retry];
-    return [...picture('lost', say('trouble.title'), failureText(failure)), retry];
+    return [...picture('lost', ...troubleTexts(failure)), retry];
   }
+}
+
+// What is said where nothing could be read at all: a title and more.
+export function troubleTexts(failure) {
+  return failure.isTemporary && !failure.isBusy
+    ? [say('away.title'), say('away.more')]
+    : [say('trouble.title'), failureText(failure)];
 }
 
 // The sentence for a failure, with what the server said about it.
