@@ -3,8 +3,8 @@ import { requirePackage } from './packages.mjs';
 
 const { chromium } = requirePackage('playwright-core');
 
-// playwright-core gives it a fresh profile folder of its own and removes that at the end.
-export function startBrowser() {
+// playwright-core gives it a fresh profile folder of its own and removes that at the end. `more` are further arguments.
+export function startBrowser(...more) {
   return chromium.launch({
     executablePath: process.env.CURRENTCONN_CHROMIUM ?? '/usr/bin/chromium',
     chromiumSandbox: false,
@@ -15,6 +15,7 @@ export function startBrowser() {
       '--disable-background-networking',
       '--disable-component-update',
       '--disable-sync',
+      ...more,
     ],
   });
 }

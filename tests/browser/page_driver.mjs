@@ -1,7 +1,12 @@
 // The page as somebody uses it, for tests against any server: `base` is its address.
+import { fileURLToPath } from 'node:url';
 import { connection, webLogin } from './stand_in/world.mjs';
 
 export { connection, webLogin };
+
+// Where pictures of what was seen are left.
+const kPictures =
+  process.env.CURRENTCONN_PICTURES ?? fileURLToPath(new URL('../../build/browser/pictures', import.meta.url));
 
 export class PageDriver {
   #faults = [];
@@ -45,6 +50,10 @@ export class PageDriver {
     await this.visit(path);
     await this.logIn(name, password);
     await this.page.waitForSelector('#live-text:not(:empty)');
+  }
+
+  take(name) {
+    return this.page.screenshot({ path: `${kPictures}/${name}.png`, animations: 'disabled' });
   }
 
   row(text) {

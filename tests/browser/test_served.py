@@ -18,12 +18,12 @@ from daemons.samba import Samba  # noqa: E402
 from service_test import ServiceTest, add_users, main  # noqa: E402
 
 BUILD = os.environ.get("CURRENTCONN_BUILD", os.path.join(ROOT, "build/release"))
-PICTURES = os.path.join(ROOT, "build/browser/pictures")
 VISIT_SECONDS = 180
 
 
 def setUpModule():
-    add_users("alice", "carol")
+    add_users("alice", "carol", "dora")
+    namespace.run("usermod", "--append", "--groups", "sudo", "dora")
     samba = Samba()
     samba.configure()
     samba.add_user("alice")
@@ -66,8 +66,7 @@ class ServedPageTest(ServiceTest):
         self.fail("no login link was printed")
 
     def _visit(self, link):
-        environment = namespace.ENVIRONMENT | {"CURRENTCONN_LINK": link, "CURRENTCONN_PASSWORD": namespace.PASSWORD,
-                                               "CURRENTCONN_PICTURES": PICTURES}
+        environment = namespace.ENVIRONMENT | {"CURRENTCONN_LINK": link, "CURRENTCONN_PASSWORD": namespace.PASSWORD}
         visit = subprocess.run(["node", f"{HERE}/served/journey.mjs"], env=environment, capture_output=True, text=True,
                                timeout=VISIT_SECONDS)
         self.assertEqual(0, visit.returncode, f"{visit.stdout}\n{visit.stderr}")

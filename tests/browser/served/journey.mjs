@@ -1,17 +1,20 @@
 // One visit to a page that is really served. CURRENTCONN_LINK is its login link, CURRENTCONN_PASSWORD the password of the
-// accounts alice and carol, which are no administrators, CURRENTCONN_PICTURES a folder for pictures of what was seen.
-// alice has to be connected over CIFS, carol over SSH. Ends with status 0 where all went as it should.
+// accounts alice and carol, which are no administrators, and dora, who is one. alice has to be connected over CIFS, carol
+// over SSH. Ends with status 0 where all went as it should.
 import assert from 'node:assert/strict';
-import { mkdir, readFile } from 'node:fs/promises';
-import { join } from 'node:path';
+import { readFile } from 'node:fs/promises';
 import { startBrowser } from '../browser.mjs';
 import { PageDriver } from '../page_driver.mjs';
+import { startRelay } from './relay.mjs';
 
-const { CURRENTCONN_LINK: link, CURRENTCONN_PASSWORD: password, CURRENTCONN_PICTURES: pictures } = process.env;
-const { origin, hash } = new URL(link);
+const { CURRENTCONN_LINK: link, CURRENTCONN_PASSWORD: password } = process.env;
+const { origin, hash, host, port } = new URL(link);
+const kElsewhere = '127.0.0.2';
 
-await mkdir(pictures, { recursive: true });
 const browser = await startBrowser();
+const relay = await startRelay(port, kElsewhere);
+// Takes the same address for the same server, and comes to it by the relay.
+const browserElsewhere = await startBrowser(`--host-resolver-rules=MAP ${host} 127.0.0.1:${relay.port}`);
 const drivers = [];
 
 try {
@@ -21,6 +24,7 @@ try {
   await endFromSelection(driver);
   const alice = await seeOwnConnections();
   await endWebLogin(driver, alice);
+  await endOwnSecondBrowser();
   await disableCarol(driver);
   await downloadReport(driver);
   await beRefused();
@@ -30,17 +34,19 @@ try {
   );
 } finally {
   await browser.close();
+  await browserElsewhere.close();
+  relay.close();
 }
 
-async function open() {
-  const driver = await PageDriver.open(browser, origin);
+async function open(from = browser) {
+  const driver = await PageDriver.open(from, origin);
   drivers.push(driver);
   return driver;
 }
 
 function take(driver, name) {
   console.log(`seen: ${name}`);
-  return driver.page.screenshot({ path: join(pictures, `${name}.png`), animations: 'disabled' });
+  return driver.take(`served-${name}`);
 }
 
 async function enterByLink(driver) {
@@ -96,6 +102,29 @@ async function endWebLogin(driver, alice) {
   await alice.page.waitForSelector('#login:not([hidden])');
   assert.match(await alice.text('#login-notice'), /^Your session has ended/);
   await take(alice, 'ended-session');
+}
+
+async function endOwnSecondBrowser() {
+  const first = await open();
+  const second = await open(browserElsewhere);
+  await second.enter('dora', password);
+  await first.enter('dora', password);
+  await first.select(kElsewhere);
+  await take(first, 'own-second-browser');
+  await first.page.click('#selection-end');
+  await first.dialogTitle('End 1 connection?');
+  await first.press('End 1 connection');
+  await first.dialogTitle('1 of 1 ended');
+  await second.page.waitForSelector('#login:not([hidden])');
+  assert.match(await second.text('#login-notice'), /^Your session has ended/);
+  assert.equal(await second.page.inputValue('#login-name'), 'dora');
+  await take(second, 'own-second-browser-ended');
+  await first.press('Done');
+  await first.row(kElsewhere).waitFor({ state: 'detached' });
+  await first.row('127.0.0.1').filter({ hasText: 'dora' }).waitFor();
+  await first.page.click('#account-button');
+  await first.page.click('#log-out');
+  await first.page.waitForSelector('#login:not([hidden])');
 }
 
 async function disableCarol(driver) {
