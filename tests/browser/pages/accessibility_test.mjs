@@ -1,4 +1,4 @@
-// axe-core over every state of the page, and the page by keyboard alone.
+// axe-core over every state of the page, each of which leaves pictures to look at, and the page by keyboard alone.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { connection, webLogin } from '../page_driver.mjs';
@@ -35,6 +35,13 @@ function someConnections(world) {
     connection({ pid: 0, who: '', type: 'NFS' }),
     ...Array.from({ length: 120 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` })),
   ];
+}
+
+async function askToDisable({ driver, page }) {
+  await driver.enter();
+  await driver.openPanel('carol');
+  await driver.choose('Disable carol…');
+  await page.waitForSelector('#dialog .danger');
 }
 
 async function askToEnd({ driver, page }) {
@@ -78,6 +85,12 @@ const kStates = {
     await page.waitForSelector('.is-new');
     await driver.row('NFS').locator('input').focus();
   },
+  'the paused list': async ({ driver, page, world }) => {
+    someConnections(world);
+    await driver.enter();
+    await page.click('#pause');
+    await page.waitForSelector('#live[data-state="paused"]');
+  },
   'the empty list': ({ driver }) => driver.enter(),
   'the list filtered to nothing': ({ driver }) => driver.enter('olga', 'correct horse', '/?filter=zebra'),
   'the stale list': async ({ driver, page, world }) => {
@@ -111,7 +124,7 @@ const kStates = {
   },
   'the progress of ending': async (given) => {
     someConnections(given.world);
-    given.world.kickDelay = 8000;
+    given.world.kickDelay = 12_000;
     await askToEnd(given);
     await given.driver.press('End 1 connection');
     await given.driver.dialogTitle('Ending');
@@ -123,23 +136,43 @@ const kStates = {
     await given.driver.press('End 1 connection');
     await given.driver.dialogTitle('0 of 1 ended');
   },
-  'the question before disabling': async ({ driver, page, world }) => {
-    someConnections(world);
-    await driver.enter();
-    await driver.openPanel('carol');
-    await driver.choose('Disable carol…');
-    await page.waitForSelector('#dialog .danger');
+  'the question before disabling': async (given) => {
+    someConnections(given.world);
+    await askToDisable(given);
+  },
+  'the progress of disabling': async (given) => {
+    someConnections(given.world);
+    given.world.kickDelay = 12_000;
+    await askToDisable(given);
+    await given.driver.press('Disable carol');
+    await given.driver.dialogTitle('Disabling carol');
+  },
+  'the result of disabling': async (given) => {
+    someConnections(given.world);
+    given.world.whenKicked.set(2, 'stays');
+    await askToDisable(given);
+    await given.driver.press('Disable carol');
+    await given.driver.dialogTitle('carol is disabled');
   },
 };
 
+const nameOf = (state) => state.replaceAll(/\W+/g, '-');
+
 for (const [state, reach] of Object.entries(kStates)) {
   pageTest(`${state} has no serious barrier, light, dark or on a telephone`, async (given) => {
+    const { driver, page } = given;
+    const look = async (appearance) => {
+      assert.deepEqual(await findings(page), []);
+      await driver.take(`${nameOf(state)}-${appearance}`);
+    };
     await reach(given);
-    assert.deepEqual(await findings(given.page), []);
-    await given.page.emulateMedia({ colorScheme: 'dark' });
-    assert.deepEqual(await findings(given.page), []);
-    await given.page.setViewportSize({ width: 375, height: 700 });
-    assert.deepEqual(await findings(given.page), []);
+    await look('light');
+    await page.emulateMedia({ colorScheme: 'dark' });
+    await look('dark');
+    await page.setViewportSize({ width: 375, height: 700 });
+    await look('dark-telephone');
+    await page.emulateMedia({ colorScheme: 'light' });
+    await driver.take(`${nameOf(state)}-light-telephone`);
   });
 }
 
