@@ -12,7 +12,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#include "answer.h"
 #include "base/file_failure.h"
 #include "call_line.h"
 #include "log.h"
@@ -25,9 +24,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr int kAcceptedAtOnce = 64;
-constexpr std::size_t kMostLeaving = 256;
 constexpr seconds kWaitLimit{1};
-constexpr seconds kLeaveLimit{2};
 // A child whose parent is gone ends this long after its limit, by its own alarm.
 constexpr seconds kAlarmMargin{30};
 constexpr rlim_t kLargestFile = 256UL * 1024 * 1024;  // of what a method prints
@@ -66,13 +63,6 @@ void resetProcess(milliseconds callLimit) {
   ::alarm(static_cast<unsigned>(duration_cast<seconds>(callLimit + kAlarmMargin).count()));
   const rlimit largest{kLargestFile, kLargestFile};
   ::setrlimit(RLIMIT_FSIZE, &largest);
-}
-
-// Drops what a client has sent. False once it has closed its side.
-bool dropBytes(int connection) {
-  std::array<char, 16384> dropped{};
-  const ssize_t got = ::recv(connection, dropped.data(), dropped.size(), MSG_DONTWAIT);
-  return got > 0 || (got < 0 && (errno == EAGAIN || errno == EINTR));
 }
 
 std::string endText(int waitStatus) {
@@ -120,7 +110,7 @@ void Server::step() {
   }
   endLateCalls();
   turnAwayLateWaiting();
-  dropLeaving();
+  ownAnswers_.step();
   if (turnedAway_.due() <= Clock::now()) logTurnedAway();
 }
 
@@ -129,7 +119,7 @@ std::vector<pollfd> Server::watched() const {
   if (!isStopping_) {
     for (const Listener& listener : listeners_) watch.push_back({listener.descriptor(), POLLIN, 0});
   }
-  for (const Leaving& leaving : leaving_) watch.push_back({leaving.connection.get(), POLLIN, 0});
+  ownAnswers_.addTo(watch);
   return watch;
 }
 
@@ -140,8 +130,7 @@ int Server::patience() const {
     if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + callLimit_);
   }
   if (!waiting_.empty()) next = std::min(next, waiting_.front().until);
-  for (const Leaving& leaving : leaving_) next = std::min(next, leaving.until);
-  next = std::min(next, turnedAway_.due());
+  next = std::min({next, ownAnswers_.due(), turnedAway_.due()});
   if (next == Clock::time_point::max()) return -1;
   const auto left = duration_cast<milliseconds>(next - Clock::now()).count() + 1;
   return static_cast<int>(std::max<decltype(left)>(left, 0));
@@ -233,7 +222,7 @@ void Server::turnAwayLateWaiting() {
 
 void Server::turnAway(Waiting waiting) {
   turnedAway_.count(waiting.entrance, waiting.peer, Clock::now());
-  answer(std::move(waiting.connection), Problem::kBusy);
+  ownAnswers_.give(std::move(waiting.connection), Problem::kBusy);
 }
 
 void Server::logTurnedAway() {
@@ -269,7 +258,7 @@ void Server::becomeChild(std::size_t place) {
   for (Listener& listener : listeners_) listener.forget();
   calls_.clear();
   waiting_.clear();
-  leaving_.clear();
+  ownAnswers_.forget();
   signals_.reset();
   work_(own.connection.get(), own.entrance, own.peer, board_.slot(place));
   std::fflush(nullptr);
@@ -311,28 +300,9 @@ void Server::finish(std::size_t place, int waitStatus) {
     logLine(LOG_ERR, slot.shownSummary() + resultText(row.status, row.code) +
                          timeText(Clock::now() - call.began) + ": its process ended with " +
                          endText(waitStatus) + " before it answered");
-    answer(std::move(call.connection), problem);
+    ownAnswers_.give(std::move(call.connection), problem);
   }
   board_.slot(place).clear();
-}
-
-void Server::answer(zevo::FileDescriptor connection, Problem problem) {
-  const std::string text = scgiText(problemAnswer(problem));
-  const ssize_t sent =
-      ::send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-  if (sent != static_cast<ssize_t>(text.size())) return;
-  // Closed with bytes of the client unread, the kernel would report a broken connection instead.
-  ::shutdown(connection.get(), SHUT_WR);
-  if (dropBytes(connection.get()) && leaving_.size() < kMostLeaving) {
-    leaving_.push_back({std::move(connection), Clock::now() + kLeaveLimit});
-  }
-}
-
-void Server::dropLeaving() {
-  const Clock::time_point now = Clock::now();
-  std::erase_if(leaving_, [&](const Leaving& leaving) {
-    return !dropBytes(leaving.connection.get()) || now >= leaving.until;
-  });
 }
 
 }  // namespace host

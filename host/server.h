@@ -13,7 +13,7 @@
 #include "base/file_descriptor.h"
 #include "call_board.h"
 #include "listener.h"
-#include "problem.h"
+#include "own_answers.h"
 #include "turned_away.h"
 
 namespace host {
@@ -52,11 +52,6 @@ class Server {
     uid_t peer = 0;
     Clock::time_point until;
   };
-  // A connection that was answered here and waits for its client to close it.
-  struct Leaving {
-    zevo::FileDescriptor connection;
-    Clock::time_point until;
-  };
 
   void step();
   std::vector<pollfd> watched() const;
@@ -76,8 +71,6 @@ class Server {
   void endLateCalls();
   void reap();
   void finish(std::size_t place, int waitStatus);
-  void answer(zevo::FileDescriptor connection, Problem problem);
-  void dropLeaving();
   [[nodiscard]] bool isBusy() const;
 
   std::vector<Listener> listeners_;
@@ -86,7 +79,7 @@ class Server {
   Work work_;
   std::vector<Call> calls_;
   std::vector<Waiting> waiting_;  // in the order of their coming
-  std::vector<Leaving> leaving_;
+  OwnAnswers ownAnswers_;
   TurnedAway turnedAway_;
   zevo::FileDescriptor signals_;
   bool isStopping_ = false;

@@ -1,0 +1,52 @@
+#include "own_answers.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <sys/socket.h>
+
+#include "answer.h"
+
+namespace host {
+namespace {
+
+constexpr std::size_t kMostLeaving = 256;
+constexpr std::chrono::seconds kLeaveLimit{2};
+
+// Drops what a client has sent. False once it has closed its side.
+bool dropBytes(int connection) {
+  std::array<char, 16384> dropped{};
+  const ssize_t got = ::recv(connection, dropped.data(), dropped.size(), MSG_DONTWAIT);
+  return got > 0 || (got < 0 && (errno == EAGAIN || errno == EINTR));
+}
+
+}  // namespace
+
+void OwnAnswers::give(zevo::FileDescriptor connection, Problem problem) {
+  const std::string text = scgiText(problemAnswer(problem));
+  const ssize_t sent =
+      ::send(connection.get(), text.data(), text.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  if (sent != static_cast<ssize_t>(text.size())) return;
+  ::shutdown(connection.get(), SHUT_WR);
+  if (dropBytes(connection.get()) && leaving_.size() < kMostLeaving) {
+    leaving_.push_back({std::move(connection), Clock::now() + kLeaveLimit});
+  }
+}
+
+void OwnAnswers::addTo(std::vector<pollfd>& watched) const {
+  for (const Leaving& leaving : leaving_) watched.push_back({leaving.connection.get(), POLLIN, 0});
+}
+
+OwnAnswers::Clock::time_point OwnAnswers::due() const {
+  // They stand in the order of their time.
+  return leaving_.empty() ? Clock::time_point::max() : leaving_.front().until;
+}
+
+void OwnAnswers::step() {
+  const Clock::time_point now = Clock::now();
+  std::erase_if(leaving_, [&](const Leaving& leaving) {
+    return !dropBytes(leaving.connection.get()) || now >= leaving.until;
+  });
+}
+
+}  // namespace host
