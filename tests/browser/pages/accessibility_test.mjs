@@ -70,6 +70,14 @@ const kStates = {
     await driver.visit();
     await page.waitForSelector('#away:not([hidden])');
   },
+  'the busy server': async ({ driver, page }) => {
+    await page.route(
+      (url) => url.pathname.startsWith('/api/'),
+      (route) => route.fulfill({ status: 503, contentType: 'text/html', body: '<h1>503</h1>' }),
+    );
+    await driver.visit();
+    await page.waitForSelector('#away:not([hidden])');
+  },
   'the loading list': async ({ driver, page, world }) => {
     world.delays.set('list', 4000);
     await driver.visit();

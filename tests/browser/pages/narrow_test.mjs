@@ -91,6 +91,19 @@ pageTest(
 );
 
 pageTest(
+  'on a telephone all rows are selected by a line that says so',
+  async ({ driver, page, world }) => {
+    world.connections = [connection({ pid: 1, who: 'bob' }), connection({ pid: 2, who: 'alice' })];
+    await driver.enter();
+    const { x, y, height } = await page.locator('#head-row input').boundingBox();
+    await page.touchscreen.tap(x + 120, y + height / 2);
+    assert.equal(await driver.text('#selection-count'), '2 selected');
+    assert.equal(await page.isVisible('#head-row .sort'), false);
+  },
+  kTelephone,
+);
+
+pageTest(
   'what is tapped on a telephone is large enough',
   async ({ driver, page, world }) => {
     someConnections(world);

@@ -1,6 +1,6 @@
 // One visit to a page that is really served. CURRENTCONN_LINK is its login link, CURRENTCONN_PASSWORD the password of the
-// accounts alice and carol, which are no administrators, and dora, who is one. alice has to be connected over CIFS, carol
-// over SSH. Ends with status 0 where all went as it should.
+// accounts alice and carol, which are no administrators, and dora, who is one. alice has to be connected over CIFS,
+// carol over SSH. Ends with status 0 where all went as it should.
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { startBrowser } from '../browser.mjs';
