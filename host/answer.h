@@ -20,8 +20,7 @@ struct Answer {
 // {"data": …} around `data`, which is JSON text.
 Answer successAnswer(const std::string& data);
 
-// A problem document. `causes` go into it where there are any; `allow` and `retryAfter` only belong
-// to kWrongMethod and kBusy.
+// A problem document. `causes` go into it where there are any.
 Answer problemAnswer(Problem problem, const std::vector<std::string>& causes = {});
 // The document for a method's error code; the code stands in it whatever it is.
 Answer methodFailureAnswer(int code, const std::vector<std::string>& causes);

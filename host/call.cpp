@@ -5,9 +5,12 @@
 
 #include <json/writer.h>
 
+#include "zevo/error_trail.h"
+#include "zevo/session_file.h"
 #include "zevo/web_login.h"
 
 #include "answer.h"
+#include "base/text.h"
 #include "call_line.h"
 #include "connection.h"
 #include "cookie.h"
@@ -19,7 +22,9 @@
 namespace host {
 namespace {
 
-constexpr std::size_t kLongestLogged = 512;
+constexpr int kFailed = 500;
+constexpr std::size_t kLongestCause = 512;
+constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cut on its way
 
 Reply replyOf(const Answer& answer) {
   return {scgiText(answer), answer.status, answer.code};
@@ -29,11 +34,19 @@ Reply replyOf(Problem problem) {
   return replyOf(problemAnswer(problem));
 }
 
-// What a state-changing call was about, for the authorisation log: JSON in ASCII on one line.
-std::string textOf(const Json::Value& parameters) {
+// Says in the authorisation log what a state-changing call is about, before it runs: its process
+// may not come back. All of it, on as many lines as that takes, or padding could push a name out;
+// of a caller whom the method will refuse the first line is enough.
+void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
-  return Json::writeString(builder, parameters).substr(0, kLongestLogged);
+  const std::string text = Json::writeString(builder, parameters);  // ASCII on one line
+  for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
+    const bool isCut = text.size() - at > kLoggedAtOnce;
+    logAuthorisation(LOG_NOTICE, summary + (at == 0 ? " begins with " : " goes on with ") +
+                                     text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
+    if (!isAdmin) return;
+  }
 }
 
 struct Parameters {
@@ -65,13 +78,16 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   context.isAdmin = caller.isAdmin;
   context.sessionFilePath = service.sessionFile;
   context.textual = given.textual;
-  const std::string about = route.changesState ? textOf(given.values) : std::string();
   context.parameters = std::move(given.values);
-  Reply reply = runMethod(route.handler, context);
-  if (route.changesState) {
-    logAuthorisation(LOG_NOTICE, summaryOf(request, &caller) +
-                                     resultText(reply.status, reply.code) + " with " + about);
+  // Somebody may have removed it while the daemon ran.
+  if (ZEVOCgiSessionFileCreate(service.sessionFile.c_str()) != 0) {
+    return replyOf(Problem::kWorkFailed);
   }
+  if (!route.changesState) return runMethod(route.handler, context);
+  const std::string summary = summaryOf(request, &caller);
+  logBeginning(summary, context.parameters, caller.isAdmin);
+  Reply reply = runMethod(route.handler, context);
+  logAuthorisation(LOG_NOTICE, summary + resultText(reply.status, reply.code));
   return reply;
 }
 
@@ -158,12 +174,18 @@ void serveConnection(int connection, Entrance entrance, uid_t peer, const Servic
     logLine(LOG_INFO, slot.shownSummary() + spent() + ": not sent to its end; dropped");
     return;
   }
+  zevo::clearErrorTrail();
   const Reply reply = replyTo(parser, entrance, peer, service, slot);
-  slot.isAnswering = true;
+  if (slot.isAnswering.exchange(true)) return;  // it took too long, and the daemon has answered
   const bool sent =
       sendAnswer(connection, reply.bytes, parser.state() != ScgiParser::State::kComplete);
-  logLine(LOG_INFO, slot.shownSummary() + resultText(reply.status, reply.code) + spent() +
-                        (sent ? "" : " unsent"));
+  std::string line = slot.shownSummary() + resultText(reply.status, reply.code) + spent();
+  if (!sent) line += " unsent";
+  if (reply.status == kFailed) {
+    for (const std::string& cause : zevo::errorTrail())
+      line += ": " + zevo::printable(cause, kLongestCause);
+  }
+  logLine(reply.status == kFailed ? LOG_ERR : LOG_INFO, line);
 }
 
 }  // namespace host

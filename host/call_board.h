@@ -15,7 +15,7 @@ namespace host {
 // may have written anything into it.
 struct CallSlot {
   std::atomic<std::uint64_t> loginFrom;  // stands for the address that logs in; 0: no login
-  std::atomic<bool> isAnswering;         // bytes of the answer may have been sent
+  std::atomic<bool> isAnswering;         // who sets it sends the answer
   std::array<char, 384> summary;         // "method=… user=… from=…", for the log
 
   // By the child.

@@ -22,6 +22,8 @@ class Listener {
 
   [[nodiscard]] int descriptor() const { return socket_.get(); }
   [[nodiscard]] Entrance entrance() const { return entrance_; }
+  // Whether it ends with us: it was not handed over.
+  [[nodiscard]] bool isOwn() const { return !ownPath_.empty(); }
   // For a child: closes the socket and leaves its name alone.
   void forget();
 

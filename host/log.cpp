@@ -1,6 +1,7 @@
 #include "log.h"
 
 #include <cstdlib>
+#include <poll.h>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -12,6 +13,8 @@
 
 namespace host {
 namespace {
+
+constexpr int kPatienceOfSink = 50;  // ms
 
 bool& toJournal() {
   static bool value = false;
@@ -43,6 +46,9 @@ void logLine(int priority, const std::string& line) {
   const std::string prefix = toJournal() ? "<" + std::to_string(LOG_PRI(priority)) + ">"
                                          : "currentconnd[" + std::to_string(::getpid()) + "]: ";
   const std::string text = prefix + line + "\n";
+  // Calls are more than their lines: where nobody takes these any more, they are lost.
+  pollfd sink{STDERR_FILENO, POLLOUT, 0};
+  if (::poll(&sink, 1, kPatienceOfSink) <= 0) return;
   // In one piece, so that lines of several processes do not mix; nobody could be told of a failure.
   static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
 }
@@ -54,9 +60,10 @@ void logAuthorisation(int priority, const std::string& line) {
     return;
   }
   // A call's process is gone before the journal can look up its unit, which is the daemon's.
-  ::sd_journal_send("MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i",
-                    LOG_AUTHPRIV >> 3, "SYSLOG_IDENTIFIER=currentconnd", "OBJECT_PID=%i",
-                    static_cast<int>(daemonPid()), nullptr);
+  const int failure = ::sd_journal_send(
+      "MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i", LOG_AUTHPRIV >> 3,
+      "SYSLOG_IDENTIFIER=currentconnd", "OBJECT_PID=%i", static_cast<int>(daemonPid()), nullptr);
+  if (failure < 0) logLine(priority, line);
 }
 
 std::string inQuotes(std::string_view text, std::size_t limit) {

@@ -10,7 +10,9 @@ namespace host {
 // To be called once, by the daemon itself, before the first line.
 void openLog();
 
-// One line of `priority` (of <syslog.h>). Texts from outside must have gone through inQuotes().
+// One line of `priority` (of <syslog.h>). It is lost where standard error takes nothing for a
+// while, a pipe that nobody reads for instance. Texts from outside must have gone through
+// inQuotes().
 void logLine(int priority, const std::string& line);
 
 // A line of the authorisation facility: logins, and calls that end or disable something. In the

@@ -137,7 +137,11 @@ Answer letIn(const Account& account, const HttpRequest& request, const LoginTool
   login.address = *request.remoteAddress;
   login.browser = zevo::browserName(request.userAgent);
   login.started = std::time(nullptr);
-  if (!tools.addLogin(&login)) return problemAnswer(Problem::kWorkFailed);
+  if (!tools.addLogin(&login)) {
+    logAuthorisation(LOG_ERR, "login from " + login.address + " could not be recorded: user " +
+                                  inQuotes(login.user));
+    return problemAnswer(Problem::kWorkFailed);
+  }
   logAuthorisation(LOG_INFO, "login from " + login.address + ": user " + inQuotes(login.user));
   Answer answer = successAnswer(
       identityText({login.user, account.isAdministrator, Entrance::kWeb, login.address, login.id}));

@@ -24,6 +24,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr int kAcceptedAtOnce = 64;
+constexpr rlim_t kOtherDescriptors = 512;
 constexpr seconds kWaitLimit{1};
 // A child whose parent is gone ends this long after its limit, by its own alarm.
 constexpr seconds kAlarmMargin{30};
@@ -44,13 +45,23 @@ std::optional<uid_t> peerOf(int connection) {
 }
 
 // Whoever started the daemon may have left signals ignored: children could not be waited for, or
-// would not end by them.
+// would not end by them. The daemon itself survives a log that nobody reads any more.
 void forgetInheritedSignals() {
   for (int signal = 1; signal < SIGRTMAX; ++signal) {
     struct sigaction action {};
     if (::sigaction(signal, nullptr, &action) != 0 || action.sa_handler != SIG_IGN) continue;
     ::signal(signal, SIG_DFL);
   }
+  ::signal(SIGPIPE, SIG_IGN);
+}
+
+// A call needs a descriptor here, as one that waits does, and one that was answered here.
+void raiseDescriptorLimit(std::size_t calls) {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+  limit.rlim_cur =
+      std::clamp<rlim_t>(2 * calls + kOtherDescriptors, limit.rlim_cur, limit.rlim_max);
+  ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 // A child begins with the signal mask of a fresh process (no signal has a handler) and a group of
@@ -60,9 +71,14 @@ void resetProcess(milliseconds callLimit) {
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::signal(SIGPIPE, SIG_DFL);
   ::alarm(static_cast<unsigned>(duration_cast<seconds>(callLimit + kAlarmMargin).count()));
   const rlimit largest{kLargestFile, kLargestFile};
   ::setrlimit(RLIMIT_FSIZE, &largest);
+}
+
+bool isClean(int waitStatus) {
+  return WIFEXITED(waitStatus) && WEXITSTATUS(waitStatus) == 0;
 }
 
 std::string endText(int waitStatus) {
@@ -82,6 +98,7 @@ Server::Server(std::vector<Listener> listeners, CallBoard& board, milliseconds c
 void Server::run(const std::function<void()>& ready, const std::function<void()>& stopping) {
   const sigset_t signals = watchedSignals();
   forgetInheritedSignals();
+  raiseDescriptorLimit(board_.size());
   ::sigprocmask(SIG_BLOCK, &signals, nullptr);
   signals_.reset(::signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK));
   if (!signals_) {
@@ -140,13 +157,20 @@ void Server::takeSignals() {
   signalfd_siginfo signal{};
   while (::read(signals_.get(), &signal, sizeof signal) == sizeof signal) {
     const auto number = static_cast<int>(signal.ssi_signo);
-    if (number != SIGTERM && number != SIGINT) continue;
-    if (isStopping_) endAtOnce();
-    isStopping_ = true;
-    listeners_.clear();
+    if (number == SIGCHLD) reap();
+    if (number == SIGTERM || number == SIGINT) stop();
   }
-  reap();
   startWaiting();
+}
+
+void Server::stop() {
+  if (isStopping_) endAtOnce();
+  isStopping_ = true;
+  // Who has come so far is served. Sockets that were handed over go on without us.
+  for (const Listener& listener : listeners_) {
+    if (listener.isOwn()) acceptFrom(listener);
+  }
+  listeners_.clear();
 }
 
 void Server::endAtOnce() {
@@ -273,6 +297,8 @@ void Server::endLateCalls() {
     call.isLate = true;
     ::kill(-call.pid, SIGKILL);
     ::kill(call.pid, SIGKILL);
+    // A process that waits for a disk dies later, and keeps its place; its caller need not wait.
+    answerFor(i, Problem::kTooLate, "its process did not end within its time");
   }
 }
 
@@ -292,17 +318,25 @@ void Server::reap() {
 }
 
 void Server::finish(std::size_t place, int waitStatus) {
-  Call call = std::exchange(calls_[place], Call{});
-  const CallSlot& slot = board_.slot(place);
-  if (!slot.isAnswering) {
-    const Problem problem = call.isLate ? Problem::kTooLate : Problem::kNoAnswer;
-    const ProblemRow& row = rowOf(problem);
-    logLine(LOG_ERR, slot.shownSummary() + resultText(row.status, row.code) +
-                         timeText(Clock::now() - call.began) + ": its process ended with " +
-                         endText(waitStatus) + " before it answered");
-    ownAnswers_.give(std::move(call.connection), problem);
+  const std::string ended = "its process ended with " + endText(waitStatus);
+  if (!calls_[place].isLate && !(board_.slot(place).isAnswering && isClean(waitStatus))) {
+    answerFor(place, Problem::kNoAnswer, ended);
   }
+  calls_[place] = Call{};
   board_.slot(place).clear();
+}
+
+// Answers in place of the call's process, unless its own answer has begun.
+void Server::answerFor(std::size_t place, Problem problem, const std::string& why) {
+  Call& call = calls_[place];
+  CallSlot& slot = board_.slot(place);
+  const ProblemRow& row = rowOf(problem);
+  const bool isAnswering = slot.isAnswering.exchange(true);
+  logLine(LOG_ERR, slot.shownSummary() + (isAnswering ? "" : resultText(row.status, row.code)) +
+                       timeText(Clock::now() - call.began) + ": " + why +
+                       (isAnswering ? " while it answered" : " before it answered"));
+  zevo::FileDescriptor connection = std::move(call.connection);
+  if (!isAnswering) ownAnswers_.give(std::move(connection), problem);
 }
 
 }  // namespace host

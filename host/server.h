@@ -1,11 +1,12 @@
-// The daemon's loop: accepts, starts a child for each call, ends those that take too long. It reads
-// nothing that clients send.
+// The daemon's loop: accepts, starts a child for each call, ends those that take too long. It
+// parses nothing that clients send.
 #pragma once
 
 #include <chrono>
 #include <functional>
 #include <optional>
 #include <poll.h>
+#include <string>
 #include <sys/types.h>
 #include <vector>
 
@@ -57,6 +58,7 @@ class Server {
   std::vector<pollfd> watched() const;
   int patience() const;
   void takeSignals();
+  void stop();
   void endAtOnce();
   void acceptFrom(const Listener& listener);
   void admit(zevo::FileDescriptor connection, Entrance entrance);
@@ -71,6 +73,7 @@ class Server {
   void endLateCalls();
   void reap();
   void finish(std::size_t place, int waitStatus);
+  void answerFor(std::size_t place, Problem problem, const std::string& why);
   [[nodiscard]] bool isBusy() const;
 
   std::vector<Listener> listeners_;

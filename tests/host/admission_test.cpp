@@ -24,7 +24,7 @@ TEST(Admission, KeepsPlacesForTheLocalSocket) {
   EXPECT_TRUE(isAdmitted(Entrance::kWeb, 33, {.web = 51}, 64));
   EXPECT_FALSE(isAdmitted(Entrance::kWeb, 33, {.web = 52}, 64));
   EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.web = 52}, 64));
-  EXPECT_FALSE(isAdmitted(Entrance::kWeb, 33, {.web = 40, .local = 8, .root = 4}, 64));
+  EXPECT_TRUE(isAdmitted(Entrance::kWeb, 33, {.web = 47, .local = 8, .root = 4}, 64));
 }
 
 TEST(Admission, KeepsPlacesForRoot) {
@@ -46,8 +46,14 @@ TEST(Admission, OneLocalUserCannotKeepTheOthersOut) {
 }
 
 TEST(Admission, AllLocalUsersTogetherLeaveHalfToTheWeb) {
-  EXPECT_TRUE(isAdmitted(Entrance::kLocal, kAlice, {.local = 31}, 64));
-  EXPECT_FALSE(isAdmitted(Entrance::kLocal, kAlice, {.local = 32}, 64));
+  for (const std::size_t most : {32U, 64U, 1024U}) {
+    Load load;
+    while (isAdmitted(Entrance::kLocal, kAlice, load, most)) ++load.local;
+    while (isAdmitted(Entrance::kWeb, 33, load, most)) ++load.web;
+    EXPECT_EQ(load.web, most / 2);
+    EXPECT_EQ(load.local, most / 2 - kKeptForRoot);
+    EXPECT_TRUE(isAdmitted(Entrance::kLocal, 0, load, most));
+  }
 }
 
 }  // namespace

@@ -170,12 +170,41 @@ TEST_F(Calls, LeaveTheirSummaryForTheLog) {
   EXPECT_EQ(board_.slot(0).shownSummary(), "method=\"x\\\" user=\\\"root\" user=- from=10.20.0.2");
 }
 
-TEST_F(Calls, ThatChangeStateAreALineOfTheAuthorisationLog) {
+TEST_F(Calls, ThatChangeStateStandInTheAuthorisationLogBeforeAndAfter) {
   testing::internal::CaptureStderr();
   overWeb(post(kTest + "echo", R"({"users":["carol"]})"), kAdministratorsToken);
-  EXPECT_THAT(testing::internal::GetCapturedStderr(),
-              HasSubstr("method=\"echo\" user=\"bob\" from=10.20.0.2 status=200 code=0 with "
-                        "{\"users\":[\"carol\"]}\n"));
+  const std::string log = testing::internal::GetCapturedStderr();
+  const std::size_t before =
+      log.find("method=\"echo\" user=\"bob\" from=10.20.0.2 begins with {\"users\":[\"carol\"]}\n");
+  const std::size_t after =
+      log.find("method=\"echo\" user=\"bob\" from=10.20.0.2 status=200 code=0\n");
+  ASSERT_NE(before, std::string::npos) << log;
+  ASSERT_NE(after, std::string::npos) << log;
+  EXPECT_LT(before, after);
+}
+
+TEST_F(Calls, CannotPushANameOutOfTheAuthorisationLog) {
+  const std::string body = R"({"a":")" + std::string(10000, 'x') + R"(","users":["carol"]})";
+  testing::internal::CaptureStderr();
+  overWeb(post(kTest + "echo", body), kAdministratorsToken);
+  const std::string log = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(log, HasSubstr(" begins with {\"a\":\"xxx"));
+  EXPECT_THAT(log, HasSubstr(" goes on with xxx"));
+  EXPECT_THAT(log, HasSubstr("xxx\",\"users\":[\"carol\"]}\n"));
+  testing::internal::CaptureStderr();
+  overWeb(post(kTest + "echo", body), kUsersToken);
+  const std::string refused = testing::internal::GetCapturedStderr();
+  EXPECT_THAT(refused, HasSubstr(" begins with {\"a\":\"xxx"));
+  EXPECT_THAT(refused, testing::Not(HasSubstr(" goes on with ")));
+}
+
+TEST_F(Calls, FindASessionFileThoughSomebodyRemovedIt) {
+  std::filesystem::remove_all(folder_.file("run"));
+  EXPECT_EQ(locally(post(kTest + "list"), 0).status, 200);
+  EXPECT_TRUE(std::filesystem::exists(sessionFile_));
+  std::filesystem::remove(sessionFile_);
+  std::filesystem::create_directory(sessionFile_);
+  EXPECT_EQ(locally(post(kTest + "list"), 0).status, 500);
 }
 
 // Every kind of caller.

@@ -103,6 +103,7 @@ class ServerTest : public testing::Test {
     if (what == 'd') answer = std::to_string(descriptorsAbove(connection));
     ::send(connection, answer.data(), answer.size(), MSG_NOSIGNAL);
     if (what == 'b') std::abort();
+    while (what == 'l') ::pause();
     ::shutdown(connection, SHUT_WR);
   }
   // How many descriptors besides the standard ones and the connection are open.
@@ -157,8 +158,24 @@ TEST_F(ServerTest, AnswersForACallThatHangs) {
   EXPECT_EQ(call("p"), "pong");
 }
 
-TEST_F(ServerTest, AddsNothingToAnAnswerThatHadBegun) {
+TEST_F(ServerTest, AddsNothingToAnAnswerThatHadBegunButALineToTheLog) {
   EXPECT_EQ(call("b"), "pong");
+  for (int i = 0; i < 300 && log().empty(); ++i) ::usleep(10000);
+  EXPECT_THAT(log(), HasSubstr(": its process ended with signal 6 while it answered\n"));
+}
+
+TEST_F(ServerTest, LogsACallThatIsTooLateWhileItAnswers) {
+  EXPECT_EQ(call("l"), "pong");
+  EXPECT_THAT(log(), HasSubstr(": its process did not end within its time while it answered\n"));
+}
+
+TEST_F(ServerTest, ServesWhoHadComeBeforeTheSignal) {
+  ::kill(pid_, SIGSTOP);
+  const auto clients = connectAll(2 * kPlacesOfTheWeb, "p");
+  ::kill(pid_, SIGTERM);
+  ::kill(pid_, SIGCONT);
+  for (const auto& client : clients) EXPECT_EQ(receive(client), "pong");
+  end(SIGTERM);
 }
 
 TEST_F(ServerTest, AnswersThoughTheClientSentMoreThanWasRead) {

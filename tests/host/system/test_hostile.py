@@ -1,10 +1,13 @@
 """Requests that are not requests, and modules that no daemon should meet."""
 
 import concurrent.futures
+import fcntl
 import json
 import os
 import re
+import shutil
 import socket
+import subprocess
 import time
 
 import host_test
@@ -13,7 +16,7 @@ import namespace
 import processes
 import scgi_client
 import waiting
-from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, WEB_SOCKET
+from daemons_of_host import Currentconnd, is_socket, LOCAL_SOCKET, PACKAGING, PlainLighttpd, WEB_SOCKET
 from http_client import API, Client, check
 from scgi_client import call, exchange, parsed, received, request
 
@@ -83,6 +86,10 @@ class Requests(HostTest):
                     connection.sendall(bytes([byte]))
                     time.sleep(1)
             self.assertLess(time.monotonic() - began, 15)
+
+    def test_a_get_with_header_lines_that_are_too_long(self):
+        many = [(f"HTTP_X{number}", "x" * 1000) for number in range(70)]
+        self.assertEqual(413, call(WEB_SOCKET, "GET", "/api/whoami", FROM_A_CLIENT, *many).status)
 
     def test_json_that_is_nested_deep_or_none(self):
         user = self._logged_in("alice")
@@ -234,6 +241,49 @@ class Modules(HostTest):
 
     def _processes(self):
         return processes.titled("currentconnd")
+
+
+class Log(HostTest):
+    """A daemon whose standard error nobody takes."""
+
+    def daemon_with(self, stderr):
+        shutil.copy(f"{PACKAGING}/pam/currentconn", "/etc/pam.d/currentconn")
+        namespace.write("/etc/currentconn/currentconn.toml", f'module_folder = "{os.environ["CURRENTCONN_TEST_MODULES"]}"\n')
+        kept = {key: value for key, value in os.environ.items() if key.startswith(("ASAN_", "UBSAN_", "LSAN_"))}
+        daemon = subprocess.Popen([os.environ["CURRENTCONND"]], stdin=subprocess.DEVNULL, stderr=stderr,
+                                  env=namespace.ENVIRONMENT | kept)
+        self.addCleanup(daemon.wait)
+        self.addCleanup(daemon.terminate)
+        waiting.until("its sockets", lambda: is_socket(LOCAL_SOCKET))
+        return daemon
+
+    def crash_and_ask(self, times):
+        for _ in range(times):
+            self.assertEqual(500, call(LOCAL_SOCKET, "POST", "/api/Test/1/crash", body=b"{}").status)
+            self.assertEqual(200, call(LOCAL_SOCKET, "GET", "/api/whoami").status)
+
+    def test_a_reader_that_has_gone_does_not_end_the_daemon(self):
+        reader, writer = os.pipe()
+        daemon = self.daemon_with(writer)
+        os.close(reader)
+        os.close(writer)
+        self.crash_and_ask(3)
+        self.assertIsNone(daemon.poll())
+
+    def test_a_reader_that_does_not_read_does_not_stop_the_daemon(self):
+        reader, writer = os.pipe()
+        self.addCleanup(os.close, reader)
+        fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+        self.daemon_with(writer)
+        os.set_blocking(writer, False)
+        while True:
+            try:
+                os.write(writer, b"x" * 512)
+            except BlockingIOError:
+                break
+        os.set_blocking(writer, True)
+        os.close(writer)
+        self.crash_and_ask(5)
 
 
 class Ending(HostTest):
