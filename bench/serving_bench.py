@@ -179,14 +179,14 @@ def footprint(pid):
 
 
 def measure_endurance(daemon, cookie, calls=100_000):
-    pid, done = daemon.process.pid, 0
+    pid, lists, others = daemon.process.pid, 0, 0
     Load(API + "nothing", 10, None, 1)
     before = footprint(pid)
-    while done < calls:
-        load = Load(API + "nothing", 10, None, 10)
-        done += int(load.rate * 10)
+    while lists + others < calls:
+        lists += Load(API + "list", 10, cookie, 2).calls
+        others += Load(API + "nothing", 10, None, 8).calls
     after = footprint(pid)
-    show(f"after {done} calls: {before[0]} kB and {before[1]} descriptors before, {after[0]} kB and {after[1]} after"
+    show(f"after {lists + others} calls, {lists} of them lists: {before[0]} kB and {before[1]} descriptors before, {after[0]} kB and {after[1]} after"
          " (wanted: the same)")
 
 

@@ -219,6 +219,18 @@ class PageCalls(HostTest):
         Client("10.20.0.7").get("list")
         self.assertRegex(self.daemon.log_text(), r'method="list" user=- from=10\.20\.0\.7 status=401 code=401 ms=\d+\n')
 
+    def test_the_log_says_why_a_call_failed(self):
+        before = namespace.read(SESSIONS)
+        self.addCleanup(namespace.write, SESSIONS, before, 0o600)
+        namespace.write(SESSIONS, before + "garbage\n", 0o600)
+        answer = self.bob.get("list")
+        self.assertEqual((500, 117), (answer.status, answer.code))
+        cause = f"cannot read {SESSIONS}:{before.count(chr(10)) + 1}: the line is no record of a login"
+        self.assertEqual([cause], answer.json["causes"])
+        waiting.until("its line", lambda: re.search(
+            rf'method="list" user="bob" from=10\.20\.0\.8 status=500 code=117 ms=\d+: {re.escape(cause)}\n',
+            self.daemon.log_text()))
+
     def test_ending_something_leaves_a_line_for_the_authorisation_log(self):
         self.bob.post("kick_connection", {"http_conn": [{"who": "zoe", "from": "10.9.9.9"}]})
         self.assertRegex(self.daemon.log_text(),
