@@ -286,6 +286,40 @@ class Log(HostTest):
         self.crash_and_ask(5)
 
 
+class FrozenDisk(HostTest):
+    """The session file lies on a file system that stops writing for a while, as for a snapshot."""
+
+    FOLDER = "/srv/frozen"
+
+    def setUp(self):
+        host_test.add_accounts()
+        os.makedirs(self.FOLDER)
+        image = "/run/frozen.img"
+        try:
+            namespace.run("truncate", "--size=8M", image)
+            namespace.run("mkfs.ext4", "-q", image)
+            namespace.run("mount", "-o", "loop", image, self.FOLDER)
+        except RuntimeError as failure:
+            self.skipTest(f"no loop device: {failure}")
+        self.addCleanup(namespace.run, "umount", self.FOLDER)
+
+    def test_a_call_whose_process_cannot_die_is_answered_in_time(self):
+        daemon = Currentconnd(f'session_file = "{self.FOLDER}/state/sessions"', "call_seconds = 2").start()
+        self.addCleanup(daemon.stop)
+        namespace.run("fsfreeze", "--freeze", self.FOLDER)
+        try:
+            body = json.dumps({"name": "alice", "password": namespace.PASSWORD}).encode()
+            began = time.monotonic()
+            answer = call(WEB_SOCKET, "POST", "/api/login", FROM_A_CLIENT, ("HTTP_HOST", "nas"), body=body)
+            self.assertEqual(504, answer.status)
+            self.assertLess(time.monotonic() - began, 6)
+            self.assertEqual(["D"], [processes.status(pid, "State")[0] for pid in processes.titled("currentconnd")
+                                     if pid != daemon.process.pid])
+        finally:
+            namespace.run("fsfreeze", "--unfreeze", self.FOLDER)
+        waiting.until("its process to end", lambda: processes.titled("currentconnd") == [daemon.process.pid])
+
+
 class Ending(HostTest):
     def test_sigterm_waits_for_the_calls_in_flight(self):
         host_test.add_accounts()
