@@ -12,7 +12,7 @@ set -euo pipefail
 installed_packages=(
   iproute2 python3 libcap2 procps
   curl lighttpd lighttpd-mod-deflate lighttpd-mod-openssl lighttpd-modules-lua nginx-light apache2
-  fail2ban nftables openssl python3-jsonschema systemd
+  e2fsprogs fail2ban nftables openssl python3-jsonschema systemd
   samba smbclient python3-samba
   openssh-server openssh-client openssh-sftp-server
   vsftpd
