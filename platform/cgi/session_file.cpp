@@ -10,14 +10,16 @@
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
+#include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/failure.h"
+#include "cgi/session_lines.h"
 #include "cgi/session_record.h"
 
 namespace zevo {
 namespace {
 
-bool refuse(const std::string& path, const char* why) {
+bool refuse(const std::string& path, const std::string& why) {
   ZEVO_NOTE_ERROR(ZEVO_ERR_FILE_OPEN, "cannot use " + printable(path, 4096) + ": " + why);
   return false;
 }
@@ -73,8 +75,9 @@ bool makeFile(int folder, const std::string& name, const std::string& path) {
   return isOurs(old.get(), path);
 }
 
-// Each step goes through the descriptor of the folder that the step before has checked, so nobody
-// can slip a link in between.
+// The file comes first: nothing is made beside a thing that is none of ours. Each step goes through
+// the descriptor of the folder that the step before has checked, so nobody can slip a link in
+// between.
 bool createSessionFile(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   if (slash == std::string::npos || slash + 1 == path.size()) {
@@ -84,13 +87,31 @@ bool createSessionFile(const std::string& path) {
   const std::string name = path.substr(slash + 1);
   const FileDescriptor folder = openOwnFolder(AT_FDCWD, folderPath, 0755, folderPath);
   if (!folder) return false;
-  if (!openOwnFolder(folder.get(), accessTimeFolderOf(name), 0700, accessTimeFolderOf(path))) {
-    return false;
-  }
-  return makeFile(folder.get(), name, path);
+  const std::string times = accessTimeFolderOf(path);
+  return makeFile(folder.get(), name, path) &&
+         static_cast<bool>(openOwnFolder(folder.get(), accessTimeFolderOf(name), 0700, times));
 }
 
 }  // namespace
+
+bool checkSessionFile(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return true;
+  std::string content;
+  if (const auto failure = readFile(path, kLongestSessionFile, &content)) {
+    return failAtFile(*failure);
+  }
+  std::size_t number = 0;
+  for (const std::string_view line : linesOf(content)) {
+    ++number;
+    if (parseSessionRecord(line)) continue;
+    return refuse(path, "its line " + std::to_string(number) +
+                            " is no record of a login, so it may be another program's; name a "
+                            "file that is the sessions' alone");
+  }
+  return true;
+}
+
 }  // namespace zevo
 
 extern "C" int ZEVOCgiSessionFileCreate(const char* path) {

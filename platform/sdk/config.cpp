@@ -14,9 +14,15 @@ namespace {
 
 constexpr std::size_t kLongestConfiguration = 1024UL * 1024;
 
-Config& current() {
-  static Config config;
-  return config;
+struct Loaded {
+  Config config;
+  std::string path;
+  ConfigLines lines;
+};
+
+Loaded& current() {
+  static Loaded loaded;
+  return loaded;
 }
 
 // Whether nobody but root can have written the file: as root we act on what it says.
@@ -36,7 +42,7 @@ bool fail(std::string* error, std::string reason) {
 bool loadConfig(const std::string& path, bool required, std::string* error) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY);
   if (!file && errno == ENOENT && !required) {
-    current() = Config();
+    current() = {};
     return true;
   }
   if (!file) return fail(error, FileFailure{"read", path, errno}.text());
@@ -50,14 +56,20 @@ bool loadConfig(const std::string& path, bool required, std::string* error) {
   if (const auto failure = readDescriptor(file.get(), path, kLongestConfiguration, &text)) {
     return fail(error, failure->text());
   }
-  Config read;
-  if (!parseConfig(text, path, &read, error)) return false;
-  current() = read;
+  Loaded read;
+  read.path = path;
+  if (!parseConfig(text, path, &read.config, &read.lines, error)) return false;
+  current() = std::move(read);
   return true;
 }
 
 const Config& config() {
-  return current();
+  return current().config;
+}
+
+std::string configProblem(std::string_view key, const std::string& reason) {
+  const auto line = current().lines.find(key);
+  return line == current().lines.end() ? reason : atLine(current().path, line->second, reason);
 }
 
 }  // namespace zevo

@@ -167,29 +167,34 @@ std::string readEntry(std::string_view name, const toml::node& value, Config* co
   return std::string(key->name) + " " + key->rule + ", found " + shown(value);
 }
 
-std::string refusal(const std::string& path, toml::source_index line, const std::string& reason) {
-  return "cannot read " + printable(path, 4096) + ":" + std::to_string(line) + ": " + reason;
-}
-
 }  // namespace
 
-bool parseConfig(std::string_view text, const std::string& path, Config* config,
+std::string atLine(const std::string& path, unsigned line, const std::string& reason) {
+  return printable(path, 4096) + ":" + std::to_string(line) + ": " + reason;
+}
+
+bool parseConfig(std::string_view text, const std::string& path, Config* config, ConfigLines* lines,
                  std::string* error) {
   toml::table table;
   try {
     table = toml::parse(text, path);
   } catch (const toml::parse_error& failure) {
-    *error = refusal(path, failure.source().begin.line, printable(failure.description(), 400));
+    *error = atLine(path, failure.source().begin.line, printable(failure.description(), 400));
     return false;
   }
   Config read = *config;
+  ConfigLines readLines;
   for (const auto& [name, value] : table) {
+    const unsigned line = name.source().begin.line;
     const std::string reason = readEntry(name.str(), value, &read);
-    if (reason.empty()) continue;
-    *error = refusal(path, name.source().begin.line, reason);
-    return false;
+    if (!reason.empty()) {
+      *error = atLine(path, line, reason);
+      return false;
+    }
+    readLines.emplace(name.str(), line);
   }
   *config = read;
+  *lines = std::move(readLines);
   return true;
 }
 

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -22,6 +23,7 @@ namespace {
 
 constexpr std::size_t kLongestFile = 1024UL * 1024;
 constexpr const char* kEnglish = "en";
+constexpr const char* kSuffix = ".json";
 
 std::optional<Json::Value> parse(const std::string& text, std::string* problem) {
   Json::CharReaderBuilder builder;
@@ -39,7 +41,7 @@ std::optional<Json::Value> parse(const std::string& text, std::string* problem) 
 // The file of one language; null where it cannot be read, *problem then telling why.
 Json::Value readLanguage(const std::string& folder, const std::string& language,
                          std::string* problem) {
-  const std::string path = folder + "/" + language + ".json";
+  const std::string path = folder + "/" + language + kSuffix;
   std::string text;
   if (const auto failure = readFile(path, kLongestFile, &text)) {
     *problem = failure->text();
@@ -84,6 +86,25 @@ std::vector<std::string> languagesOf(const std::string& locale) {
   return {name, name.substr(0, territory)};
 }
 
+std::optional<std::string> closestLanguage(const std::string& folder, const std::string& locale) {
+  const auto languages = languagesOf(locale);
+  const auto closest = std::find_if(languages.begin(), languages.end(), [&](const auto& name) {
+    return exists(folder + "/" + name + kSuffix);
+  });
+  return closest == languages.end() ? std::nullopt : std::optional(*closest);
+}
+
+std::vector<std::string> languagesIn(const std::string& folder) {
+  std::vector<std::string> languages;
+  std::error_code failure;
+  std::filesystem::directory_iterator entry(folder, failure);
+  for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+    if (entry->path().extension() == kSuffix) languages.push_back(entry->path().stem());
+  }
+  std::sort(languages.begin(), languages.end());
+  return languages;
+}
+
 std::string environmentLocale() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     const char* value = ::secure_getenv(variable);
@@ -98,11 +119,8 @@ bool readTexts(const std::string& folder, const std::string& locale, bool mustEx
   sections->assign(names.size(), {});
   problem->clear();
   overlay(readLanguage(folder, kEnglish, problem), names, sections);
-  const auto languages = languagesOf(locale);
-  const auto language = std::find_if(languages.begin(), languages.end(), [&](const auto& name) {
-    return exists(folder + "/" + name + ".json");
-  });
-  if (language != languages.end()) {
+  const auto language = closestLanguage(folder, locale);
+  if (language) {
     if (*language != kEnglish) overlay(readLanguage(folder, *language, problem), names, sections);
   } else if (mustExist && problem->empty()) {
     *problem = "there are no texts in the language \"" + printable(locale, 80) + "\" in " + folder;

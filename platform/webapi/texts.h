@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,12 @@ using Section = std::map<std::string, std::string, std::less<>>;
 // "zh_CN", then "zh". None for "", "C", "POSIX" and what is no locale's name: a name is never a
 // path.
 std::vector<std::string> languagesOf(const std::string& locale);
+
+// The first of languagesOf(locale) for which `folder` has a file.
+std::optional<std::string> closestLanguage(const std::string& folder, const std::string& locale);
+
+// Languages for which `folder` has a file, sorted.
+std::vector<std::string> languagesIn(const std::string& folder);
 
 // The locale that the environment chooses for messages; "" where it chooses none.
 std::string environmentLocale();

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <string>
+#include <string_view>
 
 #include "zevo/export.h"
 
@@ -40,5 +41,9 @@ ZEVO_EXPORT bool loadConfig(const std::string& path, bool required, std::string*
 
 // The process's configuration: the defaults until loadConfig succeeds.
 ZEVO_EXPORT const Config& config();
+
+// `reason`, why the value of `key` cannot be used, after the place where it is set:
+// "FILE:LINE: reason". Where the key has its default there is no such place, and `reason` is all.
+ZEVO_EXPORT std::string configProblem(std::string_view key, const std::string& reason);
 
 }  // namespace zevo

@@ -1,7 +1,18 @@
 // The session file, for hosts: it must exist before a call that names it runs.
 #pragma once
 
+#include <string>
+
 #include "zevo/export.h"
+
+namespace zevo {
+
+// Whether every line of the file at `path` is the record of a login, so that it may be used as a
+// session file: false with the last error set where it is another program's. True also where there
+// is no file, or nothing that is one: making it tells what is wrong.
+ZEVO_EXPORT bool checkSessionFile(const std::string& path);
+
+}  // namespace zevo
 
 extern "C" {
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "zevo/error.h"
+#include "zevo/error_trail.h"
 
 #include "platform/base/temporary_folder.h"
 
@@ -72,6 +73,7 @@ TEST_F(SessionFileCreation, FollowsNoLinks) {
   std::filesystem::create_symlink(folder_.file("elsewhere"), accessFolder());
   expectRefusal();
   std::filesystem::remove(accessFolder());
+  std::filesystem::remove(path());
   std::filesystem::create_symlink(folder_.file("elsewhere/target"), path());
   expectRefusal();
   EXPECT_TRUE(std::filesystem::is_empty(folder_.file("elsewhere")));
@@ -102,6 +104,45 @@ TEST_F(SessionFileCreation, RefusesWhatOthersCouldHavePutThere) {
   ASSERT_EQ(::chmod(path().c_str(), 0600), 0);
   ASSERT_EQ(::chown(path().c_str(), 12, 12), 0);
   expectRefusal();
+}
+
+TEST_F(SessionFileCreation, MakesNothingBesideAThingThatIsNoFile) {
+  std::filesystem::create_directories(path());
+  expectRefusal();
+  EXPECT_FALSE(std::filesystem::exists(accessFolder()));
+}
+
+TEST(SessionFileCheck, TakesFilesOfRecordsAlone) {
+  const TemporaryFolder folder;
+  const std::string record = R"("id-1":{"1":"10.20.0.2","2":"alice","3":1,"4":1795210000})";
+  for (const std::string& content :
+       {std::string(), record, record + "\n", record + "\r\n" + record}) {
+    EXPECT_TRUE(checkSessionFile(folder.write("s", content))) << content;
+  }
+  for (const std::string& content :
+       {std::string("root:x:0:0:root:/root:/bin/bash\n"), "\n" + record, record + "\n\n",
+        record + "\n[main]\n", std::string("\0", 1)}) {
+    VLIBCErrSetEx(ZEVO_ERR_NONE, "", 0);
+    EXPECT_FALSE(checkSessionFile(folder.write("s", content))) << content;
+    EXPECT_EQ(VLIBCErrGet(), ZEVO_ERR_FILE_OPEN);
+    EXPECT_EQ(contentOf(folder.file("s")), content);
+  }
+}
+
+TEST(SessionFileCheck, NamesTheFirstLineThatIsNoRecord) {
+  const TemporaryFolder folder;
+  clearErrorTrail();
+  EXPECT_FALSE(checkSessionFile(folder.write("s", "\"a\":{}\n\"b\":{}\nc\nd\n")));
+  EXPECT_EQ(errorTrail(),
+            std::vector<std::string>{"cannot use " + folder.file("s") +
+                                     ": its line 3 is no record of a login, so it may be another "
+                                     "program's; name a file that is the sessions' alone"});
+}
+
+TEST(SessionFileCheck, LeavesWhatIsNoFileToTheCreation) {
+  const TemporaryFolder folder;
+  EXPECT_TRUE(checkSessionFile(folder.path()));
+  EXPECT_TRUE(checkSessionFile(folder.file("missing")));
 }
 
 TEST_F(SessionFileCreation, NeedsAPathInAFolderThatCanBeMade) {

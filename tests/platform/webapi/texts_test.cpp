@@ -42,6 +42,17 @@ TEST(EnvironmentLocale, TakesTheStrongestVariableThatIsSet) {
   EXPECT_EQ(environmentLocale(), "es_ES");
 }
 
+TEST(Languages, AreThoseThatHaveAFile) {
+  const TemporaryFolder folder;
+  for (const char* name : {"zh_CN.json", "de.json", "de.txt"}) folder.write(name, "{}");
+  EXPECT_THAT(languagesIn(folder.path()), ElementsAre("de", "zh_CN"));
+  EXPECT_EQ(closestLanguage(folder.path(), "de-AT"), "de");
+  EXPECT_EQ(closestLanguage(folder.path(), "zh_CN"), "zh_CN");
+  EXPECT_EQ(closestLanguage(folder.path(), "zh"), std::nullopt);
+  EXPECT_EQ(closestLanguage(folder.path(), "C"), std::nullopt);
+  EXPECT_THAT(languagesIn("/nonexistent"), IsEmpty());
+}
+
 class Texts : public testing::Test {
  protected:
   Texts() {
