@@ -4,7 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <ctime>
-#include <grp.h>
+#include <grp.h>  // getgrouplist
 #include <memory>
 #include <pwd.h>
 #include <shadow.h>
@@ -12,6 +12,8 @@
 
 #include "zevo/account.h"
 #include "zevo/config.h"
+
+#include "base/group.h"
 
 namespace host {
 namespace {
@@ -32,22 +34,11 @@ bool isExpired(const std::string& name) {
   return entry.sp_expire >= 0 && std::time(nullptr) / kSecondsADay >= entry.sp_expire;
 }
 
-std::optional<gid_t> groupOf(const char* name) {
-  std::vector<char> texts(kTexts);
-  group entry{};
-  group* found = nullptr;
-  int error = ERANGE;
-  for (; error == ERANGE && texts.size() < 64 * kTexts; texts.resize(texts.size() * 2)) {
-    error = ::getgrnam_r(name, &entry, texts.data(), texts.size(), &found);
-  }
-  return found == nullptr ? std::nullopt : std::optional(entry.gr_gid);
-}
-
 std::optional<gid_t> administratorsGroup() {
   const std::string& configured = zevo::config().administratorsGroup;
-  if (!configured.empty()) return groupOf(configured.c_str());
+  if (!configured.empty()) return zevo::groupNumber(configured);
   for (const char* name : kUsualGroups) {
-    if (const auto gid = groupOf(name)) return gid;
+    if (const auto gid = zevo::groupNumber(name)) return gid;
   }
   return std::nullopt;
 }

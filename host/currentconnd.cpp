@@ -12,14 +12,19 @@
 #include <CLI/CLI.hpp>
 
 #include "zevo/config.h"
-#include "zevo/session_file.h"
+#include "zevo/config_check.h"
 
 #include "call.h"
 #include "log.h"
 #include "server.h"
+#include "start_checks.h"
 
 namespace host {
 namespace {
+
+constexpr const char* kNoPamService =
+    "there is no PAM service \"currentconn\": install /etc/pam.d/currentconn, or logins to the "
+    "page follow the rules of the service \"other\"";
 
 class SessionFileLogins : public Logins {
  public:
@@ -55,18 +60,19 @@ int fail(const std::string& reason) {
 // Until it is told to end; the exit status.
 int serve() {
   std::string error;
-  const std::string sessionFile = zevo::config().sessionFile;
-  if (ZEVOCgiSessionFileCreate(sessionFile.c_str()) != 0) {
-    return fail("cannot create the session file " + sessionFile);
-  }
+  if (!prepareSessionFile(&error) || !checkPamFolder(&error)) return fail(error);
+  if (zevo::config().pamFolder.empty() && !hasPamService()) logLine(LOG_WARNING, kNoPamService);
   Modules modules;
-  if (!modules.load(moduleFolder(), &error)) return fail(error);
+  if (!modules.load(moduleFolder(), &error)) {
+    return fail(zevo::configProblem("module_folder", error));
+  }
   std::vector<Listener> listeners;
   if (!openListeners(&listeners, &error)) return fail(error);
   CallBoard board(static_cast<std::size_t>(zevo::config().maxCalls));
   SystemAccounts accounts;
   SessionFileLogins logins;
-  const Service service{modules, board, accounts, logins, systemLoginTools(accounts), sessionFile};
+  const Service service{
+      modules, board, accounts, logins, systemLoginTools(accounts), zevo::config().sessionFile};
   Server server(std::move(listeners), board, zevo::config().callLimit,
                 [&service](int connection, Entrance entrance, uid_t peer, CallSlot& slot) {
                   serveConnection(connection, entrance, peer, service, slot);
@@ -94,7 +100,8 @@ int main(int argc, char** argv) try {
   CLI11_PARSE(app, argc, argv);
   const bool given = !configPath.empty();
   std::string error;
-  if (!zevo::loadConfig(given ? configPath : zevo::kDefaultConfigPath, given, &error)) {
+  if (!zevo::loadConfig(given ? configPath : zevo::kDefaultConfigPath, given, &error) ||
+      !zevo::checkConfig(&error)) {
     return host::fail(error);
   }
   if (::geteuid() != 0) {

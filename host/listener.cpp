@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <grp.h>
-#include <memory>
+#include <filesystem>
 #include <optional>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -15,6 +15,8 @@
 #include "zevo/config.h"
 
 #include "base/file_failure.h"
+#include "base/group.h"
+#include "base/text.h"
 
 namespace host {
 namespace {
@@ -47,6 +49,19 @@ bool isDeserted(const std::string& path, const sockaddr_un& address) {
   return ::connect(probe.get(), generic(address), sizeof address) != 0 && errno == ECONNREFUSED;
 }
 
+// Held while a name is probed and taken over: of two daemons that start at once, the second finds
+// the socket of the first, and it is listening. The file stays, since whoever removes a lock may
+// remove another one's.
+zevo::FileDescriptor lockName(const std::string& path) {
+  zevo::FileDescriptor lock =
+      zevo::openFile((path + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600);
+  int result = 0;
+  do {
+    result = lock ? ::flock(lock.get(), LOCK_EX) : 0;
+  } while (result != 0 && errno == EINTR);
+  return result == 0 ? std::move(lock) : zevo::FileDescriptor();
+}
+
 zevo::FileDescriptor fail(const char* operation, const std::string& path, std::string* error) {
   const bool taken = errno == EADDRINUSE;
   *error = zevo::FileFailure{operation, path, errno}.text();
@@ -54,13 +69,36 @@ zevo::FileDescriptor fail(const char* operation, const std::string& path, std::s
   return {};
 }
 
+// Whether the name is free, or that of a socket.
+bool isForSockets(const std::string& path, std::string* error) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) != 0 || S_ISSOCK(status.st_mode)) return true;
+  *error = "cannot listen on " + zevo::printable(path, 4096) + ": " +
+           (S_ISDIR(status.st_mode) ? "a folder" : "a file that is no socket") +
+           " is there; give the socket a path of its own";
+  return false;
+}
+
 std::optional<gid_t> webGroup(std::string* error) {
   const std::string& name = zevo::config().webGroup;
   if (name.empty()) return kRootGroup;
-  const group* entry = ::getgrnam(name.c_str());
-  if (entry != nullptr) return entry->gr_gid;
-  *error = "there is no group \"" + name + "\"; set web_group to the group of the web server";
+  const auto group = zevo::groupNumber(name);
+  if (group) return group;
+  const std::string remedy = "; set web_group to the group of the web server";
+  *error = zevo::configProblem("web_group", zevo::groupFailure(name, errno) + remedy);
   return std::nullopt;
+}
+
+// Whether the two sockets have different names; told at the one that is not where it usually is.
+bool areApart(std::string* error) {
+  const zevo::Config& config = zevo::config();
+  const auto web = std::filesystem::path(config.webSocket).lexically_normal();
+  if (web != std::filesystem::path(config.localSocket).lexically_normal()) return true;
+  const bool isLocalUsual = config.localSocket == zevo::Config().localSocket;
+  *error = zevo::configProblem(isLocalUsual ? "web_socket" : "local_socket",
+                               "web_socket and local_socket are the same; give each a path of "
+                               "its own");
+  return false;
 }
 
 bool makeFolderOf(const std::string& path, std::string* error) {
@@ -74,22 +112,26 @@ bool makeFolderOf(const std::string& path, std::string* error) {
   return false;
 }
 
-bool addListener(Entrance entrance, const std::string& path, gid_t group, mode_t mode,
-                 std::vector<Listener>* listeners, std::string* error) {
-  if (!makeFolderOf(path, error)) return false;
-  auto socket = listenAt(path, group, mode, error);
-  if (!socket) return false;
-  listeners->emplace_back(std::move(socket), entrance, path);
-  return true;
+zevo::FileDescriptor makeSocket(const char* key, const std::string& path, gid_t group, mode_t mode,
+                                std::string* error) {
+  std::string reason;
+  zevo::FileDescriptor socket;
+  if (makeFolderOf(path, &reason)) socket = listenAt(path, group, mode, &reason);
+  if (!socket) *error = zevo::configProblem(key, reason);
+  return socket;
 }
 
 bool makeListeners(std::vector<Listener>* listeners, std::string* error) {
   const auto group = webGroup(error);
+  if (!group || !areApart(error)) return false;
   const zevo::Config& config = zevo::config();
-  return group &&
-         addListener(Entrance::kWeb, config.webSocket, *group, kWebMode, listeners, error) &&
-         addListener(Entrance::kLocal, config.localSocket, kRootGroup, kLocalMode, listeners,
-                     error);
+  auto web = makeSocket("web_socket", config.webSocket, *group, kWebMode, error);
+  if (!web) return false;
+  listeners->emplace_back(std::move(web), Entrance::kWeb, config.webSocket);
+  auto local = makeSocket("local_socket", config.localSocket, kRootGroup, kLocalMode, error);
+  if (!local) return false;
+  listeners->emplace_back(std::move(local), Entrance::kLocal, config.localSocket);
+  return true;
 }
 
 std::optional<Entrance> entranceNamed(const char* name) {
@@ -134,6 +176,9 @@ zevo::FileDescriptor listenAt(const std::string& path, gid_t group, mode_t mode,
   const auto address = addressOf(path);
   errno = ENAMETOOLONG;
   if (!address) return fail("listen on", path, error);
+  if (!isForSockets(path, error)) return {};
+  const zevo::FileDescriptor lock = lockName(path);
+  if (!lock) return fail("lock", path + ".lock", error);
   zevo::FileDescriptor socket = newSocket();
   if (!socket) return fail("listen on", path, error);
   if (isDeserted(path, *address)) ::unlink(path.c_str());

@@ -39,7 +39,8 @@ class Listener {
 bool openListeners(std::vector<Listener>* listeners, std::string* error);
 
 // Makes and binds a socket at `path`, whose folder exists, with this group and mode, listening. A
-// name that a dead process left behind is taken over. None with *error on failure.
+// name that a dead process left behind is taken over, under a lock in `path`.lock. None with *error
+// on failure.
 zevo::FileDescriptor listenAt(const std::string& path, gid_t group, mode_t mode,
                               std::string* error);
 

@@ -10,8 +10,6 @@
 namespace host {
 namespace {
 
-constexpr const char* kService = "currentconn";
-
 struct Responses {
   explicit Responses(int size)
       : count(size),
@@ -65,7 +63,7 @@ class Session {
 
   bool run(const std::string& address) {
     return result_ == PAM_SUCCESS && step(::pam_set_item(handle_, PAM_RHOST, address.c_str())) &&
-           step(::pam_set_item(handle_, PAM_TTY, kService)) &&
+           step(::pam_set_item(handle_, PAM_TTY, kPamService)) &&
            step(::pam_set_item(handle_, PAM_FAIL_DELAY, pointerTo(&noDelay))) &&
            step(::pam_authenticate(handle_, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK)) &&
            step(::pam_acct_mgmt(handle_, PAM_SILENT | PAM_DISALLOW_NULL_AUTHTOK));
@@ -83,8 +81,8 @@ class Session {
   int start(const char* name) {
     const std::string& folder = zevo::config().pamFolder;
     return folder.empty()
-               ? ::pam_start(kService, name, &conversation_, &handle_)
-               : ::pam_start_confdir(kService, name, &conversation_, folder.c_str(), &handle_);
+               ? ::pam_start(kPamService, name, &conversation_, &handle_)
+               : ::pam_start_confdir(kPamService, name, &conversation_, folder.c_str(), &handle_);
   }
   bool step(int result) {
     result_ = result;

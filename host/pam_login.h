@@ -7,6 +7,8 @@
 
 namespace host {
 
+inline constexpr const char* kPamService = "currentconn";
+
 struct PamResult {
   bool accepted = false;
   std::string account;  // where accepted: the name that the rules settled on
