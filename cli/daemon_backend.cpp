@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 #include <utility>
@@ -12,6 +13,7 @@
 #include <json/writer.h>
 
 #include "base/file_failure.h"
+#include "base/text.h"
 #include "json_text.h"
 
 namespace cli {
@@ -21,8 +23,16 @@ constexpr std::string_view kPath = "/api/ZEVO.Core.CurrentConnection/1/";
 constexpr std::string_view kDataStart = R"({"data":)";
 constexpr int kOk = 200;
 
+// Each wait on `connection`, also that for being let in, ends after `limit` with EAGAIN.
+bool limitWaits(int connection, std::chrono::seconds limit) {
+  timeval time{};
+  time.tv_sec = limit.count();
+  return ::setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &time, sizeof time) == 0 &&
+         ::setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
+}
+
 // Connected to root; none, with errno set, where that cannot be.
-zevo::FileDescriptor connectTo(const std::string& path) {
+zevo::FileDescriptor connectTo(const std::string& path, std::chrono::seconds limit) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) {
@@ -31,7 +41,7 @@ zevo::FileDescriptor connectTo(const std::string& path) {
   }
   path.copy(address.sun_path, path.size());
   zevo::FileDescriptor connection(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-  if (!connection) return {};
+  if (!connection || !limitWaits(connection.get(), limit)) return {};
   const auto* target = reinterpret_cast<const sockaddr*>(&address);
   if (::connect(connection.get(), target, sizeof address) != 0) return {};
   ucred peer{};
@@ -113,18 +123,25 @@ Answer answerOfProblem(const Json::Value& document) {
 
 }  // namespace
 
-DaemonBackend::DaemonBackend(std::string socketPath) : socketPath_(std::move(socketPath)) {}
+DaemonBackend::DaemonBackend(std::string socketPath, std::chrono::seconds limit)
+    : socketPath_(std::move(socketPath)), limit_(limit) {}
 
 bool DaemonBackend::isThere() {
-  connection_ = connectTo(socketPath_);
-  return static_cast<bool>(connection_);
+  connection_ = connectTo(socketPath_, limit_);
+  return connection_ || errno == EAGAIN;
+}
+
+// For errno.
+Answer DaemonBackend::failure(const char* operation) const {
+  if (errno != EAGAIN) {
+    return failedAnswer(zevo::FileFailure{operation, socketPath_, errno}.text());
+  }
+  return failedAnswer("the daemon did not answer on " + zevo::printable(socketPath_, 4096) +
+                      " within " + std::to_string(limit_.count()) + " seconds");
 }
 
 Answer DaemonBackend::call(const std::string& method, const Json::Value& parameters) {
-  const auto failure = [this](const char* verb) {
-    return failedAnswer(zevo::FileFailure{verb, socketPath_, errno}.text());
-  };
-  if (!connection_) connection_ = connectTo(socketPath_);
+  if (!connection_) connection_ = connectTo(socketPath_, limit_);
   const zevo::FileDescriptor connection = std::move(connection_);
   if (!connection) return failure("connect to");
   if (!sendAll(connection.get(), requestFor(method, parameters))) return failure("write to");

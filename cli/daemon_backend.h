@@ -1,6 +1,7 @@
 // The daemon of this server, asked over its local socket as whoever runs this program.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "backend.h"
@@ -10,10 +11,11 @@ namespace cli {
 
 class DaemonBackend : public Backend {
  public:
-  explicit DaemonBackend(std::string socketPath);
+  // A daemon that lets us wait for longer than `limit` has not answered.
+  DaemonBackend(std::string socketPath, std::chrono::seconds limit);
 
-  // Whether root listens there: another account's answers would not be believed.
-  // The connection is kept for the first call.
+  // Whether root listens there: another account's answers would not be believed. The connection is
+  // kept for the first call. Also true where whoever listens does not let us in: the call says so.
   [[nodiscard]] bool isThere();
 
   Answer call(const std::string& method, const Json::Value& parameters) override;
@@ -22,7 +24,10 @@ class DaemonBackend : public Backend {
                       const Answer& answer) override;
 
  private:
+  Answer failure(const char* operation) const;
+
   std::string socketPath_;
+  std::chrono::seconds limit_;
   zevo::FileDescriptor connection_;  // not used yet
 };
 

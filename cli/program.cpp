@@ -1,5 +1,6 @@
 #include "program.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <pwd.h>
@@ -8,6 +9,7 @@
 #include <variant>
 
 #include "zevo/config.h"
+#include "zevo/config_check.h"
 
 #include "arguments.h"
 #include "daemon_backend.h"
@@ -21,6 +23,9 @@
 
 namespace cli {
 namespace {
+
+// What the daemon's answer may take beyond the longest call: its way there and back, and a place.
+constexpr std::chrono::seconds kBeyondCall{20};
 
 ExitCode refuse(ExitCode code, const std::string& sentence) {
   complain(sentence);
@@ -94,7 +99,7 @@ std::optional<Listing> ownListing(const Command& command) {
 ExitCode runWithoutRoot(const Command& command) {
   std::string needed = " needs root";
   if (const std::optional<Listing> own = ownListing(command)) {
-    DaemonBackend backend(zevo::config().localSocket);
+    DaemonBackend backend(zevo::config().localSocket, zevo::config().callLimit + kBeyondCall);
     if (backend.isThere()) return perform(*own, backend);
     needed += ", or currentconnd to be running";
   }
@@ -110,7 +115,8 @@ ExitCode runCommand(const Command& command) {
   const bool isRoot = geteuid() == 0;
   if (!isRoot && !ownListing(command)) return runWithoutRoot(command);
   const std::string configFile = command.configFile.value_or(zevo::kDefaultConfigPath);
-  if (!zevo::loadConfig(configFile, command.configFile.has_value(), &sentence)) {
+  if (!zevo::loadConfig(configFile, command.configFile.has_value(), &sentence) ||
+      !zevo::checkConfig(&sentence)) {
     return refuse(kExitUsage, sentence);
   }
   if (!isRoot) return runWithoutRoot(command);

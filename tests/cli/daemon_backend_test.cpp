@@ -1,5 +1,6 @@
 #include "daemon_backend.h"
 
+#include <chrono>
 #include <filesystem>
 #include <grp.h>
 #include <optional>
@@ -8,6 +9,7 @@
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,6 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+
+constexpr std::chrono::seconds kLong{60};
+constexpr std::chrono::seconds kShort{1};
 
 std::string answerText(const std::string& status, const std::string& body) {
   return "Status: " + status + "\r\nContent-Type: application/json\r\n\r\n" + body + "\n";
@@ -119,7 +124,7 @@ class DaemonBackendTest : public ::testing::Test {
 
 TEST_F(DaemonBackendTest, SendsOneRequestAndTakesItsAnswer) {
   answer(answerText("200 OK", R"({"data":[1]})"));
-  DaemonBackend backend(path_);
+  DaemonBackend backend(path_, kLong);
   Json::Value parameters(Json::objectValue);
   parameters["sort_by"] = "who";
   EXPECT_EQ(backend.call("list_by_user", parameters),
@@ -133,9 +138,10 @@ TEST_F(DaemonBackendTest, SendsOneRequestAndTakesItsAnswer) {
 }
 
 TEST_F(DaemonBackendTest, IsNotThereWithoutAListener) {
-  EXPECT_FALSE(DaemonBackend(path_).isThere());
-  EXPECT_FALSE(DaemonBackend(std::string(500, 'x')).isThere());
-  const Answer answer = DaemonBackend(path_).call("list_by_user", Json::Value(Json::objectValue));
+  EXPECT_FALSE(DaemonBackend(path_, kLong).isThere());
+  EXPECT_FALSE(DaemonBackend(std::string(500, 'x'), kLong).isThere());
+  const Answer answer =
+      DaemonBackend(path_, kLong).call("list_by_user", Json::Value(Json::objectValue));
   EXPECT_EQ(answer.status, Answer::Status::kFailed);
   ASSERT_EQ(answer.causes.size(), 1U);
   EXPECT_THAT(answer.causes[0], HasSubstr(path_));
@@ -144,9 +150,61 @@ TEST_F(DaemonBackendTest, IsNotThereWithoutAListener) {
 TEST_F(DaemonBackendTest, DoesNotBelieveAnybodyButRoot) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can let another account listen";
   answer(answerText("200 OK", R"({"data":[1]})"), 65534);
-  EXPECT_FALSE(DaemonBackend(path_).isThere());
-  EXPECT_EQ(DaemonBackend(path_).call("list_by_user", Json::Value(Json::objectValue)).status,
+  EXPECT_FALSE(DaemonBackend(path_, kLong).isThere());
+  EXPECT_EQ(DaemonBackend(path_, kLong).call("list_by_user", Json::Value(Json::objectValue)).status,
             Answer::Status::kFailed);
+}
+
+// A socket of this process on which nobody is let in.
+class SilentDaemon : public DaemonBackendTest {
+ protected:
+  SilentDaemon() : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+    EXPECT_EQ(::bind(listener_.get(), target(), sizeof address_), 0);
+    EXPECT_EQ(::listen(listener_.get(), 0), 0);
+  }
+  // Takes the places of those who wait to be let in.
+  void fill() {
+    while (true) {
+      zevo::FileDescriptor waiting(
+          ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+      if (::connect(waiting.get(), target(), sizeof address_) != 0) break;
+      waiting_.push_back(std::move(waiting));
+    }
+    EXPECT_EQ(errno, EAGAIN);
+  }
+  void expectFailure(DaemonBackend& backend) {
+    const auto start = std::chrono::steady_clock::now();
+    const Answer answer = backend.call("list_by_user", Json::Value(Json::objectValue));
+    EXPECT_EQ(answer.status, Answer::Status::kFailed);
+    EXPECT_THAT(answer.causes,
+                ElementsAre("the daemon did not answer on " + path_ + " within 1 seconds"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  }
+
+ private:
+  const sockaddr* target() {
+    address_.sun_family = AF_UNIX;
+    path_.copy(address_.sun_path, sizeof address_.sun_path - 1);
+    return reinterpret_cast<const sockaddr*>(&address_);
+  }
+
+  sockaddr_un address_{};
+  zevo::FileDescriptor listener_;
+  std::vector<zevo::FileDescriptor> waiting_;
+};
+
+TEST_F(SilentDaemon, IsWaitedForNoLongerThanTheLimit) {
+  DaemonBackend backend(path_, kShort);
+  EXPECT_EQ(backend.isThere(), ::geteuid() == 0);
+  if (::geteuid() != 0) GTEST_SKIP() << "only root is believed";
+  expectFailure(backend);
+}
+
+TEST_F(SilentDaemon, ThatLetsNobodyInIsNotWaitedForEither) {
+  fill();
+  DaemonBackend backend(path_, kShort);
+  EXPECT_TRUE(backend.isThere());
+  expectFailure(backend);
 }
 
 }  // namespace

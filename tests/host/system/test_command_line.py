@@ -3,6 +3,7 @@
 import json
 import os
 import shutil
+import signal
 import subprocess
 
 import host_test
@@ -11,7 +12,7 @@ import listing
 import namespace
 from clients import ssh
 from daemons.openssh import OpenSsh
-from daemons_of_host import Currentconnd
+from daemons_of_host import Currentconnd, LOCAL_SOCKET
 
 _BUILD = os.path.dirname(os.path.dirname(os.path.realpath(os.environ["CURRENTCONN"])))
 _INSTALLED = "/srv/currentconn"
@@ -59,6 +60,15 @@ class CommandLine(HostTest):
             done = as_user("alice", *arguments)
             self.assertEqual((3, ""), (done.returncode, done.stdout), arguments)
             self.assertIn("needs root", done.stderr)
+
+    def test_a_daemon_that_does_not_answer_is_not_waited_for_without_end(self):
+        daemon = Currentconnd("call_seconds = 1").start()
+        self.addCleanup(daemon.stop)
+        daemon.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(daemon.process.send_signal, signal.SIGCONT)
+        done = as_user("alice", "mine")
+        self.assertEqual((1, ""), (done.returncode, done.stdout))
+        self.assertIn(f"the daemon did not answer on {LOCAL_SOCKET} within 21 seconds", done.stderr)
 
     def test_without_the_daemon_it_says_what_is_missing(self):
         done = as_user("alice", "mine")
