@@ -184,26 +184,30 @@ void ToolRun::awaitEnd() {
     endGroup();
     return;
   }
-  reap(0);
+  const auto status = reap(0);
+  if (!status || !result_.cause.empty()) return;
+  if (WIFSIGNALED(*status)) {
+    result_.cause = "was ended by signal " + std::to_string(WTERMSIG(*status));
+  } else if (WEXITSTATUS(*status) != 0) {
+    result_.cause = "ended with status " + std::to_string(WEXITSTATUS(*status));
+  }
 }
 
-// Takes the tool's status, if nobody else has.
-void ToolRun::reap(int flags) {
+// The tool's status, unless somebody else has taken it.
+std::optional<int> ToolRun::reap(int flags) noexcept {
   int status = 0;
   pid_t reaped = -1;
   do {
     reaped = ::waitpid(pid_, &status, flags);
   } while (reaped < 0 && errno == EINTR);
-  const bool failed = reaped == pid_ && !(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  const bool isOurs = reaped == pid_;
   pid_ = -1;
-  if (!failed || !result_.cause.empty()) return;
-  result_.cause = WIFEXITED(status) ? "ended with status " + std::to_string(WEXITSTATUS(status))
-                                    : "was ended by signal " + std::to_string(WTERMSIG(status));
+  return isOurs ? std::optional(status) : std::nullopt;
 }
 
 // A tool that does not die within a second (it hangs in the kernel) is left to whoever reaps
 // orphans; waiting for it would hang the caller too.
-void ToolRun::endGroup() {
+void ToolRun::endGroup() noexcept {
   output_.reset();
   if (pid_ <= 0) return;
   ::kill(-pid_, SIGKILL);

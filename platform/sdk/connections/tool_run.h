@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -47,11 +48,11 @@ class ToolRun {
   using Clock = std::chrono::steady_clock;
 
   void start(const std::vector<std::string>& arguments);
-  void endGroup();
+  void endGroup() noexcept;
   bool waitFor(const FileDescriptor& descriptor) const;
   bool waitForEnd() const;
   void awaitEnd();
-  void reap(int flags);
+  std::optional<int> reap(int flags) noexcept;
 
   ToolLimits limits_;
   Clock::time_point deadline_;

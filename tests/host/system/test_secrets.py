@@ -9,7 +9,7 @@ import namespace
 import processes
 import scgi_client
 import waiting
-from daemons_of_host import Currentconnd, STATE, WEB_SOCKET
+from daemons_of_host import Currentconnd, WEB_SOCKET
 
 SECRET = "Zebra-Quartz-4711"
 MARKER = "Agent-Of-The-Test"  # something of the same request that is not wiped: shows that the search finds what is there
@@ -70,7 +70,7 @@ class Secrets(HostTest):
         connection, child = self.wait_in_login("alice", SECRET)
         scgi_client.received(connection)
         waiting.until("its end", lambda: not processes.runs(child))
-        for folder in (STATE, "/var/log", "/tmp"):
+        for folder in ("/run", "/var/log", "/var/tmp", "/etc/currentconn"):
             for path, _, names in os.walk(folder):
                 for name in names:
                     file = os.path.join(path, name)

@@ -8,6 +8,8 @@
 #include "zevo/connections.h"
 #include "zevo/error.h"
 
+#include "sdk/connections/tool_run.h"
+
 namespace {
 
 long allocationsLeft = -1;  // below 0: no limit
@@ -63,6 +65,14 @@ TEST(CurConnGetTest, MemoryExhaustionAtAnyPointIsANegativeResult) {
   }
   EXPECT_GE(count, 0);
   EXPECT_GT(limit, 10);
+}
+
+TEST(ToolRunTest, IsGivenUpWithoutMemory) {
+  {
+    const zevo::connections::ToolRun run({"/bin/sleep", "600"}, {});
+    allocationsLeft = 0;
+  }
+  allocationsLeft = -1;
 }
 
 }  // namespace
