@@ -24,9 +24,8 @@ class Row(NamedTuple):
 def run(*arguments):
     """Runs currentconn with arguments to its end, however it ends."""
     program = os.path.realpath(os.environ.get("CURRENTCONN", DEFAULT_PROGRAM))
-    kept = {key: value for key, value in os.environ.items() if key.startswith(("ASAN_", "UBSAN_", "LSAN_"))}
     return subprocess.run([program, *arguments], capture_output=True, text=True, timeout=_LIMIT_SECONDS,
-                          stdin=subprocess.DEVNULL, env=namespace.ENVIRONMENT | kept)
+                          stdin=subprocess.DEVNULL, env=namespace.ENVIRONMENT)
 
 
 def result(*arguments, command="list"):

@@ -21,7 +21,9 @@ OVERLAID = ("/etc", "/var", "/home", "/root", "/srv")
 CLIENT_ADDRESSES = ("10.20.0.2", "10.20.0.3", "10.20.0.4", "10.20.0.5", "10.20.0.6", "10.20.0.7", "10.20.0.8")
 CLIENT_ADDRESS_V6 = "fd20::2"
 PASSWORD = "Correct-Horse-7"
-ENVIRONMENT = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8", "HOME": "/root", "TERM": "xterm"}
+# Of the started programs: nothing of the caller's but how the tested ones are watched.
+ENVIRONMENT = {"PATH": "/usr/sbin:/usr/bin:/sbin:/bin", "LC_ALL": "C.UTF-8", "HOME": "/root", "TERM": "xterm"} | {
+    key: value for key, value in os.environ.items() if key.startswith(("ASAN_", "UBSAN_", "LSAN_"))}
 
 
 def enter():
@@ -76,9 +78,7 @@ def write(path, text, mode=0o644):
 def _leave_for_namespaces():
     if os.geteuid() != 0:
         sys.exit("the service tests start daemons in namespaces and need root; run them as root")
-    # Coverage and sanitizer settings of the tested program come along, everything else of the caller stays behind.
-    kept = {key: value for key, value in os.environ.items()
-            if key.startswith(("CURRENTCONN", "ASAN_", "UBSAN_", "LSAN_"))}
+    kept = {key: value for key, value in os.environ.items() if key.startswith("CURRENTCONN")}
     command = ["unshare", "--mount", "--pid", "--net", "--uts", "--fork", "--kill-child", sys.executable]
     os.execvpe("unshare", command + sys.argv, ENVIRONMENT | kept | {INSIDE: "1"})
 

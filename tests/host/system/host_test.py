@@ -9,6 +9,10 @@ _HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path[:0] = [_HERE, os.path.join(_HERE, "../../services")]
 
 import namespace  # noqa: E402
+from clients import ssh  # noqa: E402
+from daemons.openssh import OpenSsh  # noqa: E402
+from daemons.samba import Samba  # noqa: E402
+from daemons_of_host import Currentconnd, PlainLighttpd  # noqa: E402
 
 
 def add_accounts():
@@ -21,6 +25,18 @@ def add_accounts():
 def uid_of(name):
     """The number of an account."""
     return pwd.getpwnam(name).pw_uid
+
+
+def start_file_server(test_class):
+    """Samba and SSH with alice as their user, and the page; returns Samba and the daemon."""
+    add_accounts()
+    samba = test_class.server(Samba())
+    samba.add_user("alice")
+    ssh.allow("alice")
+    test_class.server(OpenSsh())
+    daemon = test_class.server(Currentconnd())
+    test_class.server(PlainLighttpd())
+    return samba, daemon
 
 
 class HostTest(unittest.TestCase):

@@ -2,7 +2,6 @@
 
 import email
 import json
-import os
 import re
 import subprocess
 import sys
@@ -17,9 +16,7 @@ import scgi_client
 import waiting
 from clients.smb import Smb
 from clients.ssh import Shell, allow
-from daemons.openssh import OpenSsh
-from daemons.samba import Samba
-from daemons_of_host import CERTIFICATE, Currentconnd, Lighttpd, PLAIN_PORT, PlainLighttpd, SOURCES, TLS_PORT
+from daemons_of_host import CERTIFICATE, Currentconnd, Lighttpd, PLAIN_PORT, SOURCES, TLS_PORT
 from http_client import API, Answer, Client
 
 ADDRESS = "10.20.0.8"
@@ -60,13 +57,7 @@ class Curl:
 class Calls(HostTest):
     @classmethod
     def setUpClass(cls):
-        host_test.add_accounts()
-        cls.samba = cls.server(Samba())
-        cls.samba.add_user("alice")
-        allow("alice")
-        cls.server(OpenSsh())
-        cls.server(Currentconnd())
-        cls.server(PlainLighttpd())
+        host_test.start_file_server(cls)
 
     def setUp(self):
         self.bob = self.client(Curl, ADDRESS)

@@ -12,9 +12,7 @@ import processes
 import waiting
 from clients.smb import Smb
 from clients.ssh import Shell, allow
-from daemons.openssh import OpenSsh
-from daemons.samba import Samba
-from daemons_of_host import Currentconnd, PlainLighttpd, SESSIONS
+from daemons_of_host import SESSIONS
 from http_client import Client
 
 PASSWORD = namespace.PASSWORD
@@ -23,13 +21,7 @@ PASSWORD = namespace.PASSWORD
 class PageCalls(HostTest):
     @classmethod
     def setUpClass(cls):
-        host_test.add_accounts()
-        cls.samba = cls.server(Samba())
-        cls.samba.add_user("alice")
-        allow("alice")
-        cls.server(OpenSsh())
-        cls.daemon = cls.server(Currentconnd())
-        cls.server(PlainLighttpd())
+        cls.samba, cls.daemon = host_test.start_file_server(cls)
 
     def setUp(self):
         self.bob = Client("10.20.0.8")

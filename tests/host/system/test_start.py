@@ -20,16 +20,11 @@ ROOM = "/srv/start"
 PATH_OF_ITS_OWN = "give the socket a path of its own"
 
 
-def environment():
-    """Of the started programs."""
-    kept = {key: value for key, value in os.environ.items() if key.startswith(("ASAN_", "UBSAN_", "LSAN_"))}
-    return namespace.ENVIRONMENT | kept
-
 
 def program(name, *arguments):
     """Runs a program that is to end."""
     return subprocess.run([os.environ[name], *arguments], capture_output=True, text=True, timeout=60,
-                          stdin=subprocess.DEVNULL, env=environment(), cwd="/")
+                          stdin=subprocess.DEVNULL, env=namespace.ENVIRONMENT, cwd="/")
 
 
 def desert(path):
@@ -141,7 +136,7 @@ class Start(HostTest):
                 socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as first:
             fcntl.flock(lock, fcntl.LOCK_EX)
             second = subprocess.Popen([os.environ["CURRENTCONND"]], stderr=subprocess.PIPE, stdin=subprocess.DEVNULL,
-                                      env=environment(), text=True, cwd="/")
+                                      env=namespace.ENVIRONMENT, text=True, cwd="/")
             self.addCleanup(second.kill)
             waiting.until("the second to wait for the first", lambda: re.search(
                 rf"-> FLOCK +ADVISORY +WRITE {second.pid} ", namespace.read("/proc/locks")))
