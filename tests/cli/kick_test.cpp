@@ -252,6 +252,7 @@ TEST_F(KickTest, BeginsNothingMoreAfterCtrlCAndCarriesThroughWhatItBegan) {
   TerminalSession session(program, {"kick", "--user", "alice", "--yes"}, 80, 24);
   ASSERT_TRUE(waitForKicks(16));
   session.type("\x03");
+  ASSERT_TRUE(session.waitFor("^C"));  // the terminal shows it once the signal is sent
   letThemEnd();
   EXPECT_EQ(session.waitForEnd(), 1);
   EXPECT_EQ(kicks().size(), 16U);
