@@ -55,6 +55,10 @@ class Currentconnd(Daemon):
         """All that it has logged so far."""
         return namespace.read(self.log)
 
+    def wait_for_line(self, pattern):
+        """Waits until it has logged this: the line of a call comes after its answer."""
+        waiting.until(f"a line like {pattern}", lambda: re.search(pattern + "$", self.log_text(), re.MULTILINE))
+
 
 def install_page():
     """Puts the page where the web servers' accounts can read it."""

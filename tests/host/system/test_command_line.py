@@ -48,7 +48,7 @@ class CommandLine(HostTest):
             self.assertEqual((0, ""), (done.returncode, done.stderr))
             rows = [listing.row(item) for item in json.loads(done.stdout)["items"]]
             self.assertEqual([(name, address, "SSH")], [row[:3] for row in rows])
-        self.assertIn('method="list_by_user" user="alice"', daemon.log_text())
+        daemon.wait_for_line('method="list_by_user" user="bob" .*')
         self.assertNotIn("not sent to its end", daemon.log_text())
 
     def test_more_than_that_needs_root(self):

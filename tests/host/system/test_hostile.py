@@ -4,7 +4,6 @@ import concurrent.futures
 import fcntl
 import json
 import os
-import re
 import shutil
 import socket
 import subprocess
@@ -74,7 +73,7 @@ class Requests(HostTest):
         began = time.monotonic()
         self.assertEqual(b"", exchange(WEB_SOCKET, good[:-2]))
         self.assertTrue(9 < time.monotonic() - began < 13, time.monotonic() - began)
-        self.assertRegex(self.daemon.log_text(), r"method=- user=- from=web ms=10\d{3}: not sent to its end; dropped\n")
+        self.daemon.wait_for_line(r"method=- user=- from=web ms=10\d{3}: not sent to its end; dropped")
 
     def test_a_byte_a_second_is_dropped_in_ten_seconds(self):
         with socket.socket(socket.AF_UNIX, socket.SOCK_STREAM) as connection:
@@ -179,9 +178,8 @@ class Requests(HostTest):
         self.assertFalse([line for line in self.daemon.log_text().splitlines() if line.startswith("login from")])
 
     def _turned_away(self, caller):
-        waiting.until("the line of those who were turned away", lambda: re.search(
-            rf"method=- user=- {caller} status=503 code=503 calls=\d+: no place became free for them\n",
-            self.daemon.log_text()))
+        self.daemon.wait_for_line(
+            rf"method=- user=- {caller} status=503 code=503 calls=\d+: no place became free for them")
 
     def _logged_in(self, name):
         client = Client("10.20.0.2")
@@ -207,7 +205,7 @@ class Modules(HostTest):
         for method in ("crash", "segfault"):
             answer = self.call(method)
             self.assertEqual((500, 500), (answer.status, answer.code), method)
-        self.assertRegex(self.daemon.log_text(), r'method="crash" user="admin" from=local status=500 .*signal 6')
+        self.daemon.wait_for_line(r'method="crash" user="admin" from=local status=500 .*signal 6 before it answered')
 
     def test_one_that_exits_is_answered_for(self):
         for method in ("leave", "leave_at_once"):
