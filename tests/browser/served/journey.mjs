@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { startBrowser } from '../browser.mjs';
 import { PageDriver } from '../page_driver.mjs';
+import { Description } from '../stand_in/description.mjs';
 import { startRelay } from './relay.mjs';
 
 const { CURRENTCONN_LINK: link, CURRENTCONN_PASSWORD: password } = process.env;
@@ -15,7 +16,9 @@ const browser = await startBrowser();
 const relay = await startRelay(port, kElsewhere);
 // Takes the same address for the same server, and comes to it by the relay.
 const browserElsewhere = await startBrowser(`--host-resolver-rules=MAP ${host} 127.0.0.1:${relay.port}`);
+const description = await Description.load();
 const drivers = [];
+const answers = []; // what is wrong with each answer of the API, once it is whole
 
 try {
   const driver = await open();
@@ -32,6 +35,8 @@ try {
     drivers.flatMap(({ faults }) => faults),
     [],
   );
+  assert.deepEqual((await Promise.all(answers)).flat(), []);
+  assert.ok(answers.length > 20, `${answers.length} answers`);
 } finally {
   await browser.close();
   await browserElsewhere.close();
@@ -41,7 +46,22 @@ try {
 async function open(from = browser) {
   const driver = await PageDriver.open(from, origin);
   drivers.push(driver);
+  driver.page.on('response', (response) => {
+    if (new URL(response.url()).pathname.startsWith('/api/')) answers.push(complaintsAbout(response));
+  });
   return driver;
+}
+
+async function complaintsAbout(response) {
+  const type = (await response.headerValue('content-type')).split(';')[0];
+  const answer = {
+    verb: response.request().method(),
+    path: new URL(response.url()).pathname,
+    status: response.status(),
+    type,
+    body: type.endsWith('json') ? await response.json() : '',
+  };
+  return description.complaintsAboutAnswer(answer);
 }
 
 function take(driver, name) {
