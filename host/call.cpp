@@ -97,7 +97,8 @@ Reply logOut(const Caller& caller, const HttpRequest& request, const Service& se
   if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
   if (!zevo::removeWebLogin(service.sessionFile, caller.loginId))
     return replyOf(Problem::kWorkFailed);
-  logAuthorisation(LOG_INFO, "logout from " + caller.address + ": user " + inQuotes(caller.user));
+  logAuthorisation(LOG_INFO,
+                   "logout from " + *request.remoteAddress + ": user " + inQuotes(caller.user));
   Answer answer = successAnswer("null");
   answer.headers.emplace_back("Set-Cookie", cookieTakenBack(request.tls));
   return replyOf(answer);

@@ -16,8 +16,7 @@ Identity whoAsksOverWeb(const HttpRequest& request, Accounts& accounts, Logins& 
   if (!account || account->uid != login->uid || account->isExpired) return Problem::kNotLoggedIn;
   if (account->loginName() != login->user) return Problem::kNotLoggedIn;
   if (!request.background) logins.touch(login->id);
-  return Caller{login->user, account->isAdministrator, Entrance::kWeb, *request.remoteAddress,
-                login->id};
+  return Caller{login->user, account->isAdministrator, Entrance::kWeb, login->address, login->id};
 }
 
 Identity whoAsksLocally(const HttpRequest& request, uid_t peer, Accounts& accounts) {

@@ -20,7 +20,7 @@ struct Caller {
   std::string user;  // login name; never empty
   bool isAdmin = false;
   Entrance via = Entrance::kWeb;
-  std::string address;  // of the client; empty over the local socket
+  std::string address;  // that the login was made from, as the list shows it; empty over local.sock
   std::string loginId;  // of the session file; empty over the local socket
 
   bool operator==(const Caller&) const = default;

@@ -33,6 +33,9 @@ class FakeAccounts : public Accounts {
   std::map<std::string, Account> all_;
 };
 
+// Where the logins were made from.
+inline constexpr const char* kLoginAddress = "10.20.0.5";
+
 class FakeLogins : public Logins {
  public:
   // The client that holds `token` is logged in.
@@ -41,6 +44,7 @@ class FakeLogins : public Logins {
     login.id = zevo::tokenHash(token);
     login.user = user;
     login.uid = uid;
+    login.address = kLoginAddress;
     all[login.id] = login;
   }
   std::optional<zevo::WebLogin> find(const std::string& id) override {

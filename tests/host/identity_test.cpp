@@ -33,9 +33,9 @@ class WebIdentity : public testing::Test {
   HttpRequest request_;
 };
 
-TEST_F(WebIdentity, IsTheCookiesLogin) {
+TEST_F(WebIdentity, IsTheCookiesLoginAlsoFromAnotherAddress) {
   const Identity expected =
-      Caller{"alice", false, Entrance::kWeb, "10.20.0.2", zevo::tokenHash(kLoginToken)};
+      Caller{"alice", false, Entrance::kWeb, kLoginAddress, zevo::tokenHash(kLoginToken)};
   EXPECT_EQ(ask(), expected);
 }
 

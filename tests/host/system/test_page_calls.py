@@ -43,6 +43,13 @@ class PageCalls(HostTest):
         own = [row for row in self.rows() if row["type"] == "HTTP/HTTPS"]
         self.assertEqual([("bob", "10.20.0.8")], [(row["who"], row["from"]) for row in own])
 
+    def test_a_login_that_moved_is_shown_where_it_was_made(self):
+        moved = Client("10.20.0.5")
+        moved.cookie = self.bob.cookie
+        own = [row["from"] for row in self.rows(moved) if (row["type"], row["who"]) == ("HTTP/HTTPS", "bob")]
+        self.assertEqual(["10.20.0.8"], own)
+        self.assertEqual("10.20.0.8", moved.get("/api/whoami").data["address"])
+
     def test_the_list_is_filtered_and_paged(self):
         self.client(Smb, "alice", "10.20.0.2", "photos")
         self.row_of("CIFS")
