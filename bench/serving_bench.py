@@ -186,8 +186,8 @@ def measure_endurance(daemon, cookie, calls=100_000):
         lists += Load(API + "list", 10, cookie, 2).calls
         others += Load(API + "nothing", 10, None, 8).calls
     after = footprint(pid)
-    show(f"after {lists + others} calls, {lists} of them lists: {before[0]} kB and {before[1]} descriptors before, {after[0]} kB and {after[1]} after"
-         " (wanted: the same)")
+    show(f"after {lists + others} calls, {lists} of them lists: {before[0]} kB and {before[1]} descriptors before,"
+         f" {after[0]} kB and {after[1]} after (wanted: the same)")
 
 
 def measure_page():

@@ -5,8 +5,8 @@
 #   tests/services/packages.sh --missing  prints what is missing, one name a line, and changes nothing
 #
 # Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, and a
-# module that would switch itself on in the machine's Apache are only unpacked, into build/service-packages/root. No daemon is started, and none that is installed here starts at
-# the next boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
+# module that would switch itself on in the machine's Apache are only unpacked, into build/service-packages/root. No
+# daemon is started, and none that is installed here starts at the next boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
 set -euo pipefail
 
 installed_packages=(
