@@ -13,13 +13,6 @@ constexpr const char* kRetrySeconds = "2";
 constexpr std::string_view kFixedHeaders =
     "Cache-Control: no-store\r\nX-Content-Type-Options: nosniff\r\n";
 
-std::string compactJson(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return Json::writeString(builder, value);
-}
-
 std::string statusLine(int status, const std::string& title) {
   return "Status: " + std::to_string(status) + " " + title + "\r\n";
 }
@@ -69,6 +62,13 @@ Answer problemDocument(Problem problem, int code, const std::vector<std::string>
 }
 
 }  // namespace
+
+std::string compactJson(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = true;
+  return Json::writeString(builder, value);
+}
 
 Answer successAnswer(const std::string& data) {
   Answer answer;

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include <json/value.h>
+
 #include "problem.h"
 
 namespace host {
@@ -16,6 +18,9 @@ struct Answer {
   std::string body;
   int code = 0;  // for the log: the problem's, 0 on success
 };
+
+// As JSON text on one line, in UTF-8.
+std::string compactJson(const Json::Value& value);
 
 // {"data": …} around `data`, which is JSON text.
 Answer successAnswer(const std::string& data);

@@ -60,9 +60,10 @@ void logAuthorisation(int priority, const std::string& line) {
     return;
   }
   // A call's process is gone before the journal can look up its unit, which is the daemon's.
-  const int failure = ::sd_journal_send(
-      "MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i", LOG_AUTHPRIV >> 3,
-      "SYSLOG_IDENTIFIER=currentconnd", "OBJECT_PID=%i", static_cast<int>(daemonPid()), nullptr);
+  const int failure =
+      ::sd_journal_send("MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i",
+                        LOG_FAC(LOG_AUTHPRIV), "SYSLOG_IDENTIFIER=currentconnd", "OBJECT_PID=%i",
+                        static_cast<int>(daemonPid()), nullptr);
   if (failure < 0) logLine(priority, line);
 }
 

@@ -6,7 +6,6 @@
 #include <syslog.h>
 
 #include <json/value.h>
-#include <json/writer.h>
 
 #include "zevo/config.h"
 #include "zevo/login_token.h"
@@ -170,10 +169,7 @@ std::string identityText(const Caller& caller) {
   identity["via"] = caller.via == Entrance::kWeb ? "web" : "local";
   if (caller.via == Entrance::kWeb) identity["address"] = caller.address;
   identity["idleMinutes"] = static_cast<int>(zevo::config().idleLimit.count());
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return Json::writeString(builder, identity);
+  return compactJson(identity);
 }
 
 }  // namespace host

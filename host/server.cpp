@@ -318,9 +318,8 @@ void Server::reap() {
 }
 
 void Server::finish(std::size_t place, int waitStatus) {
-  const std::string ended = "its process ended with " + endText(waitStatus);
   if (!calls_[place].isLate && !(board_.slot(place).isAnswering && isClean(waitStatus))) {
-    answerFor(place, Problem::kNoAnswer, ended);
+    answerFor(place, Problem::kNoAnswer, "its process ended with " + endText(waitStatus));
   }
   calls_[place] = Call{};
   board_.slot(place).clear();

@@ -21,7 +21,7 @@ export function planEnding(wanted, present, account) {
 
 // The calls that end the targets, in two rounds: a call is the targets that it ends. Each row has one of its own, since
 // the server checks only the first of a call against its process; logins of one user at one address end together.
-// The caller's own logins come in the second round: whoever has changed the address since then may be using one of them.
+// The caller's other logins come in the second round: were one the one in use, it would cut off no call to come.
 export function callsFor(targets, account) {
   const byKey = new Map();
   for (const target of targets) {
