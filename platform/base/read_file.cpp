@@ -29,8 +29,9 @@ std::optional<FileFailure> readDescriptor(int descriptor, const std::string& pat
   if (::fstat(descriptor, &status) != 0) return FileFailure{"read", path, errno};
   if (!S_ISREG(status.st_mode)) return FileFailure{"read", path, ENOTSUP};
   const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
+  if (size > limit) return FileFailure{"read", path, EFBIG};
   // One byte more, so that the end is seen without a larger buffer.
-  content->resize(std::max(std::min(size, limit) + 1, kSmallest));
+  content->resize(std::max(size + 1, kSmallest));
   for (std::size_t filled = 0;;) {
     const ssize_t got = readSome(descriptor, content->data() + filled, content->size() - filled);
     if (got < 0) return FileFailure{"read", path, errno};

@@ -124,7 +124,8 @@ Outcome readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
   if (failure && failure->error == ENOENT) return readLogindSessions(paths.logindSessions, entries);
   if (failure) return Outcome::failure(failure->text());
   *entries = parseUtmp(bytes);
-  return Outcome::done();
+  return isTorn(bytes) ? Outcome::failure(paths.utmp + " ends in the middle of an entry")
+                       : Outcome::done();
 }
 
 }  // namespace
@@ -132,9 +133,7 @@ Outcome readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
 Outcome readLogins(const Sources& sources, std::vector<Connection>& connections) {
   std::vector<LoginEntry> entries;
   Outcome outcome = readEntries(sources.paths(), &entries);
-  for (auto entry = entries.begin(); entry != entries.end() && !outcome.failed(); ++entry) {
-    outcome = appendLogin(sources, *entry, &connections);
-  }
+  for (const LoginEntry& entry : entries) outcome.add(appendLogin(sources, entry, &connections));
   return outcome;
 }
 

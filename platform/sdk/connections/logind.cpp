@@ -64,6 +64,7 @@ Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* e
   const OpenFolder open(::opendir(folder.c_str()));
   if (!open && errno == ENOENT) return Outcome::done();
   if (!open) return Outcome::failure(FileFailure{"open", folder, errno}.text());
+  Outcome outcome;
   for (errno = 0; const dirent* file = ::readdir(open.get()); errno = 0) {
     const std::string_view name = file->d_name;
     // Beside "c1" stand "c1.ref", a pipe, and temporary files with a point before their name.
@@ -71,12 +72,13 @@ Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* e
     std::string text;
     const auto failure = readFile(folder + "/" + file->d_name, kFileLimit, &text);
     if (failure && failure->error == ENOENT) continue;  // the session ended meanwhile
-    if (failure) return Outcome::failure(failure->text());
+    if (failure) outcome.add(Outcome::failure(failure->text()));
+    if (failure) continue;
     auto entry = parseLogindSession(text);
     if (entry) entries->push_back(std::move(*entry));
   }
-  if (errno != 0) return Outcome::failure(FileFailure{"read", folder, errno}.text());
-  return Outcome::done();
+  if (errno != 0) outcome.add(Outcome::failure(FileFailure{"read", folder, errno}.text()));
+  return outcome;
 }
 
 }  // namespace zevo::connections

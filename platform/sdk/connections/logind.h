@@ -16,7 +16,7 @@ namespace zevo::connections {
 std::optional<LoginEntry> parseLogindSession(std::string_view text);
 
 // Those of all files of `folder`; none where there is no such folder. Fails where one cannot be
-// read.
+// read; *entries then has those of the others.
 Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries);
 
 }  // namespace zevo::connections

@@ -59,18 +59,19 @@ Outcome addClients(const Paths& paths, Hosts* hosts) {
 
 // The table keeps mounts of clients that went without a word: a mount counts where its client holds
 // a connection that no version 4 client accounts for.
-Outcome addMounts(const Sources& sources, Hosts* hosts) {
-  if (!isKernelNfsRunning(sources.paths())) return Outcome::done();
+void addMounts(const Sources& sources, Hosts* hosts) {
+  if (!isKernelNfsRunning(sources.paths())) return;
   std::vector<NfsMount> mounts;
-  std::string skipped;
-  Outcome outcome = readRmtab(sources.paths(), &mounts, &skipped);
-  if (!skipped.empty()) sources.log("NFS: " + skipped + "; exports of version 3 are not shown");
+  const Outcome outcome = readRmtab(sources.paths(), &mounts);
+  if (outcome.failed()) {
+    sources.note(kDetailsMissing, "NFS",
+                 "NFS: " + outcome.cause() + "; exports of version 3 are not shown");
+  }
   for (const NfsMount& mount : mounts) {
     const auto host = findHost(hosts, mount.from);
     if (host == hosts->end() || host->second.connections <= host->second.clients) continue;
     host->second.resources.emplace(mount.folder + " (NFSv3)", std::string());
   }
-  return outcome;
 }
 
 void append(const std::string& from, const std::string& descr, const std::string& time,
@@ -83,15 +84,14 @@ void append(const std::string& from, const std::string& descr, const std::string
 
 Outcome readNfs(const Sources& sources, std::vector<Connection>& connections) {
   Hosts hosts;
-  for (const Outcome& outcome : {countConnections(sources, &hosts),
-                                 addClients(sources.paths(), &hosts), addMounts(sources, &hosts)}) {
-    if (outcome.failed()) return outcome;
-  }
+  Outcome outcome = countConnections(sources, &hosts);
+  outcome.add(addClients(sources.paths(), &hosts));
+  addMounts(sources, &hosts);
   for (const auto& [from, host] : hosts) {
     for (const auto& [descr, time] : host.resources) append(from, descr, time, &connections);
     if (host.resources.empty()) append(from, "NFS", {}, &connections);
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace zevo::connections

@@ -105,12 +105,13 @@ Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients) {
   const OpenFolder folder(::opendir(path.c_str()));
   if (!folder && clientHasGone(errno)) return Outcome::done();
   if (!folder) return cannotRead({"read", path, errno});
+  Outcome outcome;
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     if (entry->d_name[0] == '.') continue;
-    Outcome outcome = readClient(path + "/" + entry->d_name, clients);
-    if (outcome.failed()) return outcome;
+    outcome.add(readClient(path + "/" + entry->d_name, clients));
   }
-  return errno == 0 ? Outcome::done() : cannotRead({"read", path, errno});
+  if (errno != 0) outcome.add(cannotRead({"read", path, errno}));
+  return outcome;
 }
 
 std::vector<NfsMount> parseRmtab(std::string_view table) {
@@ -130,18 +131,12 @@ bool isKernelNfsRunning(const Paths& paths) {
   return count > 0;
 }
 
-Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts, std::string* skipped) {
+Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts) {
   mounts->clear();
-  skipped->clear();
   std::string table;
   const auto failure = readFile(paths.rmtab, kTableLimit, &table);
-  if (!failure) {
-    *mounts = parseRmtab(table);
-  } else if (failure->error == EFBIG) {
-    *skipped = failure->text();
-  } else if (failure->error != ENOENT) {
-    return cannotRead(*failure);
-  }
+  if (failure && failure->error != ENOENT) return Outcome::failure(failure->text());
+  if (!failure) *mounts = parseRmtab(table);
   return Outcome::done();
 }
 

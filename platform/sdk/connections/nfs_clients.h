@@ -27,7 +27,8 @@ struct NfsClient {
 std::optional<NfsClient> parseNfsClient(std::string_view info);
 
 // Replaces *clients by those of the folder clients/ of the kernel's server; by none where there is
-// no such server, or one before Linux 5.3.
+// no such server, or one before Linux 5.3. Fails where one cannot be read; *clients then has the
+// others.
 Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients);
 
 // A line of the mount table.
@@ -45,8 +46,8 @@ std::vector<NfsMount> parseRmtab(std::string_view table);
 // Whether the kernel's server runs; without it the mount table is a leftover.
 bool isKernelNfsRunning(const Paths& paths);
 
-// Replaces *mounts by those of the table, by none where there is no table. *skipped is the reason
-// why a table that is too long was not read; empty otherwise.
-Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts, std::string* skipped);
+// Replaces *mounts by those of the table, by none where there is no table. Fails where it cannot be
+// read or is too long.
+Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts);
 
 }  // namespace zevo::connections

@@ -221,14 +221,14 @@ std::optional<std::string_view> unguardedUser(std::string_view text) {
 }
 
 Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections) {
+  Outcome outcome;
   for (const Process* process : sources.processes().named(isSshd)) {
     auto session = identify(sources, *process);
-    if (session.failed()) return Outcome::failure(session.cause());
+    if (session.failed()) outcome.add(Outcome::failure(session.cause()));
     if (!session.ok() || session->owner == nullptr) continue;
-    Outcome outcome = appendSession(sources, std::move(*session), &connections);
-    if (outcome.failed()) return outcome;
+    outcome.add(appendSession(sources, std::move(*session), &connections));
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace zevo::connections

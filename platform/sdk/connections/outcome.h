@@ -7,7 +7,7 @@
 
 namespace zevo::connections {
 
-// The result of a whole source.
+// The result of a whole source. Where it failed, what could be read of it is there all the same.
 class Outcome {
  public:
   static Outcome done() { return {}; }
@@ -17,6 +17,11 @@ class Outcome {
     outcome.cause_ = std::move(cause);
     outcome.failed_ = true;
     return outcome;
+  }
+
+  // Takes in how another part of the same source ended: the first failure is the one that is told.
+  void add(const Outcome& other) {
+    if (!failed_) *this = other;
   }
 
   [[nodiscard]] bool failed() const { return failed_; }

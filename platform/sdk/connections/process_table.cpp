@@ -25,7 +25,8 @@ pid_t pidOf(const char* entry) {
 
 }  // namespace
 
-ProcessTable::ProcessTable(std::vector<Process> processes) : processes_(std::move(processes)) {
+ProcessTable::ProcessTable(std::vector<Process> processes, Outcome unread)
+    : unread_(std::move(unread)), processes_(std::move(processes)) {
   std::erase_if(processes_, [](const Process& p) { return p.isKernelThread || p.hasEnded; });
   const auto byPid = [](const Process& a, const Process& b) { return a.pid < b.pid; };
   // /proc lists in order of pids, so this is nearly always a look only.
@@ -46,6 +47,7 @@ Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function
   if (!folder) return cannotRead(errno);
   std::vector<Process> processes;
   processes.reserve(512);
+  Outcome unread;
   for (int count = 1;; ++count) {
     errno = 0;
     const dirent* entry = ::readdir(folder.get());
@@ -54,11 +56,12 @@ Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function
     const pid_t pid = pidOf(entry->d_name);
     if (pid == 0) continue;
     Reading<Process> process = readProcess(::dirfd(folder.get()), pid);
-    if (process.failed()) return Reading<ProcessTable>::failure(process.cause());
+    if (process.failed()) unread.add(Outcome::failure(process.cause()));
     if (process.ok()) processes.push_back(std::move(*process));
   }
   if (errno != 0) return cannotRead(errno);
-  return ProcessTable(std::move(processes));
+  if (processes.empty() && unread.failed()) return Reading<ProcessTable>::failure(unread.cause());
+  return ProcessTable(std::move(processes), std::move(unread));
 }
 
 const Process* ProcessTable::find(pid_t pid) const {

@@ -17,17 +17,19 @@ namespace zevo::connections {
 class ProcessTable {
  public:
   ProcessTable() = default;
-  explicit ProcessTable(std::vector<Process> processes);
+  explicit ProcessTable(std::vector<Process> processes, Outcome unread = {});
   ProcessTable(ProcessTable&&) = default;
   ProcessTable& operator=(ProcessTable&&) = default;
   ProcessTable(const ProcessTable&) = delete;
   ProcessTable& operator=(const ProcessTable&) = delete;
 
   // Reads the line of each process once; a process that vanishes meanwhile is left out. `idle` is
-  // called every few processes: what runs beside the scan is served there. Fails where one process
-  // cannot be read.
+  // called every few processes: what runs beside the scan is served there. A process that cannot be
+  // read is left out, which unread() says. Fails where no process can be read.
   static Reading<ProcessTable> scan(const Paths& paths, const std::function<void()>& idle);
 
+  // Failed, with the first cause, where the scan left out a process.
+  [[nodiscard]] const Outcome& unread() const { return unread_; }
   // Null where there is none.
   [[nodiscard]] const Process* find(pid_t pid) const;
   // In order of pids.
@@ -44,6 +46,7 @@ class ProcessTable {
   }
 
  private:
+  Outcome unread_;
   std::vector<Process> processes_;        // by pid
   std::vector<const Process*> byParent_;  // by parent, then pid
 };

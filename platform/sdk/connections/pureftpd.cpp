@@ -38,8 +38,9 @@ std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimi
   if (::access(tool.c_str(), X_OK) != 0 && errno == ENOENT) return {};
   const ToolResult result = ToolRun({tool, "-s"}, limits).finish();
   if (result.complete) return parsePureFtpwho(result.output);
-  sources.log("Pure-FTPd: " + tool + " " + result.cause +
-              "; its virtual users are shown under the accounts of their processes");
+  sources.note(kDetailsMissing, "FTP",
+               "Pure-FTPd: " + tool + " " + result.cause +
+                   "; its virtual users are shown under the accounts of their processes");
   return {};
 }
 

@@ -12,7 +12,9 @@
 #include "zevo/connections.h"
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
+#include "zevo/read_notes.h"
 
+#include "base/text.h"
 #include "sdk/connections/afp.h"
 #include "sdk/connections/login.h"
 #include "sdk/connections/nfs.h"
@@ -27,18 +29,19 @@ namespace zevo::connections {
 namespace {
 
 struct Service {
-  const char* name;
+  const char* name;  // of the program or source
+  const char* type;  // as notes name it
   Collector read;
 };
 
 constexpr std::array<Service, 7> kServices = {{
-    {"OpenSSH", readOpenssh},
-    {"vsftpd", readVsftpd},
-    {"ProFTPD", readProftpd},
-    {"telnetd", readTelnet},
-    {"afpd", readAfp},
-    {"NFS", readNfs},
-    {"the machine itself", readLogins},
+    {"OpenSSH", "SSH", readOpenssh},
+    {"vsftpd", "FTP", readVsftpd},
+    {"ProFTPD", "FTP", readProftpd},
+    {"telnetd", "TELNET", readTelnet},
+    {"afpd", "AFP", readAfp},
+    {"NFS", "NFS", readNfs},
+    {"the machine itself", "LOGIN", readLogins},
 }};
 
 // Whether the record's process still runs and is the one that the collector saw: between the scan
@@ -53,35 +56,38 @@ Reading<bool> isStillServed(const Sources& sources, const Connection& connection
   return !now->hasEnded && (then == nullptr || then->startTicks == now->startTicks);
 }
 
-Outcome dropStale(const Sources& sources, std::vector<Connection>* connections) {
+// Leaves out what is no longer served, and what nothing can be told of: a stale pid is nobody's to
+// signal.
+void dropStale(const Sources& sources, std::vector<Connection>* connections) {
   std::vector<Connection> served;
   served.reserve(connections->size());
+  Outcome outcome;
   for (Connection& connection : *connections) {
     const auto isServed = isStillServed(sources, connection);
-    if (isServed.failed()) return Outcome::failure(isServed.cause());
+    if (isServed.failed()) outcome.add(Outcome::failure(isServed.cause()));
     if (isServed.ok() && *isServed) served.push_back(std::move(connection));
   }
   connections->swap(served);
-  return Outcome::done();
+  if (outcome.failed()) sources.note(kConnectionsMissing, "", outcome.cause());
 }
 
-Outcome named(const char* service, const Outcome& outcome) {
-  if (!outcome.failed()) return outcome;
-  return Outcome::failure("cannot read the connections of " + std::string(service) + ": " +
-                          outcome.cause());
+void noteFailure(const Sources& sources, const char* name, const char* type,
+                 const Outcome& outcome) {
+  if (!outcome.failed()) return;
+  sources.note(kConnectionsMissing, type,
+               "cannot read all connections of " + std::string(name) + ": " + outcome.cause());
 }
 
 // Samba comes last, so that its tool has run beside everything else.
-Outcome readServices(const Sources& sources, std::optional<SmbstatusRuns> smbstatus,
-                     const ToolLimits& limits, std::vector<Connection>* connections) {
+void readServices(const Sources& sources, std::optional<SmbstatusRuns> smbstatus,
+                  const ToolLimits& limits, std::vector<Connection>* connections) {
   for (const Service& service : kServices) {
-    Outcome outcome = named(service.name, service.read(sources, *connections));
-    if (outcome.failed()) return outcome;
+    noteFailure(sources, service.name, service.type, service.read(sources, *connections));
     if (smbstatus) smbstatus->drain();
   }
-  Outcome outcome = named("Pure-FTPd", readPureFtpd(sources, limits, *connections));
-  if (outcome.failed()) return outcome;
-  return named("Samba", readSamba(sources, std::move(smbstatus), limits, *connections));
+  noteFailure(sources, "Pure-FTPd", "FTP", readPureFtpd(sources, limits, *connections));
+  noteFailure(sources, "Samba", "CIFS",
+              readSamba(sources, std::move(smbstatus), limits, *connections));
 }
 
 void logLine(const std::string& line) {
@@ -90,15 +96,21 @@ void logLine(const std::string& line) {
 
 Outcome readAll(const Paths& paths, const ToolLimits& limits,
                 const Sources::SocketReader& readSockets, const Sources::Log& log,
-                std::vector<Connection>* connections) {
+                ConnectionList* list) {
   auto smbstatus = startSmbstatus(paths, limits);
   const auto processes = ProcessTable::scan(paths, [&smbstatus] {
     if (smbstatus) smbstatus->drain();
   });
   if (!processes.ok()) return Outcome::failure(processes.cause());
   const Sources sources(paths, *processes, readSockets, log);
-  Outcome outcome = readServices(sources, std::move(smbstatus), limits, connections);
-  return outcome.failed() ? outcome : dropStale(sources, connections);
+  if (!sources.sockets().ok()) return Outcome::failure(sources.sockets().cause());
+  if (processes->unread().failed()) {
+    sources.note(kConnectionsMissing, "", processes->unread().cause());
+  }
+  readServices(sources, std::move(smbstatus), limits, &list->connections);
+  dropStale(sources, &list->connections);
+  list->notes = sources.notes();
+  return Outcome::done();
 }
 
 int get(_tag_ZEVO_CURCONN_** records) {
@@ -111,26 +123,27 @@ int get(_tag_ZEVO_CURCONN_** records) {
   paths.smbstatus = config().smbstatus;
   ToolLimits limits;
   limits.time = config().toolLimit;
-  std::vector<Connection> connections;
-  Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &connections);
+  ConnectionList list;
+  Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &list);
   if (outcome.failed()) {
     ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
     return -1;
   }
-  *records = pack(connections);
-  if (*records == nullptr && !connections.empty()) throw std::bad_alloc();
-  return static_cast<int>(connections.size());
+  *records = pack(list.connections);
+  if (*records == nullptr && !list.connections.empty()) throw std::bad_alloc();
+  setReadNotes(std::move(list.notes));
+  return static_cast<int>(list.connections.size());
 }
 
 }  // namespace
 
 Outcome readConnections(const Paths& paths, const ToolLimits& limits,
                         const Sources::SocketReader& readSockets, const Sources::Log& log,
-                        std::vector<Connection>* connections) {
-  connections->clear();
-  Outcome outcome = readAll(paths, limits, readSockets, log, connections);
-  if (outcome.failed()) connections->clear();
-  for (Connection& connection : *connections) cleanTexts(connection);
+                        ConnectionList* list) {
+  *list = {};
+  Outcome outcome = readAll(paths, limits, readSockets, log, list);
+  for (Connection& connection : list->connections) cleanTexts(connection);
+  for (ReadNote& note : list->notes) note.detail = printable(note.detail);
   return outcome;
 }
 
@@ -138,6 +151,7 @@ Outcome readConnections(const Paths& paths, const ToolLimits& limits,
 
 extern "C" int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records) {
   *records = nullptr;
+  zevo::clearReadNotes();
   try {
     return zevo::connections::get(records);
   } catch (const std::bad_alloc&) {

@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "zevo/read_notes.h"
+
 #include "sdk/connections/connection.h"
 #include "sdk/connections/outcome.h"
 #include "sdk/connections/paths.h"
@@ -11,11 +13,19 @@
 
 namespace zevo::connections {
 
-// Replaces *connections by those of all services: with texts that are clean, and with pids of
-// processes that were still the scanned ones when everything had been read. Fails where one running
-// service could not be read at all; *connections is then empty.
+struct ConnectionList {
+  std::vector<Connection> connections;
+  std::vector<ReadNote> notes;  // on what it lacks
+
+  bool operator==(const ConnectionList&) const = default;
+};
+
+// Replaces *list by the connections of all services: with texts that are clean, and with pids of
+// processes that were still the scanned ones when everything had been read. What cannot be read of
+// one service is noted and logged. Fails where processes or sockets cannot be read; *list is then
+// empty.
 Outcome readConnections(const Paths& paths, const ToolLimits& limits,
                         const Sources::SocketReader& readSockets, const Sources::Log& log,
-                        std::vector<Connection>* connections);
+                        ConnectionList* list);
 
 }  // namespace zevo::connections

@@ -70,10 +70,12 @@ Outcome readSamba(const Sources& sources, std::optional<SmbstatusRuns> runs,
   if (sessionsAnswer.complete) sessions = parseSmbSessions(sessionsAnswer.output);
   if (sharesAnswer.complete) shares = parseSmbShares(sharesAnswer.output);
   if (!sessions || !shares) {
-    sources.log("Samba: " + sources.paths().smbstatus + " " +
-                causeOf(sessions ? sharesAnswer : sessionsAnswer) +
-                "; its connections are listed without what it would tell (it needs release 4.17 "
-                "or later)");
+    sources.note(
+        kDetailsMissing, "CIFS",
+        "Samba: " + sources.paths().smbstatus + " " +
+            causeOf(sessions ? sharesAnswer : sessionsAnswer) +
+            "; its connections are listed without what it would tell (it needs release 4.17 "
+            "or later)");
   }
   if (!sessions) return appendSmbProcesses(sources, &connections);
   return appendSmbSessions(sources, *sessions, shares, &connections);

@@ -62,20 +62,21 @@ Outcome appendProcess(const Sources& sources, const Process& process,
 }  // namespace
 
 Reading<bool> isSmbdRunning(const Sources& sources) {
+  Reading<bool> found = false;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
     auto vouched = isVouchedFor(sources, *process, isSmbd);
-    if (vouched.failed() || (vouched.ok() && *vouched)) return vouched;
+    if (vouched.ok() && *vouched) return vouched;
+    if (vouched.failed()) found = vouched;
   }
-  return false;
+  return found;
 }
 
 Outcome appendSmbProcesses(const Sources& sources, std::vector<Connection>* connections) {
+  Outcome outcome;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
-    if (!isBelowSmbd(sources, *process)) continue;
-    Outcome outcome = appendProcess(sources, *process, connections);
-    if (outcome.failed()) return outcome;
+    if (isBelowSmbd(sources, *process)) outcome.add(appendProcess(sources, *process, connections));
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace zevo::connections

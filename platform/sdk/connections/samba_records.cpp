@@ -125,17 +125,17 @@ Outcome SessionRecords::append(const std::vector<SmbSession>& sessions,
   }
   for (const SmbSession& session : sessions)
     usersOf_[{session.node, session.pid}].insert(session.user);
+  Outcome outcome;
   for (const SmbSession& session : sessions) {
     Shares& ofSession = sharesOf[session.id];
     hideIpc(&ofSession);
-    Outcome outcome = appendSession(session, ofSession, connections);
-    if (outcome.failed()) return outcome;
+    outcome.add(appendSession(session, ofSession, connections));
   }
   if (elsewhere_ > 0) {
     sources_.log("Samba: " + std::to_string(elsewhere_) +
                  " sessions of other nodes of the cluster are not listed here");
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace

@@ -29,16 +29,16 @@ Reading<std::optional<Socket>> lowestSocket(const Sources& sources, const Proces
   return std::optional<Socket>();
 }
 
-Reading<Holders> readHolders(const Sources& sources, const ServiceKind& kind) {
-  Holders holders;
+Outcome readHolders(const Sources& sources, const ServiceKind& kind, Holders* holders) {
+  Outcome outcome;
   for (const Process* process : sources.processes().named(kind.family)) {
     const auto files = sources.filesOf(*process);
     const auto socket = files.ok() ? lowestSocket(sources, *files, kind.port)
                                    : Reading<std::optional<Socket>>::like(files);
-    if (socket.failed()) return Reading<Holders>::failure(socket.cause());
-    if (socket.ok() && socket->has_value()) holders[process->pid] = {process, **socket};
+    if (socket.failed()) outcome.add(Outcome::failure(socket.cause()));
+    if (socket.ok() && socket->has_value()) (*holders)[process->pid] = {process, **socket};
   }
-  return holders;
+  return outcome;
 }
 
 // The holder above `holder` that serves the same client. A listener holds a new client's connection
@@ -106,13 +106,12 @@ Outcome appendSession(const Sources& sources, const ServiceKind& kind, const Ser
 
 Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
                      std::vector<Connection>& connections) {
-  const auto holders = readHolders(sources, kind);
-  if (holders.failed()) return Outcome::failure(holders.cause());
-  for (const auto& [pid, client] : gather(*holders)) {
-    Outcome outcome = appendSession(sources, kind, client, readLogin, &connections);
-    if (outcome.failed()) return outcome;
+  Holders holders;
+  Outcome outcome = readHolders(sources, kind, &holders);
+  for (const auto& [pid, client] : gather(holders)) {
+    outcome.add(appendSession(sources, kind, client, readLogin, &connections));
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace zevo::connections

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "zevo/read_notes.h"
+
 #include "sdk/connections/boot_clock.h"
 #include "sdk/connections/connection.h"
 #include "sdk/connections/outcome.h"
@@ -55,6 +57,12 @@ class Sources {
   [[nodiscard]] std::optional<std::time_t> bootTime() const { return clock_.boot(); }
   // One line for the administrator.
   void log(const std::string& line) const { log_(line); }
+  // What the caller of the registry is to learn; the administrator reads its detail in the log.
+  void note(std::string_view code, std::string_view service, const std::string& detail) const {
+    log_(detail);
+    notes_.push_back({std::string(code), std::string(service), detail});
+  }
+  [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
 
  private:
   const Paths& paths_;
@@ -63,10 +71,12 @@ class Sources {
   SocketReader readSockets_;
   Log log_;
   mutable std::optional<Reading<SocketTable>> sockets_;
+  mutable std::vector<ReadNote> notes_;
 };
 
 // Reads the connections of one service and appends them. A service that is not running has none; a
-// process that vanishes meanwhile has none; a process that cannot be read fails the collector.
+// process that vanishes meanwhile has none. A process or file that cannot be read fails the
+// collector, which appends what the others tell nevertheless.
 using Collector = Outcome (*)(const Sources& sources, std::vector<Connection>& connections);
 
 // The TCP connection of the lowest descriptor of a process, which in a server that serves one

@@ -53,4 +53,8 @@ std::vector<LoginEntry> parseUtmp(std::string_view bytes) {
   return entries;
 }
 
+bool isTorn(std::string_view bytes) {
+  return bytes.size() % sizeof(utmp) != 0;
+}
+
 }  // namespace zevo::connections

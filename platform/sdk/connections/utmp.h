@@ -25,4 +25,7 @@ struct LoginEntry {
 // The entries of users in the bytes of a utmp file. What follows the last whole entry is left out.
 std::vector<LoginEntry> parseUtmp(std::string_view bytes);
 
+// Whether the bytes end in the middle of an entry.
+bool isTorn(std::string_view bytes);
+
 }  // namespace zevo::connections

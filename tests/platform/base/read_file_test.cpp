@@ -1,6 +1,7 @@
 #include "base/read_file.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 
@@ -33,6 +34,16 @@ TEST(ReadFile, RefusesMoreThanTheLimit) {
   const TemporaryFolder folder;
   std::string content;
   const auto failure = readFile(folder.write("f", "12345"), 4, &content);
+  ASSERT_TRUE(failure);
+  EXPECT_EQ(failure->error, EFBIG);
+}
+
+TEST(ReadFile, RefusesAFileOfTooManyBytesBeforeItTakesAnyMemory) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("f", "");
+  std::filesystem::resize_file(path, 1UL << 40U);
+  std::string content;
+  const auto failure = readFile(path, 1UL << 39U, &content);
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->error, EFBIG);
 }

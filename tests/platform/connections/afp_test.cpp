@@ -91,5 +91,14 @@ TEST_F(AfpTest, AnUnreadableSessionIsAFailureThatNamesTheRemedy) {
   EXPECT_THAT(failureOf(readAfp), HasSubstr("run this as root"));
 }
 
+TEST_F(AfpTest, AnUnreadableSessionCostsNoOtherItsRow) {
+  addSession(41, kEffectiveAlice, kEffectiveAlice);
+  const std::vector<Connection> alone = read(readAfp);
+  add({.pid = 42, .name = "afpd", .uid = kAlice, .sockets = {{6, 901}}});
+  tree_.makeUnreadable(42, "fd");
+  ASSERT_EQ(alone.size(), 1U);
+  EXPECT_EQ(readPartly(readAfp), alone);
+}
+
 }  // namespace
 }  // namespace zevo::connections

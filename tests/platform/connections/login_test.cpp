@@ -1,6 +1,8 @@
 #include "sdk/connections/login.h"
 
 #include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,6 +29,13 @@ class LoginTest : public ::testing::Test {
     tree_.file("utmp", utmp);
     const test::FakeSources sources(tree_);
     return test::readAll(readLogins, *sources);
+  }
+  // The logins that are there although reading them all fails with a cause that holds `part`.
+  std::vector<Connection> readBroken(const std::string& part) {
+    const test::FakeSources sources(tree_);
+    std::vector<Connection> connections;
+    EXPECT_THAT(readLogins(*sources, connections).cause(), ::testing::HasSubstr(part));
+    return connections;
   }
   static Connection login(pid_t pid, const std::string& descr, const std::string& user = "alice") {
     return {pid, test::kEntryText, "", user, descr, ZEVO_CURCONN_LOGIN};
@@ -130,13 +139,86 @@ TEST_F(LoginTest, WithUtmpLogindIsNotAsked) {
   EXPECT_THAT(read(""), IsEmpty());
 }
 
-TEST_F(LoginTest, AFileThatCannotBeReadIsAFailureThatNamesIt) {
-  std::filesystem::create_directory(tree_.paths().utmp);
+TEST_F(LoginTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
+      .add({.pid = 60, .name = "sshd", .terminal = kPts3})
+      .add({.pid = 70, .name = "bash", .terminal = kPts300});
+  tree_.makeUnreadable(60, "status");
+  tree_.file("utmp", utmpEntry({.pid = 50, .line = "tty1", .user = "alice"}) +
+                         utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"}) +
+                         utmpEntry({.pid = 70, .line = "pts/300", .user = "alice"}));
+  EXPECT_THAT(readBroken("/proc/60/status"), ElementsAre(login(50, "tty1"), login(70, "pts/300")));
+}
+
+// A file of logins that somebody or something broke.
+class BrokenUtmpTest : public LoginTest {
+ protected:
+  void SetUp() override {
+    tree_.add({.pid = 50, .name = "login", .terminal = kTty1});
+    tree_.file("utmp", kEntry);
+  }
+  const std::string kEntry = utmpEntry({.pid = 50, .line = "tty1", .user = "alice"});
+  const std::string& utmp_ = tree_.paths().utmp;
+};
+
+TEST_F(BrokenUtmpTest, AFolderIsAFailureThatNamesIt) {
+  std::filesystem::remove(utmp_);
+  std::filesystem::create_directory(utmp_);
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+}
+
+TEST_F(BrokenUtmpTest, SoAreAHundredMegabytes) {
+  std::filesystem::resize_file(utmp_, 100UL * 1000 * 1000);
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+}
+
+TEST_F(BrokenUtmpTest, SoIsAPipe) {
+  std::filesystem::remove(utmp_);
+  ASSERT_EQ(::mkfifo(utmp_.c_str(), 0600), 0);
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+}
+
+TEST_F(BrokenUtmpTest, SoIsALinkToItself) {
+  std::filesystem::remove(utmp_);
+  std::filesystem::create_symlink(utmp_, utmp_);
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+}
+
+TEST_F(BrokenUtmpTest, SoIsAFileThatMayNotBeRead) {
+  std::filesystem::permissions(utmp_, std::filesystem::perms::none);
+  const uid_t before = ::geteuid();
+  if (before == 0) {
+    // The tree stays readable.
+    std::filesystem::permissions(tree_.folder(), std::filesystem::perms{0755});
+    ASSERT_EQ(::seteuid(65534), 0);
+  }
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+  ASSERT_EQ(::seteuid(before), 0);
+}
+
+TEST_F(BrokenUtmpTest, SoIsOneThatFailsToBeReadOnceItIsOpen) {
+  std::filesystem::remove(utmp_);
+  std::filesystem::create_symlink("/proc/self/mem", utmp_);
+  EXPECT_THAT(readBroken(utmp_), IsEmpty());
+}
+
+TEST_F(BrokenUtmpTest, ALinkToNothingIsNoFile) {
+  std::filesystem::remove(utmp_);
+  std::filesystem::create_symlink(tree_.folder() + "/nothing", utmp_);
+  tree_.file("sessions/1",
+             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\nREALTIME=1763640060000000\n");
   const test::FakeSources sources(tree_);
-  std::vector<Connection> connections;
-  const Outcome outcome = readLogins(*sources, connections);
-  ASSERT_TRUE(outcome.failed());
-  EXPECT_THAT(outcome.cause(), ::testing::HasSubstr(tree_.paths().utmp));
+  EXPECT_THAT(test::readAll(readLogins, *sources), ElementsAre(login(50, "tty1")));
+}
+
+TEST_F(BrokenUtmpTest, OneThatEndsInTheMiddleOfAnEntryHasTheLoginsBeforeIt) {
+  tree_.file("utmp", kEntry + kEntry.substr(0, 100));
+  EXPECT_THAT(readBroken("in the middle of an entry"), ElementsAre(login(50, "tty1")));
+}
+
+TEST_F(BrokenUtmpTest, OneThatLostItsBeginningIsAFailureToo) {
+  tree_.file("utmp", kEntry.substr(100) + kEntry);
+  EXPECT_THAT(readBroken("in the middle of an entry"), IsEmpty());
 }
 
 }  // namespace

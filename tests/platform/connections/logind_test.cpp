@@ -90,5 +90,14 @@ TEST_F(LogindFolderTest, AFileThatCannotBeReadIsAFailureThatNamesIt) {
   EXPECT_THAT(outcome.cause(), ::testing::HasSubstr("/sessions/1"));
 }
 
+TEST_F(LogindFolderTest, AFileThatCannotBeReadCostsNoOtherItsLogin) {
+  tree_.file("sessions/1", std::string(100000, 'x'));
+  tree_.file("sessions/2", sessionFile("TTY=tty1\nCLASS=user\n"));
+  tree_.file("sessions/3/is_a_folder", "");
+  std::vector<LoginEntry> entries;
+  EXPECT_TRUE(readLogindSessions(tree_.paths().logindSessions, &entries).failed());
+  EXPECT_THAT(entries, ElementsAre(LoginEntry{812, 0, "tty1", "alice", "", 1763640060}));
+}
+
 }  // namespace
 }  // namespace zevo::connections

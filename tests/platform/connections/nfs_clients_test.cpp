@@ -135,28 +135,24 @@ TEST(RmtabTest, NamesAndEndedMountsAndGarbageAreLeftOut) {
 TEST(RmtabTest, AMissingTableHasNoMounts) {
   const test::ProcTree tree;
   std::vector<NfsMount> mounts = {{"left over", ""}};
-  std::string skipped;
-  EXPECT_FALSE(readRmtab(tree.paths(), &mounts, &skipped).failed());
+  EXPECT_FALSE(readRmtab(tree.paths(), &mounts).failed());
   EXPECT_THAT(mounts, IsEmpty());
 }
 
-TEST(RmtabTest, ATableThatIsTooLongIsSkippedWithItsReason) {
+TEST(RmtabTest, ATableThatIsTooLongIsAFailureThatNamesIt) {
   const test::ProcTree tree;
   const std::string path = tree.file("rmtab", "10.0.0.9:/srv/media:0x00000001\n");
   std::filesystem::resize_file(path, 64UL * 1024 * 1024);
   std::vector<NfsMount> mounts;
-  std::string skipped;
-  EXPECT_FALSE(readRmtab(tree.paths(), &mounts, &skipped).failed());
+  EXPECT_THAT(readRmtab(tree.paths(), &mounts).cause(), HasSubstr("rmtab"));
   EXPECT_THAT(mounts, IsEmpty());
-  EXPECT_THAT(skipped, HasSubstr("rmtab"));
 }
 
-TEST(RmtabTest, AnUnreadableTableIsAFailureThatNamesTheRemedy) {
+TEST(RmtabTest, SoIsOneThatIsAFolder) {
   const test::ProcTree tree;
   std::filesystem::create_directory(tree.paths().rmtab);
   std::vector<NfsMount> mounts;
-  std::string skipped;
-  EXPECT_THAT(readRmtab(tree.paths(), &mounts, &skipped).cause(), HasSubstr("run this as root"));
+  EXPECT_THAT(readRmtab(tree.paths(), &mounts).cause(), HasSubstr("rmtab"));
 }
 
 }  // namespace

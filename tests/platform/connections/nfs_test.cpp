@@ -141,6 +141,8 @@ TEST_F(NfsTest, ATableThatIsTooLongIsLoggedAndItsClientsAreShownWithoutExports) 
   const test::FakeSources sources(tree_, sockets_);
   EXPECT_THAT(test::readAll(readNfs, *sources), ElementsAre(nfs("10.20.0.5", "NFS")));
   EXPECT_THAT(sources.log(), ElementsAre(HasSubstr("NFS: ")));
+  EXPECT_THAT((*sources).notes(),
+              ElementsAre(ReadNote{std::string(kDetailsMissing), "NFS", sources.log().at(0)}));
 }
 
 TEST_F(NfsTest, AClientThatCannotBeReadIsAFailure) {
@@ -149,6 +151,18 @@ TEST_F(NfsTest, AClientThatCannotBeReadIsAFailure) {
   std::filesystem::remove(path);
   std::filesystem::create_symlink(path, path);
   EXPECT_THAT(failureOf(readNfs), HasSubstr("run this as root"));
+}
+
+TEST_F(NfsTest, AClientThatCannotBeReadCostsNoOtherItsRow) {
+  addClient("3", "10.20.0.5:783");
+  addClient("4", "10.20.0.6:783");
+  const std::string path = tree_.paths().nfsd + "/clients/3/info";
+  std::filesystem::remove(path);
+  std::filesystem::create_symlink(path, path);
+  connect(1, "10.20.0.7", kPort);
+  std::vector<Connection> connections = readPartly(readNfs);
+  for (Connection& connection : connections) connection.time.clear();
+  EXPECT_THAT(connections, ElementsAre(nfs("10.20.0.6", "NFSv4.2"), nfs("10.20.0.7", "NFS")));
 }
 
 }  // namespace

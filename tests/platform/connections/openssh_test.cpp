@@ -278,6 +278,27 @@ TEST_F(OpensshTest, ASessionThatCannotBeReadIsAFailure) {
   }
 }
 
+TEST_F(OpensshTest, ASessionThatCannotBeReadCostsNoOtherItsRow) {
+  for (const pid_t pid : {60, 80}) {
+    test::ProcTree tree;
+    for (const pid_t guard : {60, 70, 80}) {
+      tree.add({.pid = guard, .name = "sshd", .cmdline = title("sshd: alice [priv]")})
+          .add({.pid = guard + 2,
+                .parent = guard,
+                .name = "sshd",
+                .cmdline = title("sshd: alice@pts/1"),
+                .uid = kAlice});
+    }
+    tree.makeUnreadable(pid, "status");
+    const test::FakeSources sources(tree);
+    std::vector<Connection> connections;
+    EXPECT_TRUE(readOpenssh(*sources, connections).failed());
+    std::vector<pid_t> pids;
+    for (const Connection& connection : connections) pids.push_back(connection.pid);
+    EXPECT_THAT(pids, ElementsAre(pid == 60 ? 72 : 62, pid == 60 ? 82 : 72));
+  }
+}
+
 TEST(OpensshTitleTest, AProgramsArgumentsAreNoTitle) {
   EXPECT_EQ(sshTitleText("/usr/sbin/sshd -D -R"), std::nullopt);
   EXPECT_EQ(sshTitleText("bash: alice@pts/1"), std::nullopt);

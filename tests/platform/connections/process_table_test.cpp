@@ -57,7 +57,19 @@ TEST(ProcessTableTest, AProcessThatVanishesBetweenTwoReadsIsLeftOut) {
 
 TEST(ProcessTableTest, AProcessThatCannotBeReadFailsTheScan) {
   test::ProcTree tree;
-  tree.add({.pid = 700, .name = "sshd"}).makeUnreadable(700, "stat");
+  tree.add({.pid = 700, .name = "sshd"})
+      .add({.pid = 701, .name = "smbd"})
+      .makeUnreadable(700, "stat");
+  const auto table = ProcessTable::scan(tree.paths(), {});
+  ASSERT_TRUE(table.ok());
+  EXPECT_EQ(table->find(700), nullptr);
+  EXPECT_NE(table->find(701), nullptr);
+  EXPECT_NE(table->unread().cause().find("/proc/700/stat"), std::string::npos);
+}
+
+TEST(ProcessTableTest, WhereNoProcessCanBeReadTheScanFails) {
+  test::ProcTree tree;
+  tree.makeUnreadable(1, "stat");
   EXPECT_TRUE(ProcessTable::scan(tree.paths(), {}).failed());
 }
 

@@ -19,6 +19,7 @@
 namespace zevo::connections {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -48,26 +49,27 @@ class RegistryTest : public ::testing::Test {
       return Reading<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
     };
     const auto log = [this](const std::string& line) { log_.push_back(line); };
-    return readConnections(tree_.paths(), {}, readSockets, log, &connections_);
+    return readConnections(tree_.paths(), {}, readSockets, log, &list_);
   }
   static Connection record(pid_t pid, const std::string& user, const std::string& descr) {
     return {pid, test::kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_SSH};
   }
 
   test::ProcTree tree_;
-  std::vector<Connection> connections_ = {{.pid = 4711}};
+  ConnectionList list_ = {{{.pid = 4711}}, {{"left over", "", ""}}};
   std::vector<std::string> log_;
 };
 
 TEST_F(RegistryTest, HasTheConnectionsOfTheServices) {
   EXPECT_FALSE(read().failed());
-  EXPECT_THAT(connections_, ElementsAre(record(61, "alice", "pts/1"), record(71, "bob", "pts/2")));
+  EXPECT_THAT(list_.connections,
+              ElementsAre(record(61, "alice", "pts/1"), record(71, "bob", "pts/2")));
 }
 
 TEST_F(RegistryTest, NobodyConnectedIsNoFailure) {
   for (const pid_t pid : {60, 61, 70, 71}) tree_.remove(pid);
   EXPECT_FALSE(read().failed());
-  EXPECT_THAT(connections_, IsEmpty());
+  EXPECT_THAT(list_.connections, IsEmpty());
 }
 
 TEST_F(RegistryTest, SocketsAreAskedForOnce) {
@@ -78,7 +80,7 @@ TEST_F(RegistryTest, SocketsAreAskedForOnce) {
 
 TEST_F(RegistryTest, ARecordWhoseProcessHasEndedIsLeftOut) {
   EXPECT_FALSE(read([this] { tree_.remove(61); }).failed());
-  EXPECT_THAT(connections_, ElementsAre(record(71, "bob", "pts/2")));
+  EXPECT_THAT(list_.connections, ElementsAre(record(71, "bob", "pts/2")));
 }
 
 TEST_F(RegistryTest, ARecordWhoseProcessBecameAZombieIsLeftOut) {
@@ -88,7 +90,7 @@ TEST_F(RegistryTest, ARecordWhoseProcessBecameAZombieIsLeftOut) {
         tree_.add(
             {.pid = 71, .parent = 70, .name = "sshd", .cmdline = "sshd: bob@pts/2", .state = 'Z'});
       }).failed());
-  EXPECT_THAT(connections_, ElementsAre(record(61, "alice", "pts/1")));
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
 }
 
 TEST_F(RegistryTest, ARecordWhosePidWasGivenToAnotherProcessIsLeftOut) {
@@ -100,32 +102,90 @@ TEST_F(RegistryTest, ARecordWhosePidWasGivenToAnotherProcessIsLeftOut) {
                             .cmdline = "sshd: bob@pts/2",
                             .startTicks = 9999});
                }).failed());
-  EXPECT_THAT(connections_, ElementsAre(record(61, "alice", "pts/1")));
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
 }
 
 TEST_F(RegistryTest, TextsAreCleanWhenTheyLeave) {
   for (const pid_t pid : {60, 61}) tree_.remove(pid);
   addSession(60, "al\x1b[31mice\xFF", "pts/1");
   EXPECT_FALSE(read().failed());
-  EXPECT_THAT(connections_, ElementsAre(record(61, "al\uFFFD[31mice\uFFFD", "pts/1"),
-                                        record(71, "bob", "pts/2")));
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "al\uFFFD[31mice\uFFFD", "pts/1"),
+                                             record(71, "bob", "pts/2")));
 }
 
-TEST_F(RegistryTest, AServiceThatCannotBeReadFailsTheReadAndIsNamed) {
+TEST_F(RegistryTest, WhatIsCompleteHasNoNotes) {
+  EXPECT_FALSE(read().failed());
+  EXPECT_THAT(list_.notes, IsEmpty());
+}
+
+TEST_F(RegistryTest, WhatCannotBeReadOfAServiceIsNotedAndTheRestIsListed) {
   tree_.makeUnreadable(70, "fd");
-  const Outcome outcome = read();
-  ASSERT_TRUE(outcome.failed());
-  EXPECT_THAT(outcome.cause(), HasSubstr("OpenSSH"));
-  EXPECT_THAT(outcome.cause(), HasSubstr("/proc/70/fd"));
-  EXPECT_THAT(connections_, IsEmpty());
+  EXPECT_FALSE(read().failed());
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
+  ASSERT_EQ(list_.notes.size(), 1U);
+  EXPECT_EQ(list_.notes[0].code, kConnectionsMissing);
+  EXPECT_EQ(list_.notes[0].service, "SSH");
+  EXPECT_THAT(list_.notes[0].detail, AllOf(HasSubstr("OpenSSH"), HasSubstr("/proc/70/fd")));
+  EXPECT_THAT(log_, ElementsAre(list_.notes[0].detail));
+}
+
+TEST_F(RegistryTest, SourcesThatFailSideBySideHaveANoteEach) {
+  tree_.file("utmp/is_a_folder", "");
+  tree_.file("nfsd/clients", "is no folder");
+  EXPECT_FALSE(read().failed());
+  EXPECT_THAT(list_.connections,
+              ElementsAre(record(61, "alice", "pts/1"), record(71, "bob", "pts/2")));
+  ASSERT_EQ(list_.notes.size(), 2U);
+  EXPECT_EQ(list_.notes[0].service, "NFS");
+  EXPECT_EQ(list_.notes[1].service, "LOGIN");
+  EXPECT_EQ(log_.size(), 2U);
+}
+
+TEST_F(RegistryTest, AProcessThatTheScanCannotReadMayBeAnyServices) {
+  tree_.makeUnreadable(71, "stat");
+  EXPECT_FALSE(read().failed());
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
+  ASSERT_EQ(list_.notes.size(), 1U);
+  EXPECT_EQ(list_.notes[0].service, "");
+  EXPECT_THAT(list_.notes[0].detail, HasSubstr("/proc/71/stat"));
+}
+
+TEST_F(RegistryTest, ARecordWhoseProcessCannotBeReadAgainIsLeftOutAndNoted) {
+  EXPECT_FALSE(read([this] { tree_.makeUnreadable(71, "stat"); }).failed());
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
+  ASSERT_EQ(list_.notes.size(), 1U);
+  EXPECT_THAT(list_.notes[0].detail, HasSubstr("/proc/71/stat"));
+}
+
+TEST_F(RegistryTest, NotesAreCleanWhenTheyLeave) {
+  Paths paths = tree_.paths();
+  paths.utmp = tree_.file("ut\x1bmp/is_a_folder", "");
+  paths.utmp.resize(paths.utmp.rfind('/'));
+  const auto none = [] { return Reading<SocketTable>(SocketTable()); };
+  ASSERT_FALSE(readConnections(
+                   paths, {}, none, [](const std::string&) {}, &list_)
+                   .failed());
+  ASSERT_EQ(list_.notes.size(), 1U);
+  EXPECT_THAT(list_.notes[0].detail, HasSubstr("ut\uFFFDmp"));
 }
 
 TEST_F(RegistryTest, AFailedDumpOfSocketsFailsTheRead) {
   const auto refused = [] { return Reading<SocketTable>::failure("no sockets today"); };
   const Outcome outcome = readConnections(
-      tree_.paths(), {}, refused, [](const std::string&) {}, &connections_);
+      tree_.paths(), {}, refused, [](const std::string&) {}, &list_);
   ASSERT_TRUE(outcome.failed());
   EXPECT_THAT(outcome.cause(), HasSubstr("no sockets today"));
+  EXPECT_EQ(list_, ConnectionList());
+}
+
+TEST_F(RegistryTest, SoDoesAProcOfNoProcess) {
+  Paths paths = tree_.paths();
+  paths.proc = tree_.folder() + "/nothing";
+  const auto none = [] { return Reading<SocketTable>(SocketTable()); };
+  EXPECT_TRUE(readConnections(
+                  paths, {}, none, [](const std::string&) {}, &list_)
+                  .failed());
+  EXPECT_EQ(list_, ConnectionList());
 }
 
 // Runs `body` in a child process without root's rights; its result is the child's exit status.
@@ -144,10 +204,12 @@ int asNobody(int (*body)()) {
 TEST(CurConnGetTest, WithoutRootItFailsAndSaysWhatItNeeds) {
   EXPECT_EQ(
       asNobody([] {
+        setReadNotes({{"left over", "", ""}});
         auto* records = reinterpret_cast<_tag_ZEVO_CURCONN_*>(1);
         if (ZEVOCurConnGet(&records) >= 0) return 1;
         if (records != nullptr) return 2;
         if (VLIBCErrGet() != ZEVO_ERR_SYSTEM) return 3;
+        if (!readNotes().empty()) return 5;
         const auto trail = errorTrail();
         return trail.size() == 1 && trail[0].find("run this as root") != std::string::npos ? 0 : 4;
       }),
@@ -156,11 +218,13 @@ TEST(CurConnGetTest, WithoutRootItFailsAndSaysWhatItNeeds) {
 
 TEST(CurConnGetTest, AsRootItReadsThisMachine) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can read everybody's connections";
+  setReadNotes({{"left over", "", ""}});
   _tag_ZEVO_CURCONN_* records = nullptr;
   const int count = ZEVOCurConnGet(&records);
   const std::unique_ptr<void, void (*)(void*)> block(records, &std::free);
   ASSERT_GE(count, 0) << ::testing::PrintToString(errorTrail());
   EXPECT_EQ(records == nullptr, count == 0);
+  for (const ReadNote& note : readNotes()) EXPECT_NE(note.code, "left over");
   for (int i = 0; i < count; ++i) EXPECT_NE(std::strlen(records[i].time), 0U);
 }
 

@@ -273,15 +273,25 @@ TEST_F(SambaFallbackTest, TheClientsConnectionIsTheOneToAnSmbPort) {
   expectFallback("ended with status 1");
 }
 
-TEST_F(SambaFallbackTest, WhereThatFailsTooTheReadFails) {
+TEST_F(SambaFallbackTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
   setTool("exit 1");
   tree_.makeUnreadable(89, "fd");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
   const Outcome outcome =
       readSamba(*sources, startSmbstatus(tree_.paths(), kLimits), kLimits, connections);
-  EXPECT_TRUE(outcome.failed());
   EXPECT_THAT(outcome.cause(), HasSubstr("/proc/89/fd"));
+  EXPECT_THAT(connections, ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
+}
+
+TEST_F(SambaFallbackTest, TheCallerLearnsWhatIsMissing) {
+  setTool("exit 1");
+  const test::FakeSources sources(tree_, sockets_);
+  std::vector<Connection> connections;
+  EXPECT_FALSE(
+      readSamba(*sources, startSmbstatus(tree_.paths(), kLimits), kLimits, connections).failed());
+  EXPECT_THAT((*sources).notes(),
+              ElementsAre(ReadNote{std::string(kDetailsMissing), "CIFS", sources.log().at(0)}));
 }
 
 }  // namespace

@@ -25,6 +25,13 @@ class ServiceFixture : public ::testing::Test {
     const FakeSources sources(tree_, sockets_);
     return readAll(collector, *sources);
   }
+  // The records of a collector that has to fail, and appends what it could read.
+  std::vector<Connection> readPartly(Collector collector) {
+    const FakeSources sources(tree_, sockets_);
+    std::vector<Connection> connections;
+    EXPECT_TRUE(collector(*sources, connections).failed());
+    return connections;
+  }
   // The cause with which the collector fails; empty where it does not.
   std::string failureOf(Collector collector) {
     const FakeSources sources(tree_, sockets_);
