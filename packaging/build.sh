@@ -2,7 +2,7 @@
 # project's folder.
 
 build_packages=(
-  ca-certificates cmake g++ ninja-build pkg-config
+  ca-certificates cmake esbuild g++ ninja-build pkg-config
   libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libpam0g-dev libsystemd-dev libtomlplusplus-dev nettle-dev
 )
 

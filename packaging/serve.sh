@@ -2,12 +2,11 @@
 # Serves the page on http://127.0.0.1:8088 out of a build: a daemon and a lighttpd of their own, with everything that they
 # write in one folder under /run. Prints a link that logs in once. Ctrl-C ends both and leaves nothing.
 #
-#   packaging/serve.sh BUILD_FOLDER PAGE_FOLDER [PORT]
+#   packaging/serve.sh BUILD_FOLDER [PORT]
 set -euo pipefail
 
 build=$(readlink -f "$1")
-page=$(readlink -f "$2")
-port=${3:-8088}
+port=${2:-8088}
 packaging=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")" && pwd)
 folder=
 children=()
@@ -40,7 +39,7 @@ END
 
 write_server_configuration() {
   # The checkout may lie where the web server's account cannot look.
-  cp -r "$page" "$folder/page"
+  cp -r "$build/page" "$folder/page"
   chmod -R u=rwX,go=rX "$folder/page"
   cat >"$folder/lighttpd.conf" <<END
 var.page_folder = "$folder/page"

@@ -44,7 +44,7 @@ class ServedPageTest(ServiceTest):
             cls.server(daemon)
 
     def setUp(self):
-        self.served = subprocess.Popen([f"{ROOT}/packaging/serve.sh", BUILD, f"{ROOT}/web"], env=namespace.ENVIRONMENT,
+        self.served = subprocess.Popen([f"{ROOT}/packaging/serve.sh", BUILD], env=namespace.ENVIRONMENT,
                                        stdout=subprocess.PIPE, text=True)
         self.addCleanup(self.served.wait)
         self.addCleanup(self.served.terminate)

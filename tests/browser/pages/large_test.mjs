@@ -85,23 +85,3 @@ pageTest(
     assert.equal(await page.evaluate(() => window.changes), 0);
   },
 );
-
-pageTest(
-  'a whole visit weighs less than 150 kB before compression and asks nobody else',
-  async ({ driver, page, world }) => {
-    const loaded = new Map();
-    page.on('response', async (response) => {
-      if (!new URL(response.url()).pathname.startsWith('/api/'))
-        loaded.set(response.url(), (await response.body()).length);
-    });
-    world.connections = [connection({ pid: 1 })];
-    await driver.enter();
-    await page.waitForLoadState('networkidle').catch(() => {});
-    const foreign = [...loaded.keys()].filter((url) => !url.startsWith(driver.base));
-    assert.deepEqual(foreign, []);
-    const weight = [...loaded.values()].reduce((sum, size) => sum + size, 0);
-    console.log(`a visit loads ${loaded.size} files of ${weight} bytes`);
-    assert.ok(weight < 150_000, `${weight} bytes`);
-  },
-  { locale: 'ja-JP' },
-);

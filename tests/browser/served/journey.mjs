@@ -7,6 +7,7 @@ import { startBrowser } from '../browser.mjs';
 import { PageDriver } from '../page_driver.mjs';
 import { Description } from '../stand_in/description.mjs';
 import { startRelay } from './relay.mjs';
+import { measureVisits } from './visits.mjs';
 
 const { CURRENTCONN_LINK: link, CURRENTCONN_PASSWORD: password } = process.env;
 const { origin, hash, host, port } = new URL(link);
@@ -21,6 +22,7 @@ const drivers = [];
 const answers = []; // what is wrong with each answer of the API, once it is whole
 
 try {
+  await weigh();
   const driver = await open();
   await enterByLink(driver);
   await lookRound(driver);
@@ -35,6 +37,8 @@ try {
     drivers.flatMap(({ faults }) => faults),
     [],
   );
+  // The pages go on asking; an answer that comes while the browser closes cannot be read any more.
+  for (const { page } of drivers) page.removeAllListeners('response');
   assert.deepEqual((await Promise.all(answers)).flat(), []);
   assert.ok(answers.length > 20, `${answers.length} answers`);
 } finally {
@@ -67,6 +71,25 @@ async function complaintsAbout(response) {
 function take(driver, name) {
   console.log(`seen: ${name}`);
   return driver.take(`served-${name}`);
+}
+
+// A link of 300 ms, in the language with the longest texts.
+async function weigh() {
+  const visits = await measureVisits(browser, origin, { locale: 'ja-JP', latency: 300 });
+  for (const { name, requests, bytes, sent, milliseconds } of visits) {
+    console.log(
+      `${name}: ${requests.length} static requests, ${bytes} bytes, ${sent} as sent, ${milliseconds} ms at 300 ms a round trip`,
+    );
+  }
+  const [first, reload] = visits;
+  assert.ok(first.requests.length <= 12, first.requests.join('\n'));
+  assert.ok(first.bytes < 150_000, `${first.bytes} bytes`);
+  assert.ok(first.sent < 60_000, `${first.sent} bytes as sent`);
+  assert.ok(reload.requests.length <= 3, reload.requests.join('\n'));
+  assert.deepEqual(
+    visits.flatMap(({ foreign }) => foreign),
+    [],
+  );
 }
 
 async function enterByLink(driver) {

@@ -11,6 +11,7 @@ from daemons.daemon import Daemon
 
 SOURCES = os.path.realpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../.."))
 PACKAGING = f"{SOURCES}/packaging"
+BUILD = os.path.dirname(os.path.dirname(os.path.realpath(os.environ["CURRENTCONN"])))
 STATE = "/run/currentconn"
 SESSIONS = f"{STATE}/sessions"
 WEB_SOCKET = f"{STATE}/web.sock"
@@ -63,7 +64,7 @@ class Currentconnd(Daemon):
 def install_page():
     """Puts the page where the web servers' accounts can read it."""
     if not os.path.exists(PAGE):
-        shutil.copytree(f"{SOURCES}/web", PAGE)
+        shutil.copytree(f"{BUILD}/page", PAGE)
         namespace.run("chmod", "-R", "u=rwX,go=rX", PAGE)
 
 

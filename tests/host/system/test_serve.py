@@ -11,11 +11,10 @@ from host_test import HostTest, uid_of
 import namespace
 import processes
 import waiting
-from daemons_of_host import PACKAGING, SOURCES
+from daemons_of_host import BUILD, PACKAGING
 from http_client import Client
 
-BUILD = os.path.dirname(os.path.dirname(os.path.realpath(os.environ["CURRENTCONN"])))
-COMMAND = [f"{PACKAGING}/serve.sh", BUILD, f"{SOURCES}/web"]
+COMMAND = [f"{PACKAGING}/serve.sh", BUILD]
 
 
 def folders():

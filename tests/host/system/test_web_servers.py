@@ -47,12 +47,17 @@ class BehindTls:
         for folder, _, names in os.walk(PAGE):
             for name in names:
                 path = os.path.join(folder, name).removeprefix(PAGE)
-                if name == "package.json":
-                    self.assertIn(self.browser().get(path).status, (403, 404))
-                    continue
                 answer = self.browser().get(path)
                 self.assertEqual(200, answer.status, path)
                 self.assertRegex(answer.headers["Content-Type"], "^" + kinds[os.path.splitext(name)[1]])
+
+    def test_a_browser_keeps_assets_for_good_and_asks_for_the_document(self):
+        names = os.listdir(f"{PAGE}/assets")
+        self.assertIn("json", {name.rsplit(".")[-1] for name in names})
+        for name in names:
+            self.assertRegex(self.browser().get(f"/assets/{name}").headers["Cache-Control"], r"max-age=3\d{7}", name)
+        for path in ("/", "/index.html"):
+            self.assertRegex(self.browser().get(path).headers["Cache-Control"], "max-age=0|no-cache")
 
     def test_a_login_is_a_cookie_that_stays_here(self):
         client = self.browser()

@@ -56,8 +56,10 @@ export function fillTexts(root) {
 }
 
 async function useLanguage(tag) {
-  const response = await fetch(new URL(`../../texts/${tag}.json`, import.meta.url));
-  if (!response.ok) throw new Error(`texts/${tag}.json: ${response.status}`);
+  // The document names the files, since on a served page their names change with their content.
+  const { href } = document.querySelector(`link[hreflang="${tag}"]`);
+  const response = await fetch(href);
+  if (!response.ok) throw new Error(`${href}: ${response.status}`);
   texts = await response.json();
   language = tag;
   locale = localeFor(tag, navigator.languages);
