@@ -3,47 +3,20 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <string>
-#include <vector>
 
 #include "zevo/error_trail.h"
 
+#include "base/account_name.h"
 #include "base/file_failure.h"
+#include "base/name_service.h"
 #include "base/text.h"
 #include "sdk/account_lookup.h"
 
 namespace zevo {
 namespace {
 
-constexpr std::size_t kFirstBuffer = 1024;
-constexpr std::size_t kLargestBuffer = 1024UL * 1024;  // above that the source is broken
-
-using LookUp = std::function<int(passwd*, char*, std::size_t, passwd**)>;
-
-struct Answer {
-  int error = 0;  // errno; 0 also where there is no such account
-  bool found = false;
-  passwd entry{};
-  std::vector<char> texts;  // what the entry points to
-};
-
-Answer ask(const LookUp& lookUp) {
-  Answer answer;
-  passwd* found = nullptr;
-  answer.texts.resize(kFirstBuffer);
-  for (;;) {
-    answer.error = lookUp(&answer.entry, answer.texts.data(), answer.texts.size(), &found);
-    if (answer.error == EINTR) continue;
-    if (answer.error != ERANGE || answer.texts.size() >= kLargestBuffer) break;
-    answer.texts.resize(answer.texts.size() * 2);
-  }
-  answer.found = answer.error == 0 && found != nullptr;
-  // Sources differ in how they say that there is no such account.
-  const int error = answer.error;
-  if (error == ENOENT || error == ESRCH || error == EBADF || error == EPERM) answer.error = 0;
-  return answer;
-}
+using Answer = NameServiceAnswer<passwd>;
 
 // One block: the record, then its three texts.
 UserRecord* makeRecord(const passwd& entry) {
@@ -77,13 +50,18 @@ const NameService& NameService::system() {
 int lookUpAccount(const NameService& service, const char* name, UserRecord** user) {
   *user = nullptr;
   if (name == nullptr || *name == '\0') return fail(ZEVO_ERR_NO_SUCH_USER, "", "it has no name");
-  Answer answer = ask([&](passwd* entry, char* buffer, std::size_t size, passwd** found) {
-    return service.byName(name, entry, buffer, size, found);
-  });
+  if (!canBeAccountName(name)) {
+    return fail(ZEVO_ERR_NO_SUCH_USER, name, "there is no such account, the name is too long");
+  }
+  Answer answer =
+      askNameService<passwd>([&](passwd* entry, char* buffer, std::size_t size, passwd** found) {
+        return service.byName(name, entry, buffer, size, found);
+      });
   if (!answer.found && answer.error == 0 && std::strcmp(name, kRootAlias) == 0) {
-    answer = ask([&](passwd* entry, char* buffer, std::size_t size, passwd** found) {
-      return service.byId(0, entry, buffer, size, found);
-    });
+    answer =
+        askNameService<passwd>([&](passwd* entry, char* buffer, std::size_t size, passwd** found) {
+          return service.byId(0, entry, buffer, size, found);
+        });
   }
   if (answer.error != 0) return fail(ZEVO_ERR_SYSTEM, name, errorText(answer.error));
   if (!answer.found) return fail(ZEVO_ERR_NO_SUCH_USER, name, "there is no such account");

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include <climits>
 #include <gtest/gtest.h>
 
 #include "zevo/error.h"
@@ -14,11 +15,11 @@
 namespace zevo {
 namespace {
 
-struct Account {
+struct Found {
   uid_t uid;
   gid_t gid;
   std::string name, home, shell;
-  bool operator==(const Account&) const = default;
+  bool operator==(const Found&) const = default;
 };
 
 struct Result {
@@ -26,7 +27,7 @@ struct Result {
   int error = 0;
   std::unique_ptr<UserRecord, void (*)(UserRecord*)> user{nullptr, &ZEVOUserFree};
 
-  [[nodiscard]] Account account() const {
+  [[nodiscard]] Found account() const {
     return {user->uid, user->gid, user->name, user->home, user->shell};
   }
 };
@@ -34,12 +35,14 @@ struct Result {
 // What the fake name service answers.
 int nameError = 0;
 int interruptions = 0;
+int questions = 0;
 std::size_t neededBuffer = 0;
 char rootName[] = "root", rootHome[] = "/root", rootShell[] = "/bin/sh";
 char aliceName[] = "alice", aliceHome[] = "/home/alice";
 
 int byName(const char* name, passwd* entry, char*, std::size_t size, passwd** found) {
   *found = nullptr;
+  ++questions;
   if (interruptions-- > 0) return EINTR;
   if (nameError != 0) return nameError;
   if (size < neededBuffer) return ERANGE;
@@ -64,7 +67,7 @@ int byId(uid_t uid, passwd* entry, char*, std::size_t, passwd** found) {
 
 class AccountLookUp : public testing::Test {
  protected:
-  AccountLookUp() { nameError = 0, interruptions = 0, neededBuffer = 0; }
+  AccountLookUp() { nameError = 0, interruptions = 0, questions = 0, neededBuffer = 0; }
 
   static Result lookUp(const char* name) {
     VLIBCErrSetEx(ZEVO_ERR_TOO_FEW_ADMINISTRATORS, "", 0);
@@ -86,7 +89,7 @@ class AccountLookUp : public testing::Test {
 TEST_F(AccountLookUp, YieldsTheAccount) {
   const Result result = lookUp("alice");
   EXPECT_EQ(result.result, 0);
-  EXPECT_EQ(result.account(), (Account{1001, 1002, "alice", "/home/alice", ""}));
+  EXPECT_EQ(result.account(), (Found{1001, 1002, "alice", "/home/alice", ""}));
 }
 
 TEST_F(AccountLookUp, GrowsItsBuffer) {
@@ -114,6 +117,17 @@ TEST_F(AccountLookUp, SetsTheErrorWhereThereIsNoSuchAccount) {
   }
 }
 
+TEST_F(AccountLookUp, AsksNobodyForANameThatNoAccountCanHave) {
+  const std::string longest(LOGIN_NAME_MAX - 1, 'a');
+  lookUp(longest.c_str());
+  EXPECT_EQ(questions, 1);
+  for (const std::size_t length : {std::size_t{LOGIN_NAME_MAX}, std::size_t{4} << 20U}) {
+    questions = 0;
+    expectFailure(lookUp(std::string(length, 'a').c_str()), ZEVO_ERR_NO_SUCH_USER);
+    EXPECT_EQ(questions, 0) << length;
+  }
+}
+
 TEST_F(AccountLookUp, TellsAFailureFromAMissingAccount) {
   for (const int error : {EIO, EMFILE, ENFILE, ENOMEM}) {
     nameError = error;
@@ -122,7 +136,7 @@ TEST_F(AccountLookUp, TellsAFailureFromAMissingAccount) {
 }
 
 TEST_F(AccountLookUp, TakesAdminForRootWhereNoSuchAccountExists) {
-  EXPECT_EQ(lookUp("admin").account(), (Account{0, 0, "root", "/root", "/bin/sh"}));
+  EXPECT_EQ(lookUp("admin").account(), (Found{0, 0, "root", "/root", "/bin/sh"}));
 }
 
 TEST_F(AccountLookUp, LeavesAnAccountAdminAlone) {
