@@ -1,27 +1,20 @@
 #include "accounts.h"
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
 #include <ctime>
-#include <grp.h>  // getgrouplist
 #include <memory>
 #include <pwd.h>
 #include <shadow.h>
 #include <vector>
 
 #include "zevo/account.h"
-#include "zevo/config.h"
-
-#include "base/group.h"
+#include "zevo/administrators.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t kTexts = 64UL * 1024;  // longest entry that is looked at
 constexpr long kSecondsADay = 86400;
-constexpr std::array<const char*, 3> kUsualGroups = {"administrators", "sudo", "wheel"};
-constexpr int kMostGroups = 65536;  // the kernel's NGROUPS_MAX
 
 // No entry of its own: the account comes from another source, which judges it at the login.
 // Anything unreadable counts as expired.
@@ -32,33 +25,6 @@ bool isExpired(const std::string& name) {
   const int error = ::getspnam_r(name.c_str(), &entry, texts.data(), texts.size(), &found);
   if (found == nullptr) return error != 0 && error != ENOENT;
   return entry.sp_expire >= 0 && std::time(nullptr) / kSecondsADay >= entry.sp_expire;
-}
-
-std::optional<gid_t> administratorsGroup() {
-  const std::string& configured = zevo::config().administratorsGroup;
-  if (!configured.empty()) return zevo::groupNumber(configured);
-  for (const char* name : kUsualGroups) {
-    if (const auto gid = zevo::groupNumber(name)) return gid;
-  }
-  return std::nullopt;
-}
-
-bool isMember(const UserRecord& user, gid_t wanted) {
-  std::vector<gid_t> groups(64);
-  auto count = static_cast<int>(groups.size());
-  while (::getgrouplist(user.name, user.gid, groups.data(), &count) < 0) {
-    if (groups.size() >= kMostGroups) return false;
-    groups.resize(groups.size() * 2);
-    count = static_cast<int>(groups.size());
-  }
-  groups.resize(static_cast<std::size_t>(std::max(count, 0)));
-  return std::find(groups.begin(), groups.end(), wanted) != groups.end();
-}
-
-bool isAdministrator(const UserRecord& user) {
-  if (user.uid == 0) return true;
-  const auto group = administratorsGroup();
-  return group && isMember(user, *group);
 }
 
 }  // namespace
@@ -73,7 +39,7 @@ std::optional<Account> SystemAccounts::byName(const std::string& name) {
   if (ZEVOUserGet(name.c_str(), &record) < 0 || record == nullptr) return std::nullopt;
   const std::unique_ptr<UserRecord, void (*)(UserRecord*)> user(record, &ZEVOUserFree);
   if (*user->name == '\0') return std::nullopt;
-  return Account{user->name, user->uid, isExpired(user->name), isAdministrator(*user)};
+  return Account{user->name, user->uid, isExpired(user->name), zevo::isAdministrator(*user)};
 }
 
 std::optional<Account> SystemAccounts::byUid(uid_t uid) {

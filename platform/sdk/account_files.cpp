@@ -5,8 +5,6 @@
 namespace zevo {
 namespace {
 
-constexpr std::size_t kPasswdFields = 7;
-constexpr std::size_t kGroupFields = 4;
 constexpr std::size_t kShadowFields = 9;
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
@@ -17,12 +15,6 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
     if (end == std::string_view::npos) return parts;
     text.remove_prefix(end + 1);
   }
-}
-
-std::optional<id_t> idOf(std::string_view text) {
-  const auto number = numberOf(text);
-  if (!number || *number < 0 || *number >= 0xFFFFFFFFL) return std::nullopt;
-  return static_cast<id_t>(*number);
 }
 
 }  // namespace
@@ -37,35 +29,6 @@ std::optional<long> numberOf(std::string_view text) {
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end) return std::nullopt;
   return number;
-}
-
-std::map<std::string, PasswdEntry> parsePasswd(std::string_view content) {
-  std::map<std::string, PasswdEntry> entries;
-  for (const std::string_view line : split(content, '\n')) {
-    const auto fields = fieldsOf(line);
-    if (fields.size() != kPasswdFields || fields[0].empty()) continue;
-    const auto uid = idOf(fields[2]);
-    const auto gid = idOf(fields[3]);
-    if (!uid || !gid) continue;
-    const std::string_view shell = fields[6].empty() ? "/bin/sh" : fields[6];
-    entries.try_emplace(std::string(fields[0]), PasswdEntry{*uid, *gid, std::string(shell)});
-  }
-  return entries;
-}
-
-std::map<std::string, Group> parseGroups(std::string_view content) {
-  std::map<std::string, Group> groups;
-  for (const std::string_view line : split(content, '\n')) {
-    const auto fields = fieldsOf(line);
-    if (fields.size() != kGroupFields || fields[0].empty()) continue;
-    const auto gid = idOf(fields[2]);
-    if (!gid) continue;
-    Group group{*gid, {}};
-    for (const std::string_view member : split(fields[3], ',')) group.members.emplace(member);
-    group.members.erase("");
-    groups.try_emplace(std::string(fields[0]), std::move(group));
-  }
-  return groups;
 }
 
 std::set<std::string> parseShells(std::string_view content) {

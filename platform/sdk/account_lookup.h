@@ -1,7 +1,13 @@
-// Looking an account up in the name service.
+// Looking accounts and groups up in the name service.
 #pragma once
 
+#include <cstddef>
+#include <functional>
+#include <optional>
 #include <pwd.h>
+#include <set>
+#include <string>
+#include <sys/types.h>
 
 #include "zevo/account.h"
 
@@ -20,5 +26,43 @@ inline constexpr const char* kRootAlias = "admin";
 
 // ZEVOUserGet over `service`.
 int lookUpAccount(const NameService& service, const char* name, UserRecord** user);
+
+struct Account {
+  std::string name, password, shell;  // the password as the name service shows it: "x", "*"
+  uid_t uid = 0;
+  gid_t gid = 0;
+};
+
+struct Group {
+  gid_t gid = 0;
+  std::set<std::string> members;  // those that the group names; its primary members are not there
+};
+
+// The two fields that say whether an account is locked or expired.
+struct ShadowFields {
+  std::string password, expiryDay;
+};
+
+// What the name service knows, from whichever sources the server has; a test gives its own. The
+// functions that return int give 0 or an errno; what does not exist is 0 and an empty optional.
+class AccountSource {
+ public:
+  AccountSource() = default;
+  virtual ~AccountSource() = default;
+  AccountSource(const AccountSource&) = delete;
+  AccountSource& operator=(const AccountSource&) = delete;
+
+  virtual int account(const std::string& name, std::optional<Account>* account);
+  virtual int group(const std::string& name, std::optional<Group>* group);
+  virtual int shadow(const std::string& name, std::optional<ShadowFields>* shadow);
+  // Names of the accounts whose primary group is `group`, of those sources that tell all of their
+  // accounts: directories often do not.
+  virtual int primaryMembers(gid_t group, std::set<std::string>* names);
+  // Whether a login of the account gets `group`. A source that fails adds no group.
+  virtual bool isInGroup(const std::string& name, gid_t primary, gid_t group);
+
+  // Those of the system.
+  static AccountSource& system();
+};
 
 }  // namespace zevo

@@ -8,6 +8,7 @@
 
 #include "zevo/error_trail.h"
 
+#include "base/account_name.h"
 #include "base/file_descriptor.h"
 #include "base/read_file.h"
 #include "base/text.h"
@@ -35,23 +36,12 @@ std::optional<FileFailure> readShadow(const std::string& path, std::string* cont
   return readDescriptor(file.get(), path, kLongestAccountFile, content);
 }
 
-std::optional<FileFailure> readAccountFiles(const AccountPaths& paths, AccountFiles* files) {
+std::optional<FileFailure> readShells(const std::string& path, std::set<std::string>* shells) {
   std::string content;
-  if (auto failure = readFile(paths.passwd, kLongestAccountFile, &content)) return failure;
-  files->passwd = parsePasswd(content);
-  if (auto failure = readFile(paths.group, kLongestAccountFile, &content)) return failure;
-  files->groups = parseGroups(content);
-  auto failure = readFile(paths.shells, kLongestAccountFile, &content);
+  const auto failure = readFile(path, kLongestAccountFile, &content);
   if (failure && failure->error != ENOENT) return failure;
-  if (!failure) files->shells = parseShells(content);
+  if (!failure) *shells = parseShells(content);
   return std::nullopt;
-}
-
-// Whether the name is root's or, where no such account exists, its alias.
-bool isRoot(const AccountFiles& files, const std::string& name) {
-  const auto account = files.passwd.find(name);
-  if (account != files.passwd.end()) return account->second.uid == 0;
-  return name == "root" || name == "admin";
 }
 
 std::string quoted(const std::string& name) {
@@ -85,11 +75,57 @@ std::string withChanges(const std::string& shadow, const std::vector<AccountChan
   return written.append(shadow, copied);
 }
 
+// What the name service says of a batch, asked before the files are locked: a directory may take
+// its time.
+struct Batch {
+  std::vector<Administrator> administrators;
+  std::set<std::string> shells;
+};
+
+// Whether the name is root's or, where no such account exists, its alias.
+bool isRoot(const std::string& name, const std::optional<Account>& account) {
+  return account ? account->uid == 0 : name == "root" || name == kRootAlias;
+}
+
+int checkNames(AccountSource& source, const std::set<std::string>& names) {
+  for (const std::string& name : names) {
+    if (!canBeAccountName(name)) {
+      return fail(ZEVO_ERR_NO_SUCH_USER, "there is no account " + quoted(name));
+    }
+    std::optional<Account> account;
+    if (const int error = source.account(name, &account)) {
+      return fail(ZEVO_ERR_SYSTEM,
+                  "cannot look up the account " + quoted(name) + ": " + errorText(error));
+    }
+    if (isRoot(name, account)) {
+      return fail(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
+                  quoted(name) + " is root's account, which is never changed");
+    }
+  }
+  return ZEVO_ERR_NONE;
+}
+
+int readBatch(const AccountDatabase& database, const std::vector<AccountChange>& changes,
+              Batch* batch) {
+  std::set<std::string> names;
+  for (const AccountChange& change : changes) names.insert(change.name);
+  if (const int refusal = checkNames(*database.source, names)) return refusal;
+  const int error = readAdministrators(*database.source, database.administratorsGroup, names,
+                                       &batch->administrators);
+  if (error != 0) {
+    return fail(ZEVO_ERR_SYSTEM,
+                "cannot tell who the administrators are, so no account is changed: " +
+                    errorText(error) + "; check the name service");
+  }
+  const auto failure = readShells(database.paths.shells, &batch->shells);
+  return failure ? fail(*failure) : ZEVO_ERR_NONE;
+}
+
 // Refuses a batch that takes a valid administrator and leaves too few.
-int checkAdministrators(const AccountDatabase& database, const AccountFiles& files,
+int checkAdministrators(const AccountDatabase& database, const Batch& batch,
                         const std::string& before, const std::string& after) {
   const auto valid = [&](const std::string& shadow) {
-    return validAdministrators(files, parseShadow(shadow), database.administratorsGroup,
+    return validAdministrators(batch.administrators, parseShadow(shadow), batch.shells,
                                database.today);
   };
   const auto old = valid(before);
@@ -104,15 +140,8 @@ int checkAdministrators(const AccountDatabase& database, const AccountFiles& fil
                   " must be left: make another account an administrator first");
 }
 
-int writeLocked(const AccountDatabase& database, const std::vector<AccountChange>& changes) {
-  AccountFiles files;
-  if (const auto failure = readAccountFiles(database.paths, &files)) return fail(*failure);
-  for (const AccountChange& change : changes) {
-    if (isRoot(files, change.name)) {
-      return fail(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
-                  quoted(change.name) + " is root's account, which is never changed");
-    }
-  }
+int writeLocked(const AccountDatabase& database, const Batch& batch,
+                const std::vector<AccountChange>& changes) {
   std::string before;
   if (const auto failure = readShadow(database.paths.shadow, &before)) return fail(*failure);
   std::string missing;
@@ -122,7 +151,7 @@ int writeLocked(const AccountDatabase& database, const std::vector<AccountChange
                                            " is no local account: it has no line of its own in " +
                                            database.paths.shadow);
   }
-  if (const int refusal = checkAdministrators(database, files, before, after)) return refusal;
+  if (const int refusal = checkAdministrators(database, batch, before, after)) return refusal;
   if (after == before) return ZEVO_ERR_NONE;
   const std::array<std::string_view, 1> pieces = {after};
   const auto failure =
@@ -134,14 +163,13 @@ int writeLocked(const AccountDatabase& database, const std::vector<AccountChange
 
 int writeShadow(const AccountDatabase& database, const std::vector<AccountChange>& changes) {
   if (changes.empty()) return ZEVO_ERR_NONE;
-  for (const AccountChange& change : changes) {
-    if (change.name.empty()) return fail(ZEVO_ERR_NO_SUCH_USER, "an account has no name");
-  }
+  Batch batch;
+  if (const int refusal = readBatch(database, changes, &batch)) return refusal;
   FileDescriptor lock;
   if (const auto failure = lockAccounts(database.paths.lock, database.lockWait, &lock)) {
     return fail(*failure);
   }
-  return writeLocked(database, changes);
+  return writeLocked(database, batch, changes);
 }
 
 }  // namespace zevo

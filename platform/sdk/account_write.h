@@ -7,13 +7,12 @@
 
 #include "base/atomic_file.h"
 #include "sdk/account_change.h"
+#include "sdk/account_lookup.h"
 
 namespace zevo {
 
 // Where the accounts are; a test gives its own.
 struct AccountPaths {
-  std::string passwd = "/etc/passwd";
-  std::string group = "/etc/group";
   std::string shadow = "/etc/shadow";
   std::string shells = "/etc/shells";
   std::string lock = "/etc/.pwd.lock";
@@ -27,6 +26,7 @@ struct AccountDatabase {
   long today = 0;                             // days since 1970
   std::chrono::milliseconds lockWait{15000};  // as lckpwdf(3) waits
   FileOperations* operations = &FileOperations::system();
+  AccountSource* source = &AccountSource::system();
 };
 
 struct AccountChange {

@@ -2,63 +2,119 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <string_view>
+
+#include "zevo/administrators.h"
+#include "zevo/config.h"
 
 namespace zevo {
 namespace {
 
-constexpr std::array<const char*, 3> kDefaultGroups = {"administrators", "sudo", "wheel"};
+constexpr std::array<const char*, 3> kUsualGroups = {"administrators", "sudo", "wheel"};
 
-const Group* findGroup(const AccountFiles& files, const std::string& configured) {
-  if (!configured.empty()) {
-    const auto group = files.groups.find(configured);
-    return group != files.groups.end() ? &group->second : nullptr;
-  }
-  for (const char* name : kDefaultGroups) {
-    const auto group = files.groups.find(name);
-    if (group != files.groups.end()) return &group->second;
-  }
-  return nullptr;
-}
-
-bool isLoginShell(const AccountFiles& files, const std::string& shell) {
+bool isLoginShell(const std::set<std::string>& shells, const std::string& shell) {
   // Some systems list them among the shells.
   const std::string_view name = std::string_view(shell).substr(shell.rfind('/') + 1);
   if (name == "nologin" || name == "false") return false;
-  return files.shells.empty() || files.shells.contains(shell);
+  return shells.empty() || shells.contains(shell.empty() ? "/bin/sh" : shell);
 }
 
 // Programs differ in whether an account's last day is the day of expiry or the day before, and in
 // what day 0 means. In doubt the account does not count.
-bool isExpired(const ShadowEntry& entry, long today) {
-  if (entry.expiryDay.empty()) return false;
-  const auto day = numberOf(entry.expiryDay);
+bool isExpired(std::string_view expiryDay, long today) {
+  if (expiryDay.empty()) return false;
+  const auto day = numberOf(expiryDay);
   return !day || (*day >= 0 && *day <= today);
 }
 
-bool isLocked(const ShadowEntry& entry) {
-  return entry.password.starts_with('!');
+bool isLocked(std::string_view password) {
+  return password.starts_with('!') || password.starts_with('*');
+}
+
+bool mayLogIn(std::string_view password, std::string_view expiryDay, long today) {
+  return !isLocked(password) && !isExpired(expiryDay, today);
+}
+
+bool mayLogInByNameService(const Administrator& administrator, long today) {
+  const auto& shadow = administrator.shadow;
+  if (shadow) return mayLogIn(shadow->password, shadow->expiryDay, today);
+  const std::string& password = administrator.account.password;
+  return password != "x" && !password.starts_with('!');
+}
+
+// Adds the account `name` where it is a member other than uid 0. 0 or an errno.
+int addMember(AccountSource& source, const std::string& name, const Group& group,
+              std::set<Administrator>* members) {
+  std::optional<Account> account;
+  if (const int error = source.account(name, &account)) return error;
+  if (!account || account->uid == 0) return 0;
+  const bool isMember = account->gid == group.gid || group.members.contains(name) ||
+                        source.isInGroup(account->name, account->gid, group.gid);
+  if (!isMember) return 0;
+  Administrator member{*account, {}};
+  // Where it cannot be read, the entry that the password field refers to is missing.
+  source.shadow(account->name, &member.shadow);
+  members->insert(std::move(member));
+  return 0;
 }
 
 }  // namespace
 
-std::set<std::string> validAdministrators(const AccountFiles& files,
+int administratorsGroup(AccountSource& source, const std::string& configured,
+                        std::optional<Group>* group) {
+  if (!configured.empty()) return source.group(configured, group);
+  for (const char* name : kUsualGroups) {
+    const int error = source.group(name, group);
+    if (error != 0 || *group) return error;
+  }
+  return 0;
+}
+
+int readAdministrators(AccountSource& source, const std::string& configured,
+                       const std::set<std::string>& names,
+                       std::vector<Administrator>* administrators) {
+  administrators->clear();
+  std::optional<Group> group;
+  if (const int error = administratorsGroup(source, configured, &group)) return error;
+  if (!group) return 0;
+  std::set<std::string> others = group->members;
+  if (const int error = source.primaryMembers(group->gid, &others)) return error;
+  std::set<Administrator> members;
+  for (const std::string& name : names) {
+    if (const int error = addMember(source, name, *group, &members)) return error;
+  }
+  for (const std::string& name : others) {
+    static_cast<void>(addMember(source, name, *group, &members));
+  }
+  administrators->assign(members.begin(), members.end());
+  return 0;
+}
+
+std::set<std::string> validAdministrators(const std::vector<Administrator>& administrators,
                                           const std::vector<ShadowEntry>& shadow,
-                                          const std::string& group, long today) {
+                                          const std::set<std::string>& shells, long today) {
+  std::map<std::string_view, const ShadowEntry*> entries;
+  for (const ShadowEntry& entry : shadow) entries.try_emplace(entry.name, &entry);
   std::set<std::string> valid;
-  const Group* administrators = findGroup(files, group);
-  if (administrators == nullptr) return valid;
-  std::set<std::string_view> seen;
-  for (const ShadowEntry& entry : shadow) {
-    const std::string name(entry.name);
-    const auto account = files.passwd.find(name);
-    if (!seen.insert(entry.name).second || account == files.passwd.end()) continue;
-    const PasswdEntry& passwd = account->second;
-    const bool isMember =
-        passwd.gid == administrators->gid || administrators->members.contains(name);
-    if (!isMember || passwd.uid == 0 || !isLoginShell(files, passwd.shell)) continue;
-    if (!isExpired(entry, today) && !isLocked(entry)) valid.insert(name);
+  for (const Administrator& administrator : administrators) {
+    const Account& account = administrator.account;
+    const auto entry = entries.find(account.name);
+    const bool may = entry != entries.end()
+                         ? mayLogIn(entry->second->password, entry->second->expiryDay, today)
+                         : mayLogInByNameService(administrator, today);
+    if (may && isLoginShell(shells, account.shell)) valid.insert(account.name);
   }
   return valid;
+}
+
+bool isAdministrator(const UserRecord& user) {
+  if (user.uid == 0) return true;
+  AccountSource& source = AccountSource::system();
+  std::optional<Group> group;
+  if (administratorsGroup(source, config().administratorsGroup, &group) != 0 || !group)
+    return false;
+  return source.isInGroup(user.name, user.gid, group->gid);
 }
 
 }  // namespace zevo

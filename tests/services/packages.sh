@@ -4,9 +4,10 @@
 #   tests/services/packages.sh            installs what is missing, by name; a second run changes nothing
 #   tests/services/packages.sh --missing  prints what is missing, one name a line, and changes nothing
 #
-# Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, and a
-# module that would switch itself on in the machine's Apache are only unpacked, into build/service-packages/root. No
-# daemon is started, and none that is installed here starts at the next boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
+# Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, a module
+# that would switch itself on in the machine's Apache, and a further source of accounts for the name service are only
+# unpacked, into build/service-packages/root. No daemon is started, and none that is installed here starts at the next
+# boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
 set -euo pipefail
 
 installed_packages=(
@@ -23,7 +24,7 @@ installed_packages=(
   libsodium23 libkrb5-3 libk5crypto3 libcom-err2 libtinfo6 libpam0g libssl3 libcrypt1
   libcurl3-gnutls liblua5.1-0 libxml2 libyajl2
 )
-unpacked_packages=(libapache2-mod-security2 proftpd-core pure-ftpd inetutils-telnetd)
+unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd inetutils-telnetd)
 
 source_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 unpack_folder=$source_folder/build/service-packages

@@ -42,7 +42,7 @@ TEST_F(AccountWrite, SetsTheDayOfExpiryAndNothingElse) {
             "root:$y$root:19000:0:99999:7:::\nann:$y$ann:19000:0:99999:7:::\nben:$y$ben:19000:0:"
             "99999:7::1:\n"
             "cid:$y$cid:19000:0:99999:7::1:\nweb:*:19000:0:99999:7:::\n");
-  EXPECT_THAT(folder_.names(), ElementsAre(".pwd.lock", "group", "passwd", "shadow", "shells"));
+  EXPECT_THAT(folder_.names(), ElementsAre(".pwd.lock", "shadow", "shells"));
 }
 
 TEST_F(AccountWrite, KeepsOddLinesAsTheyAre) {
@@ -75,12 +75,12 @@ TEST_F(AccountWrite, RefusesTheWholeBatchForOneUnknownName) {
 TEST_F(AccountWrite, RefusesABatchThatNamesRootOrItsAlias) {
   expectRefusal({"cid", "root"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
   expectRefusal({"admin"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
-  folder_.write("passwd", "toor:x:0:0::/root:/bin/bash\n");
+  source_.accounts = {{"toor", "x", "/bin/bash", 0, 0}};
   expectRefusal({"toor"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
 }
 
 TEST_F(AccountWrite, TakesAnAccountAdminOfItsOwnForWhatItIs) {
-  folder_.write("passwd", "admin:x:1009:1009::/home/admin:/bin/bash\n");
+  source_.accounts.push_back({"admin", "x", "/bin/bash", 1009, 1009});
   folder_.write("shadow", "admin:$y$x:19000:0:99999:7:::\n");
   EXPECT_EQ(disable({"admin"}), ZEVO_ERR_NONE);
   EXPECT_EQ(shadow(), "admin:$y$x:19000:0:99999:7::1:\n");
@@ -94,6 +94,39 @@ TEST_F(AccountWrite, RefusesToTakeTheLastAdministrator) {
             "administrator first");
   ASSERT_EQ(disable({"ann"}), ZEVO_ERR_NONE);
   EXPECT_EQ(disable({"ben"}), ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
+}
+
+TEST_F(AccountWrite, LeavesTheGuardToAdministratorsOfADirectory) {
+  source_.accounts.push_back({"dora", "*", "/bin/bash", 5001, 5001});
+  source_.groups["sudo"].members.insert("dora");
+  EXPECT_EQ(disable({"ann", "ben"}), ZEVO_ERR_NONE);
+}
+
+TEST_F(AccountWrite, RefusesToTakeTheLastAdministratorOfADirectorysGroup) {
+  source_.groups["sudo"].members = {"ann"};
+  expectRefusal({"ann"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
+  source_.groups["sudo"].members = {};
+  source_.loginGroups["ann"] = {27};  // the group names nobody, and the login gets it
+  expectRefusal({"ann"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
+}
+
+TEST_F(AccountWrite, RefusesTheBatchWhereNobodyCanTellTheAdministrators) {
+  source_.groupError = EIO;
+  expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
+  EXPECT_EQ(errorTrail().at(0),
+            "cannot tell who the administrators are, so no account is changed: Input/output error; "
+            "check the name service");
+  source_.groupError = 0;
+  source_.walkError = EIO;
+  expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
+  source_.walkError = 0;
+  source_.failingAccounts = {"cid"};
+  expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
+}
+
+TEST_F(AccountWrite, TakesNoAdministratorWhoCannotBeLookedUpForOneWhoIsLeft) {
+  source_.failingAccounts = {"ben"};
+  expectRefusal({"ann"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
 }
 
 TEST_F(AccountWrite, KeepsAsManyAdministratorsAsConfigured) {
@@ -155,12 +188,6 @@ TEST_F(AccountWrite, WaitsForTheLockThatOtherProgramsTake) {
 }
 
 TEST_F(AccountWrite, FailsWithoutOneOfTheFiles) {
-  for (const char* name : {"passwd", "group"}) {
-    const std::string content = testing_support::contentOf(folder_.file(name));
-    std::filesystem::remove(folder_.file(name));
-    expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
-    folder_.write(name, content);
-  }
   std::filesystem::remove(folder_.file("shells"));
   EXPECT_EQ(disable({"cid"}), ZEVO_ERR_NONE);
   std::filesystem::rename(folder_.file("shadow"), folder_.file("elsewhere"));
@@ -177,7 +204,7 @@ TEST_P(OneOperationOfAnAccountWriteFails, LeavesTheOldFile) {
   database_.operations = &operations;
   EXPECT_EQ(disable({"cid"}), ZEVO_ERR_SYSTEM);
   EXPECT_EQ(shadow(), kShadow);
-  EXPECT_THAT(folder_.names(), ElementsAre(".pwd.lock", "group", "passwd", "shadow", "shells"));
+  EXPECT_THAT(folder_.names(), ElementsAre(".pwd.lock", "shadow", "shells"));
 }
 
 INSTANTIATE_TEST_SUITE_P(AccountWrite, OneOperationOfAnAccountWriteFails,

@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/sdk/account_fixture.h"
+
 namespace zevo {
 namespace {
 
@@ -16,14 +18,20 @@ constexpr long kToday = 20000;
 // One account "ann" that is an administrator unless a test spoils it.
 class ValidAdministrators : public testing::Test {
  protected:
-  [[nodiscard]] std::set<std::string> valid(const std::string& group = "") const {
-    const AccountFiles files = {parsePasswd(passwd_), parseGroups(groups_), parseShells(shells_)};
-    return validAdministrators(files, parseShadow(shadow_), group, kToday);
+  ValidAdministrators() {
+    source_.accounts = {{"root", "x", "/bin/bash", 0, 0}, {"ann", "x", "/bin/bash", 1001, 1001}};
+    source_.groups = {{"root", {0, {}}}, {"sudo", {27, {"root", "ann"}}}, {"users", {100, {}}}};
   }
 
-  std::string passwd_ =
-      "root:x:0:0:root:/root:/bin/bash\nann:x:1001:1001:Ann:/home/ann:/bin/bash\n";
-  std::string groups_ = "root:x:0:\nsudo:x:27:root,ann\nusers:x:100:\n";
+  std::set<std::string> valid(const std::string& group = "",
+                              const std::set<std::string>& names = {}) {
+    std::vector<Administrator> administrators;
+    EXPECT_EQ(readAdministrators(source_, group, names, &administrators), 0);
+    return validAdministrators(administrators, parseShadow(shadow_), parseShells(shells_), kToday);
+  }
+  Account& ann() { return source_.accounts[1]; }
+
+  testing_support::ListedAccounts source_;
   std::string shells_ = "# shells\n/bin/sh\n/bin/bash\n/usr/sbin/nologin\n";
   std::string shadow_ = "root:$y$r:19000:0:99999:7:::\nann:$y$a:19000:0:99999:7:::\n";
 };
@@ -33,39 +41,55 @@ TEST_F(ValidAdministrators, AreTheMembersOfTheGroupOtherThanRoot) {
 }
 
 TEST_F(ValidAdministrators, MayBePrimaryMembers) {
-  groups_ = "sudo:x:1001:\n";
+  source_.groups["sudo"] = {1001, {}};
   EXPECT_THAT(valid(), ElementsAre("ann"));
 }
 
+TEST_F(ValidAdministrators, MayBeKnownByTheirLoginsGroupsAlone) {
+  source_.groups["sudo"].members = {};
+  source_.loginGroups["ann"] = {27};
+  EXPECT_THAT(valid(), IsEmpty()) << "nobody tells of her";
+  EXPECT_THAT(valid("", {"ann"}), ElementsAre("ann"));
+  source_.hidden = {"ann"};
+  ann().gid = 27;
+  EXPECT_THAT(valid("", {"ann"}), ElementsAre("ann"));
+}
+
+TEST_F(ValidAdministrators, AreNoOthersThatAreAskedFor) {
+  source_.accounts.push_back({"cid", "x", "/bin/bash", 1003, 1003});
+  shadow_ += "cid:$y$c:19000:0:99999:7:::\n";
+  EXPECT_THAT(valid("", {"cid", "nobody-here"}), ElementsAre("ann"));
+}
+
 TEST_F(ValidAdministrators, ComeFromTheFirstDefaultGroupThatExists) {
-  groups_ = "wheel:x:10:\nsudo:x:27:ann\n";
+  source_.groups["wheel"] = {10, {}};
   EXPECT_THAT(valid(), ElementsAre("ann"));
-  groups_ += "administrators:x:28:\n";
+  source_.groups["administrators"] = {28, {}};
   EXPECT_THAT(valid(), IsEmpty());
-  groups_ = "users:x:100:ann\n";
+  source_.groups = {{"users", {100, {"ann"}}}};
   EXPECT_THAT(valid(), IsEmpty());
 }
 
 TEST_F(ValidAdministrators, ComeFromTheConfiguredGroupAlone) {
-  groups_ += "ops:x:29:ann\n";
+  source_.groups["ops"] = {29, {"ann"}};
   EXPECT_THAT(valid("ops"), ElementsAre("ann"));
   EXPECT_THAT(valid("users"), IsEmpty());
   EXPECT_THAT(valid("missing"), IsEmpty());
 }
 
 TEST_F(ValidAdministrators, HaveAUserIdOfTheirOwn) {
-  passwd_ = "ann:x:0:0:second root:/root:/bin/bash\n";
+  ann().uid = 0;
   EXPECT_THAT(valid(), IsEmpty());
 }
 
 TEST_F(ValidAdministrators, HaveALoginShell) {
   for (const char* shell : {"/usr/sbin/nologin", "/bin/false", "/opt/unlisted"}) {
-    passwd_ = std::string("ann:x:1001:1001::/home/ann:") + shell + "\n";
+    ann().shell = shell;
     EXPECT_THAT(valid(), IsEmpty()) << shell;
   }
-  passwd_ = "ann:x:1001:1001::/home/ann:\n";
+  ann().shell = "";
   EXPECT_THAT(valid(), ElementsAre("ann")) << "an empty shell is /bin/sh";
-  passwd_ = "ann:x:1001:1001::/home/ann:/opt/unlisted\n";
+  ann().shell = "/opt/unlisted";
   shells_ = "";
   EXPECT_THAT(valid(), ElementsAre("ann")) << "a system without a list takes any shell";
 }
@@ -82,12 +106,10 @@ TEST_F(ValidAdministrators, AreNotExpired) {
 }
 
 TEST_F(ValidAdministrators, AreNotLocked) {
-  for (const char* password : {"!", "!!", "!$y$a", "!*"}) {
+  for (const char* password : {"!", "!!", "!$y$a", "!*", "*", "*LK*"}) {
     shadow_ = std::string("ann:") + password + ":19000:0:99999:7:::\n";
     EXPECT_THAT(valid(), IsEmpty()) << password;
   }
-  shadow_ = "ann:*:19000:0:99999:7:::\n";
-  EXPECT_THAT(valid(), ElementsAre("ann")) << "a key still lets in";
 }
 
 TEST_F(ValidAdministrators, HaveEntriesInAllFiles) {
@@ -96,13 +118,68 @@ TEST_F(ValidAdministrators, HaveEntriesInAllFiles) {
   shadow_ = "";
   EXPECT_THAT(valid(), IsEmpty());
   shadow_ = "ann:$y$a:19000:0:99999:7:::\n";
-  passwd_ = "ann:x:1001\n";
+  source_.accounts.pop_back();
   EXPECT_THAT(valid(), IsEmpty());
 }
 
 TEST_F(ValidAdministrators, AreJudgedByTheirFirstShadowEntry) {
   shadow_ = "ann:!:1:0:9:7:::\nann:$y$a:19000:0:99999:7:::\n";
   EXPECT_THAT(valid(), IsEmpty());
+}
+
+TEST_F(ValidAdministrators, OfADirectoryAreJudgedByItsShadowEntry) {
+  shadow_ = "";
+  source_.shadows["ann"] = {"$y$a", ""};
+  EXPECT_THAT(valid(), ElementsAre("ann"));
+  source_.shadows["ann"] = {"$y$a", "1"};
+  EXPECT_THAT(valid(), IsEmpty());
+  source_.shadows["ann"] = {"!$y$a", ""};
+  EXPECT_THAT(valid(), IsEmpty());
+}
+
+TEST_F(ValidAdministrators, OfADirectoryWithoutShadowEntriesAreJudgedByThePasswordField) {
+  shadow_ = "";
+  for (const char* password : {"*", "$y$a", ""}) {
+    ann().password = password;
+    EXPECT_THAT(valid(), ElementsAre("ann")) << password;
+  }
+  for (const char* password : {"x", "!", "!$y$a"}) {
+    ann().password = password;
+    EXPECT_THAT(valid(), IsEmpty()) << password;
+  }
+}
+
+// The name service of the machine that runs the tests.
+TEST(AccountSource, KnowsRootAndItsGroup) {
+  AccountSource& source = AccountSource::system();
+  std::optional<Account> account;
+  ASSERT_EQ(source.account("root", &account), 0);
+  ASSERT_TRUE(account);
+  EXPECT_EQ(account->uid, 0U);
+  std::optional<Group> group;
+  ASSERT_EQ(source.group("root", &group), 0);
+  ASSERT_TRUE(group);
+  EXPECT_EQ(group->gid, 0U);
+  std::set<std::string> names;
+  EXPECT_EQ(source.primaryMembers(0, &names), 0);
+  EXPECT_TRUE(names.contains("root"));
+  EXPECT_TRUE(source.isInGroup("root", 0, 0));
+  EXPECT_FALSE(source.isInGroup("root", 0, 65000));
+}
+
+TEST(AccountSource, TellsWhatDoesNotExistFromAFailure) {
+  AccountSource& source = AccountSource::system();
+  for (const std::string& name : {std::string("no such name"), std::string(4U << 20U, 'a')}) {
+    std::optional<Account> account = Account{};
+    EXPECT_EQ(source.account(name, &account), 0);
+    EXPECT_FALSE(account);
+    std::optional<ShadowFields> shadow = ShadowFields{};
+    EXPECT_EQ(source.shadow(name, &shadow), 0);
+    EXPECT_FALSE(shadow);
+  }
+  std::optional<Group> group = Group{};
+  EXPECT_EQ(source.group("no such group", &group), 0);
+  EXPECT_FALSE(group);
 }
 
 }  // namespace
