@@ -38,7 +38,7 @@ class DisableTest(ServiceTest):
         for daemon in (Samba(SAMBA_ASKS_PAM), OpenSsh(), Vsftpd(), Telnetd()):
             cls.server(daemon)
         for name in ("alice", "bob"):
-            Samba.add_user(name)
+            Samba().add_user(name)
 
     def setUp(self):
         self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")

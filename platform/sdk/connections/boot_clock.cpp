@@ -12,6 +12,11 @@ namespace {
 
 constexpr std::size_t kStatLimit = 16UL * 1024 * 1024;  // a line for each of thousands of CPUs
 
+std::uint64_t ticksASecond() {
+  static const auto ticks = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
+  return ticks;
+}
+
 std::optional<std::time_t> parseBootTime(std::string_view stat) {
   constexpr std::string_view kKey = "\nbtime ";
   const std::size_t key = stat.find(kKey);
@@ -33,6 +38,16 @@ std::string localTimeText(std::time_t time) {
   return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
 }
 
+std::chrono::nanoseconds timeSinceBoot() {
+  timespec now{};
+  ::clock_gettime(CLOCK_BOOTTIME, &now);
+  return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+BootClock::BootClock(const Paths& paths)
+    : made_(std::chrono::duration_cast<std::chrono::milliseconds>(timeSinceBoot())),
+      path_(paths.proc + "/stat") {}
+
 std::optional<std::time_t> BootClock::boot() const {
   if (!isRead_) {
     isRead_ = true;
@@ -44,13 +59,18 @@ std::optional<std::time_t> BootClock::boot() const {
 
 std::optional<std::time_t> BootClock::startTime(std::uint64_t ticks) const {
   if (!boot()) return std::nullopt;
-  static const auto ticksASecond = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK));
-  return *boot() + static_cast<std::time_t>(ticks / ticksASecond);
+  return *boot() + static_cast<std::time_t>(ticks / ticksASecond());
 }
 
 std::string BootClock::startText(std::uint64_t ticks) const {
   const auto start = startTime(ticks);
   return start ? localTimeText(*start) : std::string();
+}
+
+std::chrono::milliseconds BootClock::age(std::uint64_t ticks) const {
+  const std::uint64_t started =
+      ticks / ticksASecond() * 1000 + ticks % ticksASecond() * 1000 / ticksASecond();
+  return made_ - std::chrono::milliseconds(started);
 }
 
 }  // namespace zevo::connections

@@ -1,6 +1,7 @@
 // Times as the registry writes them.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <ctime>
 #include <optional>
@@ -14,11 +15,15 @@ namespace zevo::connections {
 // where it has no such form.
 std::string localTimeText(std::time_t time);
 
+// Time since the start of the system, including that in which it slept: the clock by which the
+// kernel dates processes.
+std::chrono::nanoseconds timeSinceBoot();
+
 // When processes started. Reads the start of the system at its first use, so it costs nothing
 // where nobody is connected.
 class BootClock {
  public:
-  explicit BootClock(const Paths& paths) : path_(paths.proc + "/stat") {}
+  explicit BootClock(const Paths& paths);
   BootClock(const BootClock&) = delete;
   BootClock& operator=(const BootClock&) = delete;
 
@@ -28,8 +33,11 @@ class BootClock {
   [[nodiscard]] std::optional<std::time_t> startTime(std::uint64_t ticks) const;
   // Empty where the start of the system is not known.
   [[nodiscard]] std::string startText(std::uint64_t ticks) const;
+  // How long a process has run when this clock was made; below 0 where it started later.
+  [[nodiscard]] std::chrono::milliseconds age(std::uint64_t ticks) const;
 
  private:
+  std::chrono::milliseconds made_;  // since the start of the system
   std::string path_;
   mutable bool isRead_ = false;
   mutable std::optional<std::time_t> boot_;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace zevo::connections {
 
@@ -12,7 +11,6 @@ struct Paths {
   std::string logindSessions = "/run/systemd/sessions";
   std::string nfsd = "/proc/fs/nfsd";        // of the kernel's NFS server
   std::string rmtab = "/var/lib/nfs/rmtab";  // mount table of version 3 clients
-  std::vector<std::string> smbdPids = {"/run/samba/smbd.pid", "/run/smbd.pid"};
   std::string smbstatus = "/usr/bin/smbstatus";
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
 };

@@ -12,8 +12,6 @@
 namespace zevo::connections {
 namespace {
 
-constexpr int kProcessesBetweenIdleCalls = 32;
-
 // The pid that the entry of /proc names, or 0.
 pid_t pidOf(const char* entry) {
   const std::string_view text = entry;
@@ -39,7 +37,7 @@ ProcessTable::ProcessTable(std::vector<Process> processes, Outcome unread)
                    [](const Process* a, const Process* b) { return a->parent < b->parent; });
 }
 
-Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function<void()>& idle) {
+Reading<ProcessTable> ProcessTable::scan(const Paths& paths) {
   const OpenFolder folder(::opendir(paths.proc.c_str()));
   const auto cannotRead = [&](int error) {
     return Reading<ProcessTable>::failure("cannot read " + paths.proc + ": " + errorText(error));
@@ -48,11 +46,10 @@ Reading<ProcessTable> ProcessTable::scan(const Paths& paths, const std::function
   std::vector<Process> processes;
   processes.reserve(512);
   Outcome unread;
-  for (int count = 1;; ++count) {
+  while (true) {
     errno = 0;
     const dirent* entry = ::readdir(folder.get());
     if (entry == nullptr) break;
-    if (count % kProcessesBetweenIdleCalls == 0 && idle) idle();
     const pid_t pid = pidOf(entry->d_name);
     if (pid == 0) continue;
     Reading<Process> process = readProcess(::dirfd(folder.get()), pid);

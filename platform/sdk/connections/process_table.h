@@ -1,7 +1,6 @@
 // All processes of the system at one moment.
 #pragma once
 
-#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -23,10 +22,9 @@ class ProcessTable {
   ProcessTable(const ProcessTable&) = delete;
   ProcessTable& operator=(const ProcessTable&) = delete;
 
-  // Reads the line of each process once; a process that vanishes meanwhile is left out. `idle` is
-  // called every few processes: what runs beside the scan is served there. A process that cannot be
-  // read is left out, which unread() says. Fails where no process can be read.
-  static Reading<ProcessTable> scan(const Paths& paths, const std::function<void()>& idle);
+  // Reads the line of each process once; a process that vanishes meanwhile is left out. One that
+  // cannot be read is left out, which unread() says. Fails where no process can be read.
+  static Reading<ProcessTable> scan(const Paths& paths);
 
   // Failed, with the first cause, where the scan left out a process.
   [[nodiscard]] const Outcome& unread() const { return unread_; }

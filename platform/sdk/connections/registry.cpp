@@ -79,15 +79,15 @@ void noteFailure(const Sources& sources, const char* name, const char* type,
 }
 
 // Samba comes last, so that its tool has run beside everything else.
-void readServices(const Sources& sources, std::optional<SmbstatusRuns> smbstatus,
-                  const ToolLimits& limits, std::vector<Connection>* connections) {
+void readServices(const Sources& sources, const ToolLimits& limits,
+                  std::vector<Connection>* connections) {
+  auto smbstatus = startSmbstatus(sources, limits);
   for (const Service& service : kServices) {
     noteFailure(sources, service.name, service.type, service.read(sources, *connections));
-    if (smbstatus) smbstatus->drain();
+    if (smbstatus.ok() && *smbstatus) (*smbstatus)->drain();
   }
   noteFailure(sources, "Pure-FTPd", "FTP", readPureFtpd(sources, limits, *connections));
-  noteFailure(sources, "Samba", "CIFS",
-              readSamba(sources, std::move(smbstatus), limits, *connections));
+  noteFailure(sources, "Samba", "CIFS", readSamba(sources, std::move(smbstatus), *connections));
 }
 
 void logLine(const std::string& line) {
@@ -97,17 +97,14 @@ void logLine(const std::string& line) {
 Outcome readAll(const Paths& paths, const ToolLimits& limits,
                 const Sources::SocketReader& readSockets, const Sources::Log& log,
                 ConnectionList* list) {
-  auto smbstatus = startSmbstatus(paths, limits);
-  const auto processes = ProcessTable::scan(paths, [&smbstatus] {
-    if (smbstatus) smbstatus->drain();
-  });
+  const auto processes = ProcessTable::scan(paths);
   if (!processes.ok()) return Outcome::failure(processes.cause());
   const Sources sources(paths, *processes, readSockets, log);
   if (!sources.sockets().ok()) return Outcome::failure(sources.sockets().cause());
   if (processes->unread().failed()) {
     sources.note(kConnectionsMissing, "", processes->unread().cause());
   }
-  readServices(sources, std::move(smbstatus), limits, &list->connections);
+  readServices(sources, limits, &list->connections);
   dropStale(sources, &list->connections);
   list->notes = sources.notes();
   return Outcome::done();

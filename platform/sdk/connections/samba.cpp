@@ -1,31 +1,13 @@
 #include "sdk/connections/samba.h"
 
-#include <charconv>
 #include <string>
 
-#include "base/read_file.h"
 #include "sdk/connections/samba_processes.h"
 #include "sdk/connections/samba_records.h"
 #include "sdk/connections/smbstatus.h"
 
 namespace zevo::connections {
 namespace {
-
-// The process of smbd itself that `path` names, or 0.
-pid_t readPidFile(const std::string& path) {
-  std::string text;
-  if (readFile(path, 64, &text)) return 0;
-  pid_t pid = 0;
-  const std::size_t digit = text.find_first_not_of(' ');
-  if (digit == std::string::npos) return 0;
-  std::from_chars(text.data() + digit, text.data() + text.size(), pid);
-  return pid > 1 && pid <= kPidMax ? pid : 0;
-}
-
-bool isRunningSmbd(const Paths& paths, pid_t pid) {
-  const auto process = readProcess(paths, pid);
-  return process.ok() && !process->hasEnded && isSmbd(process->name);
-}
 
 // Why an answer cannot be used.
 std::string causeOf(const ToolResult& result) {
@@ -48,23 +30,21 @@ std::pair<ToolResult, ToolResult> SmbstatusRuns::finish() {
   return {std::move(sessions), shares_.finish()};
 }
 
-std::optional<SmbstatusRuns> startSmbstatus(const Paths& paths, const ToolLimits& limits) {
-  for (const std::string& path : paths.smbdPids) {
-    const pid_t pid = readPidFile(path);
-    if (pid != 0 && isRunningSmbd(paths, pid)) return SmbstatusRuns(paths, limits);
-  }
-  return std::nullopt;
+Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
+                                                     const ToolLimits& limits) {
+  using Result = Reading<std::optional<SmbstatusRuns>>;
+  const auto serving = isSmbServed(sources);
+  if (serving.failed()) return Result::like(serving);
+  std::optional<SmbstatusRuns> runs;
+  if (*serving) runs.emplace(sources.paths(), limits);
+  return runs;
 }
 
-Outcome readSamba(const Sources& sources, std::optional<SmbstatusRuns> runs,
-                  const ToolLimits& limits, std::vector<Connection>& connections) {
-  if (!runs) {
-    const auto running = isSmbdRunning(sources);
-    if (running.failed()) return Outcome::failure(running.cause());
-    if (!running.ok() || !*running) return Outcome::done();
-    runs.emplace(sources.paths(), limits);
-  }
-  const auto [sessionsAnswer, sharesAnswer] = runs->finish();
+Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
+                  std::vector<Connection>& connections) {
+  if (!runs.ok()) return Outcome::failure(runs.cause());
+  if (!*runs) return Outcome::done();
+  const auto [sessionsAnswer, sharesAnswer] = (*runs)->finish();
   std::optional<std::vector<SmbSession>> sessions;
   std::optional<std::vector<SmbShare>> shares;
   if (sessionsAnswer.complete) sessions = parseSmbSessions(sessionsAnswer.output);
@@ -77,8 +57,10 @@ Outcome readSamba(const Sources& sources, std::optional<SmbstatusRuns> runs,
             "; its connections are listed without what it would tell (it needs release 4.17 "
             "or later)");
   }
-  if (!sessions) return appendSmbProcesses(sources, &connections);
-  return appendSmbSessions(sources, *sessions, shares, &connections);
+  if (!sessions) return appendSmbProcesses(sources, std::chrono::milliseconds(0), &connections);
+  Outcome outcome = appendSmbSessions(sources, *sessions, shares, &connections);
+  outcome.add(appendSmbProcesses(sources, kLongestSmbLogin, &connections));
+  return outcome;
 }
 
 }  // namespace zevo::connections

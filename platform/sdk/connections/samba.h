@@ -1,7 +1,6 @@
 // SMB sessions of Samba.
 #pragma once
 
-#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -29,14 +28,15 @@ class SmbstatusRuns {
   ToolRun shares_;
 };
 
-// Starts the tool where the file of its pid says that smbd runs: elsewhere the tool would create
-// databases. To be called before the scan of processes, which the tool then runs beside.
-std::optional<SmbstatusRuns> startSmbstatus(const Paths& paths, const ToolLimits& limits);
+// Starts the tool where a process may serve a session: elsewhere it has nothing to tell, and where
+// smbd never ran it would create databases. The other services are then read beside it.
+Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
+                                                     const ToolLimits& limits);
 
-// Appends the records of samba_records.h. `runs` may hold nothing: the tool is then started now if
-// smbd runs after all. Where the tool fails, one line is logged, and what it would have told comes
-// from processes and sockets.
-Outcome readSamba(const Sources& sources, std::optional<SmbstatusRuns> runs,
-                  const ToolLimits& limits, std::vector<Connection>& connections);
+// Appends the records of samba_records.h, and those of samba_processes.h for sessions that the tool
+// does not know. Where the tool fails, one line is logged, and what it would have told comes from
+// processes and sockets.
+Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
+                  std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

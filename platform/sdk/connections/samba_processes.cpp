@@ -1,6 +1,8 @@
 #include "sdk/connections/samba_processes.h"
 
+#include <algorithm>
 #include <optional>
+#include <set>
 
 #include "sdk/connections/samba_records.h"
 #include "sdk/connections/trust.h"
@@ -15,10 +17,28 @@ bool isServicePort(std::uint16_t port) {
   return port == kSmbPort || port == kNetbiosPort;
 }
 
-// The client's connection of a session's process: the one to an SMB port, else the first.
-Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const ProcessFiles& files) {
+bool isSmbdAbove(const Sources& sources, const Process& process) {
+  const Process* parent = sources.processes().find(process.parent);
+  return parent != nullptr && isSmbd(parent->name);
+}
+
+bool isSmbdBelow(const Sources& sources, const Process& process) {
+  const auto children = sources.processes().children(process.pid);
+  return std::any_of(children.begin(), children.end(),
+                     [](const Process* child) { return isSmbd(child->name); });
+}
+
+// The client's connection of a session's process: the one to an SMB port, else the first. Where the
+// process is no child of smbd it may be smbd itself, whose own connections (to a directory server,
+// or one that it accepts just now) are nobody's sessions; one that a super-server started has no
+// children.
+Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Process& process) {
   using Result = Reading<std::optional<Socket>>;
-  const auto descriptors = files.sockets();
+  const bool isChild = isSmbdAbove(sources, process);
+  if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
+  const auto files = sources.filesOf(process);
+  const auto descriptors =
+      files.ok() ? files->sockets() : Reading<std::vector<SocketDescriptor>>::like(files);
   if (!descriptors.ok()) return Result::like(descriptors);
   const auto& table = sources.sockets();
   if (!table.ok()) return Result::like(table);
@@ -27,16 +47,16 @@ Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Proce
     const Socket* socket = table->find(descriptor.inode);
     if (socket == nullptr) continue;
     if (isServicePort(socket->local.port)) return std::optional<Socket>(*socket);
-    if (!first) first = *socket;
+    if (isChild && !first) first = *socket;
   }
   return first;
 }
 
-// A session's process is a child of smbd itself, whose own connections (to a directory server) are
-// nobody's sessions.
-bool isBelowSmbd(const Sources& sources, const Process& process) {
-  const Process* parent = sources.processes().find(process.parent);
-  return parent != nullptr && isSmbd(parent->name);
+// Whether the process may serve a session, without a look at the descriptors of each child.
+Reading<bool> mayServe(const Sources& sources, const Process& process) {
+  if (isSmbdAbove(sources, process)) return true;
+  const auto socket = sessionSocket(sources, process);
+  return socket.ok() ? Reading<bool>(socket->has_value()) : Reading<bool>::like(socket);
 }
 
 // What processes and sockets tell of one process.
@@ -45,9 +65,7 @@ Outcome appendProcess(const Sources& sources, const Process& process,
   const auto vouched = isVouchedFor(sources, process, isSmbd);
   if (vouched.failed()) return Outcome::failure(vouched.cause());
   if (!vouched.ok() || !*vouched) return Outcome::done();
-  const auto files = sources.filesOf(process);
-  const auto socket =
-      files.ok() ? sessionSocket(sources, *files) : Reading<std::optional<Socket>>::like(files);
+  const auto socket = sessionSocket(sources, process);
   if (socket.failed()) return Outcome::failure(socket.cause());
   if (!socket.ok() || !socket->has_value()) return Outcome::done();
   connections->push_back({.pid = process.pid,
@@ -59,22 +77,34 @@ Outcome appendProcess(const Sources& sources, const Process& process,
   return Outcome::done();
 }
 
+std::set<pid_t> smbPids(const std::vector<Connection>& connections) {
+  std::set<pid_t> pids;
+  for (const Connection& connection : connections) {
+    if (connection.type == ZEVO_CURCONN_CIFS) pids.insert(connection.pid);
+  }
+  return pids;
+}
+
 }  // namespace
 
-Reading<bool> isSmbdRunning(const Sources& sources) {
+Reading<bool> isSmbServed(const Sources& sources) {
   Reading<bool> found = false;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
-    auto vouched = isVouchedFor(sources, *process, isSmbd);
-    if (vouched.ok() && *vouched) return vouched;
-    if (vouched.failed()) found = vouched;
+    auto serving = mayServe(sources, *process);
+    if (serving.ok() && *serving) serving = isVouchedFor(sources, *process, isSmbd);
+    if (serving.ok() && *serving) return serving;
+    if (serving.failed()) found = serving;
   }
   return found;
 }
 
-Outcome appendSmbProcesses(const Sources& sources, std::vector<Connection>* connections) {
+Outcome appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
+                           std::vector<Connection>* connections) {
+  const std::set<pid_t> known = smbPids(*connections);
   Outcome outcome;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
-    if (isBelowSmbd(sources, *process)) outcome.add(appendProcess(sources, *process, connections));
+    if (known.contains(process->pid) || sources.age(*process) < age) continue;
+    outcome.add(appendProcess(sources, *process, connections));
   }
   return outcome;
 }

@@ -2,6 +2,11 @@
 
 namespace zevo::connections {
 
+const Reading<SocketTable>& Sources::sockets() const {
+  if (!sockets_) sockets_ = readSockets_();
+  return *sockets_;
+}
+
 Reading<std::optional<Socket>> clientSocket(const Sources& sources, const ProcessFiles& files) {
   using Result = Reading<std::optional<Socket>>;
   const auto descriptors = files.sockets();

@@ -1,6 +1,7 @@
 // What a collector reads from.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <string>
@@ -39,10 +40,7 @@ class Sources {
 
   [[nodiscard]] const Paths& paths() const { return paths_; }
   [[nodiscard]] const ProcessTable& processes() const { return processes_; }
-  [[nodiscard]] const Reading<SocketTable>& sockets() const {
-    if (!sockets_) sockets_ = readSockets_();
-    return *sockets_;
-  }
+  [[nodiscard]] const Reading<SocketTable>& sockets() const;
   [[nodiscard]] Reading<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
@@ -55,6 +53,10 @@ class Sources {
     return clock_.startTime(process.startTicks);
   }
   [[nodiscard]] std::optional<std::time_t> bootTime() const { return clock_.boot(); }
+  // How long the process has run at the beginning of the read.
+  [[nodiscard]] std::chrono::milliseconds age(const Process& process) const {
+    return clock_.age(process.startTicks);
+  }
   // One line for the administrator.
   void log(const std::string& line) const { log_(line); }
   // What the caller of the registry is to learn; the administrator reads its detail in the log.

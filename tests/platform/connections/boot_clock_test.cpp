@@ -41,5 +41,14 @@ TEST_F(BootClockTest, AnUnknownStartOfTheSystemGivesNoTime) {
   EXPECT_EQ(BootClock(tree_.paths()).startText(100), "");
 }
 
+TEST_F(BootClockTest, TellsHowLongAProcessHasRun) {
+  const std::chrono::milliseconds before =
+      std::chrono::duration_cast<std::chrono::milliseconds>(timeSinceBoot());
+  const BootClock clock(tree_.paths());
+  const auto ticks = static_cast<std::uint64_t>(::sysconf(_SC_CLK_TCK)) * 5 / 2;
+  EXPECT_GE(clock.age(ticks), before - std::chrono::milliseconds(2500));
+  EXPECT_EQ(clock.age(0) - clock.age(ticks), std::chrono::milliseconds(2500));
+}
+
 }  // namespace
 }  // namespace zevo::connections

@@ -54,7 +54,6 @@ ProcTree::ProcTree() {
   paths_.logindSessions = folder_ + "/sessions";
   paths_.nfsd = folder_ + "/nfsd";
   paths_.rmtab = folder_ + "/rmtab";
-  paths_.smbdPids = {folder_ + "/smbd.pid"};
   paths_.smbstatus = folder_ + "/smbstatus";
   paths_.pureFtpwho = folder_ + "/pure-ftpwho";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
@@ -121,7 +120,7 @@ Socket establishedSocket(std::uint64_t inode, const std::string& remote, std::ui
 
 FakeSources::FakeSources(const ProcTree& tree, std::vector<Socket> sockets)
     : paths_(tree.paths()),
-      processes_(std::move(*ProcessTable::scan(paths_, {}))),
+      processes_(std::move(*ProcessTable::scan(paths_))),
       sources_(
           paths_, processes_,
           [table = SocketTable(std::move(sockets))] { return Reading<SocketTable>(table); },

@@ -23,7 +23,7 @@ TEST(ProcessTableTest, FindsProcessesByPidParentAndName) {
   tree.add({.pid = 700, .name = "sshd"})
       .add({.pid = 1000, .parent = 700, .name = "sshd"})
       .add({.pid = 20, .parent = 700, .name = "bash"});
-  const auto table = ProcessTable::scan(tree.paths(), {});
+  const auto table = ProcessTable::scan(tree.paths());
   ASSERT_TRUE(table.ok()) << table.cause();
   ASSERT_NE(table->find(1000), nullptr);
   EXPECT_EQ(table->find(1000)->parent, 700);
@@ -40,7 +40,7 @@ TEST(ProcessTableTest, LeavesOutKernelThreadsAndZombies) {
   tree.add({.pid = 2, .parent = 0, .name = "kthreadd", .flags = kKernelThread})
       .add({.pid = 30, .name = "sshd", .state = 'Z'})
       .add({.pid = 31, .name = "sshd", .state = 'X'});
-  const auto table = ProcessTable::scan(tree.paths(), {});
+  const auto table = ProcessTable::scan(tree.paths());
   ASSERT_TRUE(table.ok()) << table.cause();
   EXPECT_EQ(table->all().size(), 1U);
 }
@@ -49,7 +49,7 @@ TEST(ProcessTableTest, AProcessThatVanishesBetweenTwoReadsIsLeftOut) {
   test::ProcTree tree;
   tree.add({.pid = 700, .name = "sshd"}).add({.pid = 701, .name = "sshd"});
   ::unlink((tree.paths().proc + "/701/stat").c_str());
-  const auto table = ProcessTable::scan(tree.paths(), {});
+  const auto table = ProcessTable::scan(tree.paths());
   ASSERT_TRUE(table.ok()) << table.cause();
   EXPECT_NE(table->find(700), nullptr);
   EXPECT_EQ(table->find(701), nullptr);
@@ -60,7 +60,7 @@ TEST(ProcessTableTest, AProcessThatCannotBeReadFailsTheScan) {
   tree.add({.pid = 700, .name = "sshd"})
       .add({.pid = 701, .name = "smbd"})
       .makeUnreadable(700, "stat");
-  const auto table = ProcessTable::scan(tree.paths(), {});
+  const auto table = ProcessTable::scan(tree.paths());
   ASSERT_TRUE(table.ok());
   EXPECT_EQ(table->find(700), nullptr);
   EXPECT_NE(table->find(701), nullptr);
@@ -70,27 +70,19 @@ TEST(ProcessTableTest, AProcessThatCannotBeReadFailsTheScan) {
 TEST(ProcessTableTest, WhereNoProcessCanBeReadTheScanFails) {
   test::ProcTree tree;
   tree.makeUnreadable(1, "stat");
-  EXPECT_TRUE(ProcessTable::scan(tree.paths(), {}).failed());
+  EXPECT_TRUE(ProcessTable::scan(tree.paths()).failed());
 }
 
 TEST(ProcessTableTest, AMissingProcFailsTheScan) {
   Paths paths;
   paths.proc = "/nonexistent/proc";
-  const auto table = ProcessTable::scan(paths, {});
+  const auto table = ProcessTable::scan(paths);
   ASSERT_TRUE(table.failed());
   EXPECT_NE(table.cause().find("/nonexistent/proc"), std::string::npos);
 }
 
-TEST(ProcessTableTest, TheIdleCallComesAgainAndAgainDuringTheScan) {
-  test::ProcTree tree;
-  for (pid_t pid = 100; pid < 300; ++pid) tree.add({.pid = pid, .name = "sleep"});
-  int calls = 0;
-  ASSERT_TRUE(ProcessTable::scan(tree.paths(), [&calls] { ++calls; }).ok());
-  EXPECT_GE(calls, 5);
-}
-
 TEST(ProcessTableTest, TheRealProcHasThisProcessBelowItsParent) {
-  const auto table = ProcessTable::scan(Paths{}, {});
+  const auto table = ProcessTable::scan(Paths{});
   ASSERT_TRUE(table.ok()) << table.cause();
   EXPECT_THAT(pidsOf(table->children(::getppid())), ::testing::Contains(::getpid()));
 }

@@ -1,12 +1,14 @@
 #include "sdk/connections/samba.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/connections/print.h"
 #include "platform/connections/proc_tree.h"
+#include "sdk/connections/samba_processes.h"
 
 namespace zevo::connections {
 namespace {
@@ -55,22 +57,31 @@ std::string sharesText(const std::vector<Share>& shares) {
 class SambaTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    tree_.file("smbd.pid", "70\n");
     addProcess(70, 1);
     tree_.add({.pid = 72, .parent = 70, .name = "smbd-notifyd"})
         .add({.pid = 73, .parent = 70, .name = "cleanupd"});
     addSession(87, "10.20.0.2");
-    addSession(89, "10.20.0.3");
   }
 
   void addProcess(pid_t pid, pid_t parent, const std::string& name = "smbd") {
     tree_.add({.pid = pid, .parent = parent, .name = name});
   }
   // A process of a client's connection.
-  void addSession(pid_t pid, const std::string& from, const std::string& name = "smbd") {
+  void addSession(pid_t pid, const std::string& from, const std::string& name = "smbd",
+                  std::uint64_t startTicks = test::FakeProcess{}.startTicks) {
     const auto inode = 9000U + static_cast<std::uint64_t>(pid);
-    tree_.add({.pid = pid, .parent = 70, .name = name, .sockets = {{30, inode}}});
+    tree_.add({.pid = pid,
+               .parent = 70,
+               .name = name,
+               .startTicks = startTicks,
+               .sockets = {{30, inode}}});
     sockets_.push_back(test::establishedSocket(inode, from, 445));
+  }
+  // One whose login may be going on: it began at most `age` ago.
+  void addFreshSession(pid_t pid, const std::string& from, std::chrono::seconds age = {}) {
+    const auto start = std::chrono::duration_cast<std::chrono::seconds>(timeSinceBoot()) - age;
+    const auto ticks = start.count() * ::sysconf(_SC_CLK_TCK);
+    addSession(pid, from, "smbd", static_cast<std::uint64_t>(ticks));
   }
   // The tool of the tree is a script with this body; $2 says what is asked for.
   void setTool(const std::string& body) {
@@ -85,10 +96,9 @@ class SambaTest : public ::testing::Test {
             "/shares.json;;\n*) exit 9;;\nesac");
   }
   std::vector<Connection> read(const ToolLimits& limits = kLimits) {
-    auto runs = startSmbstatus(tree_.paths(), limits);
     const test::FakeSources sources(tree_, sockets_);
     std::vector<Connection> connections;
-    const Outcome outcome = readSamba(*sources, std::move(runs), limits, connections);
+    const Outcome outcome = readSamba(*sources, startSmbstatus(*sources, limits), connections);
     EXPECT_FALSE(outcome.failed()) << outcome.cause();
     log_ = sources.log();
     return connections;
@@ -123,6 +133,7 @@ TEST_F(SambaTest, ASessionWithoutAShareIsARecordWithoutDescription) {
 }
 
 TEST_F(SambaTest, TheHiddenShareCountsOnlyWhereASessionHasNothingElse) {
+  addSession(89, "10.20.0.3");
   setAnswers(sessionsText({{"1", "87", "alice"}, {"2", "89", "bob", "10.20.0.3"}}),
              sharesText({{"1", "IPC$"}, {"1", "media"}, {"2", "IPC$"}, {"2", "IPC$"}}));
   EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media"),
@@ -145,6 +156,7 @@ TEST_F(SambaTest, TwoSessionsOfOneUserOnOneProcessNeedNoName) {
 
 TEST_F(SambaTest, SessionsOfAnotherNodeAreLeftOutWithOneLine) {
   // Pids 87 and 89 are sessions here too, but of other connections.
+  addFreshSession(89, "10.20.0.3");
   setAnswers(sessionsText({{"1", "0:87", "alice"},
                            {"2", "1:89", "bob", "10.99.0.9"},
                            {"3", "1:89", "carol", "10.20.0.3", "50001"}}),
@@ -154,6 +166,8 @@ TEST_F(SambaTest, SessionsOfAnotherNodeAreLeftOutWithOneLine) {
 }
 
 TEST_F(SambaTest, ASessionWhoseProcessIsNoSmbdIsOutOfDate) {
+  tree_.remove(87);
+  addFreshSession(88, "10.20.0.2");
   tree_.add({.pid = 300, .name = "bash"});
   setAnswers(sessionsText({{"1", "300", "a"},
                            {"2", "301", "b"},
@@ -167,16 +181,18 @@ TEST_F(SambaTest, ASessionWhoseProcessIsNoSmbdIsOutOfDate) {
 }
 
 TEST_F(SambaTest, ASessionThatBeganAfterTheScanIsThere) {
-  setAnswers(sessionsText({{"1", "95", "alice"}}), sharesText({{"1", "media"}}));
-  auto runs = startSmbstatus(tree_.paths(), kLimits);
+  setAnswers(sessionsText({{"1", "87", "bob"}, {"2", "95", "alice"}}),
+             sharesText({{"1", "media"}, {"2", "media"}}));
   const test::FakeSources sources(tree_, sockets_);
+  auto runs = startSmbstatus(*sources, kLimits);
   addSession(95, "10.20.0.2");
   std::vector<Connection> connections;
-  EXPECT_FALSE(readSamba(*sources, std::move(runs), kLimits, connections).failed());
-  EXPECT_THAT(connections, ElementsAre(record(95, "alice", "media")));
+  EXPECT_FALSE(readSamba(*sources, std::move(runs), connections).failed());
+  EXPECT_THAT(connections, ElementsAre(record(87, "bob", "media"), record(95, "alice", "media")));
 }
 
 TEST_F(SambaTest, ProcessesOfNewerReleasesCarryTheirClientsAddress) {
+  tree_.remove(87);
   addSession(95, "10.20.0.2", "smbd[10.20.0.2]");
   setAnswers(sessionsText({{"1", "95", "alice"}}), sharesText({{"1", "media"}}));
   EXPECT_THAT(read(), ElementsAre(record(95, "alice", "media")));
@@ -187,29 +203,69 @@ TEST_F(SambaTest, AUserWithoutANameIsUnknown) {
   EXPECT_THAT(read(), ElementsAre(record(87, "unknown", "media")));
 }
 
-TEST_F(SambaTest, TheToolIsNotStartedWhereSmbdDoesNotRun) {
+TEST_F(SambaTest, TheToolIsNotStartedWhereNobodyIsConnected) {
   setTool("touch " + tree_.folder() + "/started");
-  for (const char* pidFile : {"4711\n", "1\n", "x\n", "\n", "-1\n", "99999999999\n"}) {
-    tree_.file("smbd.pid", pidFile);
-    EXPECT_FALSE(startSmbstatus(tree_.paths(), kLimits)) << pidFile;
-  }
-  tree_.file("smbd.pid", "300\n");
-  tree_.add({.pid = 300, .name = "bash"});
-  EXPECT_FALSE(startSmbstatus(tree_.paths(), kLimits));
-  for (const pid_t pid : {70, 72, 73, 87, 89}) tree_.remove(pid);
-  tree_.add({.pid = 301, .name = "smbd", .uid = 1001});  // a user's program of that name
+  tree_.remove(87);
+  EXPECT_THAT(read(), IsEmpty());
+  tree_.remove(70);
+  tree_
+      .add({.pid = 301, .name = "smbd", .uid = 1001})  // a user's programs of that name
+      .add({.pid = 302, .parent = 301, .name = "smbd", .uid = 1001, .sockets = {{30, 9087}}});
   EXPECT_THAT(read(), IsEmpty());
   EXPECT_NE(::access((tree_.folder() + "/started").c_str(), F_OK), 0);
 }
 
-TEST_F(SambaTest, SmbdMayKeepTheFileOfItsPidElsewhere) {
-  ::unlink((tree_.folder() + "/smbd.pid").c_str());
+TEST_F(SambaTest, ASessionThatTheToolDoesNotKnowIsARecordOnceALoginWouldBeOver) {
+  addFreshSession(88, "10.20.0.4");
+  addFreshSession(89, "10.20.0.3", kLongestSmbLogin + std::chrono::seconds(1));
+  setAnswers(sessionsText({{"1", "87", "alice"}}), sharesText({{"1", "media"}}));
+  const auto found = read();
+  ASSERT_EQ(found.size(), 2U);
+  EXPECT_EQ(found[0], record(87, "alice", "media"));
+  EXPECT_EQ(found[1], record(89, "unknown", "share not known", found[1].time, "10.20.0.3"));
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(SambaTest, SoIsOneWhoseLoginNeverEnds) {
+  setAnswers(R"({"sessions": {"1": {"session_id": "1", "server_id": {"pid": "87"}, "uid": -1}}})",
+             sharesText({}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
+}
+
+TEST_F(SambaTest, SoIsOneOfADifferentConnectionThanTheOtherNodesOfThatPid) {
+  setAnswers(sessionsText({{"1", "1:87", "alice", "10.99.0.9"}}), sharesText({}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
+}
+
+TEST_F(SambaTest, SoIsOneThatASuperServerStarted) {
+  tree_.remove(87);
+  tree_.remove(70);
+  tree_.add({.pid = 50, .name = "inetd"})
+      .add({.pid = 96, .parent = 50, .name = "smbd", .sockets = {{0, 9087}}});
+  setAnswers(sessionsText({}), sharesText({}));
+  EXPECT_THAT(read(), ElementsAre(record(96, "unknown", "share not known", test::kStartText)));
+}
+
+TEST_F(SambaTest, SmbdItselfIsNoSessionWhileItAcceptsAConnection) {
+  tree_.remove(70);
+  tree_.add({.pid = 70, .name = "smbd", .sockets = {{25, 9087}}});
+  setAnswers(sessionsText({{"1", "87", "alice"}}), sharesText({{"1", "media"}}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media")));
+}
+
+TEST_F(SambaTest, AUsersProgramOfThatNameIsNone) {
+  tree_.add({.pid = 301, .parent = 300, .name = "smbd", .uid = 1001, .sockets = {{30, 9087}}})
+      .add({.pid = 300, .name = "smbd", .uid = 1001});
   setAnswers(sessionsText({{"1", "87", "alice"}}), sharesText({{"1", "media"}}));
   EXPECT_THAT(read(), ElementsAre(record(87, "alice", "media")));
 }
 
 class SambaFallbackTest : public SambaTest {
  protected:
+  void SetUp() override {
+    SambaTest::SetUp();
+    addSession(89, "10.20.0.3");
+  }
   void expectFallback(const std::string& cause, const ToolLimits& limits = kLimits) {
     EXPECT_EQ(read(limits), unknown());
     EXPECT_THAT(log_, ElementsAre(::testing::AllOf(HasSubstr("Samba"), HasSubstr(cause))));
@@ -248,6 +304,7 @@ TEST_F(SambaFallbackTest, SoDoesAnAnswerThatNeverComes) {
 TEST_F(SambaFallbackTest, WithoutTheSharesTheUsersAreStillKnown) {
   tree_.file("sessions.json", sessionsText({{"1", "87", "alice"}}));
   setTool("[ $2 = --processes ] && cat " + tree_.folder() + "/sessions.json");
+  tree_.remove(89);
   EXPECT_THAT(read(), ElementsAre(record(87, "alice", "share not known", test::kStartText)));
   EXPECT_EQ(log_.size(), 1U);
 }
@@ -278,8 +335,7 @@ TEST_F(SambaFallbackTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
   tree_.makeUnreadable(89, "fd");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
-  const Outcome outcome =
-      readSamba(*sources, startSmbstatus(tree_.paths(), kLimits), kLimits, connections);
+  const Outcome outcome = readSamba(*sources, startSmbstatus(*sources, kLimits), connections);
   EXPECT_THAT(outcome.cause(), HasSubstr("/proc/89/fd"));
   EXPECT_THAT(connections, ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
 }
@@ -288,8 +344,7 @@ TEST_F(SambaFallbackTest, TheCallerLearnsWhatIsMissing) {
   setTool("exit 1");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
-  EXPECT_FALSE(
-      readSamba(*sources, startSmbstatus(tree_.paths(), kLimits), kLimits, connections).failed());
+  EXPECT_FALSE(readSamba(*sources, startSmbstatus(*sources, kLimits), connections).failed());
   EXPECT_THAT((*sources).notes(),
               ElementsAre(ReadNote{std::string(kDetailsMissing), "CIFS", sources.log().at(0)}));
 }
