@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <functional>
-#include <iterator>
 #include <malloc.h>
 #include <string>
 #include <sys/mman.h>
@@ -27,7 +26,6 @@
 #include "collect/user_filter.h"
 #include "methods/listing.h"
 #include "methods/report_page.h"
-#include "session/sorting.h"
 
 namespace {
 
@@ -46,7 +44,7 @@ SessionList sortedSessions(ZEVO::APIRequest* request) {
   SessionList list;
   collectSessions(request, list);
   SessionListUidFilter(list);
-  sortSessions(list, SessionSortField::time, false);
+  list.sort(Session::Compare(SessionSortField::time, false));
   return list;
 }
 
@@ -86,11 +84,9 @@ void writePlain(const std::vector<Row>& rows) {
 void collectAndWritePlain() {
   withRequest([](ZEVO::APIRequest* request) {
     const SessionList list = sortedSessions(request);
-    for (auto session = list.begin(); session != list.end(); ++session) {
-      fetch(std::next(session), list.end());
-      writeRow({session->time.c_str(), session->who.c_str(), session->from.c_str(),
-                session->type.c_str(), session->descr.c_str()});
-    }
+    for (const Session& session : list)
+      writeRow({session.time.c_str(), session.who.c_str(), session.from.c_str(),
+                session.type.c_str(), session.descr.c_str()});
   });
 }
 

@@ -4,7 +4,6 @@
 #include "api/privileged_section.h"
 #include "collect/records.h"
 #include "session/merge.h"
-#include "session/sorting.h"
 
 bool SDKSessionListGet(SessionList& out) {
   _tag_ZEVO_CURCONN_* records = nullptr;
@@ -17,7 +16,7 @@ bool SDKSessionListGet(SessionList& out) {
     return false;
   }
   SessionList sessions = sessionsOf(records, count);
-  sortServices(sessions);
+  sessions.sort(SDKSessionCmp);
   SDKSessionListMerge(sessions);
   appendCopies(sessions, out);
   return true;

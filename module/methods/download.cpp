@@ -6,7 +6,6 @@
 #include "collect/user_filter.h"
 #include "methods/listing.h"
 #include "methods/report_page.h"
-#include "session/sorting.h"
 
 void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const std::string sortBy = readString(*request, "sort_by", "time");
@@ -23,6 +22,6 @@ void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* res
   collectSessions(request, list);
   if (!filter.empty()) FilterSessionList(filter, list);
   SessionListUidFilter(list);
-  sortSessions(list, sortFieldOf(sortBy), isAscending(sortDirection));
+  list.sort(Session::Compare(sortFieldOf(sortBy), isAscending(sortDirection)));
   printReport(list);
 }

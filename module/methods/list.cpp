@@ -5,7 +5,6 @@
 #include "api/parameters.h"
 #include "collect/user_filter.h"
 #include "methods/listing.h"
-#include "session/sorting.h"
 
 namespace {
 
@@ -39,7 +38,8 @@ void CurrentConnectionEnum(ZEVO::APIRequest* request, ZEVO::APIResponse* respons
   bool complete = collectSessions(request, list);
   if (!parameters.filter.empty()) complete = FilterSessionList(parameters.filter, list) && complete;
   SessionListUidFilter(list);
-  sortSessions(list, sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection));
+  list.sort(
+      Session::Compare(sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection)));
   const Json::Value result = listingResult(list, parameters.page);
   if (complete) {
     response->SetSuccess(result);

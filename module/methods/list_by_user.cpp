@@ -7,7 +7,6 @@
 #include "api/parameters.h"
 #include "collect/user_filter.h"
 #include "methods/listing.h"
-#include "session/sorting.h"
 
 namespace {
 
@@ -52,7 +51,8 @@ void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* r
   if (!parameters.loginName.empty())
     complete = keepOwnSessions(parameters.loginName, list) && complete;
   SessionListUidFilter(list);
-  sortSessions(list, sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection));
+  list.sort(
+      Session::Compare(sortFieldOf(parameters.sortBy), isAscending(parameters.sortDirection)));
   const Json::Value result = listingResult(list, parameters.page);
   if (complete) {
     response->SetSuccess(result);

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <ctime>
-#include <iterator>
 
 #include "collect/service_collector.h"
 #include "collect/web_collector.h"
@@ -24,13 +23,6 @@ std::string systemTime() {
 
 }  // namespace
 
-void fetch(SessionList::const_iterator session, SessionList::const_iterator end) {
-  constexpr std::size_t kCacheLine = 64;
-  if (session == end) return;
-  const char* record = reinterpret_cast<const char*>(&*session);
-  for (std::size_t i = 0; i < sizeof(Session); i += kCacheLine) __builtin_prefetch(record + i);
-}
-
 bool collectSessions(ZEVO::APIRequest* request, SessionList& list) {
   const bool services = SDKSessionListGet(list);
   const bool logins = HttpSessionListGet(request, list);
@@ -45,7 +37,6 @@ Json::Value jsonOf(const SessionList& list, const Page& page) {
   for (auto session = list.begin(); session != list.end(); ++session, ++number) {
     if (number < page.start) continue;
     if (number >= end) break;
-    fetch(std::next(session), list.end());
     Json::Value item;
     session->toJson(item);
     items.append(std::move(item));

@@ -9,10 +9,6 @@
 // false where either could not be read.
 bool collectSessions(ZEVO::APIRequest* request, SessionList& list);
 
-// Has the processor load a record, which may be the end, while the one before it is written: a
-// sorted list lies scattered in memory.
-void fetch(SessionList::const_iterator session, SessionList::const_iterator end);
-
 // The sessions of `page` as an array of objects.
 Json::Value jsonOf(const SessionList& list, const Page& page);
 

@@ -2,13 +2,11 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <memory>
 
 #include "zevo/web_utils.h"
 
 #include "api/globals.h"
-#include "methods/listing.h"
 #include "methods/log_info_list.h"
 
 namespace {
@@ -36,9 +34,8 @@ void queueTitles(LogInfoList* list) {
 }
 
 void queueCells(LogInfoList* list, const SessionList& rows) {
-  for (auto row = rows.begin(); row != rows.end(); ++row) {
-    fetch(std::next(row), rows.end());
-    for (const std::string* cell : {&row->time, &row->who, &row->from, &row->type, &row->descr})
+  for (const Session& row : rows) {
+    for (const std::string* cell : {&row.time, &row.who, &row.from, &row.type, &row.descr})
       LogInfoListAppend(list, cell->c_str());
   }
 }

@@ -6,7 +6,8 @@
 #include "session/session.h"
 
 // Whether `a` stands before `b` in a list of service connections. No strict weak ordering where NFS
-// and other records share a pid: a list merge sort copes, a sort that relies on one may not end.
+// and other records share a pid: the list's own merge sort copes, another sort gives other rows or
+// may not end.
 bool SDKSessionCmp(const Session& a, const Session& b);
 // Folds each run of records of one service process into its first record: descriptions joined by ",
 // " without immediate repeats, the greatest time of those that were joined.

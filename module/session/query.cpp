@@ -27,8 +27,6 @@ bool upperCase(const std::string& text, char (&buffer)[kUpperCaseBufferSize], in
   return false;
 }
 
-}  // namespace
-
 const std::string& fieldOf(const Session& session, SessionSortField field) {
   switch (field) {
     case SessionSortField::who:
@@ -44,6 +42,8 @@ const std::string& fieldOf(const Session& session, SessionSortField field) {
   }
   return session.time;
 }
+
+}  // namespace
 
 bool Session::withQuery(const char* upperNeedle) const {
   char buffer[kUpperCaseBufferSize] = {};

@@ -17,9 +17,6 @@ class Session::Compare {
   bool ascending_;
 };
 
-// The text of a session by which `field` sorts.
-const std::string& fieldOf(const Session& session, SessionSortField field);
-
 // Removes every record that does not contain `filter` in any letter case. False, the list
 // unchanged, where the filter cannot be upper-cased.
 bool FilterSessionList(const std::string& filter, SessionList& list);

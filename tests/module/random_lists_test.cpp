@@ -5,7 +5,6 @@
 #include "module/support.h"
 #include "session/merge.h"
 #include "session/query.h"
-#include "session/sorting.h"
 
 namespace {
 
@@ -62,7 +61,7 @@ TEST(RandomLists, SortAndFoldAsTheReferenceDoesWithServices) {
   for (unsigned seed = 1; seed <= kLists; ++seed) {
     const std::vector<Row> rows = withNfsApart(Dice(seed).rows(kTypes));
     SessionList list = listOf(rows);
-    sortServices(list);
+    list.sort(SDKSessionCmp);
     ASSERT_EQ(lines(list), linesOf(sortedServices(rows))) << "seed " << seed;
     SDKSessionListMerge(list);
     ASSERT_EQ(lines(list), linesOf(foldedServices(sortedServices(rows)))) << "seed " << seed;

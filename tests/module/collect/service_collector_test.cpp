@@ -147,6 +147,20 @@ TEST_F(ServiceCollector, KeepsNfsClientsApartAndFoldsNfsWithOthers) {
       ElementsAre("8||al|10.0.0.1|a, b|CIFS"));
 }
 
+// In an order that is none, another sort than the list's own gives other rows.
+TEST_F(ServiceCollector, KeepsNfsClientsApartNextToAnotherRecordOfTheirPid) {
+  const Record far = {0, "", "2", "", "a", kNfs};
+  const Record near = {0, "", "1", "", "m", kNfs};
+  const Record other = {0, "", "1", "", "m", kCifs};
+  const auto nearFirst = ElementsAre("0|||1|m|NFS", "0|||2|a, m|NFS");
+  EXPECT_THAT(collected({far, near, other}), ElementsAre("0|||2|a, m|NFS", "0|||1|m|NFS"));
+  EXPECT_THAT(collected({far, other, near}), nearFirst);
+  EXPECT_THAT(collected({near, far, other}), nearFirst);
+  EXPECT_THAT(collected({near, other, far}), nearFirst);
+  EXPECT_THAT(collected({other, far, near}), nearFirst);
+  EXPECT_THAT(collected({other, near, far}), nearFirst);
+}
+
 TEST_F(ServiceCollector, AppendsSortedAndFoldedAmongThemselvesOnly) {
   platform.services.answer({{1, "", "f", "second", "e", ZEVO_CURCONN_SSH},
                             {0, "", "f", "third", "e", ZEVO_CURCONN_SSH}});
