@@ -5,11 +5,18 @@
 #include "collect/records.h"
 #include "session/merge.h"
 
+namespace {
+
+int readRegistry(_tag_ZEVO_CURCONN_** records) {
+  const PrivilegedSection section(608, 610);
+  return ZEVOCurConnGet(records);
+}
+
+}  // namespace
+
 bool SDKSessionListGet(SessionList& out) {
   _tag_ZEVO_CURCONN_* records = nullptr;
-  const SavedIds saved = ENTERCriticalSection(608);
-  const int count = ZEVOCurConnGet(&records);
-  LEAVECriticalSection(saved, 610);
+  const int count = readRegistry(&records);
   const RecordBlock block(records);
   if (count < 0) {
     syslog(kLogError, "%s:%d Failed to get current log.", kLogSource, 620);

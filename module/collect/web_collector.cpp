@@ -7,6 +7,15 @@
 #include "collect/records.h"
 #include "session/merge.h"
 
+namespace {
+
+int readLoginLog(const std::string& path, _tag_ZEVO_CURCONN_** records) {
+  const PrivilegedSection section(690, 692);
+  return ZEVOCgiLoginUserCurrentLog(path.c_str(), records);
+}
+
+}  // namespace
+
 bool HttpSessionListGet(ZEVO::APIRequest* request, SessionList& out) {
   const std::string path = request->GetSessionFilePath();
   if (path.empty()) {
@@ -14,9 +23,7 @@ bool HttpSessionListGet(ZEVO::APIRequest* request, SessionList& out) {
     return false;
   }
   _tag_ZEVO_CURCONN_* records = nullptr;
-  const SavedIds saved = ENTERCriticalSection(690);
-  const int count = ZEVOCgiLoginUserCurrentLog(path.c_str(), &records);
-  LEAVECriticalSection(saved, 692);
+  const int count = readLoginLog(path, &records);
   const RecordBlock block(records);
   if (count < 0) {
     syslog(kLogError, "%s:%d Failed to get current log from session file.", kLogSource, 702);

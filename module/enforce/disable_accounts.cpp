@@ -79,11 +79,9 @@ bool prepare(const std::string& name, NameList& names, UserRecord** user, VLIBUs
 
 bool writeAccounts(const NameList& names, const Users& users, const Shadows& shadows, int count,
                    ResultSet& result) {
-  const SavedIds saved = ENTERCriticalSection(kAccountEnterLine);
-  const int written = ZEVOLocalAccountUserSet(names.list->pszItem, users.items(), shadows.items(),
-                                              count, &result.result);
-  LEAVECriticalSection(saved, kAccountLeaveLine);
-  return written >= 0;
+  const PrivilegedSection section(kAccountEnterLine, kAccountLeaveLine);
+  return ZEVOLocalAccountUserSet(names.list->pszItem, users.items(), shadows.items(), count,
+                                 &result.result) >= 0;
 }
 
 }  // namespace

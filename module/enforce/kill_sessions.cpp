@@ -25,9 +25,8 @@ bool isToBeSignalled(const Session& session, const std::string& statusPath) {
 }
 
 void sendSignal(std::uint32_t pid, int signal) {
-  const SavedIds saved = ENTERCriticalSection(kKillEnterLine);
+  const PrivilegedSection section(kKillEnterLine, kKillLeaveLine);
   if (isProcessId(pid)) kill(static_cast<pid_t>(pid), signal);
-  LEAVECriticalSection(saved, kKillLeaveLine);
 }
 
 }  // namespace

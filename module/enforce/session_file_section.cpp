@@ -4,19 +4,19 @@ namespace {
 
 constexpr int kWaitMilliseconds = 60000;
 
-ZEVO_CGI* initialised(ZEVO_CGI* cgi) {
-  ZevoCgiInit("", cgi);
+ZEVO_CGI newContext() {
+  ZEVO_CGI cgi = {};
+  ZevoCgiInit("", &cgi);
   return cgi;
 }
 
 }  // namespace
 
 SessionFileSection::SessionFileSection(int enterLine, int leaveLine)
-    : leaveLine_(leaveLine),
-      saved_((initialised(&cgi_), ENTERCriticalSection(enterLine))),
+    : cgi_(newContext()),
+      privileged_(enterLine, leaveLine),
       handle_(ZevoCgiBeginCriticalSection(cgi_.lock, kWaitMilliseconds)) {}
 
 SessionFileSection::~SessionFileSection() {
   if (entered()) ZevoCgiEndCriticalSection(handle_);
-  LEAVECriticalSection(saved_, leaveLine_);
 }

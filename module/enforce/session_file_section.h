@@ -18,8 +18,7 @@ class SessionFileSection {
   [[nodiscard]] bool entered() const { return handle_ >= 0; }
 
  private:
-  ZEVO_CGI cgi_ = {};
-  int leaveLine_;
-  SavedIds saved_;
+  ZEVO_CGI cgi_;
+  PrivilegedSection privileged_;
   int handle_;
 };

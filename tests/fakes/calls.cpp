@@ -1,6 +1,7 @@
 #include "fakes/calls.h"
 
 #include <algorithm>
+#include <new>
 
 #include <gtest/gtest.h>
 
@@ -13,6 +14,11 @@ std::string_view functionOf(std::string_view call) {
 }
 
 }  // namespace
+
+void Calls::record(std::string call) {
+  calls_.push_back(std::move(call));
+  if (functionOf(calls_.back()) == throwing_) throw std::bad_alloc();
+}
 
 void Calls::unscripted(const std::string& call) {
   record(call);

@@ -11,7 +11,7 @@ namespace fakes {
 // Each call is one text, "function(arguments)".
 class Calls {
  public:
-  void record(std::string call) { calls_.push_back(std::move(call)); }
+  void record(std::string call);
   // Records a call that the test has not scripted, and fails the test.
   void unscripted(const std::string& call);
 
@@ -22,9 +22,12 @@ class Calls {
   [[nodiscard]] std::vector<std::string> of(
       std::initializer_list<std::string_view> functions) const;
   void clear() { calls_.clear(); }
+  // From here on calls of `function` are recorded and then throw std::bad_alloc.
+  void throwAt(std::string function) { throwing_ = std::move(function); }
 
  private:
   std::vector<std::string> calls_;
+  std::string throwing_;
 };
 
 }  // namespace fakes

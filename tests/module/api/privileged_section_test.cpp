@@ -1,7 +1,13 @@
 #include "api/privileged_section.h"
 
 #include <cerrno>
+#include <new>
 
+#include "collect/service_collector.h"
+#include "collect/web_collector.h"
+#include "enforce/disable_accounts.h"
+#include "enforce/http_kick.h"
+#include "fakes/temporary_file.h"
 #include "module/support.h"
 
 namespace {
@@ -195,6 +201,68 @@ TEST_F(PrivilegedSection, WritesLargeIdsAsSignedNumbers) {
   LEAVECriticalSection(saved, 22);
   EXPECT_THAT(logs(), ::testing::Contains("35 main:22 ERROR: setresuid(-1, -2, -1) [Operation not "
                                           "permitted]"));
+}
+
+// A platform function that throws, the work that calls it, and the lines of its section.
+struct Throw {
+  const char* function;
+  void (*work)(ZEVO::APIRequest* request);
+  const char* enterLine;
+  const char* leaveLine;
+};
+
+void readLogins(ZEVO::APIRequest* request) {
+  std::list<HttpKickSession> requests = {{true, "alice", "", {}}};
+  ReadHttpKickSessions(request, requests);
+}
+
+void removeLogins(ZEVO::APIRequest* request) {
+  RemoveHttpKickSessions(request, {{true, "alice", "", {"id"}}});
+}
+
+const Throw kThrows[] = {
+    {"ZEVOCurConnGet",
+     [](ZEVO::APIRequest*) {
+       SessionList list;
+       SDKSessionListGet(list);
+     },
+     "608", "610"},
+    {"ZEVOCgiLoginUserCurrentLog",
+     [](ZEVO::APIRequest* request) {
+       SessionList list;
+       HttpSessionListGet(request, list);
+     },
+     "690", "692"},
+    {"ZEVOLocalAccountUserSet", [](ZEVO::APIRequest*) { DisableUserAccounts({"alice"}); }, "360",
+     "362"},
+    {"ZevoCgiBeginCriticalSection", readLogins, "130", "180"},
+    {"ZevoCgiJsonRecordInit", readLogins, "130", "180"},
+    {"ZevoCgiJsonRecordGet", readLogins, "130", "180"},
+    {"ZevoCgiBeginCriticalSection", removeLogins, "200", "240"},
+    {"VLIBCFileSetLine", removeLogins, "200", "240"},
+};
+
+TEST_F(PrivilegedSection, EndsWhereAPlatformCallThrows) {
+  const fakes::TemporaryFile sessions("1|alice|id\n");
+  ZEVO::RequestContext context = module_test::byAdministrator();
+  context.sessionFilePath = sessions.path();
+  ZEVO::APIRequest request(context);
+  platform.accounts.add("alice", 1000);
+  for (const Throw& thrown : kThrows) {
+    SCOPED_TRACE(std::string(thrown.function) + " below line " + thrown.enterLine);
+    platform.ids.become(1000, 100);
+    platform.calls.throwAt(thrown.function);
+    const std::size_t before = logs().size();
+    EXPECT_THROW(thrown.work(&request), std::bad_alloc);
+    EXPECT_EQ(platform.ids.text(), "1000:100");
+    const std::string notice = " WARNING: setres";
+    std::vector<std::string> lines = logs();
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(before));
+    const std::string enter = std::string("38 main:") + thrown.enterLine + notice;
+    const std::string leave = std::string("38 main:") + thrown.leaveLine + notice;
+    EXPECT_THAT(lines, ElementsAre(enter + "gid(-1, 0, -1)", enter + "uid(-1, 0, -1)",
+                                   leave + "uid(-1, 0, -1)"));
+  }
 }
 
 }  // namespace
