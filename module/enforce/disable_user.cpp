@@ -5,6 +5,7 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
+#include "api/handler.h"
 #include "api/log.h"
 #include "api/parameters.h"
 #include "collect/service_collector.h"
@@ -61,9 +62,7 @@ bool endLoginsOf(const UserNames& names, ZEVO::APIRequest* request) {
   return read && removed;
 }
 
-}  // namespace
-
-void CurrentConnectionDisableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+void disableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const std::string loginName = request->GetLoginUserName();
   // Demo mode does not stop the operation: whatever is recorded below replaces this success.
   if (request->IsDemoMode()) response->SetSuccess(Json::Value());
@@ -83,4 +82,10 @@ void CurrentConnectionDisableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* 
   } else {
     response->SetError(kErrorWorkFailed, Json::Value());
   }
+}
+
+}  // namespace
+
+void CurrentConnectionDisableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  runHandler([&] { disableUser(request, response); });
 }

@@ -4,6 +4,7 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
+#include "api/handler.h"
 #include "api/parameters.h"
 #include "collect/service_collector.h"
 #include "collect/user_filter.h"
@@ -50,9 +51,7 @@ std::list<HttpKickSession> requestedLogins(const Json::Value& elements) {
   return logins;
 }
 
-}  // namespace
-
-void CurrentConnectionKickConnection(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+void kickConnection(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   // Demo mode does not stop the operation: whatever is recorded below replaces this success.
   if (request->IsDemoMode()) response->SetSuccess(Json::Value());
   if (!request->IsAdmin()) {
@@ -73,4 +72,10 @@ void CurrentConnectionKickConnection(ZEVO::APIRequest* request, ZEVO::APIRespons
   } else {
     response->SetError(kErrorWorkFailed, Json::Value());
   }
+}
+
+}  // namespace
+
+void CurrentConnectionKickConnection(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  runHandler([&] { kickConnection(request, response); });
 }

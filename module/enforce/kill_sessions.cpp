@@ -33,6 +33,8 @@ void sendSignal(std::uint32_t pid, int signal) {
 
 void KillServiceSessions(SessionList& list, int signal) {
   std::ostringstream path;
+  // Memory that runs out would leave half a path, which cannot be read, and the check undone.
+  path.exceptions(std::ios::badbit);
   // The digits must not be grouped, whatever the host's locale.
   path.imbue(std::locale::classic());
   for (const Session& session : list) {

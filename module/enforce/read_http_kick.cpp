@@ -1,5 +1,7 @@
+#include <cerrno>
 #include <cstdio>
 #include <memory>
+#include <new>
 
 #include <json-c/json.h>
 
@@ -40,7 +42,10 @@ struct RecordHandle {
 bool isHidden(json_object* record) {
   char text[kFieldBufferSize];
   if (ZevoCgiJsonRecordGet(record, kZevoCgiFlagsField, text, kFieldBufferSize) != 1) return false;
+  errno = 0;
   const JsonPointer flags(json_tokener_parse(text));
+  // Flags that were not read in full must not show a hidden session as an open one.
+  if (errno == ENOMEM) throw std::bad_alloc();
   json_object* hide = nullptr;
   return flags && json_object_object_get_ex(flags.get(), "hide", &hide) &&
          json_object_get_boolean(hide);

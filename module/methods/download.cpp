@@ -2,12 +2,15 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
+#include "api/handler.h"
 #include "api/parameters.h"
 #include "collect/user_filter.h"
 #include "methods/listing.h"
 #include "methods/report_page.h"
 
-void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+namespace {
+
+void downloadReport(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const std::string sortBy = readString(*request, "sort_by", "time");
   const std::string filter = readString(*request, "filter", "");
   const std::string sortDirection = readString(*request, "sort_direction", "DESC");
@@ -24,4 +27,10 @@ void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* res
   SessionListUidFilter(list);
   list.sort(Session::Compare(sortFieldOf(sortBy), isAscending(sortDirection)));
   printReport(list);
+}
+
+}  // namespace
+
+void CurrentConnectionDownload(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  runHandler([&] { downloadReport(request, response); });
 }

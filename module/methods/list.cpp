@@ -2,6 +2,7 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
+#include "api/handler.h"
 #include "api/parameters.h"
 #include "collect/user_filter.h"
 #include "methods/listing.h"
@@ -25,9 +26,7 @@ ListParameters readParameters(ZEVO::APIRequest& request) {
   return parameters;
 }
 
-}  // namespace
-
-void CurrentConnectionEnum(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+void listSessions(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const ListParameters parameters = readParameters(*request);
   set_demo_mode();
   if (!request->IsAdmin()) {
@@ -46,4 +45,10 @@ void CurrentConnectionEnum(ZEVO::APIRequest* request, ZEVO::APIResponse* respons
   } else {
     response->SetError(kErrorWorkFailed, Json::Value());
   }
+}
+
+}  // namespace
+
+void CurrentConnectionEnum(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  runHandler([&] { listSessions(request, response); });
 }

@@ -3,6 +3,7 @@
 
 #include "api/api_table.h"
 #include "api/errors.h"
+#include "api/handler.h"
 #include "api/log.h"
 #include "api/parameters.h"
 #include "collect/user_filter.h"
@@ -40,9 +41,7 @@ bool keepOwnSessions(const std::string& loginName, SessionList& list) {
   return true;
 }
 
-}  // namespace
-
-void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+void listOwnSessions(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const OwnListParameters parameters = readOwnListParameters(*request);
   set_demo_mode();
   SessionList list;
@@ -59,4 +58,10 @@ void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* r
   } else {
     response->SetError(kErrorWorkFailed, Json::Value());
   }
+}
+
+}  // namespace
+
+void CurrentConnectionEnumByUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  runHandler([&] { listOwnSessions(request, response); });
 }
