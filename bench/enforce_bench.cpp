@@ -1,13 +1,15 @@
 // The cost of ending connections.
 //
 // Web logins: finding and removing them in the session file through the real platform, against the
-// floor, one rewrite of the same file in the same safe way. Service connections: checking and
-// signalling a list of 1,000 against one of 100, a connection.
+// floor, one rewrite of the same file in the same safe way; what requests add that match none of
+// them. Service connections: checking and signalling a list of 1,000 against one of 100, a
+// connection.
 #include <functional>
 #include <list>
 #include <signal.h>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <benchmark/benchmark.h>
 
@@ -89,6 +91,43 @@ void growthOfLogins(benchmark::State& state) {
   state.counters["growth"] = many.whole.processor() / few.whole.processor();
 }
 
+// What `count` requests that match no login add to finding in a file of `lines`, in seconds.
+double costOfRequests(std::size_t lines, std::size_t count, bool* done) {
+  const bench::SessionFile& file = sessionFile();
+  ZEVO::RequestContext context;
+  context.sessionFilePath = file.path();
+  ZEVO::APIRequest request(context);
+  file.fill(lines, 0);
+  std::list<HttpKickSession> none;
+  std::list<HttpKickSession> requests;
+  for (std::size_t i = 0; i < count; ++i)
+    requests.push_back({false, i % 2 == 0 ? "" : "user1", "address " + std::to_string(i), {}});
+  bench::Costs without;
+  bench::Costs with;
+  for (int run = 0; run < 3; ++run) {
+    without.run([&] { *done = ReadHttpKickSessions(&request, none) && *done; });
+    with.run([&] { *done = ReadHttpKickSessions(&request, requests) && *done; });
+  }
+  return with.processor() - without.processor();
+}
+
+// What a request that matches nothing costs, and how many times as much with 10,000 lines as with
+// 1,000.
+void unmatchedRequests(benchmark::State& state) {
+  const auto count = static_cast<std::size_t>(state.range(0));
+  std::vector<double> few;
+  std::vector<double> many;
+  for (auto _ : state) {
+    bool done = true;
+    few.push_back(costOfRequests(1000, count, &done));
+    many.push_back(costOfRequests(10000, count, &done));
+    if (!done) return state.SkipWithError("the file was not read");
+    state.SetIterationTime(many.back());
+  }
+  state.counters["request_us"] = bench::median(few) / static_cast<double>(count) * kMicroseconds;
+  state.counters["growth"] = bench::median(many) / bench::median(few);
+}
+
 SessionList connections(std::size_t count) {
   SessionList list;
   for (std::size_t i = 0; i < count; ++i) {
@@ -151,6 +190,12 @@ BENCHMARK(growthOfLogins)
     ->Unit(benchmark::kMicrosecond)
     ->UseManualTime()
     ->MinTime(1);
+BENCHMARK(unmatchedRequests)
+    ->ArgName("requests")
+    ->Arg(300000)
+    ->Unit(benchmark::kMicrosecond)
+    ->UseManualTime()
+    ->Iterations(3);
 BENCHMARK_CAPTURE(signals, together, &signalTogether)
     ->Unit(benchmark::kMicrosecond)
     ->UseManualTime()

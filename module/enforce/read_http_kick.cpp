@@ -6,7 +6,7 @@
 #include <json-c/json.h>
 
 #include "api/log.h"
-#include "enforce/http_kick.h"
+#include "enforce/http_kick_index.h"
 #include "enforce/session_file_section.h"
 
 namespace {
@@ -51,25 +51,16 @@ bool isHidden(json_object* record) {
          json_object_get_boolean(hide);
 }
 
-void assign(std::list<HttpKickSession>& requests, const std::string& client,
-            const std::string& user, const char* id) {
-  for (HttpKickSession& request : requests) {
-    if (request.user == user && (request.allSessions || request.from == client)) {
-      // To this request alone: a second one for the same session would delete its line twice.
-      request.ids.emplace_back(id);
-      return;
-    }
-  }
-}
-
 // False where the line is no record.
-bool readLine(const char* line, RecordHandle& handle, std::list<HttpKickSession>& requests) {
+bool readLine(const char* line, RecordHandle& handle, const HttpKickIndex& requests) {
   const char* client = nullptr;
   const char* user = nullptr;
   const char* id = nullptr;
   if (ZevoCgiJsonRecordInit(&handle.record, line) == 0) return false;
   if (ZevoCgiJsonRecordParse(handle.record, &client, &user, &id, 0, 0) == 0) return false;
-  if (!isHidden(handle.record)) assign(requests, client, user, id);
+  if (isHidden(handle.record)) return true;
+  // One request alone: a second one for the same session would delete its line twice.
+  if (HttpKickSession* request = requests.find(user, client)) request->ids.emplace_back(id);
   return true;
 }
 
@@ -77,6 +68,8 @@ bool readLine(const char* line, RecordHandle& handle, std::list<HttpKickSession>
 
 bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>& requests) {
   const std::string path = request->GetSessionFilePath();
+  // Made before the lock is taken, which others wait for.
+  const HttpKickIndex index(requests);
   const SessionFileSection section(kReadEnterLine, kReadLeaveLine);
   if (!section.entered()) {
     syslog(kLogError, "%s:%d Fail at ZevoCgiBeginCriticalSection", kLogSource, kSectionLine);
@@ -90,7 +83,7 @@ bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>&
   }
   char line[kLineBufferSize];
   while (std::fgets(line, kLineBufferSize, file.get()) != nullptr) {
-    if (!readLine(line, handle, requests)) {
+    if (!readLine(line, handle, index)) {
       syslog(kLogError, "%s:%d Session File %s format error", kLogSource, kFormatLine,
              path.c_str());
       return false;
