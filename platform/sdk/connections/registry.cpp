@@ -41,7 +41,7 @@ constexpr std::array<Service, 7> kServices = {{
     {"telnetd", "TELNET", readTelnet},
     {"afpd", "AFP", readAfp},
     {"NFS", "NFS", readNfs},
-    {"the machine itself", "LOGIN", readLogins},
+    {"console logins", "LOGIN", readLogins},
 }};
 
 // Whether the record's process still runs and is the one that the collector saw: between the scan
@@ -74,8 +74,7 @@ void dropStale(const Sources& sources, std::vector<Connection>* connections) {
 void noteFailure(const Sources& sources, const char* name, const char* type,
                  const Outcome& outcome) {
   if (!outcome.failed()) return;
-  sources.note(kConnectionsMissing, type,
-               "cannot read all connections of " + std::string(name) + ": " + outcome.cause());
+  sources.note(kConnectionsMissing, type, std::string(name) + ": " + outcome.cause());
 }
 
 // Samba comes last, so that its tool has run beside everything else.

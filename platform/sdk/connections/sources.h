@@ -59,9 +59,10 @@ class Sources {
   }
   // One line for the administrator.
   void log(const std::string& line) const { log_(line); }
-  // What the caller of the registry is to learn; the administrator reads its detail in the log.
+  // What the caller of the registry is to learn, and the administrator reads in the log.
   void note(std::string_view code, std::string_view service, const std::string& detail) const {
-    log_(detail);
+    log_(code == kConnectionsMissing ? detail + "; connections may be missing from the list"
+                                     : detail);
     notes_.push_back({std::string(code), std::string(service), detail});
   }
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
