@@ -70,10 +70,12 @@ std::string compactJson(const Json::Value& value) {
   return Json::writeString(builder, value);
 }
 
-Answer successAnswer(const std::string& data) {
+Answer successAnswer(const std::string& data, const Json::Value& warnings) {
   Answer answer;
   answer.headers = {{"Content-Type", "application/json"}};
-  answer.body = "{\"data\":" + data + "}\n";
+  answer.body = "{\"data\":" + data;
+  if (!warnings.empty()) answer.body += ",\"warnings\":" + compactJson(warnings);
+  answer.body += "}\n";
   return answer;
 }
 

@@ -22,8 +22,8 @@ struct Answer {
 // As JSON text on one line, in UTF-8.
 std::string compactJson(const Json::Value& value);
 
-// {"data": …} around `data`, which is JSON text.
-Answer successAnswer(const std::string& data);
+// {"data": …} around `data`, which is JSON text, with "warnings" beside it where there are any.
+Answer successAnswer(const std::string& data, const Json::Value& warnings = Json::arrayValue);
 
 // A problem document. `causes` go into it where there are any.
 Answer problemAnswer(Problem problem, const std::vector<std::string>& causes = {});

@@ -5,6 +5,7 @@
 
 #include "zevo/api_response.h"
 #include "zevo/error_trail.h"
+#include "zevo/read_notes.h"
 
 #include "answer.h"
 #include "captured_output.h"
@@ -34,9 +35,19 @@ std::string run(ApiHandler handler, ZEVO::APIRequest& request, ZEVO::APIResponse
   }
 }
 
+Json::Value warnings(bool showCauses) {
+  std::vector<zevo::ReadNote> notes = zevo::readNotes();
+  if (!showCauses) {
+    for (zevo::ReadNote& note : notes) note.detail.clear();
+  }
+  return zevo::readNotesAsJson(notes);
+}
+
 Reply outcomeOf(const ZEVO::APIResponse& response, bool showCauses) {
   if (!response.HasOutcome()) return failed("it recorded no outcome");
-  if (response.ErrorCode() == 0) return replyOf(successAnswer(response.DataText()));
+  if (response.ErrorCode() == 0) {
+    return replyOf(successAnswer(response.DataText(), warnings(showCauses)));
+  }
   const int code = response.ErrorCode();
   const bool withCauses = showCauses && problemOfCode(code) == Problem::kWorkFailed;
   return replyOf(
@@ -57,6 +68,7 @@ Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context) {
   ZEVO::APIRequest request(context);
   ZEVO::APIResponse response;
   zevo::clearErrorTrail();
+  zevo::clearReadNotes();
   const std::string thrown = run(handler, request, response);
   if (!thrown.empty()) return failed(thrown);
   const std::string printed = output.text();

@@ -17,7 +17,8 @@ struct Reply {
 
 // Runs the handler to its end on this thread. Whatever it does short of ending the process gives a
 // reply: an exception, no outcome, or an output that is no answer are "no answer" (500). What it
-// prints besides is dropped, with a line in the log.
+// prints besides is dropped, with a line in the log. What the registry noted stands beside the
+// answer; its causes name paths and processes, so only administrators are told them.
 Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context);
 
 }  // namespace host

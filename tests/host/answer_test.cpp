@@ -21,6 +21,12 @@ TEST(Answer, ASuccessCarriesItsData) {
       "Content-Type: application/json\r\nContent-Length: 21\r\n\r\n{\"data\":{\"total\":0}}\n");
 }
 
+TEST(Answer, WarningsStandBesideTheDataAndOnlyWhereThereAreAny) {
+  EXPECT_EQ(successAnswer("[1]", json(R"([{"code":"connections_missing"}])")).body,
+            "{\"data\":[1],\"warnings\":[{\"code\":\"connections_missing\"}]}\n");
+  EXPECT_EQ(successAnswer("[1]", Json::arrayValue).body, "{\"data\":[1]}\n");
+}
+
 TEST(Answer, AProblemIsADocumentWithItsCode) {
   const Answer answer = problemAnswer(Problem::kTooFewAdministrators);
   EXPECT_EQ(answer.status, 409);

@@ -55,6 +55,25 @@ TEST_F(MethodCall, WithTypedParametersKeepsTheirTypes) {
               HasSubstr("\"number\":445,\"sessionFile\":\"\",\"text\":\"none\""));
 }
 
+TEST_F(MethodCall, ThatReadTheRegistryInPartWarnsWithTheCauseAnAdministrator) {
+  context_.isAdmin = true;
+  EXPECT_THAT(call("read_partly").bytes,
+              EndsWith("\r\n\r\n{\"data\":\"rows\",\"warnings\":[{\"code\":"
+                       "\"connections_missing\",\"detail\":\"cannot read /run/utmp: Is a "
+                       "directory\",\"service\":\"LOGIN\"}]}\n"));
+}
+
+TEST_F(MethodCall, ThatReadTheRegistryInPartWarnsOthersWithoutTheCause) {
+  EXPECT_THAT(call("read_partly").bytes,
+              EndsWith("\r\n\r\n{\"data\":\"rows\",\"warnings\":[{\"code\":"
+                       "\"connections_missing\",\"service\":\"LOGIN\"}]}\n"));
+}
+
+TEST_F(MethodCall, ThatReadNoRegistryHasNoWarningsOfAnEarlierOne) {
+  call("read_partly");
+  EXPECT_THAT(call("echo").bytes, Not(HasSubstr("warnings")));
+}
+
 TEST_F(MethodCall, ThatIsRefusedCarriesTheMethodsCode) {
   const Reply reply = call("refuse");
   EXPECT_EQ(reply.status, 409);

@@ -10,6 +10,7 @@
 #include "zevo/api_response.h"
 #include "zevo/api_table.h"
 #include "zevo/export.h"
+#include "zevo/read_notes.h"
 
 namespace {
 
@@ -91,6 +92,12 @@ void echo(APIRequest* request, APIResponse* response) {
   response->SetSuccess(seen);
 }
 
+// A list of which one source could not be read.
+void readPartly(APIRequest* /*request*/, APIResponse* response) {
+  zevo::setReadNotes({{"connections_missing", "LOGIN", "cannot read /run/utmp: Is a directory"}});
+  response->SetSuccess(Json::Value("rows"));
+}
+
 void refuse(APIRequest* /*request*/, APIResponse* response) {
   response->SetError(7100, Json::Value());
 }
@@ -108,6 +115,7 @@ ApiMethodRow table[] = {{"Test", 1, "crash", &crash},
                         {"Test", 1, "throw_something", &throwSomething},
                         {"Test", 1, "throw_exception", &throwException},
                         {"Test", 1, "record_nothing", &recordNothing},
+                        {"Test", 1, "read_partly", &readPartly},
                         {"Test", 1, "refuse", &refuse},
                         {"Test", 1, "list", &echo},
                         {"Test", 1, "echo", &echo},
