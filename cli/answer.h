@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "zevo/read_notes.h"
+
 namespace cli {
 
 struct Answer {
@@ -16,7 +18,8 @@ struct Answer {
   Status status = Status::kFailed;
   int code = 0;
   std::string data;
-  std::vector<std::string> causes;  // of kRefused and kFailed, in words; may be empty
+  std::vector<std::string> causes;            // of kRefused and kFailed, in words; may be empty
+  std::vector<zevo::ReadNote> warnings = {};  // of kDone: what the read of connections lacks
 
   bool operator==(const Answer&) const = default;
 };

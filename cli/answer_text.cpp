@@ -6,6 +6,8 @@
 #include <system_error>
 #include <utility>
 
+#include "json_text.h"
+
 namespace cli {
 namespace {
 
@@ -44,6 +46,15 @@ class AnswerReader {
   std::string_view rest_;
 };
 
+bool takeWarnings(AnswerReader* reader, std::vector<zevo::ReadNote>* warnings) {
+  std::string_view text;
+  if (!reader->takeText(&text)) return false;
+  const std::optional<Json::Value> array = parseJson(std::string(text));
+  if (!array) return false;
+  *warnings = zevo::readNotesFromJson(*array);
+  return true;
+}
+
 bool takeCauses(AnswerReader* reader, std::vector<std::string>* causes) {
   int count = 0;
   if (!reader->takeNumber(&count)) return false;
@@ -64,6 +75,7 @@ std::string textOfAnswer(const Answer& answer) {
   putText(std::to_string(answer.causes.size()), &text);
   for (const std::string& cause : answer.causes) putText(cause, &text);
   putText(answer.data, &text);
+  putText(compactJson(zevo::readNotesAsJson(answer.warnings)), &text);
   return text;
 }
 
@@ -73,7 +85,8 @@ std::optional<Answer> answerFromText(const std::string& text) {
   int status = 0;
   std::string_view data;
   if (!reader.takeNumber(&status) || !reader.takeNumber(&answer.code) ||
-      !takeCauses(&reader, &answer.causes) || !reader.takeText(&data) || !reader.isAtEnd()) {
+      !takeCauses(&reader, &answer.causes) || !reader.takeText(&data) ||
+      !takeWarnings(&reader, &answer.warnings) || !reader.isAtEnd()) {
     return {};
   }
   if (status < 0 || status > static_cast<int>(Answer::Status::kFailed)) return {};

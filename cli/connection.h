@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "zevo/read_notes.h"
+
 namespace cli {
 
 // One row of a list. Texts are the services' own: they may hold anything, and may be empty.
@@ -30,6 +32,7 @@ struct Page {
   int total = 0;  // connections on all pages
   std::vector<Connection> connections;
   std::string systime;  // the server's local time in words, without a line break
+  std::vector<zevo::ReadNote> warnings = {};  // what the list may lack; no part of its JSON text
 
   bool operator==(const Page&) const = default;
 };

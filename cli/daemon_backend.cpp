@@ -10,8 +10,6 @@
 #include <unistd.h>
 #include <utility>
 
-#include <json/writer.h>
-
 #include "base/file_failure.h"
 #include "base/text.h"
 #include "json_text.h"
@@ -21,6 +19,8 @@ namespace {
 
 constexpr std::string_view kPath = "/api/ZEVO.Core.CurrentConnection/1/";
 constexpr std::string_view kDataStart = R"({"data":)";
+// No text can hold it: quotes in texts are escaped.
+constexpr std::string_view kWarningsStart = R"(,"warnings":)";
 constexpr int kOk = 200;
 
 // Each wait on `connection`, also that for being let in, ends after `limit` with EAGAIN.
@@ -53,9 +53,7 @@ zevo::FileDescriptor connectTo(const std::string& path, std::chrono::seconds lim
 }
 
 std::string requestFor(const std::string& method, const Json::Value& parameters) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  const std::string body = Json::writeString(builder, parameters);
+  const std::string body = compactJson(parameters);
   std::string headers;
   const auto add = [&headers](std::string_view name, std::string_view value) {
     headers.append(name).append(1, '\0').append(value).append(1, '\0');
@@ -98,6 +96,23 @@ int statusOf(std::string_view headers) {
     status = status * 10 + (digit - '0');
   }
   return status;
+}
+
+// The answer in `body`, {"data":…} or {"data":…,"warnings":[…]}: the data stays the text that it
+// is.
+Answer answerOfSuccess(const std::string& body) {
+  Answer answer;
+  answer.status = Answer::Status::kDone;
+  std::size_t end = body.size() - 1;
+  const std::size_t warnings = body.rfind(kWarningsStart);
+  if (warnings != std::string::npos) {
+    const std::size_t start = warnings + kWarningsStart.size();
+    const std::optional<Json::Value> array = parseJson(body.substr(start, end - start));
+    if (array) answer.warnings = zevo::readNotesFromJson(*array);
+    if (array) end = warnings;
+  }
+  answer.data = body.substr(kDataStart.size(), end - kDataStart.size());
+  return answer;
 }
 
 bool isMethodsOwn(int code) {
@@ -160,10 +175,7 @@ Answer answerOfDaemon(const std::string& received) {
   std::string body = received.substr(end + kEnd.size());
   if (body.ends_with('\n')) body.pop_back();
   if (status == kOk && body.starts_with(kDataStart) && body.ends_with('}')) {
-    return {Answer::Status::kDone,
-            0,
-            body.substr(kDataStart.size(), body.size() - kDataStart.size() - 1),
-            {}};
+    return answerOfSuccess(body);
   }
   const std::optional<Json::Value> document = parseJson(body);
   if (status == kOk || !document || !document->isObject()) {

@@ -16,6 +16,7 @@
 #include "question.h"
 #include "side_by_side.h"
 #include "table_output.h"
+#include "warnings.h"
 
 namespace cli {
 namespace {
@@ -57,17 +58,6 @@ bool isDisabled(const AccountChange& change) {
   return change.after == kDisabledExpiry;
 }
 
-std::vector<std::string> connectionLines(const std::vector<Connection>& before,
-                                         const std::vector<Connection>& now) {
-  std::vector<std::string> lines;
-  lines.reserve(before.size());
-  for (const Connection& connection : before) {
-    lines.push_back((isStillThere(connection, now) ? "still there: " : "ended: ") +
-                    describe(connection));
-  }
-  return lines;
-}
-
 // What became of it all, from the accounts and the list as they are now.
 ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
                   const std::vector<Connection>& before, Backend& backend) {
@@ -77,8 +67,7 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
   Failure failure;
   const std::optional<Page> page = readList(backend, "", &failure);
   if (page) {
-    const std::vector<std::string> more = connectionLines(before, page->connections);
-    lines.insert(lines.end(), more.begin(), more.end());
+    for (const Connection& connection : before) lines.push_back(fateOf(connection, *page));
   }
   const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
   if (answer.status != Answer::Status::kDone) {
@@ -88,6 +77,11 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
   }
   if (!page) {
     complain(failure.lines);
+    return kExitFailed;
+  }
+  const auto& warnings = mayLack(answer.warnings) ? answer.warnings : page->warnings;
+  if (mayLack(warnings)) {
+    complainOfDoubt("whether all of their connections have ended is not known:", warnings);
     return kExitFailed;
   }
   return isWritten ? written : kExitFailed;
@@ -132,6 +126,7 @@ ExitCode disable(const Disable& request, Backend& backend) {
     complain(failure.lines);
     return failure.exitCode;
   }
+  complainOfWarnings(page->warnings);
   const std::vector<Connection> theirs = connectionsOf(request.users, page->connections);
   const ExitCode written = printText(planText(request, page->connections, theirs));
   if (written != kExitDone || request.isDryRun) return written;

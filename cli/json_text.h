@@ -8,7 +8,10 @@
 
 namespace cli {
 
-// None where `text` is no JSON.
+// None where `text` is no JSON, or more than that.
 std::optional<Json::Value> parseJson(const std::string& text);
+
+// On one line, in ASCII.
+std::string compactJson(const Json::Value& value);
 
 }  // namespace cli

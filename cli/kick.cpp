@@ -17,6 +17,7 @@
 #include "question.h"
 #include "side_by_side.h"
 #include "table_output.h"
+#include "warnings.h"
 
 namespace cli {
 namespace {
@@ -91,9 +92,13 @@ ExitCode endConnections(const KickPlan& plan, Backend& backend) {
     complain(failure.lines);
     return kExitFailed;
   }
-  const KickResult result = makeKickResult(plan, answers, page->connections);
+  const KickResult result = makeKickResult(plan, answers, *page);
   const ExitCode written = printText(linesText(result.lines, lookOfOutput().charset));
   if (!result.problems.empty()) complain(result.problems);
+  if (mayLack(page->warnings, plan.services)) {
+    complainOfDoubt("whether all of them have ended is not known:", page->warnings);
+    return kExitFailed;
+  }
   return result.isComplete ? written : kExitFailed;
 }
 
@@ -119,6 +124,7 @@ ExitCode kick(const Kick& request, Backend& backend) {
     complain(failure.lines);
     return failure.exitCode;
   }
+  complainOfWarnings(page->warnings);
   const KickPlan plan = makeKickPlan(page->connections, request.selection);
   const std::size_t count = endable(plan).size();
   const std::string refusal = objection(plan, request);

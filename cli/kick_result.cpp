@@ -3,13 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "warnings.h"
+
 namespace cli {
 namespace {
-
-void addLine(const Connection& connection, bool isThere, KickResult* result) {
-  result->lines.push_back((isThere ? "still there: " : "ended: ") + describe(connection));
-  if (isThere) result->isComplete = false;
-}
 
 void addProblem(const std::optional<Answer>& answer, KickResult* result) {
   std::vector<std::string> causes;
@@ -39,14 +36,21 @@ bool isStillThere(const Connection& connection, const std::vector<Connection>& n
   });
 }
 
+std::string fateOf(const Connection& connection, const Page& now) {
+  if (isStillThere(connection, now.connections)) return "still there: " + describe(connection);
+  return (mayLack(now.warnings, {connection}) ? "not known: " : "ended: ") + describe(connection);
+}
+
 KickResult makeKickResult(const KickPlan& plan, const std::vector<std::optional<Answer>>& answers,
-                          const std::vector<Connection>& now) {
+                          const Page& now) {
   KickResult result;
   result.isComplete = true;
-  for (const Connection& connection : plan.services) {
-    addLine(connection, isStillThere(connection, now), &result);
+  for (const auto* connections : {&plan.services, &plan.webLogins}) {
+    for (const Connection& connection : *connections) {
+      result.lines.push_back(fateOf(connection, now));
+      result.isComplete &= result.lines.back().starts_with("ended: ");
+    }
   }
-  for (const Connection& login : plan.webLogins) addLine(login, isStillThere(login, now), &result);
   for (const std::optional<Answer>& answer : answers) addProblem(answer, &result);
   return result;
 }

@@ -20,7 +20,11 @@ struct KickResult {
 // `answers` are those to the plan's calls: one for each service connection, in their order, and one
 // for the web logins together. `now` is the list of all connections after them.
 KickResult makeKickResult(const KickPlan& plan, const std::vector<std::optional<Answer>>& answers,
-                          const std::vector<Connection>& now);
+                          const Page& now);
+
+// A line on `connection`, which was to end: whether it is among those of `now`, as far as that
+// tells.
+std::string fateOf(const Connection& connection, const Page& now);
 
 // Whether `connection` is among those of `now`. A process is known by its pid and service, since
 // the users whom it serves may change; a web login by user and address.

@@ -16,7 +16,9 @@ std::optional<Page> readList(Backend& backend, const std::string& filter, Failur
   if (!page) {
     *failure = explainListFailure(failedAnswer("the answer of \"list\" is no list of connections"),
                                   listing);
+    return {};
   }
+  page->warnings = answer.warnings;
   return page;
 }
 

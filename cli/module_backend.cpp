@@ -12,6 +12,7 @@
 #include "zevo/api_request.h"
 #include "zevo/api_response.h"
 #include "zevo/error_trail.h"
+#include "zevo/read_notes.h"
 #include "zevo/session_file.h"
 
 #include "base/file_failure.h"
@@ -38,6 +39,7 @@ Answer readAnswer(const ZEVO::APIResponse& response) {
   if (answer.code == 0) {
     answer.status = Answer::Status::kDone;
     answer.data = response.DataText();
+    answer.warnings = zevo::readNotes();
   } else {
     answer.status = Answer::Status::kRefused;
     answer.causes = zevo::errorTrail();
@@ -47,6 +49,7 @@ Answer readAnswer(const ZEVO::APIResponse& response) {
 
 Answer runHandler(ApiHandler handler, ZEVO::RequestContext context) {
   zevo::clearErrorTrail();
+  zevo::clearReadNotes();
   ZEVO::APIRequest request(std::move(context));
   ZEVO::APIResponse response;
   try {

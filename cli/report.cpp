@@ -21,6 +21,7 @@
 #include "report_page.h"
 #include "table_output.h"
 #include "text.h"
+#include "warnings.h"
 
 namespace cli {
 namespace {
@@ -96,6 +97,7 @@ ExitCode writeReport(const Report& request, Backend& backend) {
     complain(failure.lines);
     return failure.exitCode;
   }
+  complainOfWarnings(list.warnings);
   std::string reason;
   const std::optional<std::string> printed = printedReport(request, backend, &reason);
   if (!printed) return fail(reason);

@@ -2,12 +2,15 @@
 
 #include <optional>
 #include <string>
+#include <unistd.h>
 
 #include "connection.h"
 #include "failure.h"
+#include "json_text.h"
 #include "output.h"
 #include "summary.h"
 #include "table_output.h"
+#include "warnings.h"
 
 namespace cli {
 namespace {
@@ -17,6 +20,17 @@ ExitCode printPage(const Page& page, const Listing& listing) {
   std::string text;
   if (!page.connections.empty()) text = tableText(page.connections, look);
   return printText(text + summaryOf(page, listing, look.charset) + "\n");
+}
+
+// The answer keeps its shape on standard output; programs find warnings on standard error.
+ExitCode printJson(const Answer& answer) {
+  if (!answer.warnings.empty()) {
+    Json::Value object(Json::objectValue);
+    object["warnings"] = zevo::readNotesAsJson(answer.warnings);
+    std::string ignored;
+    writeAll(STDERR_FILENO, compactJson(object) + "\n", &ignored);
+  }
+  return printText(answer.data + "\n");
 }
 
 ExitCode explain(const Answer& answer, const Listing& listing) {
@@ -31,7 +45,8 @@ ExitCode showListing(const Listing& listing, Backend& backend) {
   const Answer answer = backend.call(methodOf(listing), parametersOf(listing));
   if (answer.status == Answer::Status::kOwnOutput) return kExitDone;
   if (answer.status != Answer::Status::kDone) return explain(answer, listing);
-  if (listing.asJson) return printText(answer.data + "\n");
+  if (listing.asJson) return printJson(answer);
+  complainOfWarnings(answer.warnings);
   const std::optional<Page> page = parsePage(answer.data);
   if (page) return printPage(*page, listing);
   return explain(failedAnswer("the answer of \"" + std::string(methodOf(listing)) +

@@ -20,6 +20,7 @@
 #include "screen.h"
 #include "signals.h"
 #include "summary.h"
+#include "warnings.h"
 #include "watch_view.h"
 
 namespace cli {
@@ -131,6 +132,7 @@ class Watch {
   void show(const Answer& answer) {
     std::optional<Page> page;
     if (answer.status == Answer::Status::kDone) page = parsePage(answer.data);
+    view_.warnings = warningLines(answer.warnings);
     view_.problem.clear();
     if (page) {
       take(std::move(*page));

@@ -49,6 +49,9 @@ std::vector<std::string> linesOfView(const WatchView& view, TerminalSize size, c
   Lines head = {fitted(titleOf(view))};
   Lines body;
   Lines foot;
+  if (view.problem.empty()) {
+    for (const std::string& line : view.warnings) head.push_back(fitted(line));
+  }
   if (!view.problem.empty()) {
     for (const std::string& line : view.problem) body.push_back(fitted(line));
   } else {

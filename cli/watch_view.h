@@ -13,10 +13,11 @@ namespace cli {
 
 struct WatchView {
   std::chrono::milliseconds interval{0};
-  std::string systime;               // of the last read that succeeded
-  std::vector<Row> rows;             // of that read
-  std::string summary;               // on that read
-  std::vector<std::string> problem;  // why the latest read failed; empty where it did not
+  std::string systime;                // of the last read that succeeded
+  std::vector<Row> rows;              // of that read
+  std::string summary;                // on that read
+  std::vector<std::string> warnings;  // on what it may lack
+  std::vector<std::string> problem;   // why the latest read failed; empty where it did not
 };
 
 // At most `size.rows` lines, none wider than `size.columns`. Where not all rows fit, a line says

@@ -13,6 +13,9 @@ TEST(AnswerText, CarriesAnAnswerAsItWas) {
   EXPECT_EQ(answerFromText(textOfAnswer(kRefusal)), kRefusal);
   const Answer done = {Answer::Status::kDone, 0, std::string("{\"a\":1}\n\0\xFF", 10), {}};
   EXPECT_EQ(answerFromText(textOfAnswer(done)), done);
+  Answer warned = done;
+  warned.warnings = {{"connections_missing", "LOGIN", "a \"b\": \xC3\xA9"}, {"x", "", ""}};
+  EXPECT_EQ(answerFromText(textOfAnswer(warned)), warned);
 }
 
 TEST(AnswerText, RefusesEveryPartOfAnAnswer) {

@@ -33,6 +33,25 @@ TEST(DaemonAnswer, OfAMethodIsItsResultAsItIs) {
   EXPECT_EQ(answerOfDaemon(answerText("200 OK", R"({"data":{"items":[], "total":0}})")), expected);
 }
 
+TEST(DaemonAnswer, OfAMethodCarriesItsWarningsBesideTheResult) {
+  const Answer expected = {Answer::Status::kDone,
+                           0,
+                           R"({"items":["\",\"warnings\":[]}"]})",
+                           {},
+                           {{"connections_missing", "LOGIN", ",\"warnings\":"}}};
+  EXPECT_EQ(
+      answerOfDaemon(answerText(
+          "200 OK", R"({"data":{"items":["\",\"warnings\":[]}"]},"warnings":[{"code":)"
+                    R"("connections_missing","service":"LOGIN","detail":",\"warnings\":"}]})")),
+      expected);
+}
+
+TEST(DaemonAnswer, OfAMethodMayHaveAMemberOfThatNameItself) {
+  const Answer expected = {Answer::Status::kDone, 0, R"({"total":0,"warnings":[1]})", {}};
+  EXPECT_EQ(answerOfDaemon(answerText("200 OK", R"({"data":{"total":0,"warnings":[1]}})")),
+            expected);
+}
+
 TEST(DaemonAnswer, OfARefusalIsItsCodeAndCauses) {
   const Answer expected = {Answer::Status::kRefused, 117, "", {"one", "two"}};
   EXPECT_EQ(answerOfDaemon(answerText("500 Internal Server Error",

@@ -54,6 +54,17 @@ TEST_F(DisableTest, ShowsAndReportsAccountsAndConnections) {
   EXPECT_EQ(run.exitCode, 1) << "the account is not disabled, whatever the method says";
 }
 
+TEST_F(DisableTest, CallsNothingEndedThatTheListMayLack) {
+  program.answer("list", {listAnswer({row(12, kAlice)}), incomplete(listAnswer({}), "SSH")});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.err.find("currentconn: whether all of their connections have ended is not known:\n"
+                         "  SSH connections may be missing: no reason\n"),
+            std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.out.find("ended: SSH"), std::string::npos) << run.out;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
 TEST_F(DisableTest, ADryRunOnlyShows) {
   const Outcome run = program.run({"disable", kAlice, "--dry-run"});
   EXPECT_NE(run.out.find("account to be disabled: no-such-alice\n"), std::string::npos);

@@ -9,8 +9,8 @@
 //   "signal": the number of a signal that ends the process
 //   "throw":  true: an exception that escapes
 //   "silent": true: no outcome at all
-// and perhaps "wait_ms", the time before it, or "wait_for", the name of a file of the folder that
-// must be there first.
+// and perhaps "warnings", an array of notes of the registry's, "wait_ms", the time before it, or
+// "wait_for", the name of a file of the folder that must be there first.
 #include <array>
 #include <chrono>
 #include <csignal>
@@ -33,6 +33,7 @@
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 #include "zevo/export.h"
+#include "zevo/read_notes.h"
 
 namespace {
 
@@ -111,6 +112,9 @@ void give(const Json::Value& answer, ZEVO::APIResponse* response) {
   if (answer.isMember("print")) {
     response->SetEnableOutput(false);
     std::printf("%s", answer["print"].asCString());
+  }
+  if (answer.isMember("warnings")) {
+    zevo::setReadNotes(zevo::readNotesFromJson(answer["warnings"]));
   }
   if (answer.isMember("data")) response->SetSuccess(answer["data"]);
   if (answer.isMember("error")) {

@@ -17,6 +17,10 @@ const Connection kAliceShares = connection(4711, "alice", "CIFS");
 const Connection kAliceWeb = connection(5, "alice", "HTTP/HTTPS");
 const Answer kDoneAnswer = {Answer::Status::kDone, 0, "null", {}};
 
+Page pageOf(const std::vector<Connection>& connections) {
+  return {static_cast<int>(connections.size()), connections, ""};
+}
+
 TEST(StillThere, IsAProcessWhoeverItServesNow) {
   EXPECT_TRUE(isStillThere(kAliceShares, {connection(4711, "bob", "CIFS", "10.20.0.7")}));
   EXPECT_FALSE(isStillThere(kAliceShares, {connection(4712, "alice", "CIFS")}));
@@ -30,13 +34,32 @@ TEST(StillThere, IsAWebLoginByUserAndAddress) {
 }
 
 TEST(KickResult, ReportsEachConnection) {
-  const KickResult result = makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
-                                           {kDoneAnswer, kDoneAnswer, kDoneAnswer}, {kAliceShares});
+  const KickResult result =
+      makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
+                     {kDoneAnswer, kDoneAnswer, kDoneAnswer}, pageOf({kAliceShares}));
   EXPECT_EQ(result.lines, (Lines{"ended: SSH of alice from 10.20.0.2, pid 12",
                                  "still there: CIFS of alice from 10.20.0.2, pid 4711",
                                  "ended: HTTP/HTTPS of alice from 10.20.0.2"}));
   EXPECT_EQ(result.problems, Lines{});
   EXPECT_FALSE(result.isComplete);
+}
+
+TEST(KickResult, DoesNotKnowOfWhatTheListMayLack) {
+  const auto resultWith = [](const std::string& code, const std::string& service) {
+    Page now = pageOf({});
+    now.warnings = {{code, service, ""}};
+    return makeKickResult({{kAliceShares}, {kAliceWeb}, {}, {}}, {kDoneAnswer, kDoneAnswer}, now);
+  };
+  const std::string ended = "ended: CIFS of alice from 10.20.0.2, pid 4711";
+  const std::string notKnown = "not known: CIFS of alice from 10.20.0.2, pid 4711";
+  for (const char* service : {"CIFS", ""}) {
+    EXPECT_EQ(resultWith("connections_missing", service).lines,
+              (Lines{notKnown, "ended: HTTP/HTTPS of alice from 10.20.0.2"}));
+    EXPECT_FALSE(resultWith("connections_missing", service).isComplete);
+  }
+  EXPECT_EQ(resultWith("connections_missing", "SSH").lines[0], ended);
+  EXPECT_EQ(resultWith("details_missing", "CIFS").lines[0], ended);
+  EXPECT_TRUE(resultWith("details_missing", "CIFS").isComplete);
 }
 
 TEST(KickResult, IsCompleteWhereAllEnded) {
@@ -62,7 +85,7 @@ TEST(KickResult, PointsToTheLogWhereNoCauseIsKnown) {
 
 TEST(KickResult, SaysThatItWasInterrupted) {
   const KickResult result =
-      makeKickResult({{kAliceShell}, {}, {}, {}}, {std::nullopt}, {kAliceShell});
+      makeKickResult({{kAliceShell}, {}, {}, {}}, {std::nullopt}, pageOf({kAliceShell}));
   EXPECT_EQ(result.problems, (Lines{"not every step succeeded:", "it was interrupted"}));
 }
 

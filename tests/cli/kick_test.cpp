@@ -84,6 +84,27 @@ TEST_F(KickTest, EndsAllOfAUserAndReportsEachConnection) {
   EXPECT_EQ(run.exitCode, 0);
 }
 
+TEST_F(KickTest, CallsNothingEndedThatTheListMayLack) {
+  program.answer("list", {listAnswer({kAliceShell}), incomplete(listAnswer({}), "SSH")});
+  const Outcome run = program.run({"kick", "--user", "alice", "--yes"});
+  EXPECT_EQ(run.err,
+            "waiting for connections to end ...\n"
+            "currentconn: whether all of them have ended is not known:\n"
+            "  SSH connections may be missing: no reason\n");
+  EXPECT_EQ(run.out.find("ended: "), std::string::npos) << run.out;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, WarnsOfWhatTheListMayLack) {
+  program.answer("list", {incomplete(listAnswer({kAliceShell}), "LOGIN"),
+                          incomplete(listAnswer({}), "LOGIN")});
+  const Outcome run = program.run({"kick", "--user", "alice", "--yes"});
+  EXPECT_EQ(run.err,
+            "currentconn: LOGIN connections may be missing: no reason\n"
+            "waiting for connections to end ...\n");
+  EXPECT_EQ(run.exitCode, 0);
+}
+
 TEST_F(KickTest, SendsEachServiceConnectionByItselfAndWebLoginsTogether) {
   program.answer("list", {listAnswer({kAliceShell, kAliceShares, kAliceWeb,
                                       row(6, "alice", "HTTP/HTTPS", "10.20.0.10")}),

@@ -153,6 +153,12 @@ Outcome Program::run(const std::vector<std::string>& arguments,
   return run;
 }
 
+std::string incomplete(const std::string& answer, const std::string& service) {
+  return answer.substr(0, answer.rfind('}')) +
+         R"(,"warnings":[{"code":"connections_missing","detail":"no reason","service":")" +
+         service + R"("}]})";
+}
+
 std::string row(int pid, const std::string& who, const std::string& type, const std::string& from,
                 const std::string& descr) {
   Json::Value value(Json::objectValue);

@@ -57,6 +57,8 @@ class Program {
 
 // The answer of a listing method with these rows in JSON.
 std::string listAnswer(const std::vector<std::string>& rows, int total = -1);
+// `answer` of a read that could not tell all connections of `service`.
+std::string incomplete(const std::string& answer, const std::string& service);
 // A row in JSON.
 std::string row(int pid, const std::string& who, const std::string& type = "SSH",
                 const std::string& from = "10.20.0.2", const std::string& descr = "pts/3");

@@ -88,6 +88,32 @@ TEST_F(ProgramTest, JsonIsTheMethodsResultAsItIs) {
   EXPECT_EQ(run.exitCode, 0);
 }
 
+const std::string kWarnings =
+    R"("warnings":[{"code":"connections_missing","service":"LOGIN","detail":"cannot read \u001b"},)"
+    R"({"code":"details_missing","service":"CIFS"},{"code":"connections_missing"}])";
+
+TEST_F(ProgramTest, WarningsStandAboveTheTableOnStandardError) {
+  program.answer("list", {R"({"data":{"total":0,"items":[],"systime":"now"},)" + kWarnings + "}"});
+  const Outcome run = program.run({"list"});
+  EXPECT_EQ(run.err,
+            "currentconn: LOGIN connections may be missing: cannot read \uFFFD\n"
+            "currentconn: not everything is known about the CIFS connections\n"
+            "currentconn: connections may be missing\n");
+  EXPECT_EQ(run.out, "nobody is connected\n");
+  EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST_F(ProgramTest, JsonKeepsItsShapeAndWarnsInJsonOnStandardError) {
+  program.answer("list", {R"({"data":{"total":0,"items":[],"systime":"now"},)" + kWarnings + "}"});
+  const Outcome run = program.run({"list", "--json"});
+  EXPECT_EQ(run.out, "{\"items\":[],\"systime\":\"now\",\"total\":0}\n");
+  EXPECT_EQ(run.err,
+            "{\"warnings\":[{\"code\":\"connections_missing\",\"detail\":\"cannot read \\u001b\","
+            "\"service\":\"LOGIN\"},{\"code\":\"details_missing\",\"service\":\"CIFS\"},"
+            "{\"code\":\"connections_missing\"}]}\n");
+  EXPECT_EQ(run.exitCode, 0);
+}
+
 TEST_F(ProgramTest, AnEmptyListIsASentence) {
   program.answer("list", {listAnswer({})});
   EXPECT_EQ(program.run({"list"}).out, "nobody is connected\n");

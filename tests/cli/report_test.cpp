@@ -73,6 +73,14 @@ TEST_F(ReportTest, AsksForWhatWasAskedFor) {
   EXPECT_EQ(calls[1]["parameters"]["sort_direction"], "ASC");
 }
 
+TEST_F(ReportTest, WarnsOfWhatThePageMayLack) {
+  program.answer("list", {incomplete(listAnswer({row(12, "alice")}), "LOGIN")});
+  const Outcome run = program.run({"report", "-o", file()});
+  EXPECT_EQ(run.err, "currentconn: LOGIN connections may be missing: no reason\n");
+  EXPECT_EQ(run.exitCode, 0);
+  EXPECT_EQ(content(), kPage);
+}
+
 TEST_F(ReportTest, IsNotWrittenWhereTheListFails) {
   program.answer("list", {R"({"error":117,"causes":["no smbd"]})"});
   const Outcome run = program.run({"report", "-o", file()});

@@ -99,6 +99,17 @@ TEST_F(WatchTest, ShowsAReadThatFailedAndGoesOn) {
   EXPECT_TRUE(session.waitFor("2 connections"));
 }
 
+TEST_F(WatchTest, WarnsForAsLongAsRowsMayBeMissing) {
+  program.answer(
+      "list", {listAnswer({row(11, "alice")}), incomplete(listAnswer({row(11, "alice")}), "LOGIN"),
+               listAnswer({row(11, "alice"), row(12, "bob")})});
+  TerminalSession session(program, {"list", "--watch=0.3"}, 80, 24);
+  ASSERT_TRUE(session.waitFor("1 connection"));
+  ASSERT_TRUE(session.waitFor("LOGIN connections may be missing: no reason"));
+  ASSERT_TRUE(session.waitFor("2 connections"));
+  EXPECT_EQ(session.lastFrame().size(), 5U);
+}
+
 TEST_F(WatchTest, EndsWithAReasonWhereTheFirstReadFails) {
   program.answer("list", {R"({"error":117,"causes":["no smbd"]})"});
   TerminalSession session(program, {"list", "--watch"}, 80, 24);

@@ -30,6 +30,16 @@ TEST(WatchView, ShowsTitleTableAndSummary) {
             (Lines{kTitle, kHeader, kRow, kRow, "2 connections"}));
 }
 
+TEST(WatchView, WarnsAboveTheTable) {
+  WatchView view = viewOf(1);
+  view.warnings = {"LOGIN connections may be missing: cannot read /run/utmp"};
+  EXPECT_EQ(linesOfView(view, {60, 24}, {}),
+            (Lines{kTitle, view.warnings[0].substr(0, 59), kHeader, kRow, "1 connections"}));
+  EXPECT_EQ(linesOfView(view, {80, 2}, {}).size(), 2U);
+  view.problem = {"no answer"};
+  EXPECT_EQ(linesOfView(view, {80, 24}, {}), (Lines{kTitle, "no answer"}));
+}
+
 TEST(WatchView, CountsTheRowsForWhichTheWindowIsTooLow) {
   EXPECT_EQ(linesOfView(viewOf(10), {80, 6}, {}),
             (Lines{kTitle, kHeader, kRow, kRow, "8 more, for which the window is too low",

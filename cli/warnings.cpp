@@ -1,0 +1,62 @@
+#include "warnings.h"
+
+#include <algorithm>
+
+#include "output.h"
+
+namespace cli {
+namespace {
+
+std::string lineOf(const zevo::ReadNote& warning) {
+  const std::string which = warning.service.empty() ? "" : warning.service + " ";
+  std::string line = which + "connections may be missing";
+  if (warning.code == zevo::kDetailsMissing) {
+    line = "not everything is known about the " + which + "connections";
+  }
+  return warning.detail.empty() ? line : line + ": " + warning.detail;
+}
+
+bool tellsOfMissing(const zevo::ReadNote& warning) {
+  return warning.code != zevo::kDetailsMissing;
+}
+
+// A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
+bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
+  if (type == "HTTP/HTTPS") return false;
+  return warning.service.empty() || warning.service == type ||
+         (warning.service == "SSH" && type == "SFTP");
+}
+
+}  // namespace
+
+std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<std::string> lines;
+  lines.reserve(warnings.size());
+  for (const zevo::ReadNote& warning : warnings) lines.push_back(lineOf(warning));
+  return lines;
+}
+
+void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings) {
+  for (const std::string& line : warningLines(warnings)) complain(line);
+}
+
+void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<std::string> lines = warningLines(warnings);
+  lines.insert(lines.begin(), doubt);
+  complain(lines);
+}
+
+bool mayLack(const std::vector<zevo::ReadNote>& warnings) {
+  return std::any_of(warnings.begin(), warnings.end(), tellsOfMissing);
+}
+
+bool mayLack(const std::vector<zevo::ReadNote>& warnings,
+             const std::vector<Connection>& connections) {
+  return std::any_of(warnings.begin(), warnings.end(), [&](const zevo::ReadNote& warning) {
+    return tellsOfMissing(warning) &&
+           std::any_of(connections.begin(), connections.end(),
+                       [&](const Connection& c) { return isAbout(warning, c.type); });
+  });
+}
+
+}  // namespace cli

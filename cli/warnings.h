@@ -1,0 +1,28 @@
+// What a list may lack, in words.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zevo/read_notes.h"
+
+#include "connection.h"
+
+namespace cli {
+
+// A sentence for each warning, without a full stop.
+std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warnings);
+
+// Says them on standard error, a line each.
+void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings);
+
+// Says `doubt` with them as its reasons.
+void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings);
+
+// Whether the list may lack connections at all.
+bool mayLack(const std::vector<zevo::ReadNote>& warnings);
+// Whether it may lack one of the services of `connections`.
+bool mayLack(const std::vector<zevo::ReadNote>& warnings,
+             const std::vector<Connection>& connections);
+
+}  // namespace cli
