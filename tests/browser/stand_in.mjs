@@ -107,7 +107,7 @@ function isSameOrigin({ origin, host, ':authority': authority = host }) {
   return origin !== undefined && new URL(origin).host === authority;
 }
 
-function written({ status, data, code, causes, retryAfter, file, cookie }) {
+function written({ status, data, warnings, code, causes, retryAfter, file, cookie }) {
   const headers = {};
   if (cookie) headers['Set-Cookie'] = cookie;
   if (retryAfter) headers['Retry-After'] = String(retryAfter);
@@ -115,7 +115,7 @@ function written({ status, data, code, causes, retryAfter, file, cookie }) {
     headers['Content-Disposition'] = 'attachment; filename="currentlog.html"';
     return { status, type: 'application/xxx', text: file, headers };
   }
-  if (status === 200) return { status, type: 'application/json', text: JSON.stringify({ data }), headers };
+  if (status === 200) return { status, type: 'application/json', text: JSON.stringify({ data, warnings }), headers };
   const problem = { type: 'about:blank', title: 'Problem', status, detail: 'Something happened.', code };
   if (causes) problem.causes = causes;
   return { status, type: 'application/problem+json', text: JSON.stringify(problem), headers };

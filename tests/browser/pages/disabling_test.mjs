@@ -52,6 +52,18 @@ pageTest('a disabled user is said with what became of the connections', async ({
   await eventually(async () => (await driver.rows()).map(([user]) => user), ['bob']);
 });
 
+pageTest('connections that the list may lack are not called ended', async ({ driver, world }) => {
+  someConnections(world);
+  await driver.enter();
+  await askToDisableCarol(driver);
+  world.warnings = [{ code: 'connections_missing', service: 'SSH', detail: 'OpenSSH: no reason' }];
+  await driver.press('Disable carol');
+  await driver.dialogTitle('carol is disabled');
+  const text = await driver.dialogText();
+  assert.match(text, /Not known: the list could not be read again in full/);
+  assert.doesNotMatch(text, /ended/);
+});
+
 pageTest('connections that outlive the disabling are named', async ({ driver, world }) => {
   someConnections(world);
   world.whenKicked.set(1, 'stays');

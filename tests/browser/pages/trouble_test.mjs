@@ -49,6 +49,36 @@ pageTest(
   },
 );
 
+const kBrokenUtmp = { code: 'connections_missing', service: 'LOGIN', detail: 'cannot read /run/utmp: Is a directory' };
+const kSilentSamba = { code: 'details_missing', service: 'CIFS', detail: 'smbstatus did not answer' };
+
+pageTest('what may be missing from the list is said above it as long as it may', async ({ driver, page, world }) => {
+  world.connections = [connection({ pid: 1 })];
+  world.warnings = [kBrokenUtmp, kSilentSamba];
+  await driver.enter();
+  await eventually(
+    () => page.innerText('#notices .notice-text').catch(() => ''),
+    'Connections may be missing from the list: LOGIN. Not everything is known about these connections: CIFS. ' +
+      'The server says: cannot read /run/utmp: Is a directory; smbstatus did not answer',
+  );
+  assert.equal((await driver.rows()).length, 1);
+  const notices = await page.locator('#notices').boundingBox();
+  const list = await page.locator('#list').boundingBox();
+  assert.ok(notices.y + notices.height <= list.y);
+  world.warnings = undefined;
+  await eventually(() => page.isVisible('#notices .notice'), false);
+});
+
+pageTest('a user is told that rows may be missing, without the causes', async ({ driver, page, world }) => {
+  world.warnings = [{ code: 'connections_missing', service: 'LOGIN' }];
+  await driver.visit();
+  await driver.logIn('alice', 'alice pw');
+  await eventually(
+    () => page.innerText('#notices .notice-text').catch(() => ''),
+    'Connections may be missing from the list: LOGIN.',
+  );
+});
+
 // A web server that counts requests refuses with a page of its own.
 const kRefusals = [
   { status: 429, contentType: 'text/html', body: '<html><h1>429 Too Many Requests</h1></html>' },

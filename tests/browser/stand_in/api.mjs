@@ -26,12 +26,13 @@ export async function answer(world, request) {
 
 async function callMethod(world, method, name, { verb, parameters }) {
   const isAdmin = world.accounts.get(name).isAdmin;
-  if (method === 'list_by_user') return { status: 200, data: listByUser(world, name, parameters) };
+  const { warnings } = world;
+  if (method === 'list_by_user') return { status: 200, data: listByUser(world, name, parameters), warnings };
   if (!['list', 'get', 'download', 'kick_connection', 'disable_user'].includes(method))
     return { status: 404, code: 404 };
   if (['kick_connection', 'disable_user'].includes(method) && verb !== 'POST') return { status: 405, code: 405 };
   if (!isAdmin) return { status: 403, code: 105 };
-  if (method === 'list' || method === 'get') return { status: 200, data: list(world, parameters) };
+  if (method === 'list' || method === 'get') return { status: 200, data: list(world, parameters), warnings };
   if (method === 'download') return { status: 200, file: report(world, parameters) };
   if (method === 'kick_connection') {
     await world.kick(parameters);

@@ -79,32 +79,45 @@ test('a call names a service connection by all its keys and a login by user and 
 });
 
 const row = connection({ pid: 1 });
+const whole = (items) => ({ items, warnings: [] });
 
 test('a row that is no longer there has ended, whatever the call said', () => {
-  assert.equal(outcomeOf(row, 'done', [row], []), 'ended');
-  assert.equal(outcomeOf(row, failure, [row], []), 'ended');
+  assert.equal(outcomeOf(row, 'done', [row], whole([])), 'ended');
+  assert.equal(outcomeOf(row, failure, [row], whole([])), 'ended');
 });
 
 test('a row that is still there has not ended, whatever the call said', () => {
-  assert.equal(outcomeOf(row, 'done', [row], [row]), 'still');
-  assert.equal(outcomeOf(row, failure, [row], [row]), 'still');
+  assert.equal(outcomeOf(row, 'done', [row], whole([row])), 'still');
+  assert.equal(outcomeOf(row, failure, [row], whole([row])), 'still');
 });
 
 test('the same client with a new process has come back', () => {
-  assert.equal(outcomeOf(row, 'done', [row], [connection({ pid: 2 })]), 'back');
+  assert.equal(outcomeOf(row, 'done', [row], whole([connection({ pid: 2 })])), 'back');
 });
 
 test('another connection of the client that was there before is no return', () => {
   const second = connection({ pid: 2 });
-  assert.equal(outcomeOf(row, 'done', [row, second], [second]), 'ended');
+  assert.equal(outcomeOf(row, 'done', [row, second], whole([second])), 'ended');
 });
 
 test('without a new reading nothing is claimed', () => {
   assert.equal(outcomeOf(row, 'done', [row], null), 'unclear');
 });
 
+test('nothing is claimed of a row that the new reading may lack', () => {
+  const after = (code, service) => ({ items: [], warnings: [{ code, service }] });
+  assert.equal(outcomeOf(row, 'done', [row], after('connections_missing', 'CIFS')), 'unclear');
+  assert.equal(outcomeOf(row, 'done', [row], after('connections_missing')), 'unclear');
+  assert.equal(outcomeOf(row, 'done', [row], after('connections_missing', 'SSH')), 'ended');
+  assert.equal(outcomeOf(row, 'done', [row], after('details_missing', 'CIFS')), 'ended');
+  const login = webLogin({ pid: 3 });
+  assert.equal(outcomeOf(login, 'done', [login], after('connections_missing')), 'ended');
+  const sftp = connection({ pid: 4, type: 'SFTP' });
+  assert.equal(outcomeOf(sftp, 'done', [sftp], after('connections_missing', 'SSH')), 'unclear');
+});
+
 test('what was never asked for was left alone', () => {
-  assert.equal(outcomeOf(row, 'skipped', [row], [row]), 'skipped');
+  assert.equal(outcomeOf(row, 'skipped', [row], whole([row])), 'skipped');
 });
 
 test('disabling hits the connections of exactly that user', () => {

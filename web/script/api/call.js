@@ -7,21 +7,23 @@ const kReadTimeout = 30_000;
 // The server ends a call after 180 seconds and says so.
 const kWorkTimeout = 200_000;
 
-// A reading. `isBackground` marks one that nobody asked for, which does not keep a login from becoming idle.
+// A reading, with what the server could not tell as `warnings`. `isBackground` marks one that nobody asked for, which
+// does not keep a login from becoming idle.
 export async function read(path, { parameters = {}, signal, isBackground = false } = {}) {
   const url = new URL(path, kBase);
   for (const [name, value] of Object.entries(parameters)) {
     if (value !== '') url.searchParams.set(name, String(value));
   }
   const headers = isBackground ? { 'Currentconn-Background': '1' } : {};
-  return dataOf(await send(url, { headers }, kReadTimeout, signal));
+  const { data, warnings } = await answerOf(await send(url, { headers }, kReadTimeout, signal));
+  return Array.isArray(warnings) ? { ...data, warnings } : data;
 }
 
 // A call that changes something.
 export async function post(path, body) {
   const headers = { 'Content-Type': 'application/json' };
   const options = { method: 'POST', headers, body: JSON.stringify(body) };
-  return dataOf(await send(new URL(path, kBase), options, kWorkTimeout));
+  return (await answerOf(await send(new URL(path, kBase), options, kWorkTimeout))).data;
 }
 
 // A file, as a Blob.
@@ -51,12 +53,12 @@ async function send(url, options, timeout, signal) {
   return response;
 }
 
-async function dataOf(response) {
+async function answerOf(response) {
   const answer = await interrupted(() => response.json());
   if (answer === null || typeof answer !== 'object' || !('data' in answer)) {
     throw new ApiFailure('answer', { status: response.status });
   }
-  return answer.data;
+  return answer;
 }
 
 // Something that stands before the server may answer with a page of its own.

@@ -12,10 +12,10 @@ export function readPage(query, isAdmin, options) {
     : readOwnPage(query, options);
 }
 
-// Every connection of the server; for administrators.
+// Every connection of the server, {items, warnings}; for administrators.
 export async function readAll(options) {
-  const page = await read(`${kApi}/list`, options);
-  return page.items;
+  const { items, warnings = [] } = await read(`${kApi}/list`, options);
+  return { items, warnings };
 }
 
 // Ends what is one call to model/ending.js.

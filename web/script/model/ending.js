@@ -1,5 +1,6 @@
 // Ending connections: what will be asked of the server, whom it hits, and what came of it.
 import { clientOf, identityOf, isWeb, usersOf, whyNotEnd } from './connection.js';
+import { mayLack } from './warning.js';
 
 // `wanted` are the selected rows, `present` all connections as just read. Returns
 //   targets  what will be ended: {row, alsoRows, alsoUsers}; alsoRows are other rows that the same process serves,
@@ -40,16 +41,18 @@ export function kickParameters([{ row }]) {
 }
 
 // What came of one target: "ended", "back" (ended, and its client is connected again), "still" (it is there as before),
-// "skipped" (never asked for), "unclear" (the list could not be read).
-// `answer` is "done", "skipped" or an ApiFailure; `before` and `after` are whole readings, `after` null where it failed.
+// "skipped" (never asked for), "unclear" (the list could not be read, or may lack it).
+// `answer` is "done", "skipped" or an ApiFailure; `before` are the rows of a whole reading, `after` is one with its
+// warnings, or null where it failed.
 export function outcomeOf(row, answer, before, after) {
   if (answer === 'skipped') return 'skipped';
   if (after === null) return 'unclear';
   const identity = identityOf(row);
-  if (after.some((other) => identityOf(other) === identity)) return 'still';
+  if (after.items.some((other) => identityOf(other) === identity)) return 'still';
   const known = new Set(before.map(identityOf));
   const client = clientOf(row);
-  const isBack = after.some((other) => clientOf(other) === client && !known.has(identityOf(other)));
+  const isBack = after.items.some((other) => clientOf(other) === client && !known.has(identityOf(other)));
+  if (mayLack(after.warnings, row)) return 'unclear';
   return isBack ? 'back' : 'ended';
 }
 

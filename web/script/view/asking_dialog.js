@@ -25,8 +25,8 @@ export class AskingDialog {
     const closed = this.dialog.open().then(() => (isClosed = true));
     this.dialog.checking();
     try {
-      const present = await patiently(readAll);
-      if (!isClosed) ask(present);
+      const { items } = await patiently(readAll);
+      if (!isClosed) ask(items);
     } catch (failure) {
       if (!isClosed) this.#showUnread(failure);
     }
@@ -46,12 +46,12 @@ export class AskingDialog {
     }
   }
 
-  // All connections, or null where they could not be read in several tries.
+  // All connections and what may be missing of them, or null where they could not be read in several tries.
   async readAgain() {
     for (let left = kTries; left > 0; left -= 1) {
-      let present = null;
-      const failure = await this.failureOf(async () => (present = await patiently(readAll)));
-      if (failure === null || !failure.isTemporary) return present;
+      let all = null;
+      const failure = await this.failureOf(async () => (all = await patiently(readAll)));
+      if (failure === null || !failure.isTemporary) return all;
       if (left > 1) await wait(kPause);
     }
     return null;

@@ -54,9 +54,10 @@ export class DisableDialog extends AskingDialog {
   }
 
   #showDone(user, count, after) {
-    const left = after === null ? [] : connectionsOf(user, after);
+    const left = after === null ? [] : connectionsOf(user, after.items);
+    const isWhole = after?.warnings.every(({ code }) => code === 'details_missing') ?? false;
     const body = [];
-    if (after === null) body.push(consequence([say('outcome.unclear')]));
+    if (!isWhole) body.push(consequence([say('outcome.unclear')]));
     else if (count > left.length) body.push(consequence([say('disable.done_ended', { count: count - left.length })]));
     if (left.length > 0)
       body.push(consequence(sayNodes('disable.done_left', { count: left.length, user })), connectionList(left));

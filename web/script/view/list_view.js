@@ -3,6 +3,7 @@ import { fetchReport } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
 import { sortedBy } from '../model/query.js';
 import { formatClock } from '../model/server_time.js';
+import { explainWarnings } from '../model/warning.js';
 import { announce } from './announcer.js';
 import { Dialog } from './dialog.js';
 import { DisableDialog } from './disable_dialog.js';
@@ -89,6 +90,19 @@ export class ListView {
     this.live.show({ clock, isPaused, isStale: failure !== null });
     this.bar.show(selection, connections);
     this.#showTrouble();
+    this.#showWarnings(page?.warnings ?? []);
+  }
+
+  // What may be missing from the list.
+  #showWarnings(warnings) {
+    const { sentences, causes } = explainWarnings(warnings);
+    if (sentences.length === 0) {
+      dropNotice('warnings');
+      return;
+    }
+    const texts = sentences.map(([key, values]) => say(key, values));
+    if (causes.length > 0) texts.push(say('trouble.causes', { causes: causes.join('; ') }));
+    showNotice('warnings', { kind: 'trouble', content: [texts.join(' ')], isLasting: true });
   }
 
   #showTotal(page) {
