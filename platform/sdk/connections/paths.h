@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace zevo::connections {
 
@@ -12,6 +13,10 @@ struct Paths {
   std::string nfsd = "/proc/fs/nfsd";        // of the kernel's NFS server
   std::string rmtab = "/var/lib/nfs/rmtab";  // mount table of version 3 clients
   std::string smbstatus = "/usr/bin/smbstatus";
+  // Where distributions install OpenSSH's SFTP server.
+  std::vector<std::string> sftpServers = {
+      "/usr/lib/openssh/sftp-server", "/usr/libexec/openssh/sftp-server",
+      "/usr/libexec/sftp-server", "/usr/lib/ssh/sftp-server", "/usr/lib/misc/sftp-server"};
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
 };
 

@@ -34,7 +34,7 @@ void skipWords(std::string_view& rest, int count) {
 }
 
 // The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 7 terminal,
-// 9 flags, 22 start.
+// 9 flags, 22 start, 26 code, 28 stack.
 bool parseFieldsAfterName(std::string_view rest, Process* process) {
   const std::string_view state = nextWord(rest);
   process->hasEnded = state == "Z" || state == "X";
@@ -47,7 +47,11 @@ bool parseFieldsAfterName(std::string_view rest, Process* process) {
   if (!parseNumber(nextWord(rest), &flags)) return false;
   process->isKernelThread = (flags & kKernelThreadFlag) != 0;
   skipWords(rest, 12);
-  return parseNumber(nextWord(rest), &process->startTicks);
+  if (!parseNumber(nextWord(rest), &process->startTicks)) return false;
+  skipWords(rest, 3);
+  if (!parseNumber(nextWord(rest), &process->codeAddress)) return false;
+  skipWords(rest, 1);
+  return parseNumber(nextWord(rest), &process->stackAddress);
 }
 
 std::string failureText(pid_t pid, int error) {
@@ -60,6 +64,10 @@ bool meansGone(int error) {
 }
 
 }  // namespace
+
+bool shareImage(const Process& a, const Process& b) {
+  return a.stackAddress != 0 && a.stackAddress == b.stackAddress && a.codeAddress == b.codeAddress;
+}
 
 std::optional<Process> parseStat(std::string_view line) {
   const std::size_t open = line.find('(');

@@ -22,9 +22,17 @@ struct Process {
   std::int32_t terminal = 0;     // device number as proc(5) encodes it; 0 without a terminal
   std::string name;              // any bytes, 15 at most; a process chooses its own
   std::uint64_t startTicks = 0;  // since the start of the system, in clock ticks
+  // Where the kernel laid out the program that the process runs; 0 where the reader may not know.
+  std::uint64_t codeAddress = 0;
+  std::uint64_t stackAddress = 0;
   bool isKernelThread = false;
   bool hasEnded = false;  // a zombie: it serves nothing, though its pid is still taken
 };
+
+// Whether one of two processes was forked from the other, or both from a third, and neither has run
+// another program since. The kernel chooses both addresses at random for each program that it
+// starts, and shows those of a service to nobody but root.
+bool shareImage(const Process& a, const Process& b);
 
 // Parses a line of /proc/PID/stat, whose name may hold blanks, brackets and line breaks. Nothing
 // where it is no such line.

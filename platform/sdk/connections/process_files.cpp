@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <dirent.h>
+#include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -142,10 +143,28 @@ Reading<std::string> ProcessFiles::root() const {
   return readLink("root");
 }
 
+// As the kernel knows it already: a file system that a user serves is not asked.
+Reading<struct statx> ProcessFiles::program() const {
+  struct statx file {};
+  constexpr unsigned kWanted = STATX_MODE | STATX_INO;
+  if (::statx(folder_.get(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
+    return endedOrFailed<struct statx>("exe", errno);
+  }
+  return file;
+}
+
 Reading<bool> ProcessFiles::isSetuidProgram() const {
-  struct stat program {};
-  if (::fstatat(folder_.get(), "exe", &program, 0) != 0) return endedOrFailed<bool>("exe", errno);
-  return (program.st_mode & S_ISUID) != 0;
+  const auto file = program();
+  return file.ok() ? Reading<bool>((file->stx_mode & S_ISUID) != 0) : Reading<bool>::like(file);
+}
+
+Reading<bool> ProcessFiles::runs(const std::string& path) const {
+  const auto file = program();
+  if (!file.ok()) return Reading<bool>::like(file);
+  struct statx other {};
+  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_INO, &other) != 0) return false;
+  return file->stx_ino == other.stx_ino && file->stx_dev_major == other.stx_dev_major &&
+         file->stx_dev_minor == other.stx_dev_minor;
 }
 
 Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {

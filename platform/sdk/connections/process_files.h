@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
 
@@ -48,6 +49,8 @@ class ProcessFiles {
   ProcessFiles() = default;
   static Reading<ProcessFiles> open(const Paths& paths, pid_t pid);
 
+  // Read through the process's own memory: where a user controls that, the call may never return.
+  // readTitle in trust.h asks first.
   [[nodiscard]] Reading<Title> title() const;
   [[nodiscard]] Reading<UserIds> userIds() const;
   [[nodiscard]] Reading<GroupIds> groupIds() const;
@@ -59,12 +62,15 @@ class ProcessFiles {
   [[nodiscard]] Reading<std::string> root() const;
   // Whether the program's file gives its owner's rights to whoever starts it.
   [[nodiscard]] Reading<bool> isSetuidProgram() const;
+  // Whether the program is the very file at `path`, not only one of that name.
+  [[nodiscard]] Reading<bool> runs(const std::string& path) const;
   // In order of numbers.
   [[nodiscard]] Reading<std::vector<SocketDescriptor>> sockets() const;
 
  private:
   [[nodiscard]] Reading<std::string> readText(const char* name) const;
   [[nodiscard]] Reading<std::string> readLink(const char* name) const;
+  [[nodiscard]] Reading<struct statx> program() const;
   template <typename T>
   [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
 

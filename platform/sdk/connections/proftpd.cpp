@@ -23,7 +23,7 @@ std::string userOf(const Title& title, const UserIds& ids) {
 
 LoginReading readLogin(const Sources& sources, const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto title = files.ok() ? files->title() : Reading<Title>::like(files);
+  const auto title = files.ok() ? readTitle(sources, process) : Reading<Title>::like(files);
   const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
   if (!folder.ok()) return LoginReading::like(folder);

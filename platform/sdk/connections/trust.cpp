@@ -21,7 +21,29 @@ Reading<bool> isRootOwned(const Sources& sources, const Process& process) {
   return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
 }
 
+// Whether `process` runs what one of root's processes above it runs, as the scan saw them.
+Reading<bool> isRootsImage(const Sources& sources, const Process& process) {
+  const Process* step = &process;
+  for (int i = 0; i < kLongestAncestry; ++i) {
+    auto owned = isRootOwned(sources, *step);
+    if (!owned.ok() || *owned) return owned;
+    step = sources.processes().find(step->parent);
+    if (step == nullptr || !shareImage(process, *step)) return false;
+  }
+  return false;
+}
+
 }  // namespace
+
+Reading<Title> readTitle(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto isRoots = files.ok() ? isRootsImage(sources, process) : Reading<bool>::like(files);
+  if (!isRoots.ok()) return Reading<Title>::like(isRoots);
+  // A program that it has run since the scan may be a user's.
+  const auto now = readProcess(sources.paths(), process.pid);
+  if (!now.ok()) return Reading<Title>::like(now);
+  return *isRoots && shareImage(process, *now) ? files->title() : Reading<Title>(Title());
+}
 
 Reading<bool> isRootOwned(const ProcessFiles& files) {
   const auto ids = files.userIds();

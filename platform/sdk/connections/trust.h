@@ -16,6 +16,12 @@ using Family = bool (*)(std::string_view name);
 // any name and title that its caller chooses).
 Reading<bool> isRootOwned(const ProcessFiles& files);
 
+// The title of `process`; empty where it must not be read, since a user may lay out the memory of
+// his own processes so that its reader waits for ever. It is read of what root started, and of what
+// one of root's processes forked and has run no other program since: no user lays out the memory of
+// such a process. A service that a super-server started under another account has none.
+Reading<Title> readTitle(const Sources& sources, const Process& process);
+
 // Whether the service vouches for `process`: going up from it through processes of `family` leads
 // to one that root started, or to a super-server (inetd, xinetd) that root started. The way ends
 // where the family ends, so an orphan handed to init counts no longer.

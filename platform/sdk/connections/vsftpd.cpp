@@ -54,7 +54,7 @@ Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
 LoginReading readLogin(const Sources& sources, const ServedClient& client, const Process& process) {
   const auto files = sources.filesOf(process);
   if (!files.ok()) return LoginReading::like(files);
-  const auto title = files->title();
+  const auto title = readTitle(sources, process);
   const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
   if (!folder.ok()) return LoginReading::like(folder);

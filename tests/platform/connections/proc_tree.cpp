@@ -28,7 +28,9 @@ std::string statLine(const FakeProcess& process) {
                      std::to_string(process.flags);
   for (int field = 10; field <= 21; ++field) line += " 0";
   line += " " + std::to_string(process.startTicks);
-  for (int field = 23; field <= 52; ++field) line += " 0";
+  const std::string image = std::to_string(process.image * 4096);
+  for (int field = 23; field <= 52; ++field)
+    line += field == 26 || field == 28 ? " " + image : " 0";
   return line + "\n";
 }
 
@@ -55,6 +57,7 @@ ProcTree::ProcTree() {
   paths_.nfsd = folder_ + "/nfsd";
   paths_.rmtab = folder_ + "/rmtab";
   paths_.smbstatus = folder_ + "/smbstatus";
+  paths_.sftpServers = {folder_ + "/other/sftp-server", folder_ + "/sftp-server"};
   paths_.pureFtpwho = folder_ + "/pure-ftpwho";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   fs::create_directory(paths_.proc + "/self");
@@ -73,10 +76,14 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   writeFile(folder / "status", statusText(process));
   writeFile(folder / "cmdline",
             process.cmdline.empty() ? process.name + std::string(1, '\0') : process.cmdline);
-  writeFile(folder / "exe", "");
-  const auto mode =
-      process.setuid ? fs::perms::set_uid | fs::perms::owner_all : fs::perms::owner_all;
-  fs::permissions(folder / "exe", mode);
+  if (process.exe.empty()) {
+    writeFile(folder / "exe", "");
+    const auto mode =
+        process.setuid ? fs::perms::set_uid | fs::perms::owner_all : fs::perms::owner_all;
+    fs::permissions(folder / "exe", mode);
+  } else {
+    fs::create_symlink(process.exe, folder / "exe");
+  }
   fs::create_symlink(process.cwd, folder / "cwd");
   fs::create_symlink(process.root, folder / "root");
   for (const auto& [number, inode] : process.sockets) {

@@ -26,8 +26,10 @@ struct FakeProcess {
   std::int32_t terminal = 0;  // device number
   char state = 'S';
   std::uint64_t flags = 0;
-  bool setuid = false;    // the program's file
-  std::string cwd = "/";  // link targets need not exist
+  std::uint64_t image = 1;  // the same for what was forked and has run no other program since
+  bool setuid = false;      // the program's file
+  std::string exe = {};     // a file that the program is; one of its own where empty
+  std::string cwd = "/";    // link targets need not exist
   std::string root = "/";
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
 };

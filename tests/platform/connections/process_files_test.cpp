@@ -131,6 +131,15 @@ TEST_F(ProcessFilesTest, TellsASetuidProgram) {
   EXPECT_FALSE(*open({.pid = 10, .name = "sshd"}).isSetuidProgram());
 }
 
+TEST_F(ProcessFilesTest, TellsAProgramFromOthersOfItsName) {
+  const std::string program = tree_.file("usr/server", "x");
+  const std::string other = tree_.file("tmp/server", "x");
+  const ProcessFiles files = open({.pid = 9, .name = "server", .exe = program});
+  EXPECT_TRUE(*files.runs(program));
+  EXPECT_FALSE(*files.runs(other));
+  EXPECT_FALSE(*files.runs(tree_.folder() + "/missing"));
+}
+
 TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
   const ProcessFiles files = open({.pid = 9, .name = "sshd"});
   tree_.remove(9);
@@ -141,6 +150,7 @@ TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
   EXPECT_TRUE(files.root().isGone());
   EXPECT_TRUE(files.sockets().isGone());
   EXPECT_TRUE(files.isSetuidProgram().isGone());
+  EXPECT_TRUE(files.runs("/bin/true").isGone());
   EXPECT_TRUE(ProcessFiles::open(tree_.paths(), 9).isGone());
 }
 

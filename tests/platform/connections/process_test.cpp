@@ -1,5 +1,9 @@
 #include "sdk/connections/process.h"
 
+#include <array>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <gtest/gtest.h>
@@ -13,7 +17,8 @@ namespace {
 std::string statOf(const std::string& name) {
   return "812 (" + name +
          ") S 799 812 805 34817 -1 4194560 1053 0 1 0 0 1 0 0 20 0 1 0 26243 15568896 2304 "
-         "18446744073709551615 1 1 0 0 0 0 0 4096 65536 0 0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0\n";
+         "18446744073709551615 94017221775360 94017222298329 140730021953472 0 0 0 0 4096 65536 0 "
+         "0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0\n";
 }
 
 TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
@@ -25,6 +30,8 @@ TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
   EXPECT_EQ(process->terminal, 34817);
   EXPECT_EQ(process->name, "sshd");
   EXPECT_EQ(process->startTicks, 26243U);
+  EXPECT_EQ(process->codeAddress, 94017221775360U);
+  EXPECT_EQ(process->stackAddress, 140730021953472U);
   EXPECT_FALSE(process->isKernelThread);
   EXPECT_FALSE(process->hasEnded);
 }
@@ -53,6 +60,33 @@ TEST(ProcessStatTest, AZombieHasEnded) {
   const auto process = readProcess(tree.paths(), 9);
   ASSERT_TRUE(process.ok());
   EXPECT_TRUE(process->hasEnded);
+}
+
+TEST(ProcessReadTest, AForkedProcessSharesItsParentsImageUntilItRunsAnotherProgram) {
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
+  const pid_t child = ::fork();
+  if (child == 0) {
+    char byte = 0;
+    static_cast<void>(::read(pipe[0], &byte, 1));
+    ::execl("/bin/sleep", "sleep", "1000", nullptr);
+    ::_exit(1);
+  }
+  const auto self = readProcess(Paths{}, ::getpid());
+  const auto forked = readProcess(Paths{}, child);
+  ASSERT_TRUE(self.ok() && forked.ok());
+  EXPECT_TRUE(shareImage(*self, *forked));
+  EXPECT_EQ(::write(pipe[1], "x", 1), 1);
+  Process later = *forked;
+  while (later.name != "sleep" && !later.hasEnded) {
+    const auto now = readProcess(Paths{}, child);
+    ASSERT_TRUE(now.ok());
+    later = *now;
+  }
+  EXPECT_FALSE(shareImage(*self, later));
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  for (const int end : pipe) ::close(end);
 }
 
 TEST(ProcessReadTest, AProcessThatEndedIsGone) {

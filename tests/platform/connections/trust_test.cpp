@@ -22,6 +22,13 @@ class TrustTest : public ::testing::Test {
     return vouched.ok() && *vouched;
   }
 
+  std::string titleOf(pid_t pid) {
+    const test::FakeSources sources(tree_);
+    const auto title = readTitle(*sources, *sources.processes().find(pid));
+    EXPECT_TRUE(title.ok()) << pid << title.cause();
+    return title.ok() ? title->first : "failure";
+  }
+
   test::ProcTree tree_;
 };
 
@@ -73,6 +80,60 @@ TEST_F(TrustTest, ACircleOfParentsEnds) {
   tree_.add({.pid = 60, .parent = 61, .name = "vsftpd", .uid = 1000})
       .add({.pid = 61, .parent = 60, .name = "vsftpd", .uid = 1000});
   EXPECT_FALSE(isVouched(60));
+}
+
+TEST_F(TrustTest, TheTitleOfWhatRootStartedIsRead) {
+  tree_.add({.pid = 10, .name = "vsftpd", .cmdline = "a"})
+      .add(
+          {.pid = 11, .name = "vsftpd", .cmdline = "b", .uids = "1000\t1000\t0\t1000", .image = 2});
+  EXPECT_EQ(titleOf(10), "a");
+  EXPECT_EQ(titleOf(11), "b");
+}
+
+TEST_F(TrustTest, TheTitleOfWhatRootsProcessForkedIsRead) {
+  tree_.add({.pid = 10, .name = "sshd", .image = 2})
+      .add({.pid = 11, .parent = 10, .name = "sshd", .cmdline = "a", .uid = 1000, .image = 2})
+      .add({.pid = 12, .parent = 11, .name = "sshd", .cmdline = "b", .uid = 1000, .image = 2});
+  EXPECT_EQ(titleOf(11), "a");
+  EXPECT_EQ(titleOf(12), "b");
+}
+
+TEST_F(TrustTest, TheTitleOfAUsersOwnProgramIsNotRead) {
+  tree_.add({.pid = 10, .name = "sshd", .image = 2})
+      .add({.pid = 11, .parent = 10, .name = "sshd", .uid = 1000, .image = 2})
+      .add({.pid = 12, .parent = 11, .name = "sshd", .uid = 1000, .image = 3})
+      .add({.pid = 13, .parent = 12, .name = "sshd", .uid = 1000, .image = 3})
+      .add({.pid = 14, .parent = 1, .name = "sshd", .uid = 1000, .image = 3})
+      .add({.pid = 15,
+            .parent = 1,
+            .name = "sshd",
+            .uids = "1000\t0\t0\t0",
+            .image = 3,
+            .setuid = true});
+  for (const pid_t pid : {12, 13, 14, 15}) {
+    tree_.makeUnreadable(pid, "cmdline");
+    EXPECT_EQ(titleOf(pid), "") << pid;
+  }
+}
+
+TEST_F(TrustTest, WhoseAddressesTheKernelHidesIsNoForkOfRoots) {
+  tree_.add({.pid = 10, .name = "sshd", .image = 0})
+      .add({.pid = 11, .parent = 10, .name = "sshd", .uid = 1000, .image = 0});
+  EXPECT_EQ(titleOf(11), "");
+}
+
+TEST_F(TrustTest, TheTitleOfAProcessThatRanAProgramSinceTheScanIsNotRead) {
+  const test::FakeProcess process{.pid = 11, .parent = 10, .name = "sshd", .uid = 1000, .image = 2};
+  tree_.add({.pid = 10, .name = "sshd", .image = 2}).add(process);
+  const test::FakeSources sources(tree_);
+  tree_.remove(11);
+  test::FakeProcess later = process;
+  later.image = 3;
+  tree_.add(later);
+  tree_.makeUnreadable(11, "cmdline");
+  const auto title = readTitle(*sources, *sources.processes().find(11));
+  ASSERT_TRUE(title.ok()) << title.cause();
+  EXPECT_EQ(title->first, "");
 }
 
 TEST_F(TrustTest, AnAncestorThatCannotBeReadIsAFailure) {
