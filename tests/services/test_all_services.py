@@ -52,6 +52,7 @@ class AllServicesTest(ServiceTest):
         expected = [Row("alice", "10.20.0.2", "CIFS", "media, photos"),
                     Row("alice", "10.20.0.3", "SSH", shell.terminal()),
                     Row("bob", "10.20.0.3", "SSH", "no terminal"),
+                    Row("bob", "10.20.0.4", "SSH", "SFTP"),
                     Row("bob", "10.20.0.4", "SFTP", "/home/bob"),
                     Row("carol", "10.20.0.4", "SSH", "SFTP (sftp-server)"),
                     Row("alice", "10.20.0.5", "FTP", "/home/alice"),

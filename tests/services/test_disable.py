@@ -59,6 +59,13 @@ class DisableTest(ServiceTest):
         self.assertFalse(bobs.has_ended())
         self.assertEqual(bobs_line, shadow_line("bob"))
 
+    def test_a_master_with_sftp_over_it_ends(self):
+        master = self.client(ssh.Forwarding, "alice", "10.20.0.2", control="/run/test-control")
+        self.client(ssh.Sftp, "alice", "10.20.0.2", control="/run/test-control")
+        self.disable("alice")
+        waiting.until("the master to end", master.has_ended)
+        self.assertList([])
+
     def test_ssh_with_a_key_is_refused(self):
         self.client(ssh.Shell, "alice", "10.20.0.2").close()
         self.disable("alice")

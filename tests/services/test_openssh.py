@@ -1,12 +1,24 @@
 """SSH and SFTP on a real sshd."""
 
-from clients import ssh
+import threading
+
+import listing
+import namespace
+import processes
+import waiting
+from clients import ssh, stalling
 from daemons.openssh import EXTERNAL, OpenSsh
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
 INTERNAL_PORT = 22
 EXTERNAL_PORT = 2222
+CONTROL = "/run/test-control"
+# How long a list may take that waits for a tool's limit; one that waits for longer waits for a user.
+HANG_SECONDS = 60
+SERVER_TITLES = ("sshd: alice@internal-sftp", "sshd: alice [priv]", "sshd-session: alice@pts/9", "sftp-server: x",
+                 "vsftpd: 10.20.0.9/bob: IDLE", "proftpd: bob - localhost: IDLE", "pure-ftpd: bob", "smbd: x",
+                 "telnetd: x", "login: x", "afpd: x", "inetd: x")
 
 
 def setUpModule():
@@ -22,6 +34,11 @@ class OpenSshTest(ServiceTest):
         cls.server(OpenSsh(INTERNAL_PORT))
         cls.server(OpenSsh(EXTERNAL_PORT, EXTERNAL))
 
+    def pretender(self, name, title):
+        self.client(ssh.Pretender, "alice", "10.20.0.2", name, title)
+        waiting.until(f"{title} to run", lambda: any(processes.status(pid, "Name") == name
+                                                     for pid in processes.titled(title)))
+
     def test_a_shell_shows_its_terminal(self):
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
         self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal())])
@@ -34,9 +51,9 @@ class OpenSshTest(ServiceTest):
         self.client(ssh.Forwarding, "alice", "10.20.0.3")
         self.assertList([Row("alice", "10.20.0.3", "SSH", "no terminal")])
 
-    def test_internal_sftp_is_one_row_of_its_own_kind(self):
+    def test_internal_sftp_is_a_row_beside_that_of_its_connection(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4")
-        self.assertList([Row("bob", "10.20.0.4", "SFTP", "/home/bob")])
+        self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP"), Row("bob", "10.20.0.4", "SFTP", "/home/bob")])
 
     def test_the_external_sftp_server_is_an_ssh_row_that_says_so(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4", EXTERNAL_PORT)
@@ -46,11 +63,11 @@ class OpenSshTest(ServiceTest):
         shell = self.client(ssh.Shell, "root", "10.20.0.5")
         self.client(ssh.Sftp, "root", "10.20.0.6")
         self.assertList([Row("admin", "10.20.0.5", "SSH", shell.terminal()),
-                         Row("admin", "10.20.0.6", "SFTP", "/root")])
+                         Row("admin", "10.20.0.6", "SSH", "SFTP"), Row("admin", "10.20.0.6", "SFTP", "/root")])
 
     def test_a_shell_and_sftp_over_one_connection_are_two_rows(self):
-        shell = self.client(ssh.Shell, "alice", "10.20.0.2", control="/run/test-control")
-        self.client(ssh.Sftp, "alice", "10.20.0.2", control="/run/test-control")
+        shell = self.client(ssh.Shell, "alice", "10.20.0.2", control=CONTROL)
+        self.client(ssh.Sftp, "alice", "10.20.0.2", control=CONTROL)
         self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal()),
                          Row("alice", "10.20.0.2", "SFTP", "/home/alice")])
 
@@ -62,8 +79,8 @@ class OpenSshTest(ServiceTest):
         self.client(ssh.Banner, "10.20.0.2")
         self.client(ssh.PasswordPrompt, "alice", "10.20.0.3")
         self.client(ssh.PasswordPrompt, "nobody-known", "10.20.0.4")
-        self.client(ssh.Sftp, "bob", "10.20.0.5")
-        self.assertList([Row("bob", "10.20.0.5", "SFTP", "/home/bob")])
+        shell = self.client(ssh.Shell, "bob", "10.20.0.5")
+        self.assertList([Row("bob", "10.20.0.5", "SSH", shell.terminal())])
 
     def test_a_users_own_programs_pass_for_nothing(self):
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
@@ -72,7 +89,66 @@ class OpenSshTest(ServiceTest):
         shell.pretend("smbd", "/usr/sbin/smbd")
         shell.pretend("vsftpd", "vsftpd: 10.20.0.9/bob: IDLE")
         shell.pretend("telnetd", "telnetd")
+        shell.pretend("sftp-server", "/usr/lib/openssh/sftp-server")
         self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal())])
+
+    def test_a_program_that_passes_for_internal_sftp_hides_and_forges_nothing(self):
+        self.pretender("sshd", "sshd: alice@internal-sftp")
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
+
+    def test_a_users_own_program_called_sftp_server_is_a_command_like_any_other(self):
+        self.pretender("sftp-server", "/usr/lib/openssh/sftp-server")
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
+
+    def test_processes_that_keep_every_reader_waiting_keep_no_list_waiting(self):
+        reason = stalling.install(namespace.run)
+        if reason:
+            self.skipTest(reason)
+        client = self.client(ssh.Stalling, "alice", "10.20.0.2", *SERVER_TITLES)
+        freed = threading.Timer(HANG_SECONDS, client.close)  # so that a list that hangs comes back and fails the test
+        freed.start()
+        self.addCleanup(freed.cancel)
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
+        self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
+        self.assertTrue(freed.is_alive(), "a list or a kick waited for the user's processes")
+        waiting.until("ssh to end", client.has_ended)
+
+    def test_short_sftp_batches_never_take_their_connection_off_the_list(self):
+        self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
+        batches, stop = [], threading.Event()
+
+        def run_batches():
+            while not stop.is_set():
+                ssh.sftp_batch("alice", "10.20.0.2", CONTROL)
+                batches.append(1)
+
+        thread = threading.Thread(target=run_batches)
+        thread.start()
+        try:
+            waiting.until("the first batch to end", lambda: batches)
+            lists = [listing.rows() for _ in range(60)]
+        finally:
+            stop.set()
+            thread.join()
+        without = [rows for rows in lists if [row[:3] for row in rows].count(("alice", "10.20.0.2", "SSH")) != 1]
+        self.assertEqual([], without)
+
+    def test_a_kick_of_the_user_ends_a_master_with_sftp_over_it(self):
+        master = self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
+        self.client(ssh.Sftp, "alice", "10.20.0.2", control=CONTROL)
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "SFTP"), Row("alice", "10.20.0.2", "SFTP", "/home/alice")])
+        self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
+        waiting.until("the master to end", master.has_ended)
+        self.assertList([])
+
+    def test_sftp_can_be_ended_alone_and_leaves_its_connection(self):
+        master = self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
+        sftp = self.client(ssh.Sftp, "alice", "10.20.0.2", control=CONTROL)
+        done = listing.run("kick", "--yes", "--service", "sftp")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("sftp to end", sftp.has_ended)
+        self.assertFalse(master.has_ended())
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
 
     def test_sigterm_to_the_rows_process_ends_a_shell(self):
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
@@ -88,8 +164,8 @@ class OpenSshTest(ServiceTest):
 
     def test_sigterm_to_the_rows_process_ends_internal_sftp(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4")
-        found = self.assertList([Row("bob", "10.20.0.4", "SFTP", "/home/bob")])
-        self.assertEndsAtOnce(found[0], INTERNAL_PORT)
+        found = self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP"), Row("bob", "10.20.0.4", "SFTP", "/home/bob")])
+        self.assertEndsAtOnce(next(item for item in found if item["type"] == "SFTP"), INTERNAL_PORT)
         self.assertEmptiesAfterwards()
 
     def test_sigterm_to_the_rows_process_ends_external_sftp(self):

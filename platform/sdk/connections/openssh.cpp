@@ -1,6 +1,8 @@
 #include "sdk/connections/openssh.h"
 
+#include <algorithm>
 #include <string>
+#include <utility>
 
 #include "sdk/connections/trust.h"
 
@@ -25,65 +27,42 @@ struct Session {
   std::string from;
 };
 
-Reading<std::string> titleText(const ProcessFiles& files) {
-  const auto title = files.title();
+// The title of an sshd without the program's name; empty where it has none that can be believed.
+Reading<std::string> titleText(const Sources& sources, const Process* process) {
+  if (process == nullptr || !isSshd(process->name)) return std::string();
+  const auto title = readTitle(sources, *process);
   if (!title.ok()) return Reading<std::string>::like(title);
   return std::string(sshTitleText(title->first).value_or(""));
 }
 
-// The title of a process that root started; empty for any other, whose title is not even read: a
-// user may lay out the memory of his own processes so that reading it never returns.
-Reading<std::string> rootsText(const ProcessFiles& files) {
-  const auto rootOwned = isRootOwned(files);
-  if (!rootOwned.ok()) return Reading<std::string>::like(rootOwned);
-  return *rootOwned ? titleText(files) : Reading<std::string>(std::string());
-}
-
-// The user for whom `parent` guards a login; empty where it guards none.
-Reading<std::string> guardedUser(const Sources& sources, const Process* parent) {
-  if (parent == nullptr || !isSshd(parent->name)) return std::string();
-  const auto files = sources.filesOf(*parent);
-  auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
-  if (!text.ok()) return text;
-  return std::string(monitoredUser(*text).value_or(""));
-}
-
-// A session that root's own process with this text serves, if it serves one.
-Session unguardedSession(std::string_view text, Session session) {
-  const auto user = monitoredUser(text) ? std::nullopt : unguardedUser(text);
-  if (!user) return session;
-  session.owner = session.process;
-  session.user = *user;
-  session.use = *sessionUse(text, *user);
-  return session;
-}
-
-// The session that a user's own process serves, if its parent guards one.
-Reading<Session> guardedSession(const Sources& sources, const ProcessFiles& files,
-                                Session session) {
-  const Process* parent = sources.processes().find(session.process->parent);
-  const auto user = guardedUser(sources, parent);
-  if (!user.ok()) return Reading<Session>::like(user);
-  if (user->empty()) return session;
-  const auto text = titleText(files);
-  if (!text.ok()) return Reading<Session>::like(text);
-  const auto use = sessionUse(*text, *user);
-  if (!use) return session;
-  session.owner = parent;
-  session.user = *user;
-  session.use = *use;
-  return session;
+// Whether root's own process with this text serves a session. While a child of one has not become
+// a program yet, it bears its title.
+Reading<bool> isUnguarded(const Sources& sources, const Process& process, const std::string& text,
+                          const std::string& parentText) {
+  if (monitoredUser(text) || !unguardedUser(text) || unguardedUser(parentText)) return false;
+  const auto files = sources.filesOf(process);
+  return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
 }
 
 // The session that `process` serves; its owner is null where it serves none.
 Reading<Session> identify(const Sources& sources, const Process& process) {
-  const auto files = sources.filesOf(process);
-  const auto text = files.ok() ? rootsText(*files) : Reading<std::string>::like(files);
-  if (!text.ok()) return Reading<Session>::like(text);
   Session session;
   session.process = &process;
-  return text->empty() ? guardedSession(sources, *files, std::move(session))
-                       : unguardedSession(*text, std::move(session));
+  const Process* parent = sources.processes().find(process.parent);
+  const auto text = titleText(sources, &process);
+  const auto parentText = text.ok() ? titleText(sources, parent) : text;
+  if (!parentText.ok()) return Reading<Session>::like(parentText);
+  if (const auto user = monitoredUser(*parentText)) {
+    session.owner = sessionUse(*text, *user) ? parent : nullptr;
+    session.user = *user;
+  } else {
+    const auto unguarded = isUnguarded(sources, process, *text, *parentText);
+    if (!unguarded.ok()) return Reading<Session>::like(unguarded);
+    session.owner = *unguarded ? &process : nullptr;
+    session.user = unguardedUser(*text).value_or("");
+  }
+  session.use = sessionUse(*text, session.user).value_or("");
+  return session;
 }
 
 // Address of the client, empty where it did not come over TCP.
@@ -98,61 +77,64 @@ Reading<std::string> clientAddress(const Sources& sources, const Process& owner)
 // What runs below a session.
 struct Below {
   std::vector<const Process*> internalSftp;
-  std::vector<const Process*> externalSftp;
+  bool hasExternalSftp = false;
   bool hasOther = false;  // a command or a shell
 };
 
-// The SFTP server that `child` of a session is or, being the shell that started it, has below it.
-const Process* externalSftp(const Sources& sources, const Process& child) {
-  if (child.name == kExternalSftp) return &child;
-  for (const Process* below : sources.processes().children(child.pid)) {
-    if (below->name == kExternalSftp) return below;
-  }
-  return nullptr;
+bool isSftpServer(const Sources& sources, const Process& process) {
+  if (process.name != kExternalSftp) return false;
+  const auto files = sources.filesOf(process);
+  if (!files.ok()) return false;
+  const auto& servers = sources.paths().sftpServers;
+  return std::any_of(servers.begin(), servers.end(), [&files](const std::string& path) {
+    const auto runs = files->runs(path);
+    return runs.ok() && *runs;
+  });
 }
 
-Reading<Below> readBelow(const Sources& sources, const Session& session) {
-  Below below;
-  for (const Process* child : sources.processes().children(session.process->pid)) {
-    if (!isSshd(child->name)) {
-      const Process* server = externalSftp(sources, *child);
-      if (server != nullptr) below.externalSftp.push_back(server);
-      below.hasOther |= server == nullptr;
-      continue;
-    }
-    const auto files = sources.filesOf(*child);
-    const auto text = files.ok() ? titleText(*files) : Reading<std::string>::like(files);
-    if (text.failed()) return Reading<Below>::like(text);
-    if (text.ok() && sessionUse(*text, session.user) == kInternalSftp) {
-      below.internalSftp.push_back(child);
-    }
-  }
-  return below;
-}
-
-Connection sshRecord(const Sources& sources, const Session& session, std::string descr) {
-  return {.pid = session.process->pid,
-          .time = sources.startText(*session.owner),
-          .from = session.from,
-          .user = session.user,
-          .descr = std::move(descr),
-          .type = ZEVO_CURCONN_SSH};
-}
-
-void appendTerminals(const Sources& sources, const Session& session, const Below& below,
-                     std::vector<Connection>* connections) {
-  if (session.use.empty() || session.use == kNoTerminal) {
-    const bool isSftpOnly = !below.internalSftp.empty() || !below.externalSftp.empty();
-    if (isSftpOnly && !below.hasOther) return;
-    connections->push_back(sshRecord(sources, session, "no terminal"));
+// Notes what `child` of a session is: an SFTP server, the shell that started one, or anything else.
+void addProgram(const Sources& sources, const Process& child, Below* below) {
+  if (isSftpServer(sources, child)) {
+    below->hasExternalSftp = true;
     return;
   }
-  std::string_view rest = session.use;
+  const auto children = sources.processes().children(child.pid);
+  const bool hasServer = std::any_of(children.begin(), children.end(), [&](const Process* process) {
+    return isSftpServer(sources, *process);
+  });
+  below->hasExternalSftp |= hasServer;
+  below->hasOther |= !hasServer || children.size() > 1;
+}
+
+Outcome readBelow(const Sources& sources, const Session& session, Below* below) {
+  Outcome outcome;
+  for (const Process* child : sources.processes().children(session.process->pid)) {
+    const auto text = titleText(sources, child);
+    if (text.failed()) outcome.add(Outcome::failure(text.cause()));
+    if (text.isGone()) continue;
+    if (text.ok() && sessionUse(*text, session.user) == kInternalSftp) {
+      below->internalSftp.push_back(child);
+    } else {
+      addProgram(sources, *child, below);
+    }
+  }
+  return outcome;
+}
+
+// The terminals of a session, or what stands for them, and an SFTP server that is a program.
+std::vector<std::string> describe(const Session& session, const Below& below) {
+  std::vector<std::string> uses;
+  std::string_view rest = session.use == kNoTerminal ? std::string_view() : session.use;
   while (!rest.empty()) {
     const std::size_t comma = rest.find(',');
-    connections->push_back(sshRecord(sources, session, std::string(rest.substr(0, comma))));
+    uses.emplace_back(rest.substr(0, comma));
     rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
   }
+  const bool hasSftp = below.hasExternalSftp || !below.internalSftp.empty();
+  if (uses.empty() && (below.hasOther || !hasSftp)) uses.emplace_back("no terminal");
+  if (uses.empty() && !below.internalSftp.empty()) uses.emplace_back("SFTP");
+  if (below.hasExternalSftp) uses.emplace_back("SFTP (sftp-server)");
+  return uses;
 }
 
 // The folder in which the SFTP server works.
@@ -174,20 +156,23 @@ Outcome appendInternalSftp(const Sources& sources, const Session& session, const
 Outcome appendSession(const Sources& sources, Session session,
                       std::vector<Connection>* connections) {
   auto from = clientAddress(sources, *session.owner);
-  const auto below = readBelow(sources, session);
-  if (from.failed()) return Outcome::failure(from.cause());
-  if (below.failed()) return Outcome::failure(below.cause());
-  if (!from.ok()) return Outcome::done();
-  session.from = std::move(*from);
-  appendTerminals(sources, session, *below, connections);
-  for (const Process* server : below->internalSftp) {
-    Outcome outcome = appendInternalSftp(sources, session, *server, connections);
-    if (outcome.failed()) return outcome;
+  if (from.isGone()) return Outcome::done();
+  if (from.ok()) session.from = std::move(*from);
+  Below below;
+  Outcome outcome = readBelow(sources, session, &below);
+  if (from.failed()) outcome.add(Outcome::failure(from.cause()));
+  for (std::string& use : describe(session, below)) {
+    connections->push_back({.pid = session.process->pid,
+                            .time = sources.startText(*session.owner),
+                            .from = session.from,
+                            .user = session.user,
+                            .descr = std::move(use),
+                            .type = ZEVO_CURCONN_SSH});
   }
-  for (std::size_t i = 0; i < below->externalSftp.size(); ++i) {
-    connections->push_back(sshRecord(sources, session, "SFTP (sftp-server)"));
+  for (const Process* server : below.internalSftp) {
+    outcome.add(appendInternalSftp(sources, session, *server, connections));
   }
-  return Outcome::done();
+  return outcome;
 }
 
 }  // namespace

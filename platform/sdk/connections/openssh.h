@@ -24,10 +24,12 @@ std::optional<std::string_view> sessionUse(std::string_view text, std::string_vi
 // The user of a session that has no guarding process, which are those of root.
 std::optional<std::string_view> unguardedUser(std::string_view text);
 
-// One record for each terminal, one for a session without any, and one for each SFTP server below
-// it. An SFTP server that is a program of its own cannot be ended as SFTP, so it counts as SSH and
-// its description says what it is. The users of records come from root's processes only, since what
-// a user starts below a session may carry any name and title.
+// Every connection that has logged in, with the pid of its session's process: one record for each
+// terminal, or one that says "SFTP" where nothing else runs in it, or "no terminal". An internal
+// SFTP server is a record besides, since it can be ended alone. One that is a program of its own
+// cannot, so it is one more record of the session, "SFTP (sftp-server)". All of it comes from
+// root's processes and what they forked: what a user starts below a session may carry any name and
+// title.
 Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

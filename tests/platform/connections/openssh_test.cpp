@@ -51,6 +51,26 @@ class OpensshTest : public ::testing::Test {
          .cwd = "/home/alice"});
   }
 
+  // A program that a user started: its name and its title are his own choice.
+  void addProgram(pid_t pid, pid_t parent, const std::string& text, const std::string& name) {
+    add({.pid = pid,
+         .parent = parent,
+         .name = name,
+         .cmdline = title(text),
+         .uid = kAlice,
+         .image = 1000 + static_cast<std::uint64_t>(pid),
+         .cwd = "/home/alice"});
+  }
+  // OpenSSH's own SFTP server.
+  void addSftpServer(pid_t pid, pid_t parent) {
+    add({.pid = pid,
+         .parent = parent,
+         .name = "sftp-server",
+         .uid = kAlice,
+         .image = 5,
+         .exe = tree_.file("sftp-server", "x")});
+  }
+
   std::vector<Connection> read() {
     const test::FakeSources sources(tree_, sockets_);
     return test::readAll(readOpenssh, *sources);
@@ -85,7 +105,7 @@ TEST_F(OpensshTest, EachTerminalOfOneConnectionIsARecord) {
 TEST_F(OpensshTest, ACommandHasNoTerminal) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@notty");
-  addChild(73, 72, "sleep", kAlice, "sleep");
+  addProgram(73, 72, "sleep", "sleep");
   EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
 }
 
@@ -109,32 +129,94 @@ TEST_F(OpensshTest, LoginsInProgressAreNoConnections) {
   EXPECT_THAT(read(), IsEmpty());
 }
 
-TEST_F(OpensshTest, AnInternalSftpSessionIsOneSftpRecordWithItsFolder) {
+TEST_F(OpensshTest, AnInternalSftpServerIsARecordBesideThatOfItsConnection) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@notty");
   addChild(73, 72, "sshd: alice@internal-sftp");
-  EXPECT_THAT(read(), ElementsAre(sftp(73, "/home/alice")));
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "SFTP"), sftp(73, "/home/alice")));
+}
+
+TEST_F(OpensshTest, AConnectionWhoseSftpServerVanishesMeanwhileIsStillThere) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sshd: alice@internal-sftp");
+  const test::FakeSources sources(tree_, sockets_);
+  tree_.remove(73);
+  EXPECT_THAT(test::readAll(readOpenssh, *sources), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, AConnectionWithAnUnreadableChildIsStillThere) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sshd: alice@internal-sftp");
+  tree_.makeUnreadable(73, "status");
+  const test::FakeSources sources(tree_, sockets_);
+  std::vector<Connection> connections;
+  EXPECT_TRUE(readOpenssh(*sources, connections).failed());
+  EXPECT_THAT(connections, ElementsAre(ssh(72, "no terminal")));
 }
 
 TEST_F(OpensshTest, AnExternalSftpServerIsOneSshRecordThatSaysSo) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@notty");
-  addChild(73, 72, "/usr/lib/openssh/sftp-server", kAlice, "sftp-server");
+  addSftpServer(73, 72);
   EXPECT_THAT(read(), ElementsAre(ssh(72, "SFTP (sftp-server)")));
 }
 
 TEST_F(OpensshTest, AnExternalSftpServerMayStandBelowTheUsersShell) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@notty");
-  addChild(73, 72, "sh", kAlice, "sh");
-  addChild(74, 73, "/usr/lib/openssh/sftp-server", kAlice, "sftp-server");
+  addProgram(73, 72, "sh", "sh");
+  addSftpServer(74, 73);
   EXPECT_THAT(read(), ElementsAre(ssh(72, "SFTP (sftp-server)")));
+}
+
+TEST_F(OpensshTest, WhatRunsBesideTheServerBelowTheUsersShellIsNotSftpAlone) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addProgram(73, 72, "sh", "sh");
+  addSftpServer(74, 73);
+  addProgram(75, 73, "sleep", "sleep");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal"), ssh(72, "SFTP (sftp-server)")));
+}
+
+TEST_F(OpensshTest, AUsersOwnProgramCalledSftpServerIsACommand) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addProgram(73, 72, "/usr/lib/openssh/sftp-server", "sftp-server");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, AUsersOwnProgramCalledInternalSftpIsACommand) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addProgram(73, 72, "sshd: alice@internal-sftp", "sshd");
+  tree_.makeUnreadable(73, "cmdline");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, AChildThatHasNotBecomeAProgramYetIsNoConnection) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sshd: alice@notty");
+  add({.pid = 106,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: root@notty"),
+       .sockets = {{4, 5}}});
+  add({.pid = 107,
+       .parent = 106,
+       .name = "sshd",
+       .cmdline = title("sshd: root@notty"),
+       .sockets = {{4, 5}}});
+  sockets_.push_back(test::establishedSocket(5, "10.20.0.2", 22));
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal"), ssh(106, "no terminal", "root")));
 }
 
 TEST_F(OpensshTest, AShellAndSftpOverOneConnectionAreBothThere) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@pts/1");
-  addChild(73, 72, "-bash", kAlice, "bash");
+  addProgram(73, 72, "-bash", "bash");
   addChild(74, 72, "sshd: alice@internal-sftp");
   EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), sftp(74, "/home/alice")));
 }
@@ -142,7 +224,7 @@ TEST_F(OpensshTest, AShellAndSftpOverOneConnectionAreBothThere) {
 TEST_F(OpensshTest, ACommandAndSftpOverOneConnectionAreBothThere) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@notty");
-  addChild(73, 72, "sleep", kAlice, "sleep");
+  addProgram(73, 72, "sleep", "sleep");
   addChild(74, 72, "sshd: alice@internal-sftp");
   EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal"), sftp(74, "/home/alice")));
 }
@@ -166,8 +248,9 @@ TEST_F(OpensshTest, RootsSessionsHaveNoProcessThatGuardsThem) {
        .sockets = {{4, 7}}});
   for (std::uint64_t inode : {5U, 6U, 7U})
     sockets_.push_back(test::establishedSocket(inode, "10.20.0.2", 22));
-  EXPECT_THAT(read(), ElementsAre(ssh(106, "pts/1", "root"), sftp(108, "/home/alice", "root"),
-                                  ssh(109, "no terminal", "root")));
+  EXPECT_THAT(read(),
+              ElementsAre(ssh(106, "pts/1", "root"), ssh(107, "SFTP", "root"),
+                          sftp(108, "/home/alice", "root"), ssh(109, "no terminal", "root")));
 }
 
 TEST_F(OpensshTest, NewerReleasesNameTheirSessionsOtherwise) {
@@ -178,7 +261,8 @@ TEST_F(OpensshTest, NewerReleasesNameTheirSessionsOtherwise) {
   addChild(78, 77, "sshd-session: bob@internal-sftp", 1002, "sshd-session");
   addMonitor(86, "carol", "sshd-session");
   addChild(87, 86, "sshd-auth: carol [net]", kSshdUser, "sshd-auth");
-  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), sftp(78, "/home/alice", "bob")));
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1"), ssh(77, "SFTP", "bob"),
+                                  sftp(78, "/home/alice", "bob")));
 }
 
 TEST_F(OpensshTest, NamesOfUsersMayHoldBlanksBracketsAndAtSigns) {
@@ -196,16 +280,16 @@ TEST_F(OpensshTest, NamesOfUsersMayHoldBlanksBracketsAndAtSigns) {
 }
 
 TEST_F(OpensshTest, AUsersOwnProgramOfThatNameIsNoConnection) {
-  add({.pid = 200, .name = "bash", .uid = kAlice});
-  addChild(201, 200, "sshd: root [priv]");
-  addChild(202, 201, "sshd: root@pts/9");
-  addChild(203, 1, "sshd: root@pts/8");
+  addProgram(200, 1, "-bash", "bash");
+  addProgram(201, 200, "sshd: root [priv]", "sshd");
+  addProgram(202, 201, "sshd: root@pts/9", "sshd");
+  addProgram(203, 1, "sshd: root@pts/8", "sshd");
   EXPECT_THAT(read(), IsEmpty());
 }
 
 TEST_F(OpensshTest, TheTitleOfAUsersOwnProgramIsNotRead) {
-  addChild(201, 1, "sshd: root@pts/9");
-  addChild(202, 201, "sshd: root@pts/9");
+  addProgram(201, 1, "sshd: root@pts/9", "sshd");
+  addProgram(202, 201, "sshd: root@pts/9", "sshd");
   tree_.makeUnreadable(201, "cmdline");
   tree_.makeUnreadable(202, "cmdline");
   EXPECT_THAT(read(), IsEmpty());
@@ -214,10 +298,10 @@ TEST_F(OpensshTest, TheTitleOfAUsersOwnProgramIsNotRead) {
 TEST_F(OpensshTest, WhatAUserStartsInASessionCannotClaimAnotherUser) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@pts/1");
-  addChild(73, 72, "sshd: root@pts/9");
-  addChild(74, 72, "sshd: bob@internal-sftp");
-  addChild(75, 73, "sshd: bob [priv]");
-  addChild(76, 75, "sshd: bob@pts/7");
+  addProgram(73, 72, "sshd: root@pts/9", "sshd");
+  addProgram(74, 72, "sshd: bob@internal-sftp", "sshd");
+  addProgram(75, 73, "sshd: bob [priv]", "sshd");
+  addProgram(76, 75, "sshd: bob@pts/7", "sshd");
   EXPECT_THAT(read(), ElementsAre(ssh(72, "pts/1")));
 }
 

@@ -122,7 +122,9 @@ TEST_F(RegistryTest, WhatIsCompleteHasNoNotes) {
 TEST_F(RegistryTest, WhatCannotBeReadOfAServiceIsNotedAndTheRestIsListed) {
   tree_.makeUnreadable(70, "fd");
   EXPECT_FALSE(read().failed());
-  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
+  Connection fromSomewhere = record(71, "bob", "pts/2");
+  fromSomewhere.from = "";
+  EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1"), fromSomewhere));
   ASSERT_EQ(list_.notes.size(), 1U);
   EXPECT_EQ(list_.notes[0].code, kConnectionsMissing);
   EXPECT_EQ(list_.notes[0].service, "SSH");

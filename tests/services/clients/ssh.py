@@ -6,6 +6,7 @@ import shutil
 import socket
 
 import namespace
+from clients import stalling
 from clients.dialogue import Dialogue
 
 _KEY = "/srv/client_key"
@@ -24,12 +25,19 @@ def allow(user):
         os.chown(path, account.pw_uid, account.pw_gid)
 
 
+def _master(control):
+    if not control:
+        return []
+    if os.path.exists(control):
+        os.unlink(control)  # of a master that was killed
+    return ["-M", "-S", control]
+
+
 class Shell(Dialogue):
     """ssh with a terminal, at the shell's prompt. `control` is the path of a socket for more sessions."""
 
     def __init__(self, user, address, port=22, control=None):
-        master = ["-o", "ControlMaster=yes", "-o", f"ControlPath={control}"] if control else []
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *master, "-tt", f"{user}@{address}"])
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-tt", f"{user}@{address}"])
         self.send("echo re''ady")
         self.expect("ready")
 
@@ -46,20 +54,37 @@ class Shell(Dialogue):
 
 
 class Forwarding(Dialogue):
-    """ssh that has logged in and asks for no session, as for port forwarding."""
+    """ssh that has logged in and asks for no session, as for port forwarding. `control` as for a Shell."""
 
-    def __init__(self, user, address, port=22):
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-N", "-v", f"{user}@{address}"])
+    def __init__(self, user, address, port=22, control=None):
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-N", "-v", f"{user}@{address}"])
         self.expect("Entering interactive session")
 
 
 class Command(Dialogue):
     """ssh without a terminal, while its command runs."""
 
-    def __init__(self, user, address, port=22):
+    def __init__(self, user, address, port=22, command="exec cat"):
         super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
-                          "echo re''ady; exec cat"])
+                          f"echo re''ady; {command}"])
         self.expect("ready")
+
+
+class Pretender(Command):
+    """ssh whose command is a program of the user's own under the name and the title of a server's."""
+
+    def __init__(self, user, address, name, title):
+        super().__init__(user, address, command=f"cp /bin/sleep ./{name} && exec -a '{title}' ./{name} 1000")
+
+
+class Stalling(Dialogue):
+    """ssh whose command makes processes with these titles that keep whoever reads a title waiting for ever."""
+
+    def __init__(self, user, address, *titles, port=22):
+        command = " ".join(["exec", "/usr/bin/python3", stalling.PROGRAM, stalling.DEVICE,
+                            *(f"'{title}'" for title in titles)])
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}", command])
+        self.expect("stalling")
 
 
 class Sftp(Dialogue):
@@ -75,6 +100,11 @@ class Sftp(Dialogue):
         if not super().has_ended():
             self.send("ls")
         return super().has_ended()
+
+
+def sftp_batch(user, address, control):
+    """Runs a short batch of sftp over the connection of a master."""
+    namespace.run("sftp", *_OPTIONS, "-o", f"ControlPath={control}", "-b", "-", f"{user}@{address}", text="pwd\n")
 
 
 class PasswordPrompt(Dialogue):
