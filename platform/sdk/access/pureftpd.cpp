@@ -1,0 +1,34 @@
+#include "sdk/access/services.h"
+#include "sdk/access/words.h"
+
+namespace zevo::access {
+namespace {
+
+constexpr const char* kPureFtpd = "pure-ftpd";
+constexpr const char* kPureFtpdWrapper = "/usr/sbin/pure-ftpd-wrapper";
+
+ServiceAccess judgeSource(const Server& server, const std::string& source) {
+  if (source == "unix") return refused(kPureFtpd, "own-check");
+  if (source == "pam") return server.askPam(kPureFtpd, kPureFtpd);
+  return unknown(kPureFtpd, "own-users", "remove-own-user", source);
+}
+
+}  // namespace
+
+std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
+  if (!server.has("/usr/sbin/pure-ftpd") && !server.runs(kPureFtpd)) return std::nullopt;
+  // The server shows no arguments. What starts it on Debian tells which it would get.
+  std::string cause;
+  const auto options = server.ask({kPureFtpdWrapper, "--show-options"}, &cause);
+  if (!options) return notRead(kPureFtpd, cause);
+  std::vector<ServiceAccess> checks;
+  const std::vector<std::string> words = wordsOf(*options);
+  for (std::size_t i = 0; i + 1 < words.size(); ++i) {
+    if (words[i] == "-l") checks.push_back(judgeSource(server, words[i + 1]));
+  }
+  // Without a source of its own it takes the system's accounts.
+  if (checks.empty()) return refused(kPureFtpd, "own-check");
+  return agreed(checks);
+}
+
+}  // namespace zevo::access

@@ -1,0 +1,129 @@
+#include "sdk/access/server.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "base/read_file.h"
+#include "sdk/access/words.h"
+#include "sdk/connections/process_files.h"
+#include "sdk/connections/trust.h"
+
+namespace zevo::access {
+namespace {
+
+constexpr std::size_t kLongestConfiguration = 4UL * 1024 * 1024;
+
+// Whether the process is in a process namespace of its own, as those of containers are.
+bool isElsewhere(const std::string& proc, pid_t pid) {
+  struct stat own {};
+  struct stat others {};
+  const std::string name = "/ns/pid";
+  return ::stat((proc + "/self" + name).c_str(), &own) == 0 &&
+         ::stat((proc + "/" + std::to_string(pid) + name).c_str(), &others) == 0 &&
+         own.st_ino != others.st_ino;
+}
+
+connections::Paths pathsBelow(const std::string& root) {
+  connections::Paths paths;
+  paths.proc = root + paths.proc;
+  return paths;
+}
+
+connections::ProcessTable processesOf(const connections::Paths& paths) {
+  auto table = connections::ProcessTable::scan(paths);
+  return table.ok() ? std::move(*table) : connections::ProcessTable();
+}
+
+}  // namespace
+
+Server::Server(std::string root, connections::ToolLimits limits)
+    : root_(std::move(root)),
+      limits_(limits),
+      paths_(pathsBelow(root_)),
+      processes_(processesOf(paths_)) {}
+
+bool Server::has(const std::string& absolute) const {
+  return ::access(path(absolute).c_str(), F_OK) == 0;
+}
+
+std::optional<std::string> Server::read(const std::string& absolute, std::string* cause) const {
+  std::string text;
+  const auto failure = readFile(path(absolute), kLongestConfiguration, &text);
+  if (!failure) return text;
+  *cause = failure->text();
+  return std::nullopt;
+}
+
+std::optional<std::string> Server::ask(std::vector<std::string> arguments,
+                                       std::string* cause) const {
+  const std::string program = arguments.front();
+  arguments.front() = path(program);
+  connections::ToolResult result = connections::ToolRun(arguments, limits_).finish();
+  if (result.complete) return std::move(result.output);
+  *cause = program + " " + result.cause;
+  return std::nullopt;
+}
+
+std::vector<std::string> Server::titles(const std::string& name) const {
+  std::vector<std::string> titles;
+  for (const auto* process : processes_.named([&](std::string_view own) { return own == name; })) {
+    const auto files = connections::ProcessFiles::open(paths_, process->pid);
+    if (!files.ok() || isElsewhere(paths_.proc, process->pid)) continue;
+    const auto isRoots = connections::isRootOwned(*files);
+    if (!isRoots.ok() || !*isRoots) continue;
+    const auto title = files->title();
+    if (!title.ok() || std::find(titles.begin(), titles.end(), title->all) != titles.end())
+      continue;
+    titles.push_back(title->all);
+  }
+  return titles;
+}
+
+ServiceAccess Server::askPam(const std::string& service, const std::string& pam) const {
+  const PamAnswer answer =
+      judgeExpired({path("/etc/pam.d"), path("/usr/lib/pam.d")}, root_, lowered(pam));
+  ServiceAccess access{service, Access::kRefused, "account-rules", "", {{"pam", pam}}};
+  if (answer.verdict == PamVerdict::kRefuses) return access;
+  const bool passes = answer.verdict == PamVerdict::kPasses;
+  access.access = passes ? Access::kLetIn : Access::kUnknown;
+  access.reason = passes ? "rules-pass" : "rules-unclear";
+  access.remedy = "add-account-check";
+  if (!passes) access.values["cause"] = answer.cause;
+  return access;
+}
+
+ServiceAccess refused(const std::string& service, const std::string& reason) {
+  return {service, Access::kRefused, reason, "", {}};
+}
+
+ServiceAccess notRead(const std::string& service, const std::string& cause) {
+  return unknown(service, "not-read", "try-login", cause);
+}
+
+ServiceAccess unknown(const std::string& service, const std::string& reason,
+                      const std::string& remedy, const std::string& cause) {
+  return {service, Access::kUnknown, reason, remedy, {{"cause", cause}}};
+}
+
+ServiceAccess worstOf(const std::vector<ServiceAccess>& all) {
+  for (const Access wanted : {Access::kLetIn, Access::kUnknown}) {
+    for (const ServiceAccess& one : all) {
+      if (one.access == wanted) return one;
+    }
+  }
+  return all.front();
+}
+
+ServiceAccess agreed(const std::vector<ServiceAccess>& all) {
+  ServiceAccess result = all.front();
+  for (const ServiceAccess& one : all) {
+    if (one.access == result.access) continue;
+    if (result.access == Access::kRefused) result = one;
+    result.access = Access::kUnknown;
+  }
+  return result;
+}
+
+}  // namespace zevo::access

@@ -1,0 +1,22 @@
+// Words of configuration files.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zevo::access {
+
+// The parts of `text` between blanks and line breaks.
+std::vector<std::string> wordsOf(std::string_view text);
+
+// The lines of `text` without the blanks around them.
+std::vector<std::string> linesOf(std::string_view text);
+
+// `text` without the blanks around it.
+std::string_view trimmed(std::string_view text);
+
+// ASCII letters in lower case.
+std::string lowered(std::string_view text);
+
+}  // namespace zevo::access

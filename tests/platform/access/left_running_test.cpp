@@ -1,0 +1,68 @@
+#include "sdk/access/left_running.h"
+
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "platform/connections/proc_tree.h"
+
+namespace zevo {
+
+void PrintTo(const LeftRunning& left, std::ostream* stream) {
+  *stream << left.processes << " processes, " << (left.hasCrontab ? "a" : "no") << " crontab, "
+          << left.atJobs << " at jobs";
+}
+
+namespace access {
+namespace {
+
+constexpr uid_t kAlice = 1001;
+
+class LeftRunningTest : public ::testing::Test {
+ protected:
+  LeftRunning left(const std::vector<pid_t>& except = {}, uid_t uid = kAlice) {
+    return leftRunning(tree.folder(), "alice", uid, except);
+  }
+  connections::test::ProcTree tree;
+};
+
+TEST_F(LeftRunningTest, CountsTheAccountsOwnProcesses) {
+  tree.add({.pid = 10, .name = "tmux", .uid = kAlice});
+  tree.add({.pid = 11, .parent = 10, .name = "bash", .uid = kAlice});
+  tree.add({.pid = 12, .name = "su", .uids = "1001\t0\t0\t0"});
+  tree.add({.pid = 13, .name = "smbd", .uids = "0\t1001\t0\t1001"});
+  tree.add({.pid = 14, .name = "bash", .uid = 1002});
+  tree.add({.pid = 15, .name = "sleep", .uid = kAlice, .state = 'Z'});
+  EXPECT_EQ(left(), (LeftRunning{.processes = 3}));
+}
+
+TEST_F(LeftRunningTest, LeavesOutSessionsWithWhatRunsBelowThem) {
+  tree.add({.pid = 20, .name = "sshd", .uid = kAlice});
+  tree.add({.pid = 21, .parent = 20, .name = "bash", .uid = kAlice});
+  tree.add({.pid = 22, .parent = 21, .name = "vi", .uid = kAlice});
+  tree.add({.pid = 23, .name = "nohup", .uid = kAlice});
+  EXPECT_EQ(left({20}), (LeftRunning{.processes = 1}));
+}
+
+TEST_F(LeftRunningTest, KnowsBothPlacesOfCrontabs) {
+  EXPECT_EQ(left(), LeftRunning{});
+  tree.file("var/spool/cron/bob", "* * * * * true\n");
+  EXPECT_EQ(left(), LeftRunning{});
+  const std::string file = tree.file("var/spool/cron/alice", "* * * * * true\n");
+  EXPECT_EQ(left(), (LeftRunning{.hasCrontab = true}));
+  ::unlink(file.c_str());
+  tree.file("var/spool/cron/crontabs/alice", "* * * * * true\n");
+  EXPECT_EQ(left(), (LeftRunning{.hasCrontab = true}));
+}
+
+TEST_F(LeftRunningTest, CountsTheJobsThatBelongToTheAccount) {
+  tree.file("var/spool/cron/atjobs/a0000101bd7c3e", "#!/bin/sh\n");
+  tree.file("var/spool/cron/atjobs/a0000201bd7c3f", "#!/bin/sh\n");
+  tree.file("var/spool/cron/atjobs/.SEQ", "2\n");
+  EXPECT_EQ(left({}, ::getuid()).atJobs, 2U);
+  EXPECT_EQ(left({}, ::getuid() + 1).atJobs, 0U);
+}
+
+}  // namespace
+}  // namespace access
+}  // namespace zevo
