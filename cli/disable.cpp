@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include "access_check.h"
 #include "account_expiry.h"
 #include "disable_plan.h"
 #include "kick_plan.h"
@@ -69,6 +70,10 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
   if (page) {
     for (const Connection& connection : before) lines.push_back(fateOf(connection, *page));
   }
+  bool areOut = true;
+  for (const AccountChange& account : accounts) {
+    if (isDisabled(account)) areOut = checkAccess(account.user, &lines) && areOut;
+  }
   const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
   if (answer.status != Answer::Status::kDone) {
     const Failure refusal = explainDisableFailure(answer, isWritten);
@@ -84,7 +89,8 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
     complainOfDoubt("whether all of their connections have ended is not known:", warnings);
     return kExitFailed;
   }
-  return isWritten ? written : kExitFailed;
+  if (!areOut) complain("a disabled account is still let in");
+  return isWritten && areOut ? written : kExitFailed;
 }
 
 std::string planText(const Disable& request, const std::vector<Connection>& connections,
@@ -96,6 +102,9 @@ std::string planText(const Disable& request, const std::vector<Connection>& conn
     lines.push_back("note: " + sentence);
   }
   for (const std::string& sentence : thoseThatMayStay(theirs)) lines.push_back(sentence);
+  for (const std::string& user : request.users) {
+    for (const std::string& line : foreseenAccess(user, theirs)) lines.push_back(line);
+  }
   return (theirs.empty() ? "" : tableText(theirs, look)) + linesText(lines, look.charset);
 }
 

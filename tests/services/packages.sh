@@ -24,7 +24,7 @@ installed_packages=(
   libsodium23 libkrb5-3 libk5crypto3 libcom-err2 libtinfo6 libpam0g libssl3 libcrypt1
   libcurl3-gnutls liblua5.1-0 libxml2 libyajl2
 )
-unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd inetutils-telnetd)
+unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd pure-ftpd-common inetutils-telnetd)
 
 source_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 unpack_folder=$source_folder/build/service-packages

@@ -5,6 +5,7 @@ import time
 
 import host_test
 from host_test import HostTest, uid_of
+import listing
 import namespace
 import scgi_client
 from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, SESSIONS, WEB_SOCKET
@@ -120,6 +121,18 @@ class WhoMay(HostTest):
             "id out of the session file": self._over_web("currentconn=" + bobs_id),
             "disabled account": self._over_web(disabled.cookie),
         }
+
+    def test_a_disabled_account_stays_out_whatever_pam_says(self):
+        rules = namespace.read("/etc/pam.d/currentconn")
+        self.addCleanup(namespace.write, "/etc/pam.d/currentconn", rules)
+        namespace.write("/etc/pam.d/currentconn", "@include common-auth\naccount required pam_permit.so\n")
+        namespace.add_account("erin")
+        before = self._log_in("erin", "10.20.0.7")
+        disabled = listing.run("disable", "--yes", "erin").stdout
+        self.assertIn("disabled: erin", disabled)
+        self.assertNotIn("the page", disabled)
+        self.assertEqual(401, Client("10.20.0.7").log_in("erin", PASSWORD).status)
+        self.assertEqual(401, before.call("GET", "/api/whoami").status)
 
     def test_every_method_for_every_caller(self):
         asked = self._callers()

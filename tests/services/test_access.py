@@ -1,0 +1,342 @@
+"""What is said about who a disabled account still gets in with, held against the real daemons."""
+
+import os
+import subprocess
+
+import listing
+import namespace
+import waiting
+from clients import ssh
+from clients.dialogue import Dialogue
+from clients.ftp import Ftp
+from clients.smb import Smb
+from clients.telnet import LoginPrompt
+from daemons.openssh import OpenSsh
+from daemons.proftpd import Proftpd
+from daemons.pureftpd import PureFtpd
+from daemons.samba import Samba
+from daemons.telnetd import Telnetd
+from daemons.vsftpd import Vsftpd
+from service_test import ServiceTest, add_users, main
+
+# Account rules that let everybody pass, beside the usual password check.
+OPEN_RULES = "@include common-auth\naccount required pam_permit.so\nsession required pam_permit.so\n"
+REFUSED, LET_IN, UNKNOWN = "refused", "let in", "unknown"
+
+
+def setUpModule():
+    add_users("alice")
+    ssh.allow("alice")
+
+
+def said_of(service, done):
+    """What currentconn's output says about a service; it is silent about those that refuse."""
+    for line in done.stdout.splitlines():
+        if f"{service} may still let alice in: " in line:
+            return UNKNOWN
+        if line.startswith((f"{service} still lets alice in: ", f"{service} will still let alice in: ")):
+            return LET_IN
+    return REFUSED
+
+
+class AccessTest(ServiceTest):
+    """One daemon a test; alice can log in before she is disabled."""
+
+    def setUp(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+
+    def serve(self, daemon):
+        """Starts a daemon for one test."""
+        daemon.start()
+        self.addCleanup(daemon.stop)
+
+    def rules(self, service, text):
+        """Replaces the file of a PAM service for one test."""
+        path = f"/etc/pam.d/{service}"
+        before = namespace.read(path) if os.path.exists(path) else None
+        namespace.write(path, text)
+        self.addCleanup(os.unlink, path) if before is None else self.addCleanup(namespace.write, path, before)
+
+    def assertSaid(self, said, service, gets_in, real=None):
+        """Disables alice: what is said of the service before and after, and what is so (`real`, as said if None)."""
+        self.assertTrue(gets_in(), f"{service} refuses alice before she is disabled")
+        foreseen = listing.run("disable", "--dry-run", "alice")
+        self.assertEqual(0, foreseen.returncode, foreseen.stderr)
+        self.assertEqual(said, said_of(service, foreseen), foreseen.stdout + foreseen.stderr)
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(said, said_of(service, done), done.stdout + done.stderr)
+        self.assertEqual(LET_IN if gets_in() else REFUSED, real or said)
+        self.assertEqual(1 if said == LET_IN else 0, done.returncode, done.stdout + done.stderr)
+        self.assertEqual(said == LET_IN, "a disabled account is still let in" in done.stderr, done.stderr)
+
+    def connects(self, make, *arguments):
+        """Whether a client gets through its login."""
+        try:
+            make(*arguments).close()
+        except Exception:  # each client has its own way to say that it was refused
+            return False
+        return True
+
+    def by_ssh(self):
+        return self.connects(ssh.Shell, "alice", "10.20.0.2")
+
+    def by_ftp(self):
+        return self.connects(Ftp, "alice", "10.20.0.2")
+
+    def by_smb(self):
+        return self.connects(Smb, "alice", "10.20.0.2", "media")
+
+    def by_prompt(self, *prompt):
+        """Whether login takes name and password and starts the shell."""
+        client = Dialogue(list(prompt)) if prompt else LoginPrompt("10.20.0.2")
+        try:
+            if prompt:
+                client.expect("login: ")
+            client.send("alice")
+            client.expect("Password: ")
+            client.send(namespace.PASSWORD)
+            waiting.until("an answer", lambda: client.has_ended() or "expired" in client.output
+                          or "$ " in client.output)
+            return "$ " in client.output
+        finally:
+            client.close()
+
+
+class OpenSshTest(AccessTest):
+
+    def configure(self, *lines):
+        """Starts sshd with lines that count before its usual ones."""
+        class Configured(OpenSsh):
+            def configure(self):
+                super().configure()
+                path = "/etc/ssh/test_22_config"
+                namespace.write(path, "".join(f"{line}\n" for line in lines) + namespace.read(path))
+        self.serve(Configured())
+
+    def test_with_pam(self):
+        self.configure("UsePAM yes")
+        self.assertSaid(REFUSED, "SSH", self.by_ssh)
+
+    def test_without_pam(self):
+        self.configure("UsePAM no")
+        self.assertSaid(REFUSED, "SSH", self.by_ssh)
+
+    def test_with_rules_that_let_pass(self):
+        self.rules("sshd", OPEN_RULES)
+        self.configure("UsePAM yes")
+        self.assertSaid(LET_IN, "SSH", self.by_ssh)
+
+    def test_without_pam_its_rules_do_not_matter(self):
+        self.rules("sshd", OPEN_RULES)
+        self.configure("UsePAM no")
+        self.assertSaid(REFUSED, "SSH", self.by_ssh)
+
+
+class VsftpdTest(AccessTest):
+
+    def configure(self, *lines, **options):
+        class Configured(Vsftpd):
+            def configure(self):
+                super().configure()
+                path = "/etc/vsftpd-test.conf"
+                namespace.write(path, namespace.read(path) + "".join(f"{line}\n" for line in lines))
+        self.serve(Configured(**options))
+
+    def test_as_shipped(self):
+        self.configure()
+        self.assertSaid(REFUSED, "vsftpd", self.by_ftp)
+
+    def test_with_rules_that_let_pass(self):
+        self.rules("ftp-open", OPEN_RULES)
+        self.configure("pam_service_name=ftp-open")
+        self.assertSaid(LET_IN, "vsftpd", self.by_ftp)
+
+    def test_with_a_service_without_a_file(self):
+        self.configure("pam_service_name=no-such-service")
+        self.assertSaid(REFUSED, "vsftpd", self.by_ftp)
+
+    def test_with_rules_that_a_module_decides(self):
+        self.rules("ftp-open", "@include common-auth\n"
+                               "account sufficient pam_succeed_if.so user = alice quiet\n@include common-account\n")
+        self.configure("pam_service_name=ftp-open")
+        self.assertSaid(UNKNOWN, "vsftpd", self.by_ftp, LET_IN)
+
+    def test_with_titles_its_file_is_not_known(self):
+        self.configure(titles=True)
+        self.assertSaid(UNKNOWN, "vsftpd", self.by_ftp, REFUSED)
+
+
+class ProftpdTest(AccessTest):
+
+    def configure(self, *lines):
+        class Configured(Proftpd):
+            def configure(self):
+                super().configure()
+                path = "/etc/proftpd/proftpd.conf"
+                text = namespace.read(path).replace("AuthOrder mod_auth_unix.c\n", "")
+                namespace.write(path, text + "".join(f"{line}\n" for line in lines))
+        self.serve(Configured())
+
+    def test_with_the_systems_accounts(self):
+        self.configure("AuthOrder mod_auth_unix.c")
+        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+
+    def test_with_pam(self):
+        self.configure("AuthOrder mod_auth_pam.c* mod_auth_unix.c")
+        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+
+    def test_with_rules_that_let_pass(self):
+        self.rules("proftpd", OPEN_RULES)
+        self.configure("AuthOrder mod_auth_pam.c* mod_auth_unix.c")
+        self.assertSaid(LET_IN, "ProFTPD", self.by_ftp)
+
+    def test_with_another_service(self):
+        self.rules("ftp-open", OPEN_RULES)
+        self.configure("AuthOrder mod_auth_pam.c* mod_auth_unix.c", "AuthPAMConfig ftp-open")
+        self.assertSaid(LET_IN, "ProFTPD", self.by_ftp)
+
+    def test_as_shipped(self):
+        self.configure()
+        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+
+    def test_as_shipped_with_rules_that_let_pass(self):
+        self.rules("proftpd", OPEN_RULES)
+        self.configure()
+        self.assertSaid(LET_IN, "ProFTPD", self.by_ftp)
+
+    def test_with_users_of_its_own(self):
+        own = next(line for line in namespace.read("/etc/shadow").splitlines() if line.startswith("alice:"))
+        account = next(line for line in namespace.read("/etc/passwd").splitlines() if line.startswith("alice:"))
+        namespace.write("/etc/proftpd/users", account.replace(":x:", f":{own.split(':')[1]}:") + "\n", 0o600)
+        self.configure("AuthOrder mod_auth_file.c", "AuthUserFile /etc/proftpd/users")
+        self.assertSaid(UNKNOWN, "ProFTPD", self.by_ftp, LET_IN)
+
+
+class PureFtpdTest(AccessTest):
+
+    def configure(self, *sources):
+        """Starts the server through Debian's own wrapper, with the sources in this order."""
+        for folder in ("auth", "conf"):
+            os.makedirs(f"/etc/pure-ftpd/{folder}", exist_ok=True)
+            for name in os.listdir(f"/etc/pure-ftpd/{folder}"):
+                os.unlink(f"/etc/pure-ftpd/{folder}/{name}")
+        for number, (name, value) in enumerate({"NoAnonymous": "yes", "MinUID": "1", "DontResolve": "yes",
+                                                "IPV4Only": "yes", **dict(sources)}.items()):
+            namespace.write(f"/etc/pure-ftpd/conf/{name}", f"{value}\n")
+            if (name, value) in sources:
+                os.symlink(f"../conf/{name}", f"/etc/pure-ftpd/auth/{number}{name}")
+
+        class Wrapped(PureFtpd):
+            def command(self):
+                return ["/usr/sbin/pure-ftpd-wrapper"]
+        os.makedirs("/run/pure-ftpd", exist_ok=True)
+        self.serve(Wrapped())
+
+    def test_with_the_systems_accounts(self):
+        self.configure(("UnixAuthentication", "yes"))
+        self.assertSaid(REFUSED, "Pure-FTPd", self.by_ftp)
+
+    def test_with_pam(self):
+        self.configure(("PAMAuthentication", "yes"))
+        self.assertSaid(REFUSED, "Pure-FTPd", self.by_ftp)
+
+    def test_with_rules_that_let_pass(self):
+        self.rules("pure-ftpd", OPEN_RULES)
+        self.configure(("PAMAuthentication", "yes"))
+        self.assertSaid(LET_IN, "Pure-FTPd", self.by_ftp)
+
+    def test_with_users_of_its_own(self):
+        PureFtpd({"alice": "alice"}).configure()
+        self.configure(("PureDB", "/etc/pure-ftpd.pdb"))
+        self.assertSaid(UNKNOWN, "Pure-FTPd", self.by_ftp, LET_IN)
+
+
+class LoginTest(AccessTest):
+
+    def test_telnet(self):
+        self.serve(Telnetd())
+        self.assertSaid(REFUSED, "Telnet", self.by_prompt)
+
+    def test_telnet_with_rules_that_let_pass(self):
+        self.rules("login", OPEN_RULES)
+        self.serve(Telnetd())
+        self.assertSaid(LET_IN, "Telnet", self.by_prompt)
+
+    def test_the_console(self):
+        self.assertSaid(REFUSED, "the console", lambda: self.by_prompt("/bin/login"))
+
+    def test_the_console_with_rules_that_let_pass(self):
+        self.rules("login", OPEN_RULES)
+        self.assertSaid(LET_IN, "the console", lambda: self.by_prompt("/bin/login"))
+
+
+class SambaTest(AccessTest):
+    """Disabling an account disables its entry in the usual Samba; another one has entries of its own."""
+
+    def configure(self, *lines):
+        samba = Samba(lines)
+        self.serve(samba)
+        samba.add_user("alice")
+
+    def configure_another(self, *lines):
+        class Another(Samba):
+            configuration = "/srv/another.conf"
+        namespace.write("/etc/samba/smb.conf", "[global]\n")
+        another = Another(["passdb backend = tdbsam:/srv/another.tdb", *lines])
+        self.serve(another)
+        another.add_user("alice")
+
+    def test_that_asks_pam(self):
+        self.configure_another("obey pam restrictions = yes")
+        self.assertSaid(REFUSED, "Samba", self.by_smb)
+
+    def test_that_asks_pam_with_rules_that_let_pass(self):
+        self.rules("samba", OPEN_RULES)
+        self.configure_another("obey pam restrictions = yes")
+        self.assertSaid(LET_IN, "Samba", self.by_smb)
+
+    def test_that_asks_only_itself(self):
+        self.configure_another("obey pam restrictions = no")
+        self.assertSaid(LET_IN, "Samba", self.by_smb)
+        again = listing.run("disable", "--yes", "alice").stdout
+        command = again.split("disable it there with: ")[1].splitlines()[0]
+        namespace.run(*command.split())
+        self.assertEqual(REFUSED, said_of("Samba", listing.run("disable", "--yes", "alice")))
+        self.assertFalse(self.by_smb())
+
+    def test_with_its_entry_disabled(self):
+        self.configure("obey pam restrictions = no")
+        self.assertTrue(self.by_smb())
+        namespace.run("smbpasswd", "-d", "alice")
+        self.assertEqual(REFUSED, said_of("Samba", listing.run("disable", "--yes", "alice")))
+        self.assertFalse(self.by_smb())
+
+    def test_without_an_entry(self):
+        self.configure("obey pam restrictions = no")
+        namespace.run("smbpasswd", "-x", "alice")
+        self.assertEqual(REFUSED, said_of("Samba", listing.run("disable", "--yes", "alice")))
+        self.assertFalse(self.by_smb())
+
+
+class LeftRunningTest(AccessTest):
+
+    def test_what_goes_on_is_counted_with_the_command_that_ends_it(self):
+        self.serve(OpenSsh())
+        shell = self.client(ssh.Shell, "alice", "10.20.0.2")
+        shell.send("for i in 1 2 3; do setsid nohup sleep 1000 >/dev/null 2>&1 & done; sleep 1; echo sta''rted")
+        shell.expect("started")
+        namespace.write("/var/spool/cron/crontabs/alice", "0 4 * * * true\n", 0o600)
+        self.addCleanup(os.unlink, "/var/spool/cron/crontabs/alice")
+        lines = listing.run("disable", "--yes", "alice").stdout.splitlines()
+        command = "pkill -KILL -U alice"
+        self.assertIn(f"3 processes of alice still run; end them with: {command}", lines)
+        self.assertIn("alice has a crontab; remove it with: crontab -r -u alice", lines)
+        self.assertEqual(3, len(namespace.run("pgrep", "-U", "alice").split()), "nothing ends them by itself")
+        namespace.run(*command.split())
+        waiting.until("them to end", lambda: subprocess.run(["pgrep", "-U", "alice"]).returncode == 1)
+        again = listing.run("disable", "--yes", "alice").stdout
+        self.assertNotIn("still run", again)
+
+
+if __name__ == "__main__":
+    main()
