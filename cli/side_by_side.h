@@ -28,6 +28,6 @@ std::vector<std::optional<Answer>> callSideBySide(
     Backend& backend, const std::vector<Call>& calls,
     const std::function<void(std::size_t done)>& isWaiting);
 
-inline constexpr std::size_t kMostCalls = 16;
+inline constexpr std::size_t kMostCalls = 64;
 
 }  // namespace cli

@@ -6,6 +6,7 @@
 #include <json/writer.h>
 
 #include "zevo/error_trail.h"
+#include "zevo/list_age.h"
 #include "zevo/session_file.h"
 #include "zevo/web_login.h"
 
@@ -23,6 +24,7 @@ namespace host {
 namespace {
 
 constexpr int kFailed = 500;
+constexpr std::chrono::seconds kListAgeOfRefreshes{2};  // the page asks again a few seconds later
 constexpr std::size_t kLongestCause = 512;
 constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cut on its way
 
@@ -83,7 +85,10 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   if (ZEVOCgiSessionFileCreate(service.sessionFile.c_str()) != 0) {
     return replyOf(Problem::kWorkFailed);
   }
-  if (!route.changesState) return runMethod(route.handler, context);
+  if (!route.changesState) {
+    if (request.background) zevo::acceptListAge(kListAgeOfRefreshes);
+    return runMethod(route.handler, context);
+  }
   const std::string summary = summaryOf(request, &caller);
   logBeginning(summary, context.parameters, caller.isAdmin);
   Reply reply = runMethod(route.handler, context);

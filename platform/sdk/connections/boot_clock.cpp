@@ -44,6 +44,12 @@ std::chrono::nanoseconds timeSinceBoot() {
   return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
+std::chrono::milliseconds startSinceBoot(std::uint64_t ticks) {
+  const std::uint64_t milliseconds =
+      ticks / ticksASecond() * 1000 + ticks % ticksASecond() * 1000 / ticksASecond();
+  return std::chrono::milliseconds(milliseconds);
+}
+
 BootClock::BootClock(const Paths& paths)
     : made_(std::chrono::duration_cast<std::chrono::milliseconds>(timeSinceBoot())),
       path_(paths.proc + "/stat") {}
@@ -68,9 +74,7 @@ std::string BootClock::startText(std::uint64_t ticks) const {
 }
 
 std::chrono::milliseconds BootClock::age(std::uint64_t ticks) const {
-  const std::uint64_t started =
-      ticks / ticksASecond() * 1000 + ticks % ticksASecond() * 1000 / ticksASecond();
-  return made_ - std::chrono::milliseconds(started);
+  return made_ - startSinceBoot(ticks);
 }
 
 }  // namespace zevo::connections

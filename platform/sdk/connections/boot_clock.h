@@ -19,6 +19,9 @@ std::string localTimeText(std::time_t time);
 // kernel dates processes.
 std::chrono::nanoseconds timeSinceBoot();
 
+// When a process started, by that clock; `ticks` is Process::startTicks.
+std::chrono::milliseconds startSinceBoot(std::uint64_t ticks);
+
 // When processes started. Reads the start of the system at its first use, so it costs nothing
 // where nobody is connected.
 class BootClock {

@@ -18,6 +18,8 @@ struct Paths {
       "/usr/lib/openssh/sftp-server", "/usr/libexec/openssh/sftp-server",
       "/usr/libexec/sftp-server", "/usr/lib/ssh/sftp-server", "/usr/lib/misc/sftp-server"};
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
+  // Folder of the list that calls of the same moment share; empty: each call reads for itself.
+  std::string sharedList = "/run/currentconn/list";
 };
 
 }  // namespace zevo::connections

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <exception>
+#include <functional>
 #include <new>
 #include <optional>
 #include <syslog.h>
@@ -12,10 +13,12 @@
 #include "zevo/connections.h"
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
+#include "zevo/list_age.h"
 #include "zevo/read_notes.h"
 
 #include "base/text.h"
 #include "sdk/connections/afp.h"
+#include "sdk/connections/boot_clock.h"
 #include "sdk/connections/login.h"
 #include "sdk/connections/nfs.h"
 #include "sdk/connections/openssh.h"
@@ -27,6 +30,11 @@
 
 namespace zevo::connections {
 namespace {
+
+// What a reading takes at most besides what its tools take.
+constexpr std::chrono::seconds kTimeBesideTools{2};
+
+std::chrono::milliseconds acceptedAge{0};
 
 struct Service {
   const char* name;  // of the program or source
@@ -44,31 +52,32 @@ constexpr std::array<Service, 7> kServices = {{
     {"console logins", "LOGIN", readLogins},
 }};
 
-// Whether the record's process still runs and is the one that the collector saw: between the scan
-// and now its pid may have been given to somebody else.
-Reading<bool> isStillServed(const Sources& sources, const Connection& connection) {
+// A look at the process of a record: since it was read its pid may have been given to another one.
+using IsSame = std::function<bool(const Process& now)>;
+
+Reading<bool> isStillServed(const Paths& paths, const Connection& connection,
+                            const IsSame& isSame) {
   if (connection.pid == 0) return true;  // served by no process alone
   if (connection.pid < 2 || connection.pid > kPidMax) return false;
-  const auto now = readProcess(sources.paths(), connection.pid);
+  const auto now = readProcess(paths, connection.pid);
   if (now.isGone()) return false;
   if (now.failed()) return Reading<bool>::like(now);
-  const Process* then = sources.processes().find(connection.pid);
-  return !now->hasEnded && (then == nullptr || then->startTicks == now->startTicks);
+  return !now->hasEnded && isSame(*now);
 }
 
 // Leaves out what is no longer served, and what nothing can be told of: a stale pid is nobody's to
 // signal.
-void dropStale(const Sources& sources, std::vector<Connection>* connections) {
+Outcome dropStale(const Paths& paths, const IsSame& isSame, std::vector<Connection>* connections) {
   std::vector<Connection> served;
   served.reserve(connections->size());
   Outcome outcome;
   for (Connection& connection : *connections) {
-    const auto isServed = isStillServed(sources, connection);
+    const auto isServed = isStillServed(paths, connection, isSame);
     if (isServed.failed()) outcome.add(Outcome::failure(isServed.cause()));
     if (isServed.ok() && *isServed) served.push_back(std::move(connection));
   }
   connections->swap(served);
-  if (outcome.failed()) sources.note(kConnectionsMissing, "", outcome.cause());
+  return outcome;
 }
 
 void noteFailure(const Sources& sources, const char* name, const char* type,
@@ -104,12 +113,18 @@ Outcome readAll(const Paths& paths, const ToolLimits& limits,
     sources.note(kConnectionsMissing, "", processes->unread().cause());
   }
   readServices(sources, limits, &list->connections);
-  dropStale(sources, &list->connections);
+  const auto isScanned = [&sources](const Process& now) {
+    const Process* then = sources.processes().find(now.pid);
+    return then == nullptr || then->startTicks == now.startTicks;
+  };
+  const Outcome stale = dropStale(paths, isScanned, &list->connections);
+  if (stale.failed()) sources.note(kConnectionsMissing, "", stale.cause());
   list->notes = sources.notes();
   return Outcome::done();
 }
 
 int get(_tag_ZEVO_CURCONN_** records) {
+  const auto begin = timeSinceBoot();
   if (::geteuid() != 0) {
     ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM,
                     "only root can see everybody's connections; run this as root (sudo)");
@@ -119,8 +134,9 @@ int get(_tag_ZEVO_CURCONN_** records) {
   paths.smbstatus = config().smbstatus;
   ToolLimits limits;
   limits.time = config().toolLimit;
+  const ListCall call{begin, acceptedAge, limits.time + kTimeBesideTools};
   ConnectionList list;
-  Outcome outcome = readConnections(paths, limits, SocketTable::read, logLine, &list);
+  Outcome outcome = readForCall(paths, limits, call, SocketTable::read, logLine, &list);
   if (outcome.failed()) {
     ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
     return -1;
@@ -143,7 +159,39 @@ Outcome readConnections(const Paths& paths, const ToolLimits& limits,
   return outcome;
 }
 
+Outcome readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
+                    const Sources::SocketReader& readSockets, const Sources::Log& log,
+                    ConnectionList* list) {
+  bool isOurs = false;
+  const auto read = [&](ConnectionList* ours) {
+    isOurs = true;
+    return readConnections(paths, limits, readSockets, log, ours);
+  };
+  TimedList timed;
+  Outcome outcome = readShared(paths, call, read, &timed);
+  *list = std::move(timed.list);
+  if (isOurs || outcome.failed()) return outcome;
+  // The processes were there when the reading ended: one that began later is another.
+  const auto isOlder = [&timed](const Process& now) {
+    return startSinceBoot(now.startTicks) <= timed.ended;
+  };
+  const Outcome stale = dropStale(paths, isOlder, &list->connections);
+  if (stale.failed()) {
+    log(stale.cause());
+    list->notes.push_back({std::string(kConnectionsMissing), "", printable(stale.cause())});
+  }
+  return outcome;
+}
+
 }  // namespace zevo::connections
+
+namespace zevo {
+
+void acceptListAge(std::chrono::milliseconds age) {
+  connections::acceptedAge = age;
+}
+
+}  // namespace zevo
 
 extern "C" int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records) {
   *records = nullptr;

@@ -1,24 +1,14 @@
 // One read of all services.
 #pragma once
 
-#include <vector>
-
-#include "zevo/read_notes.h"
-
-#include "sdk/connections/connection.h"
+#include "sdk/connections/connection_list.h"
 #include "sdk/connections/outcome.h"
 #include "sdk/connections/paths.h"
+#include "sdk/connections/shared_list.h"
 #include "sdk/connections/sources.h"
 #include "sdk/connections/tool_run.h"
 
 namespace zevo::connections {
-
-struct ConnectionList {
-  std::vector<Connection> connections;
-  std::vector<ReadNote> notes;  // on what it lacks
-
-  bool operator==(const ConnectionList&) const = default;
-};
 
 // Replaces *list by the connections of all services: with texts that are clean, and with pids of
 // processes that were still the scanned ones when everything had been read. What cannot be read of
@@ -27,5 +17,10 @@ struct ConnectionList {
 Outcome readConnections(const Paths& paths, const ToolLimits& limits,
                         const Sources::SocketReader& readSockets, const Sources::Log& log,
                         ConnectionList* list);
+
+// The same for one of many calls, as shared_list.h has it.
+Outcome readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
+                    const Sources::SocketReader& readSockets, const Sources::Log& log,
+                    ConnectionList* list);
 
 }  // namespace zevo::connections

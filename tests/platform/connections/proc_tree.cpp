@@ -59,6 +59,7 @@ ProcTree::ProcTree() {
   paths_.smbstatus = folder_ + "/smbstatus";
   paths_.sftpServers = {folder_ + "/other/sftp-server", folder_ + "/sftp-server"};
   paths_.pureFtpwho = folder_ + "/pure-ftpwho";
+  paths_.sharedList = folder_ + "/list";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   fs::create_directory(paths_.proc + "/self");
   add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1});

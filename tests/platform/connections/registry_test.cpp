@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -13,8 +14,11 @@
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
+#include "base/read_file.h"
+#include "platform/connections/callers.h"
 #include "platform/connections/print.h"
 #include "platform/connections/proc_tree.h"
+#include "sdk/connections/boot_clock.h"
 
 namespace zevo::connections {
 namespace {
@@ -190,6 +194,82 @@ TEST_F(RegistryTest, SoDoesAProcOfNoProcess) {
                   paths, {}, none, [](const std::string&) {}, &list_)
                   .failed());
   EXPECT_EQ(list_, ConnectionList());
+}
+
+class SharedRegistryTest : public RegistryTest {
+ protected:
+  ConnectionList readAged(std::chrono::milliseconds acceptedAge) {
+    const auto readSockets = [] {
+      return Reading<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
+    };
+    const auto log = [this](const std::string& line) { log_.push_back(line); };
+    const ListCall call{timeSinceBoot(), acceptedAge, std::chrono::minutes(5)};
+    ConnectionList list;
+    EXPECT_FALSE(readForCall(tree_.paths(), {}, call, readSockets, log, &list).failed());
+    return list;
+  }
+  // Of a list that was read before.
+  ConnectionList readStored() { return readAged(std::chrono::hours(24)); }
+};
+
+TEST_F(SharedRegistryTest, ASharedListComesWithItsNotes) {
+  tree_.makeUnreadable(70, "fd");
+  const ConnectionList list = readAged({});
+  EXPECT_THAT(list.notes, testing::SizeIs(1));
+  addSession(80, "carol", "pts/3");
+  EXPECT_EQ(readStored(), list);
+}
+
+TEST_F(SharedRegistryTest, OfASharedListWhoseProcessHasEndedIsLeftOut) {
+  EXPECT_EQ(readAged({}).connections.size(), 2U);
+  tree_.remove(61);
+  EXPECT_THAT(readStored().connections, ElementsAre(record(71, "bob", "pts/2")));
+  tree_.remove(71);
+  tree_.add({.pid = 71, .parent = 70, .name = "sshd", .state = 'Z'});
+  EXPECT_THAT(readStored().connections, IsEmpty());
+}
+
+TEST_F(SharedRegistryTest, SoIsOneWhosePidWasGivenToAnotherProcess) {
+  EXPECT_EQ(readAged({}).connections.size(), 2U);
+  tree_.remove(71);
+  const auto later = timeSinceBoot() + std::chrono::seconds(1);
+  const auto ticks =
+      std::chrono::duration_cast<std::chrono::seconds>(later).count() * ::sysconf(_SC_CLK_TCK);
+  tree_.add(
+      {.pid = 71, .parent = 70, .name = "sshd", .startTicks = static_cast<std::uint64_t>(ticks)});
+  EXPECT_THAT(readStored().connections, ElementsAre(record(61, "alice", "pts/1")));
+}
+
+TEST_F(SharedRegistryTest, CallsThatBeganBeforeARunOfToolsShareIt) {
+  constexpr int kCallers = 16;
+  const std::string runs = tree_.folder() + "/runs";
+  const std::string tool = tree_.file(
+      "smbstatus", "#!/bin/sh\necho x >>" + runs +
+                       "\ncase $2 in --shares) echo '{\"tcons\": {}}';; *) echo '{\"sessions\": "
+                       "{\"1\": {\"session_id\": \"1\", \"server_id\": {\"pid\": \"81\"}, "
+                       "\"username\": \"alice\"}}}';; esac\n");
+  ASSERT_EQ(::chmod(tool.c_str(), 0755), 0);
+  tree_.add({.pid = 80, .name = "smbd"}).add({.pid = 81, .parent = 80, .name = "smbd"});
+  test::Door door;
+  std::vector<pid_t> callers;
+  for (int i = 0; i < kCallers; ++i) {
+    callers.push_back(test::start([&] {
+      const ListCall call{timeSinceBoot(), std::chrono::milliseconds(0), std::chrono::minutes(5)};
+      door.come();
+      const auto noSockets = [] { return Reading<SocketTable>(SocketTable()); };
+      ConnectionList list;
+      const Outcome outcome = readForCall(
+          tree_.paths(), {}, call, noSockets, [](const std::string&) {}, &list);
+      const bool isRight = !outcome.failed() && list.connections.back().type == ZEVO_CURCONN_CIFS;
+      return isRight ? 0 : 1;
+    }));
+  }
+  door.await(kCallers);
+  door.open(kCallers);
+  for (const pid_t caller : callers) EXPECT_EQ(test::resultOf(caller), 0);
+  std::string text;
+  EXPECT_FALSE(readFile(runs, 1000, &text));
+  EXPECT_EQ(text, "x\nx\n") << "one run each for sessions and shares";
 }
 
 // Runs `body` in a child process without root's rights; its result is the child's exit status.

@@ -11,7 +11,7 @@ import { failureText } from './list_state.js';
 import { targetList } from './target_list.js';
 import { say, sayNodes } from './texts.js';
 
-const kMostAtOnce = 16;
+const kMostAtOnce = 64;
 
 const kMarks = {
   ended: 'good',
