@@ -1,6 +1,7 @@
 #include "warnings.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "output.h"
 
@@ -41,8 +42,8 @@ void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings) {
 }
 
 void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings) {
-  std::vector<std::string> lines = warningLines(warnings);
-  lines.insert(lines.begin(), doubt);
+  std::vector<std::string> lines = {doubt};
+  for (std::string& line : warningLines(warnings)) lines.push_back(std::move(line));
   complain(lines);
 }
 
