@@ -1,9 +1,11 @@
 #include "kick.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -21,6 +23,9 @@
 
 namespace cli {
 namespace {
+
+constexpr int kMoreLooks = 5;
+constexpr std::chrono::milliseconds kTimeBetweenLooks{200};
 
 std::string countOf(std::size_t connections) {
   return std::to_string(connections) + (connections == 1 ? " connection" : " connections");
@@ -86,7 +91,13 @@ ExitCode endConnections(const KickPlan& plan, Backend& backend) {
     answers = callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
   }
   Failure failure;
-  const std::optional<Page> page = readList(backend, "", &failure);
+  std::optional<Page> page = readList(backend, "", &failure);
+  // A process that was killed at the end of its grace period may take a moment to go.
+  for (int look = 0; page && look < kMoreLooks && !makeKickResult(plan, answers, *page).isComplete;
+       ++look) {
+    std::this_thread::sleep_for(kTimeBetweenLooks);
+    page = readList(backend, "", &failure);
+  }
   if (!page) {
     complain("the connections were told to end, but whether they did is not known");
     complain(failure.lines);
