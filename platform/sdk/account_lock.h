@@ -1,4 +1,4 @@
-// The lock of the account files.
+// Locks around changes of accounts.
 #pragma once
 
 #include <chrono>
@@ -10,10 +10,12 @@
 
 namespace zevo {
 
-// Takes the lock that lckpwdf(3) takes (a record lock on all of /etc/.pwd.lock), as passwd, usermod
-// and PAM do, so none of them writes the files meanwhile; without that function's alarm signal and
-// with a wait of our own. It is given back with the descriptor, also when the holder dies. It does
-// not cover editors that do not take it, nor a child forked while it is held.
+// Takes a record lock on all of the file at `path`, which is created with mode 0600 where it is
+// missing, or fails with ETIMEDOUT after `wait`. It is given back with the descriptor, also when
+// the holder dies. It does not cover a child forked while it is held.
+//
+// On /etc/.pwd.lock it is the lock that lckpwdf(3), and so passwd, usermod and PAM take, without
+// that function's alarm signal. It does not cover editors that do not take it.
 std::optional<FileFailure> lockAccounts(const std::string& path, std::chrono::milliseconds wait,
                                         FileDescriptor* lock);
 

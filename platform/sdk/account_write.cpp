@@ -6,28 +6,18 @@
 #include <map>
 #include <set>
 
-#include "zevo/error_trail.h"
-
 #include "base/account_name.h"
 #include "base/file_descriptor.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "sdk/account_lock.h"
 #include "sdk/administrators.h"
+#include "sdk/noted_error.h"
 
 namespace zevo {
 namespace {
 
 constexpr std::size_t kLongestAccountFile = 64UL * 1024 * 1024;
-
-int fail(int code, const std::string& cause) {
-  ZEVO_NOTE_ERROR(code, cause);
-  return code;
-}
-
-int fail(const FileFailure& failure) {
-  return fail(ZEVO_ERR_SYSTEM, failure.text());
-}
 
 // Reads the shadow file itself: a link in its place would be replaced by the write.
 std::optional<FileFailure> readShadow(const std::string& path, std::string* content) {
@@ -48,29 +38,26 @@ std::string quoted(const std::string& name) {
   return '"' + printable(name, 256) + '"';
 }
 
+// The fields of those of `names` that have an entry; the first one of a name counts, as it does for
+// the C library.
+ExpiryFields expiryFieldsOf(const std::string& shadow, const std::set<std::string>& names) {
+  ExpiryFields fields;
+  for (const ShadowEntry& entry : parseShadow(shadow)) {
+    const std::string name(entry.name);
+    if (names.contains(name)) fields.try_emplace(name, entry.expiryDay);
+  }
+  return fields;
+}
+
 // The new content: the day of expiry of each named entry replaced, all other bytes as they were.
-// Empty, with *missing naming it, where a name has no entry.
-std::string withChanges(const std::string& shadow, const std::vector<AccountChange>& changes,
-                        std::string* missing) {
-  std::map<std::string_view, std::optional<long>> days;
-  for (const AccountChange& change : changes) days[change.name] = change.shadow.expiryDay;
-  std::set<std::string_view> found;
+std::string withFields(const std::string& shadow, const ExpiryFields& fields) {
   std::string written;
   std::size_t copied = 0;
   for (const ShadowEntry& entry : parseShadow(shadow)) {
-    const auto day = days.find(entry.name);
-    if (day == days.end()) continue;
-    found.insert(day->first);
-    if (!day->second) continue;
-    written.append(shadow, copied, entry.expiryDayStart - copied);
-    written += std::to_string(*day->second);
+    const auto field = fields.find(std::string(entry.name));
+    if (field == fields.end()) continue;
+    written.append(shadow, copied, entry.expiryDayStart - copied).append(field->second);
     copied = entry.expiryDayStart + entry.expiryDay.size();
-  }
-  for (const auto& [name, day] : days) {
-    if (!found.contains(name)) {
-      *missing = name;
-      return {};
-    }
   }
   return written.append(shadow, copied);
 }
@@ -90,35 +77,32 @@ bool isRoot(const std::string& name, const std::optional<Account>& account) {
 int checkNames(AccountSource& source, const std::set<std::string>& names) {
   for (const std::string& name : names) {
     if (!canBeAccountName(name)) {
-      return fail(ZEVO_ERR_NO_SUCH_USER, "there is no account " + quoted(name));
+      return notedError(ZEVO_ERR_NO_SUCH_USER, "there is no account " + quoted(name));
     }
     std::optional<Account> account;
     if (const int error = source.account(name, &account)) {
-      return fail(ZEVO_ERR_SYSTEM,
-                  "cannot look up the account " + quoted(name) + ": " + errorText(error));
+      return notedError(ZEVO_ERR_SYSTEM,
+                        "cannot look up the account " + quoted(name) + ": " + errorText(error));
     }
     if (isRoot(name, account)) {
-      return fail(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
-                  quoted(name) + " is root's account, which is never changed");
+      return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
+                        quoted(name) + " is root's account, which is never changed");
     }
   }
   return ZEVO_ERR_NONE;
 }
 
-int readBatch(const AccountDatabase& database, const std::vector<AccountChange>& changes,
-              Batch* batch) {
-  std::set<std::string> names;
-  for (const AccountChange& change : changes) names.insert(change.name);
+int readBatch(const AccountDatabase& database, const std::set<std::string>& names, Batch* batch) {
   if (const int refusal = checkNames(*database.source, names)) return refusal;
   const int error = readAdministrators(*database.source, database.administratorsGroup, names,
                                        &batch->administrators);
   if (error != 0) {
-    return fail(ZEVO_ERR_SYSTEM,
-                "cannot tell who the administrators are, so no account is changed: " +
-                    errorText(error) + "; check the name service");
+    return notedError(ZEVO_ERR_SYSTEM,
+                      "cannot tell who the administrators are, so no account is changed: " +
+                          errorText(error) + "; check the name service");
   }
   const auto failure = readShells(database.paths.shells, &batch->shells);
-  return failure ? fail(*failure) : ZEVO_ERR_NONE;
+  return failure ? notedError(*failure) : ZEVO_ERR_NONE;
 }
 
 // Refuses a batch that takes a valid administrator and leaves too few.
@@ -134,42 +118,70 @@ int checkAdministrators(const AccountDatabase& database, const Batch& batch,
   if (!takesOne || left.size() >= static_cast<std::size_t>(std::max(database.minAdmins, 0))) {
     return ZEVO_ERR_NONE;
   }
-  return fail(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
-              "this would leave " + std::to_string(left.size()) +
-                  " administrators who can log in, and " + std::to_string(database.minAdmins) +
-                  " must be left: make another account an administrator first");
+  return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
+                    "this would leave " + std::to_string(left.size()) +
+                        " administrators who can log in, and " +
+                        std::to_string(database.minAdmins) +
+                        " must be left: make another account an administrator first");
 }
 
-int writeLocked(const AccountDatabase& database, const Batch& batch,
-                const std::vector<AccountChange>& changes) {
-  std::string before;
-  if (const auto failure = readShadow(database.paths.shadow, &before)) return fail(*failure);
-  std::string missing;
-  const std::string after = withChanges(before, changes, &missing);
-  if (!missing.empty()) {
-    return fail(ZEVO_ERR_NO_SUCH_USER, quoted(missing) +
-                                           " is no local account: it has no line of its own in " +
-                                           database.paths.shadow);
+int missing(const AccountDatabase& database, const ShadowWrite& write, const ExpiryFields& found) {
+  for (const std::string& name : write.names) {
+    if (found.contains(name)) continue;
+    return notedError(ZEVO_ERR_NO_SUCH_USER,
+                      quoted(name) + " is no local account: it has no line of its own in " +
+                          database.paths.shadow);
   }
-  if (const int refusal = checkAdministrators(database, batch, before, after)) return refusal;
+  return ZEVO_ERR_NONE;
+}
+
+int writeLocked(const AccountDatabase& database, const ShadowWrite& write, const Batch& batch) {
+  const bool isGuarded = write.purpose == ShadowWrite::Purpose::kChange;
+  std::string before;
+  if (const auto failure = readShadow(database.paths.shadow, &before)) return notedError(*failure);
+  ExpiryFields fields = expiryFieldsOf(before, write.names);
+  if (isGuarded) {
+    if (const int refusal = missing(database, write, fields)) return refusal;
+  }
+  if (const int refusal = write.decide(fields)) return refusal;
+  const std::string after = withFields(before, fields);
+  if (isGuarded) {
+    if (const int refusal = checkAdministrators(database, batch, before, after)) return refusal;
+  }
+  if (write.prepare) {
+    if (const int refusal = write.prepare()) return refusal;
+  }
   if (after == before) return ZEVO_ERR_NONE;
   const std::array<std::string_view, 1> pieces = {after};
   const auto failure =
       replaceFile(database.paths.shadow, pieces, {.removeLeftovers = true}, *database.operations);
-  return failure ? fail(*failure) : ZEVO_ERR_NONE;
+  return failure ? notedError(*failure) : ZEVO_ERR_NONE;
 }
 
 }  // namespace
 
-int writeShadow(const AccountDatabase& database, const std::vector<AccountChange>& changes) {
-  if (changes.empty()) return ZEVO_ERR_NONE;
+int writeShadow(const AccountDatabase& database, const ShadowWrite& write) {
+  if (write.names.empty()) return ZEVO_ERR_NONE;
   Batch batch;
-  if (const int refusal = readBatch(database, changes, &batch)) return refusal;
+  if (write.purpose == ShadowWrite::Purpose::kChange) {
+    if (const int refusal = readBatch(database, write.names, &batch)) return refusal;
+  }
   FileDescriptor lock;
   if (const auto failure = lockAccounts(database.paths.lock, database.lockWait, &lock)) {
-    return fail(*failure);
+    return notedError(*failure);
   }
-  return writeLocked(database, batch, changes);
+  return writeLocked(database, write, batch);
+}
+
+bool readExpiry(const AccountPaths& paths, const std::set<std::string>& names,
+                ExpiryFields* fields) {
+  std::string content;
+  if (const auto failure = readShadow(paths.shadow, &content)) {
+    notedError(*failure);
+    return false;
+  }
+  *fields = expiryFieldsOf(content, names);
+  return true;
 }
 
 }  // namespace zevo

@@ -2,11 +2,12 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
+#include <map>
+#include <set>
 #include <string>
-#include <vector>
 
 #include "base/atomic_file.h"
-#include "sdk/account_change.h"
 #include "sdk/account_lookup.h"
 
 namespace zevo {
@@ -29,12 +30,30 @@ struct AccountDatabase {
   AccountSource* source = &AccountSource::system();
 };
 
-struct AccountChange {
-  std::string name;
-  VLIBUserShadow shadow;
+// The day of expiry of accounts, as the field of the shadow entry holds it.
+using ExpiryFields = std::map<std::string, std::string>;
+
+struct ShadowWrite {
+  enum class Purpose {
+    kChange,   // keeps the rule on administrators; each name must have an entry
+    kRestore,  // asks for no administrators; a name without an entry is passed over
+  };
+  Purpose purpose = Purpose::kChange;
+  std::set<std::string> names;
+  // Called once, with the files locked and all rules but that on administrators checked: turns the
+  // fields of `names` as they are into those that are to be. Any code but ZEVO_ERR_NONE, which it
+  // has set and noted, stops the write.
+  std::function<int(ExpiryFields& fields)> decide;
+  // Called with the files locked where the write will happen: the last that can stop it.
+  std::function<int()> prepare = {};
 };
 
 // Writes all changes or none. Returns ZEVO_ERR_NONE, or the error that it has set and noted.
-int writeShadow(const AccountDatabase& database, const std::vector<AccountChange>& changes);
+int writeShadow(const AccountDatabase& database, const ShadowWrite& write);
+
+// The day of expiry of each of `names` that has an entry, read without a lock. False with the last
+// error set and noted where the file cannot be read.
+bool readExpiry(const AccountPaths& paths, const std::set<std::string>& names,
+                ExpiryFields* fields);
 
 }  // namespace zevo

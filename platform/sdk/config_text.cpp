@@ -67,6 +67,14 @@ bool readSmbstatus(const toml::node& value, Config* config) {
   return readPath(value, &config->smbstatus);
 }
 
+bool readPdbedit(const toml::node& value, Config* config) {
+  return readPath(value, &config->pdbedit);
+}
+
+bool readStateFolder(const toml::node& value, Config* config) {
+  return readPath(value, &config->stateFolder);
+}
+
 bool readGroup(const toml::node& value, std::string* group) {
   const auto* text = value.as_string();
   if (text == nullptr || text->get().size() > 255) return false;
@@ -125,12 +133,14 @@ bool readCallSeconds(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
-constexpr std::array<Key, 14> kKeys = {{
+constexpr std::array<Key, 16> kKeys = {{
     {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
     {"session_file", "must be an absolute path in quotes", &readSessionFile},
     {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
     {"tool_seconds", "must be 1 to 120", &readToolSeconds},
     {"smbstatus", "must be an absolute path in quotes", &readSmbstatus},
+    {"pdbedit", "must be an absolute path in quotes", &readPdbedit},
+    {"state_folder", "must be an absolute path in quotes", &readStateFolder},
     {"administrators_group", "must be the name of a group, or \"\"", &readAdministratorsGroup},
     {"min_admins", "must be 0 to 1000", &readMinAdmins},
     {"web_socket", "must be an absolute path in quotes", &readWebSocket},

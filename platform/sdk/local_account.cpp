@@ -1,54 +1,117 @@
 #include "zevo/local_account.h"
 
-#include <ctime>
+#include <algorithm>
+#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
-#include "zevo/config.h"
-#include "zevo/error_trail.h"
-
-#include "sdk/account_write.h"
+#include "base/text.h"
+#include "sdk/account_change.h"
+#include "sdk/account_disabling.h"
+#include "sdk/noted_error.h"
 
 namespace zevo {
 namespace {
 
-constexpr std::time_t kSecondsOfADay = 24L * 60 * 60;
+thread_local std::vector<ReadNote> notes;
 
-AccountDatabase systemDatabase() {
-  AccountDatabase database;
-  database.administratorsGroup = config().administratorsGroup;
-  database.minAdmins = config().minAdmins;
-  database.today = std::time(nullptr) / kSecondsOfADay;
-  return database;
+// The process's: a call may go on in another thread than its host's.
+Actor& actor() {
+  static Actor value;
+  return value;
 }
 
-// The error that was set.
-int set(char** names, UserRecord** users, VLIBUserShadow** shadows, int count) {
-  std::vector<AccountChange> changes;
+using Changes = std::map<std::string, VLIBUserShadow>;
+
+// The batch by name, or the error that was set.
+int read(char** names, UserRecord** users, VLIBUserShadow** shadows, int count, Changes* changes) {
   for (int i = 0; i < count; ++i) {
     if (names == nullptr || names[i] == nullptr || shadows == nullptr || shadows[i] == nullptr) {
-      ZEVO_NOTE_ERROR(ZEVO_ERR_NO_SUCH_USER, "an account of the batch has no name or no change");
-      return ZEVO_ERR_NO_SUCH_USER;
+      return notedError(ZEVO_ERR_NO_SUCH_USER, "an account of the batch has no name or no change");
     }
     // Also where root's entry in the files has another name than the name service gives.
     if (users != nullptr && users[i] != nullptr && users[i]->uid == 0) {
-      ZEVO_NOTE_ERROR(ZEVO_ERR_TOO_FEW_ADMINISTRATORS, "root's account is never changed");
-      return ZEVO_ERR_TOO_FEW_ADMINISTRATORS;
+      return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS, "root's account is never changed");
     }
-    changes.push_back({names[i], *shadows[i]});
+    (*changes)[names[i]] = *shadows[i];
   }
-  return writeShadow(systemDatabase(), changes);
+  return ZEVO_ERR_NONE;
+}
+
+std::set<std::string> namesOf(const Changes& changes) {
+  std::set<std::string> names;
+  for (const auto& [name, shadow] : changes) names.insert(name);
+  return names;
+}
+
+int disable(const DisablingTools& tools, const Changes& changes,
+            std::vector<StillLetIn>* stillLetIn) {
+  const int code = disableAccounts(tools, namesOf(changes), stillLetIn);
+  for (const StillLetIn& account : *stillLetIn) {
+    const std::string name = printable(account.user, 256);
+    notes.push_back(
+        {std::string(kStillLetIn), "CIFS",
+         "Samba still lets \"" + name + "\" in: " + account.cause + "; disable the account again"});
+  }
+  return code;
+}
+
+int writeExpiry(const DisablingTools& tools, const Changes& changes) {
+  ShadowWrite write;
+  write.names = namesOf(changes);
+  write.decide = [&](ExpiryFields& fields) -> int {
+    for (auto& [name, expiry] : fields) {
+      const auto& day = changes.at(name).expiryDay;
+      if (day) expiry = std::to_string(*day);
+    }
+    return ZEVO_ERR_NONE;
+  };
+  return writeShadow(tools.accounts, write);
+}
+
+int set(const Changes& changes, std::vector<StillLetIn>* stillLetIn) {
+  DisablingTools tools = DisablingTools::system();
+  tools.actor = actor();
+  const auto disables = [](const auto& change) { return change.second.expiryDay == kDisablingDay; };
+  const auto count = std::count_if(changes.begin(), changes.end(), disables);
+  if (count == 0) return writeExpiry(tools, changes);
+  if (static_cast<std::size_t>(count) == changes.size()) return disable(tools, changes, stillLetIn);
+  return notedError(ZEVO_ERR_SYSTEM, "a batch either disables all of its accounts or none");
 }
 
 }  // namespace
+
+void setActor(const Actor& who) {
+  actor() = {withoutIllFormed(who.name), withoutIllFormed(who.place)};
+}
+
+std::vector<ReadNote> accountNotes() {
+  return notes;
+}
+
+void clearAccountNotes() {
+  notes.clear();
+}
+
 }  // namespace zevo
 
 extern "C" int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
                                        int count, VLIBCMResult** result) {
-  const int code = zevo::set(names, users, shadows, count);
+  zevo::clearAccountNotes();
+  zevo::Changes changes;
+  std::vector<zevo::StillLetIn> stillLetIn;
+  int code = zevo::read(names, users, shadows, count, &changes);
+  if (code == ZEVO_ERR_NONE) code = zevo::set(changes, &stillLetIn);
   if (result != nullptr && *result != nullptr) {
     // All or none: what stopped one stopped all.
-    (*result)->codes.assign(static_cast<std::size_t>(count > 0 ? count : 0), code);
+    std::vector<int>& codes = (*result)->codes;
+    codes.assign(static_cast<std::size_t>(count > 0 ? count : 0), code);
+    for (const zevo::StillLetIn& account : stillLetIn) {
+      for (int i = 0; i < count; ++i) {
+        if (account.user == names[i]) codes.at(static_cast<std::size_t>(i)) = ZEVO_ERR_SYSTEM;
+      }
+    }
   }
   return code == ZEVO_ERR_NONE ? 0 : -1;
 }

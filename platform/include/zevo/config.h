@@ -16,6 +16,8 @@ struct Config {
   std::chrono::minutes idleLimit{15};  // of a web login
   std::chrono::seconds toolLimit{10};  // how long a service's own tool may take
   std::string smbstatus = "/usr/bin/smbstatus";
+  std::string pdbedit = "/usr/bin/pdbedit";
+  std::string stateFolder = "/var/lib/currentconn";  // what is kept over restarts
   std::string administratorsGroup;  // "" : the first of administrators, sudo, wheel that exists
   int minAdmins = 1;                // valid administrators that an account write leaves
   // The daemon's alone.

@@ -30,6 +30,12 @@ ZEVO_EXPORT int VLIBUserShadowExpiryDaySet(VLIBUserShadow* shadow, long days);
 // than the configuration's minimum, or names root or its alias; ZEVO_ERR_NO_SUCH_USER where a name
 // has no line of its own in the shadow file. Needs effective uid 0. `result` (which may be null)
 // receives the outcome of each account.
+//
+// Day 1 disables the account, for all of the batch or for none: the accounts' entries in Samba's
+// own database are disabled with them, and what was done is recorded for zevo/disabled_accounts.h.
+// The new shadow file is the point of no return: where a Samba entry cannot be disabled after it,
+// the result is 0 all the same, the account's outcome is ZEVO_ERR_SYSTEM, and a note of
+// zevo/disabled_accounts.h says so. Samba's tool is tried before that point.
 ZEVO_EXPORT int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
                                         int count, VLIBCMResult** result);
 

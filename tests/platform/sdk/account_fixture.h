@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "zevo/error.h"
+
 #include "platform/base/temporary_folder.h"
 #include "sdk/account_write.h"
 
@@ -74,15 +76,19 @@ class AccountFixture : public testing::Test {
     database_.today = 20000;
   }
 
-  static AccountChange expiry(const std::string& name, long day) {
-    AccountChange change{name, {}};
-    change.shadow.expiryDay = day;
-    return change;
+  [[nodiscard]] int write(const ExpiryFields& days) const {
+    ShadowWrite write;
+    for (const auto& [name, day] : days) write.names.insert(name);
+    write.decide = [&](ExpiryFields& fields) -> int {
+      for (auto& [name, field] : fields) field = days.at(name);
+      return ZEVO_ERR_NONE;
+    };
+    return writeShadow(database_, write);
   }
-  int disable(const std::vector<std::string>& names) const {
-    std::vector<AccountChange> changes;
-    for (const std::string& name : names) changes.push_back(expiry(name, 1));
-    return writeShadow(database_, changes);
+  [[nodiscard]] int disable(const std::vector<std::string>& names) const {
+    ExpiryFields days;
+    for (const std::string& name : names) days[name] = "1";
+    return write(days);
   }
   [[nodiscard]] std::string shadow() const { return contentOf(database_.paths.shadow); }
 

@@ -52,13 +52,12 @@ TEST_F(AccountWrite, KeepsOddLinesAsTheyAre) {
 }
 
 TEST_F(AccountWrite, WritesNothingForAnEmptyBatchOrTheSameDay) {
-  EXPECT_EQ(writeShadow(database_, {}), ZEVO_ERR_NONE);
+  EXPECT_EQ(write({}), ZEVO_ERR_NONE);
   ASSERT_EQ(disable({"cid"}), ZEVO_ERR_NONE);
   struct stat before {
   }, after{};
   ASSERT_EQ(::stat(database_.paths.shadow.c_str(), &before), 0);
   EXPECT_EQ(disable({"cid"}), ZEVO_ERR_NONE);
-  EXPECT_EQ(writeShadow(database_, {{"cid", {}}}), ZEVO_ERR_NONE);
   ASSERT_EQ(::stat(database_.paths.shadow.c_str(), &after), 0);
   EXPECT_EQ(before.st_ino, after.st_ino);
 }
@@ -142,7 +141,7 @@ TEST_F(AccountWrite, LetsOthersBeDisabledWhereThereAreTooFewAlready) {
 }
 
 TEST_F(AccountWrite, TakesNobodyByADayThatIsToCome) {
-  EXPECT_EQ(writeShadow(database_, {expiry("ann", 20001), expiry("ben", 20001)}), ZEVO_ERR_NONE);
+  EXPECT_EQ(write({{"ann", "20001"}, {"ben", "20001"}}), ZEVO_ERR_NONE);
 }
 
 TEST_F(AccountWrite, KeepsOwnerAndMode) {

@@ -38,6 +38,7 @@ TEST(Config, ReadsEveryKey) {
   ASSERT_TRUE(
       parseConfig("language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
                   "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
+                  "pdbedit = '/opt/pdbedit'\nstate_folder = '/srv/state'\n"
                   "administrators_group = 'ops'\nmin_admins = 3\n"
                   "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
                   "module_folder = '/m'\npam_folder = '/p'\nmax_calls = 32\ncall_seconds = 5\n",
@@ -49,6 +50,8 @@ TEST(Config, ReadsEveryKey) {
   expected.idleLimit = std::chrono::hours(24);
   expected.toolLimit = std::chrono::minutes(2);
   expected.smbstatus = "/opt/smbstatus";
+  expected.pdbedit = "/opt/pdbedit";
+  expected.stateFolder = "/srv/state";
   expected.administratorsGroup = "ops";
   expected.minAdmins = 3;
   expected.webSocket = "/w";
@@ -69,9 +72,9 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
   ASSERT_TRUE(parseConfig(packaged, "packaged", &config, &lines, &error)) << error;
   EXPECT_EQ(config, Config());
   for (const char* key :
-       {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus",
-        "administrators_group", "min_admins", "web_socket", "web_group", "local_socket",
-        "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
+       {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus", "pdbedit",
+        "state_folder", "administrators_group", "min_admins", "web_socket", "web_group",
+        "local_socket", "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
     EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
   }
 }
@@ -79,7 +82,8 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
 TEST(Config, RefusesAnUnknownKeyWithItsLine) {
   EXPECT_EQ(errorOf("\nlangage = 'de'\n"),
             "FILE:2: there is no key \"langage\"; the keys are language, session_file, "
-            "idle_minutes, tool_seconds, smbstatus, administrators_group, min_admins, web_socket, "
+            "idle_minutes, tool_seconds, smbstatus, pdbedit, state_folder, administrators_group, "
+            "min_admins, web_socket, "
             "web_group, "
             "local_socket, module_folder, pam_folder, max_calls, call_seconds");
 }

@@ -1,0 +1,74 @@
+// The accounts that were disabled, and undoing it: for hosts. Modules disable accounts through
+// zevo/local_account.h.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "zevo/export.h"
+#include "zevo/read_notes.h"
+
+namespace zevo {
+
+// Who asks for changes of accounts, as the record keeps it.
+struct Actor {
+  std::string name;   // "alice"
+  std::string place;  // a terminal or an address: "pts/3", "10.20.0.8"
+};
+
+// Sets the actor of this process; a host does so before each call.
+ZEVO_EXPORT void setActor(const Actor& actor);
+
+// A service that still lets an account in although it was disabled: its part of the write failed.
+inline constexpr std::string_view kStillLetIn = "still_let_in";
+
+// What the latest account write of this thread, which succeeded, could not do, each with the code
+// kStillLetIn and the service; none after a write that failed. A host clears them before a call.
+ZEVO_EXPORT std::vector<ReadNote> accountNotes();
+ZEVO_EXPORT void clearAccountNotes();
+
+struct DisabledAccount {
+  enum class State {
+    kDisabled,
+    kChanged,  // its expiry has been changed since, by somebody else
+    kGone,     // there is no such local account any more
+  };
+  std::string user;
+  std::string time;  // when it was disabled: local time as "2026-11-20 21:26:24"
+  std::string by;
+  std::string from;
+  std::string expiryBefore;  // the day as "2027-01-31"; empty: never
+  State state = State::kDisabled;
+};
+
+// The accounts that were disabled and not enabled again, by name. Nothing, with the last error set
+// and noted, where the record or the shadow file cannot be read. Needs effective uid 0.
+ZEVO_EXPORT std::optional<std::vector<DisabledAccount>> disabledAccounts();
+
+struct EnabledAccount {
+  std::string user;
+  // What is not as it was before: another expiry that somebody has set since and that stays; a
+  // service that could not be undone. Sentences without a full stop.
+  std::vector<std::string> notes;
+  bool isComplete = true;  // nothing is left to undo, and the record knows the account no longer
+};
+
+struct Enabling {
+  enum class Status {
+    kDone,
+    kNotDisabled,  // one of the names is not recorded; nothing was changed
+    kFailed,       // nothing was changed
+  };
+  Status status = Status::kFailed;
+  std::vector<EnabledAccount> accounts;  // of kDone
+};
+
+// Undoes what disabling the accounts did: gives each its earlier expiry back, where nobody has set
+// another since, then its entry of Samba's database its flag, and drops it from the record. The
+// shadow entries change all or none; what fails after that stands in the notes, stays in the record
+// and is done by another call. The causes of another status than kDone are noted. Needs effective
+// uid 0.
+ZEVO_EXPORT Enabling enableAccounts(const std::vector<std::string>& users);
+
+}  // namespace zevo

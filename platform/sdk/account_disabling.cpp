@@ -1,0 +1,112 @@
+#include "sdk/account_disabling.h"
+
+#include "zevo/config.h"
+
+#include "base/text.h"
+#include "sdk/noted_error.h"
+
+namespace zevo {
+namespace {
+
+constexpr std::time_t kSecondsOfADay = 24L * 60 * 60;
+
+// One batch on its way.
+struct DisablingBatch {
+  const DisablingTools& tools;
+  const std::set<std::string>& names;
+  DisablingRecord record;
+  std::map<std::string, SambaEntry> samba;  // of those that have an entry
+  Disablings after;
+};
+
+SambaBefore sambaBefore(const DisablingBatch& batch, const std::string& name) {
+  const auto entry = batch.samba.find(name);
+  if (entry == batch.samba.end()) return SambaBefore::kNone;
+  return entry->second.isDisabled() ? SambaBefore::kDisabled : SambaBefore::kEnabled;
+}
+
+// What undoing must restore, from the account as it is: of what we set ourselves, what was before.
+void note(DisablingBatch& batch, const std::string& name, const std::string& expiry) {
+  const SambaBefore samba = sambaBefore(batch, name);
+  const bool isExpired = expiry == kDisablingField;
+  const auto known = batch.after.find(name);
+  if (known != batch.after.end() && isExpired) {
+    if (samba != SambaBefore::kDisabled) known->second.samba = samba;
+    return;
+  }
+  if (isExpired && samba != SambaBefore::kEnabled) return;
+  const Actor& actor = batch.tools.actor;
+  batch.after[name] = {expiry, samba, actor.name, actor.place, batch.tools.now};
+}
+
+bool readSamba(DisablingBatch& batch) {
+  std::string cause;
+  const auto entries =
+      readSambaEntries(batch.tools.samba, {batch.names.begin(), batch.names.end()}, &cause);
+  if (!entries) {
+    notedError(ZEVO_ERR_SYSTEM, cause + "; no account was changed");
+    return false;
+  }
+  for (const SambaEntry& entry : *entries) batch.samba.emplace(entry.name, entry);
+  return true;
+}
+
+// Up to the point of no return.
+int writeFiles(DisablingBatch& batch) {
+  const Disablings before = batch.record.disablings();
+  batch.after = before;
+  ShadowWrite write;
+  write.names = batch.names;
+  write.decide = [&](ExpiryFields& fields) -> int {
+    for (auto& [name, expiry] : fields) {
+      note(batch, name, expiry);
+      expiry = kDisablingField;
+    }
+    return ZEVO_ERR_NONE;
+  };
+  write.prepare = [&]() -> int {
+    if (batch.after == before || batch.record.write(batch.after)) return ZEVO_ERR_NONE;
+    return ZEVO_ERR_SYSTEM;
+  };
+  const int code = writeShadow(batch.tools.accounts, write);
+  // Where that fails too, the list of disabled accounts shows these as changed since.
+  if (code != ZEVO_ERR_NONE && batch.record.disablings() != before) batch.record.write(before);
+  return code;
+}
+
+}  // namespace
+
+DisablingTools DisablingTools::system() {
+  const Config& config = zevo::config();
+  DisablingTools tools;
+  tools.now = std::time(nullptr);
+  tools.accounts.administratorsGroup = config.administratorsGroup;
+  tools.accounts.minAdmins = config.minAdmins;
+  tools.accounts.today = tools.now / kSecondsOfADay;
+  tools.samba = {config.pdbedit, {.time = config.toolLimit}};
+  tools.recordFolder = config.stateFolder;
+  return tools;
+}
+
+int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
+                    std::vector<StillLetIn>* stillLetIn) {
+  stillLetIn->clear();
+  if (names.empty()) return ZEVO_ERR_NONE;
+  for (const std::string& name : names) {
+    // The record could not hold it.
+    if (validUtf8(name)) continue;
+    return notedError(ZEVO_ERR_NO_SUCH_USER,
+                      "there is no account \"" + printable(name, 256) + "\"");
+  }
+  DisablingBatch batch{tools, names, {tools.recordFolder, *tools.accounts.operations}, {}, {}};
+  if (!batch.record.open(tools.recordWait) || !readSamba(batch)) return ZEVO_ERR_SYSTEM;
+  if (const int code = writeFiles(batch)) return code;
+  for (const auto& [name, entry] : batch.samba) {
+    std::string cause;
+    if (entry.isDisabled() || setSambaDisabled(tools.samba, entry, true, &cause)) continue;
+    stillLetIn->push_back({name, cause});
+  }
+  return ZEVO_ERR_NONE;
+}
+
+}  // namespace zevo

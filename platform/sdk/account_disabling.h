@@ -1,0 +1,59 @@
+// Disabling accounts in all databases of this server, and undoing it.
+#pragma once
+
+#include <chrono>
+#include <ctime>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zevo/disabled_accounts.h"
+
+#include "sdk/account_write.h"
+#include "sdk/disabling_record.h"
+#include "sdk/samba_entry.h"
+
+namespace zevo {
+
+// The day of expiry that disables an account: the second of 1970, expired for every clock.
+inline constexpr long kDisablingDay = 1;
+inline constexpr std::string_view kDisablingField = "1";  // as the shadow entry has it
+
+// What it works on; a test gives its own.
+struct DisablingTools {
+  AccountDatabase accounts;
+  SambaTool samba;
+  std::string recordFolder;
+  std::chrono::milliseconds recordWait{60000};  // others run Samba's tool meanwhile
+  Actor actor;
+  std::time_t now = 0;
+
+  // Those of this server.
+  static DisablingTools system();
+};
+
+// An account that is disabled but for its Samba entry, and why.
+struct StillLetIn {
+  std::string user;
+  std::string cause;
+};
+
+// Disables the accounts, in this order:
+// 1. the record is locked and read, and Samba's entries are read: a tool that does not work stops
+//    the batch here;
+// 2. with the shadow file locked and the rules checked, the record is written;
+// 3. the new shadow file is renamed over the old one: the point of no return. Up to here a failure
+//    changes nothing (the record is written back);
+// 4. Samba's entries get their flag, one after the other; those that fail are put into *stillLetIn.
+// An account that was disabled before keeps its first record, unless somebody has enabled it by
+// other means since; one of which nothing changes gets none. Returns ZEVO_ERR_NONE, or the error
+// that it has set and noted.
+int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
+                    std::vector<StillLetIn>* stillLetIn);
+
+// enableAccounts and disabledAccounts of zevo/disabled_accounts.h.
+Enabling enableAccounts(const DisablingTools& tools, const std::set<std::string>& names);
+std::optional<std::vector<DisabledAccount>> disabledAccounts(const DisablingTools& tools);
+
+}  // namespace zevo

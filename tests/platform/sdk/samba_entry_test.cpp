@@ -1,0 +1,102 @@
+#include "sdk/samba_entry.h"
+
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/sdk/samba_tool.h"
+
+namespace zevo {
+namespace {
+
+using testing::HasSubstr;
+
+class SambaEntries : public testing::Test {
+ protected:
+  [[nodiscard]] std::string flagsRead(const std::vector<std::string>& names) {
+    const auto entries = readSambaEntries(tool_, names, &cause_);
+    if (!entries) return "failed";
+    std::string text;
+    for (const SambaEntry& entry : *entries) text += entry.name + "=" + entry.flags + " ";
+    return text;
+  }
+  bool set(const std::string& name, const std::string& flags, bool isDisabled) {
+    return setSambaDisabled(tool_, {name, flags}, isDisabled, &cause_);
+  }
+
+  testing_support::SambaToolStandIn samba_;
+  SambaTool tool_ = samba_.tool();
+  std::string cause_;
+};
+
+TEST_F(SambaEntries, AreReadForThoseThatHaveOne) {
+  samba_.addEntry("ann", "U");
+  samba_.addEntry("ben", "DUX");
+  EXPECT_EQ(flagsRead({"ann", "ben", "cid"}), "ann=U ben=DUX ");
+}
+
+TEST_F(SambaEntries, AreNoneWhereTheToolIsNotThere) {
+  tool_.path = "/no/such/pdbedit";
+  EXPECT_EQ(flagsRead({"ann"}), "");
+}
+
+TEST_F(SambaEntries, OfANameThatLooksLikeAnOptionAreReadAsAnyOther) {
+  samba_.addEntry("-d", "U");
+  EXPECT_EQ(flagsRead({"-d"}), "-d=U ");
+  EXPECT_TRUE(set("-d", "U", true)) << cause_;
+  EXPECT_EQ(samba_.calls(),
+            "--list\n--list --verbose --user=-d\n--user=-d --account-control=[D]\n");
+}
+
+TEST_F(SambaEntries, CannotBeReadWhereTheToolFails) {
+  samba_.addEntry("ann", "U");
+  samba_.begin("exit 1\n");
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_THAT(cause_, HasSubstr("pdbedit ended with status 1"));
+  samba_.begin("kill -KILL $$\n");
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_THAT(cause_, HasSubstr("was ended by signal 9"));
+  samba_.begin("echo garbage; exit 0\n");
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_THAT(cause_, HasSubstr("gave no list that can be read"));
+  samba_.begin("[ $# = 1 ] || exit 0\n");
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_THAT(cause_, HasSubstr("gave no answer that can be read"));
+}
+
+TEST_F(SambaEntries, CannotBeReadWhereTheToolHangs) {
+  samba_.begin("sleep 600\n");
+  tool_.limits.time = std::chrono::milliseconds(100);
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_THAT(cause_, HasSubstr("did not answer within"));
+}
+
+TEST_F(SambaEntries, AreNotThoseOfAnotherSpelling) {
+  samba_.addEntry("ann", "U");
+  samba_.begin(
+      "[ $# = 1 ] || { user=ann; set -- --list --verbose --user=ann; }\n"
+      "[ $# = 1 ] && { echo ANN:1000:; exit 0; }\n");
+  EXPECT_EQ(flagsRead({"ANN"}), "failed");
+}
+
+TEST_F(SambaEntries, KeepTheirOtherFlags) {
+  samba_.addEntry("ann", "UX");
+  EXPECT_TRUE(set("ann", "UX", true)) << cause_;
+  EXPECT_EQ(samba_.flagsOf("ann"), "UDX");
+  EXPECT_TRUE(set("ann", "DUX", false)) << cause_;
+  EXPECT_EQ(samba_.flagsOf("ann"), "UX");
+}
+
+TEST_F(SambaEntries, ThatDoNotTakeTheFlagAreAFailure) {
+  samba_.addEntry("ann", "U");
+  samba_.begin("[ $1 = --list ] || exit 1\n");
+  EXPECT_FALSE(set("ann", "U", true));
+  EXPECT_THAT(cause_, HasSubstr("ended with status 1"));
+  samba_.begin("[ $1 = --list ] || set -- --list --verbose --user=ann\n");
+  EXPECT_FALSE(set("ann", "U", true));
+  EXPECT_THAT(cause_, HasSubstr("did not set the flag"));
+}
+
+}  // namespace
+}  // namespace zevo
