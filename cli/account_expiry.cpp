@@ -13,8 +13,4 @@ std::optional<long> expiryOf(const std::string& user) {
   return entry->sp_expire;
 }
 
-std::string restoringCommand(const std::string& user, long days) {
-  return "chage -E " + std::to_string(days) + " -- " + user;
-}
-
 }  // namespace cli

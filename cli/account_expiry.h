@@ -1,4 +1,4 @@
-// When accounts expire, and the command that sets it.
+// When accounts expire.
 #pragma once
 
 #include <optional>
@@ -12,8 +12,5 @@ std::optional<long> expiryOf(const std::string& user);
 
 // The expiry that disabling an account sets.
 inline constexpr long kDisabledExpiry = 1;
-
-// The command line by which root gives the account its expiry of `days` back.
-std::string restoringCommand(const std::string& user, long days);
 
 }  // namespace cli

@@ -95,6 +95,8 @@ struct Grammar {
   SelectionWords kickWords;
   std::vector<std::string> disableUsers;
   CautionWords caution;
+  std::vector<std::string> enableUsers;
+  ShowDisabled showDisabled;
   ListingWords reportWords;
   std::optional<std::string> reportFile;
   LoginLink loginLink;
@@ -150,6 +152,13 @@ void addDisable(Grammar* grammar) {
   addCaution(disable, &grammar->caution);
 }
 
+void addEnable(Grammar* grammar) {
+  CLI::App* enable = addCommand(grammar, "enable", kEnableHelp, kEnableExamples);
+  addWords(enable, "USER", "Names of disabled accounts", &grammar->enableUsers);
+  CLI::App* disabled = addCommand(grammar, "disabled", kDisabledHelp, kDisabledExamples);
+  addSwitch(disabled, "--json", "Print the list as JSON", &grammar->showDisabled.asJson);
+}
+
 void addReport(Grammar* grammar) {
   CLI::App* report = addCommand(grammar, "report", kReportHelp, kReportExamples);
   addFilter(report, &grammar->reportWords.filter);
@@ -180,6 +189,7 @@ std::unique_ptr<Grammar> makeGrammar() {
   addListings(grammar.get());
   addKick(grammar.get());
   addDisable(grammar.get());
+  addEnable(grammar.get());
   addReport(grammar.get());
   addLoginLink(grammar.get());
   return grammar;
@@ -252,7 +262,7 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
   return words;
 }
 
-using Request = std::variant<Listing, Kick, Disable, Report, LoginLink>;
+using Request = decltype(Command::request);
 
 std::optional<Request> readListing(ListingWords words, bool isMine, std::string* wrong) {
   const bool isOwn = isMine && !words.user;
@@ -277,6 +287,12 @@ std::optional<Request> readDisable(const Grammar& grammar, std::string* wrong) {
   return request;
 }
 
+std::optional<Request> readEnable(const Grammar& grammar, std::string* wrong) {
+  std::optional<Enable> request = checkEnable(grammar.enableUsers, wrong);
+  if (!request) return {};
+  return std::move(*request);
+}
+
 std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
   std::optional<Listing> listing = checkListing(grammar.reportWords, wrong);
   if (!listing) return {};
@@ -291,6 +307,8 @@ std::optional<Request> readRequest(const Grammar& grammar, const std::string& na
   if (name == "mine") return readListing(grammar.mineWords, true, wrong);
   if (name == "kick") return readKick(grammar, wrong);
   if (name == "disable") return readDisable(grammar, wrong);
+  if (name == "enable") return readEnable(grammar, wrong);
+  if (name == "disabled") return grammar.showDisabled;
   if (name == "report") return readReport(grammar, wrong);
   if (name == "login-link") return grammar.loginLink;
   return readListing(grammar.listWords, false, wrong);

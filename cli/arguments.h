@@ -6,6 +6,7 @@
 #include <variant>
 
 #include "disable.h"
+#include "enable.h"
 #include "kick.h"
 #include "listing.h"
 #include "login_link.h"
@@ -17,7 +18,7 @@ namespace cli {
 struct Command {
   std::string name;                       // as typed
   std::optional<std::string> configFile;  // nothing: the usual place
-  std::variant<Listing, Kick, Disable, Report, LoginLink> request;
+  std::variant<Listing, Kick, Disable, Enable, ShowDisabled, Report, LoginLink> request;
 };
 
 struct Parsed {

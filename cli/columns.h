@@ -12,7 +12,7 @@ namespace cli {
 struct Column {
   const char* name;
   const char* help;
-  std::string (*cell)(const Connection& connection);
+  std::string (*cell)(const Connection& connection);  // null in tables of other things
   int minimum;   // its cells are cut no further while another column can give way
   bool onRight;  // its cells stand on the right
   int dropRank;  // where even the minimums are too wide, the column with the greatest leaves first

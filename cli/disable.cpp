@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <set>
 #include <string_view>
 #include <utility>
+
+#include "zevo/disabled_accounts.h"
 
 #include "access_check.h"
 #include "account_expiry.h"
@@ -41,7 +44,7 @@ std::string objectionTo(const std::string& user) {
 std::vector<AccountChange> accountsBefore(const std::vector<std::string>& users) {
   std::vector<AccountChange> changes;
   changes.reserve(users.size());
-  for (const std::string& user : users) changes.push_back({user, expiryOf(user), {}});
+  for (const std::string& user : users) changes.push_back({user, expiryOf(user), {}, false});
   return changes;
 }
 
@@ -55,6 +58,14 @@ Answer callDisable(const std::vector<std::string>& users, Backend& backend) {
   return answers.front().value_or(failedAnswer("it was interrupted"));
 }
 
+std::set<std::string> recordedUsers() {
+  std::set<std::string> users;
+  const auto accounts = zevo::disabledAccounts();
+  if (!accounts) return users;
+  for (const zevo::DisabledAccount& account : *accounts) users.insert(account.user);
+  return users;
+}
+
 bool isDisabled(const AccountChange& change) {
   return change.after == kDisabledExpiry;
 }
@@ -62,7 +73,11 @@ bool isDisabled(const AccountChange& change) {
 // What became of it all, from the accounts and the list as they are now.
 ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
                   const std::vector<Connection>& before, Backend& backend) {
-  for (AccountChange& account : accounts) account.after = expiryOf(account.user);
+  const std::set<std::string> recorded = recordedUsers();
+  for (AccountChange& account : accounts) {
+    account.after = expiryOf(account.user);
+    account.canBeUndone = recorded.contains(account.user);
+  }
   const bool isWritten = std::all_of(accounts.begin(), accounts.end(), isDisabled);
   std::vector<std::string> lines = accountLines(accounts);
   Failure failure;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "account_expiry.h"
+#include "enable.h"
 #include "kick_plan.h"
 #include "selection.h"
 
@@ -15,9 +16,9 @@ bool isAmong(const std::string& name, const std::vector<std::string>& names) {
 
 std::string accountLine(const AccountChange& change) {
   if (change.after != kDisabledExpiry) return "not disabled: " + change.user;
-  if (change.before == kDisabledExpiry) return "was disabled already: " + change.user;
-  const long before = change.before.value_or(-1);
-  return "disabled: " + change.user + "; to undo it: " + restoringCommand(change.user, before);
+  const bool wasDisabled = change.before == kDisabledExpiry;
+  const std::string line = (wasDisabled ? "was disabled already: " : "disabled: ") + change.user;
+  return change.canBeUndone ? line + "; to undo it: " + enablingCommand(change.user) : line;
 }
 
 std::string pidOf(const Connection& connection) {

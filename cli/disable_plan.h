@@ -18,6 +18,7 @@ struct AccountChange {
   std::string user;
   std::optional<long> before;
   std::optional<long> after;
+  bool canBeUndone = false;  // the record of disabled accounts has it
 };
 
 // Those of `connections` that end with the accounts of `users`: the method goes by the name in the

@@ -52,12 +52,31 @@ inline constexpr const char* kDisableHelp = "Disable accounts and end their conn
 
 inline constexpr const char* kDisableExamples =
     R"(The accounts expire at once, all or none: nobody logs in to them any more. Then
-all their connections end. The command that would undo it is printed.
+all their connections end. "currentconn enable" undoes it.
 
 Examples:
   currentconn disable alice                  after a question
   currentconn disable alice bob --yes        without one
   currentconn disable alice --dry-run        only show what would be done)";
+
+inline constexpr const char* kEnableHelp = "Undo the disabling of accounts";
+
+inline constexpr const char* kEnableExamples =
+    R"(The accounts get back what they had before they were disabled: their expiry, and
+the flag of their Samba entries. An expiry that somebody has set since stays.
+
+Examples:
+  currentconn enable alice
+  currentconn enable alice bob)";
+
+inline constexpr const char* kDisabledHelp = "Show the disabled accounts";
+
+inline constexpr const char* kDisabledExamples =
+    R"(Those that were disabled here: when, by whom, and the expiry before.
+
+Examples:
+  currentconn disabled
+  currentconn disabled --json                for programs)";
 
 inline constexpr const char* kReportHelp = "Write the connections to a file as an HTML page";
 

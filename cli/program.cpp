@@ -10,9 +10,11 @@
 
 #include "zevo/config.h"
 #include "zevo/config_check.h"
+#include "zevo/disabled_accounts.h"
 
 #include "arguments.h"
 #include "daemon_backend.h"
+#include "enforcement_log.h"
 #include "exit_code.h"
 #include "module_backend.h"
 #include "output.h"
@@ -60,6 +62,8 @@ std::string objectionToTerminal(const Command& command) {
 std::string purposeOf(const Command& command) {
   if (std::holds_alternative<Kick>(command.request)) return "ending connections";
   if (std::holds_alternative<Disable>(command.request)) return "disabling accounts";
+  if (std::holds_alternative<Enable>(command.request)) return "enabling accounts";
+  if (std::holds_alternative<ShowDisabled>(command.request)) return "showing disabled accounts";
   if (std::holds_alternative<LoginLink>(command.request)) return "making a link that logs in";
   return "reading who is connected";
 }
@@ -78,6 +82,12 @@ ExitCode perform(const Kick& request, Backend& backend) {
 }
 ExitCode perform(const Disable& request, Backend& backend) {
   return disable(request, backend);
+}
+ExitCode perform(const Enable& request, Backend& /*backend*/) {
+  return enable(request);
+}
+ExitCode perform(const ShowDisabled& request, Backend& /*backend*/) {
+  return showDisabled(request);
 }
 ExitCode perform(const Report& request, Backend& backend) {
   return writeReport(request, backend);
@@ -120,6 +130,8 @@ ExitCode runCommand(const Command& command) {
     return refuse(kExitUsage, sentence);
   }
   if (!isRoot) return runWithoutRoot(command);
+  const Asker asker = askerOf(kNameOfRoot);
+  zevo::setActor({asker.sudoUser.empty() ? "root" : asker.sudoUser, asker.terminal});
   const std::string module = modulePathOfProgram(&sentence);
   if (module.empty()) return refuse(kExitFailed, sentence);
   ModuleBackend backend(module, zevo::config().sessionFile, callerFor(command));

@@ -16,23 +16,27 @@ constexpr int kMarkWidth = 2;
 
 using Cells = std::vector<std::string>;
 
-Cells headerCells() {
+Cells headerCells(std::span<const Column> columns) {
   Cells cells;
-  for (const Column& column : columns()) cells.emplace_back(column.name);
+  for (const Column& column : columns) cells.emplace_back(column.name);
   return cells;
+}
+
+std::string shownCell(const std::string& text, Charset charset) {
+  std::string cell = displayText(text, charset);
+  return cell.empty() ? "-" : cell;
 }
 
 Cells cellsOf(const Connection& connection, Charset charset) {
   Cells cells;
   for (const Column& column : columns()) {
-    std::string cell = displayText(column.cell(connection), charset);
-    cells.push_back(cell.empty() ? "-" : std::move(cell));
+    cells.push_back(shownCell(column.cell(connection), charset));
   }
   return cells;
 }
 
 std::vector<int> contentWidths(const std::vector<Cells>& lines) {
-  std::vector<int> widths(columns().size(), 0);
+  std::vector<int> widths(lines.front().size(), 0);
   for (const Cells& cells : lines) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
       widths[i] = std::max(widths[i], displayWidth(cells[i]));
@@ -41,13 +45,14 @@ std::vector<int> contentWidths(const std::vector<Cells>& lines) {
   return widths;
 }
 
-std::string joinCells(const Cells& cells, const std::vector<int>& widths, Charset charset) {
+std::string joinCells(std::span<const Column> columns, const Cells& cells,
+                      const std::vector<int>& widths, Charset charset) {
   std::string line;
   int gap = 0;
   for (std::size_t i = 0; i < cells.size(); ++i) {
     if (widths[i] == 0) continue;
     line.append(static_cast<std::size_t>(gap), ' ');
-    line += padText(cutText(cells[i], widths[i], charset), widths[i], columns()[i].onRight);
+    line += padText(cutText(cells[i], widths[i], charset), widths[i], columns[i].onRight);
     gap = kColumnGap;
   }
   line.erase(line.find_last_not_of(' ') + 1);
@@ -79,30 +84,57 @@ Style styleOf(const Row& row) {
   return whyNotEnded(row.connection).empty() ? Style::kPlain : Style::kFaint;
 }
 
-}  // namespace
+// What stands before a line, and how it looks.
+struct Trim {
+  std::string_view mark;
+  Style style = Style::kPlain;
+};
 
-Table makeTable(const std::vector<Row>& rows, const Look& look) {
-  std::vector<Cells> cells = {headerCells()};
-  cells.reserve(rows.size() + 1);
-  for (const Row& row : rows) cells.push_back(cellsOf(row.connection, look.charset));
-
-  const bool hasMarks = look.changes && (look.width == 0 || look.width > kMarkWidth);
-  const int room = hasMarks && look.width > 0 ? look.width - kMarkWidth : look.width;
-  const std::vector<int> widths = fitColumns(columns(), contentWidths(cells), room);
-
+// `cells` with the header first, and a trim for each of them.
+Table layOut(std::span<const Column> columns, const std::vector<Cells>& cells,
+             const std::vector<Trim>& trims, const Look& look) {
+  const int marks = static_cast<int>(trims.front().mark.size());
+  const int room = look.width > 0 ? look.width - marks : look.width;
+  const std::vector<int> widths = fitColumns(columns, contentWidths(cells), room);
   Table table;
   for (std::size_t i = 0; i < widths.size(); ++i) {
-    if (widths[i] == 0) table.leftOut.emplace_back(columns()[i].name);
+    if (widths[i] == 0) table.leftOut.emplace_back(columns[i].name);
   }
   table.lines.reserve(cells.size());
   for (std::size_t i = 0; i < cells.size(); ++i) {
-    const Change change = i == 0 ? Change::kNone : rows[i - 1].change;
-    const std::string mark(hasMarks ? markOf(change) : "");
-    const Style style = i == 0 ? Style::kHeader : styleOf(rows[i - 1]);
-    table.lines.push_back(
-        styled(mark + joinCells(cells[i], widths, look.charset), style, look.colours));
+    const std::string line = joinCells(columns, cells[i], widths, look.charset);
+    table.lines.push_back(styled(std::string(trims[i].mark) + line, trims[i].style, look.colours));
   }
   return table;
+}
+
+}  // namespace
+
+Table makeTable(const std::vector<Row>& rows, const Look& look) {
+  const bool hasMarks = look.changes && (look.width == 0 || look.width > kMarkWidth);
+  const auto mark = [&](Change change) { return hasMarks ? markOf(change) : ""; };
+  std::vector<Cells> cells = {headerCells(columns())};
+  std::vector<Trim> trims = {{mark(Change::kNone), Style::kHeader}};
+  cells.reserve(rows.size() + 1);
+  trims.reserve(rows.size() + 1);
+  for (const Row& row : rows) {
+    cells.push_back(cellsOf(row.connection, look.charset));
+    trims.push_back({mark(row.change), styleOf(row)});
+  }
+  return layOut(columns(), cells, trims, look);
+}
+
+Table makeTextTable(std::span<const Column> columns,
+                    const std::vector<std::vector<std::string>>& rows, const Look& look) {
+  std::vector<Cells> cells = {headerCells(columns)};
+  std::vector<Trim> trims = {{"", Style::kHeader}};
+  for (const Cells& row : rows) {
+    Cells shown;
+    for (const std::string& text : row) shown.push_back(shownCell(text, look.charset));
+    cells.push_back(std::move(shown));
+    trims.push_back({"", Style::kPlain});
+  }
+  return layOut(columns, cells, trims, look);
 }
 
 }  // namespace cli

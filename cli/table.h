@@ -1,9 +1,11 @@
-// The table of connections.
+// Tables: above all that of connections.
 #pragma once
 
+#include <span>
 #include <string>
 #include <vector>
 
+#include "columns.h"
 #include "row_changes.h"
 #include "text.h"
 
@@ -25,5 +27,9 @@ struct Table {
 // No line is wider than `look.width`, escape sequences of colours not counted. Empty texts show as
 // "-".
 Table makeTable(const std::vector<Row>& rows, const Look& look);
+
+// The same of other rows, each with a cell for each of `columns`.
+Table makeTextTable(std::span<const Column> columns,
+                    const std::vector<std::vector<std::string>>& rows, const Look& look);
 
 }  // namespace cli

@@ -30,7 +30,10 @@ Look lookOfOutput() {
 }
 
 std::string tableText(const std::vector<Connection>& connections, const Look& look) {
-  const Table table = makeTable(unchangedRows(connections), look);
+  return tableText(makeTable(unchangedRows(connections), look));
+}
+
+std::string tableText(const Table& table) {
   std::string text;
   for (const std::string& line : table.lines) text += line + "\n";
   return text + "\n" + leftOutLine(table);

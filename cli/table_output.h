@@ -13,6 +13,8 @@ namespace cli {
 // How output looks on what standard output is connected to.
 Look lookOfOutput();
 
+// `table` with a line on the columns for which there is no room, if any.
+std::string tableText(const Table& table);
 // The table of `connections` with a line on the columns for which there is no room, if any.
 std::string tableText(const std::vector<Connection>& connections, const Look& look);
 

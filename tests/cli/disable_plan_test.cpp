@@ -56,9 +56,10 @@ TEST(ThoseThatMayStay, AreNoneForWantOfAnAddress) {
 }
 
 TEST(AccountLines, PrintTheCommandThatUndoesIt) {
-  EXPECT_EQ(accountLines({{"alice", -1, 1}, {"bob", 20000, 1}}),
-            (Lines{"disabled: alice; to undo it: chage -E -1 -- alice",
-                   "disabled: bob; to undo it: chage -E 20000 -- bob"}));
+  EXPECT_EQ(accountLines({{"alice", -1, 1, true}, {"-b", 20000, 1, true}, {"carol", 1, 1, true}}),
+            (Lines{"disabled: alice; to undo it: currentconn enable alice",
+                   "disabled: -b; to undo it: currentconn enable -- -b",
+                   "was disabled already: carol; to undo it: currentconn enable carol"}));
 }
 
 TEST(AccountLines, SayWhatDidNotChange) {

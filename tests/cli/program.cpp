@@ -91,7 +91,8 @@ Program::Program() : answers_(Json::objectValue) {
     }
   }
   std::ofstream(folder_ / "config.toml")
-      << "session_file = \"" << (folder_ / "run" / "sessions").string() << "\"\n";
+      << "session_file = \"" << (folder_ / "run" / "sessions").string() << "\"\n"
+      << "state_folder = \"" << (folder_ / "state").string() << "\"\n";
   environment = {"LC_ALL=C.UTF-8", "PATH=/usr/bin:/bin", "CURRENTCONN_FAKE=" + folder_.string()};
   // What the sanitizers are told in this run holds for the program as well.
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {

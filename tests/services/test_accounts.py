@@ -1,10 +1,18 @@
 """Which accounts may be disabled, and undoing it."""
 
+import json
+import os
+
 import listing
 import namespace
+import waiting
+from clients.smb import Smb
+from daemons.samba import Samba
 from service_test import ServiceTest, add_users, main
 
 _DIRECTORY = "/var/lib/extrausers"
+_CONFIGURATION = "/etc/currentconn/currentconn.toml"
+_RECORD = "/var/lib/currentconn/disabled"
 
 
 def setUpModule():
@@ -16,17 +24,194 @@ def shadow_line(name):
     return next(line for line in namespace.read("/etc/shadow").splitlines() if line.startswith(f"{name}:"))
 
 
+def samba_flags(name):
+    """The account flags of an entry in Samba's database, such as "[DU         ]"."""
+    return namespace.run("pdbedit", "--list", "--smbpasswd-style", f"--user={name}").split(":")[4]
+
+
 class AccountTest(ServiceTest):
     """Each test begins with three accounts that nobody has disabled."""
 
     def setUp(self):
         for name in ("alice", "bob", "carol"):
             namespace.run("chage", "--expiredate", "-1", name)
+        if os.path.exists(_RECORD):
+            os.remove(_RECORD)
 
-    def disable(self, *names, status=0):
-        done = listing.run("disable", "--yes", *names)
+    def currentconn(self, *arguments, status=0):
+        done = listing.run(*arguments)
         self.assertEqual(status, done.returncode, done.stdout + done.stderr)
         return done
+
+    def disable(self, *names, status=0):
+        return self.currentconn("disable", "--yes", *names, status=status)
+
+    def enable(self, *names, status=0):
+        return self.currentconn("enable", *names, status=status)
+
+    def disabled(self):
+        return json.loads(self.currentconn("disabled", "--json").stdout)["items"]
+
+
+class UndoingTest(AccountTest):
+
+    def test_an_earlier_expiry_comes_back(self):
+        namespace.run("chage", "--expiredate", "2030-01-31", "alice")
+        before = namespace.read("/etc/shadow")
+        done = self.disable("alice", "bob")
+        self.assertIn("disabled: alice; to undo it: currentconn enable alice\n", done.stdout)
+        self.assertIn(":1:", shadow_line("alice"))
+        self.assertEqual("enabled: alice\nenabled: bob\n", self.enable("alice", "bob").stdout)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+        self.assertEqual([], self.disabled())
+
+    def test_the_disabled_accounts_are_listed(self):
+        self.assertEqual("no account is disabled\n", self.currentconn("disabled").stdout)
+        namespace.run("chage", "--expiredate", "2030-01-31", "alice")
+        self.disable("alice", "bob")
+        namespace.run("chage", "--expiredate", "2031-01-31", "bob")
+        alice, bob = self.disabled()
+        time = alice.pop("time")
+        self.assertRegex(time, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$")
+        self.assertEqual({"user": "alice", "by": "root", "from": "", "expiry_before": "2030-01-31",
+                          "state": "disabled"}, alice)
+        self.assertEqual((None, "changed"), (bob["expiry_before"], bob["state"]))
+        table = self.currentconn("disabled").stdout.splitlines()
+        self.assertEqual(["USER", "DISABLED", "BY", "FROM", "EXPIRY", "BEFORE", "NOW"], table[0].split())
+        self.assertEqual(["alice", *time.split(), "root", "-", "2030-01-31", "disabled"], table[1].split())
+        self.assertEqual("2 accounts are disabled", table[-1])
+
+    def test_the_record_names_who_became_root(self):
+        namespace.ENVIRONMENT["SUDO_USER"] = "carol"
+        self.addCleanup(namespace.ENVIRONMENT.pop, "SUDO_USER")
+        self.disable("alice")
+        self.assertEqual("carol", self.disabled()[0]["by"])
+
+    def test_the_record_is_roots_alone(self):
+        self.disable("alice")
+        self.assertEqual(0o600, os.stat(_RECORD).st_mode & 0o7777)
+        self.assertEqual(0o700, os.stat(os.path.dirname(_RECORD)).st_mode & 0o7777)
+
+    def test_disabling_twice_keeps_the_first_expiry(self):
+        namespace.run("chage", "--expiredate", "2030-01-31", "alice")
+        before = shadow_line("alice")
+        self.disable("alice")
+        self.assertIn("was disabled already: alice; to undo it", self.disable("alice").stdout)
+        self.enable("alice")
+        self.assertEqual(before, shadow_line("alice"))
+
+    def test_an_account_that_was_not_disabled_here_is_refused_and_so_are_the_others(self):
+        namespace.run("chage", "--expiredate", "1", "bob")
+        self.disable("alice")
+        before = namespace.read("/etc/shadow")
+        done = self.enable("alice", "bob", status=1)
+        self.assertIn('"bob" was not disabled here, so there is nothing to undo', done.stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+
+    def test_an_expiry_that_somebody_has_set_since_stays(self):
+        self.disable("alice")
+        namespace.run("chage", "--expiredate", "2031-01-31", "alice")
+        before = shadow_line("alice")
+        self.assertIn("its expiry was changed since it was disabled and stays as it is: 2031-01-31",
+                      self.enable("alice").stdout)
+        self.assertEqual(before, shadow_line("alice"))
+        self.assertEqual([], self.disabled())
+
+    def test_a_damaged_record_stops_everything_and_stays(self):
+        self.disable("alice")
+        damaged = namespace.read(_RECORD) + "{}\n"
+        namespace.write(_RECORD, damaged, 0o600)
+        before = namespace.read("/etc/shadow")
+        for command in (("disable", "--yes", "bob"), ("enable", "alice"), ("disabled",)):
+            self.assertIn(f"cannot read {_RECORD}:2: the line is no record of a disabled account; repair or remove it",
+                          self.currentconn(*command, status=1).stderr)
+        self.assertEqual((before, damaged), (namespace.read("/etc/shadow"), namespace.read(_RECORD)))
+
+    def test_others_than_root_may_neither_enable_nor_look(self):
+        self.disable("alice")
+        program = os.environ.get("CURRENTCONN", listing.DEFAULT_PROGRAM)
+        for words in ("enable alice", "disabled"):
+            done = listing.subprocess.run(["setpriv", "--reuid", "bob", "--clear-groups", program, *words.split()],
+                                          capture_output=True, text=True, env=namespace.ENVIRONMENT)
+            self.assertEqual(3, done.returncode, done.stderr)
+            self.assertIn(f"needs root: run 'sudo currentconn {words.split()[0]}'", done.stderr)
+
+
+class SambaTest(AccountTest):
+    """A Samba that asks nobody but its own database."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(Samba(("obey pam restrictions = no",)))
+        for name in ("alice", "bob"):
+            Samba.add_user(name)
+
+    def setUp(self):
+        super().setUp()
+        for name in ("alice", "bob"):
+            namespace.run("smbpasswd", "-e", name)
+        self.addCleanup(namespace.write, _CONFIGURATION, "")
+
+    def tool(self, script):
+        """Puts a script in the place of pdbedit."""
+        namespace.write("/srv/pdbedit", "#!/bin/sh\n" + script, 0o755)
+        namespace.write(_CONFIGURATION, 'pdbedit = "/srv/pdbedit"\ntool_seconds = 1\n')
+
+    def assertRefused(self, name):
+        with self.assertRaisesRegex(AssertionError, "NT_STATUS_ACCOUNT_DISABLED|NT_STATUS_LOGON_FAILURE"):
+            self.client(Smb, name, "10.20.0.2", "media")
+
+    def test_a_disabled_account_does_not_come_back_until_it_is_enabled(self):
+        namespace.run("chage", "--expiredate", "2030-01-31", "alice")
+        namespace.run("pdbedit", "--user=alice", "--account-control=[X]")
+        before = shadow_line("alice"), samba_flags("alice")
+        client = self.client(Smb, "alice", "10.20.0.2", "media")
+        self.disable("alice")
+        waiting.until("the session to end", client.has_ended)
+        self.assertRefused("alice")
+        self.client(Smb, "bob", "10.20.0.3", "media")
+        self.enable("alice")
+        self.assertEqual(before, (shadow_line("alice"), samba_flags("alice")))
+        self.client(Smb, "alice", "10.20.0.2", "media")
+
+    def test_an_entry_that_was_disabled_before_stays_disabled(self):
+        namespace.run("smbpasswd", "-d", "alice")
+        self.disable("alice")
+        self.enable("alice")
+        self.assertIn("D", samba_flags("alice"))
+
+    def test_nothing_changes_where_sambas_tool_does_not_work(self):
+        before = namespace.read("/etc/shadow")
+        for script, cause in (("exit 1\n", "ended with status 1"), ("kill -KILL $$\n", "was ended by signal 9"),
+                              ("exec sleep 600\n", "did not answer within 1 s"), ("echo :; echo x\n", "gave no list")):
+            self.tool(script)
+            done = self.disable("alice", "bob", status=1)
+            self.assertIn("no account was disabled", done.stderr)
+            self.assertIn(cause, done.stderr)
+            self.assertEqual(before, namespace.read("/etc/shadow"))
+            self.assertEqual([], self.disabled())
+        self.assertNotIn("D", samba_flags("alice"))
+
+    def test_nothing_is_undone_where_sambas_tool_does_not_work(self):
+        self.disable("alice")
+        self.tool("exit 1\n")
+        before = namespace.read("/etc/shadow")
+        self.assertIn("ended with status 1", self.enable("alice", status=1).stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+        self.assertEqual(["alice"], [item["user"] for item in self.disabled()])
+
+    def test_the_account_stays_recorded_until_sambas_flag_is_taken_too(self):
+        self.disable("alice")
+        self.tool('case $1 in --list) exec /usr/bin/pdbedit "$@" ;; esac\nexit 1\n')
+        self.assertIn("Samba still refuses it", self.enable("alice", status=1).stdout)
+        namespace.write(_CONFIGURATION, "")
+        self.assertEqual("enabled: alice\n", self.enable("alice").stdout)
+        self.client(Smb, "alice", "10.20.0.2", "media")
+
+    def test_a_server_without_sambas_tool_has_nothing_to_do(self):
+        namespace.write(_CONFIGURATION, 'pdbedit = "/srv/nowhere/pdbedit"\n')
+        self.disable("alice")
+        self.enable("alice")
 
 
 class DirectoryTest(AccountTest):

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include <json/value.h>
+
 #include "zevo/export.h"
 #include "zevo/read_notes.h"
 
@@ -70,5 +72,11 @@ struct Enabling {
 // and is done by another call. The causes of another status than kDone are noted. Needs effective
 // uid 0.
 ZEVO_EXPORT Enabling enableAccounts(const std::vector<std::string>& users);
+
+// {"total": …, "items": […]} with "user", "time", "by", "from", "expiry_before" (null: never) and
+// "state" ("disabled", "changed" or "gone").
+ZEVO_EXPORT Json::Value disabledAccountsAsJson(const std::vector<DisabledAccount>& accounts);
+// {"accounts": […]} with "user", "complete" and "notes".
+ZEVO_EXPORT Json::Value enabledAccountsAsJson(const std::vector<EnabledAccount>& accounts);
 
 }  // namespace zevo
