@@ -99,6 +99,11 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
     complain(failure.lines);
     return kExitFailed;
   }
+  const std::vector<zevo::ReadNote> letIn = stillLetIn(answer.warnings);
+  if (!letIn.empty()) {
+    complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
+    return kExitFailed;
+  }
   const auto& warnings = mayLack(answer.warnings) ? answer.warnings : page->warnings;
   if (mayLack(warnings)) {
     complainOfDoubt("whether all of their connections have ended is not known:", warnings);

@@ -9,8 +9,8 @@
 #include "columns.h"
 #include "enforcement_log.h"
 #include "json_text.h"
-#include "output.h"
 #include "listing.h"
+#include "output.h"
 #include "table_output.h"
 
 namespace cli {

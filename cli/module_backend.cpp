@@ -11,6 +11,7 @@
 
 #include "zevo/api_request.h"
 #include "zevo/api_response.h"
+#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 #include "zevo/read_notes.h"
 #include "zevo/session_file.h"
@@ -40,9 +41,12 @@ Answer readAnswer(const ZEVO::APIResponse& response) {
     answer.status = Answer::Status::kDone;
     answer.data = response.DataText();
     answer.warnings = zevo::readNotes();
+    const auto accounts = zevo::accountNotes();
+    answer.warnings.insert(answer.warnings.end(), accounts.begin(), accounts.end());
   } else {
     answer.status = Answer::Status::kRefused;
     answer.causes = zevo::errorTrail();
+    for (const zevo::ReadNote& note : zevo::accountNotes()) answer.causes.push_back(note.detail);
   }
   return answer;
 }
@@ -50,6 +54,7 @@ Answer readAnswer(const ZEVO::APIResponse& response) {
 Answer runHandler(ApiHandler handler, ZEVO::RequestContext context) {
   zevo::clearErrorTrail();
   zevo::clearReadNotes();
+  zevo::clearAccountNotes();
   ZEVO::APIRequest request(std::move(context));
   ZEVO::APIResponse response;
   try {

@@ -1,14 +1,25 @@
 #include "warnings.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include "zevo/disabled_accounts.h"
 
 #include "output.h"
 
 namespace cli {
 namespace {
 
+bool tellsOfAccount(const zevo::ReadNote& warning) {
+  return warning.code == zevo::kStillLetIn;
+}
+
 std::string lineOf(const zevo::ReadNote& warning) {
+  if (tellsOfAccount(warning)) {
+    return warning.detail.empty() ? warning.service + " still lets a disabled account in"
+                                  : warning.detail;
+  }
   const std::string which = warning.service.empty() ? "" : warning.service + " ";
   std::string line = which + "connections may be missing";
   if (warning.code == zevo::kDetailsMissing) {
@@ -18,7 +29,7 @@ std::string lineOf(const zevo::ReadNote& warning) {
 }
 
 bool tellsOfMissing(const zevo::ReadNote& warning) {
-  return warning.code != zevo::kDetailsMissing;
+  return warning.code != zevo::kDetailsMissing && !tellsOfAccount(warning);
 }
 
 // A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
@@ -45,6 +56,12 @@ void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>
   std::vector<std::string> lines = {doubt};
   for (std::string& line : warningLines(warnings)) lines.push_back(std::move(line));
   complain(lines);
+}
+
+std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<zevo::ReadNote> found;
+  std::copy_if(warnings.begin(), warnings.end(), std::back_inserter(found), tellsOfAccount);
+  return found;
 }
 
 bool mayLack(const std::vector<zevo::ReadNote>& warnings) {

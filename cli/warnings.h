@@ -19,6 +19,9 @@ void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings);
 // Says `doubt` with them as its reasons.
 void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings);
 
+// Those of `warnings` that tell of accounts that are still let in although they were disabled.
+std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnings);
+
 // Whether the list may lack connections at all.
 bool mayLack(const std::vector<zevo::ReadNote>& warnings);
 // Whether it may lack one of the services of `connections`.

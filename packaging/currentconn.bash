@@ -8,9 +8,11 @@ _currentconn_words() {
     mine) echo "--user $order --start --limit --json --watch $common" ;;
     kick) echo "--user --from --service --filter --yes --dry-run $common" ;;
     disable) echo "$(compgen -u) --yes --dry-run $common" ;;
+    enable) echo "$(compgen -u) $common" ;;
+    disabled) echo "--json $common" ;;
     report) echo "--filter $order --output $common" ;;
     login-link) echo "$(compgen -u) --url $common" ;;
-    *) echo "list mine kick disable report login-link $common" ;;
+    *) echo "list mine kick disable enable disabled report login-link $common" ;;
   esac
 }
 
@@ -24,7 +26,7 @@ _currentconn() {
   local command='' word
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $word in
-      list | mine | kick | disable | report | login-link)
+      list | mine | kick | disable | enable | disabled | report | login-link)
         command=$word
         break
         ;;

@@ -77,6 +77,14 @@ TEST(Arguments, TakeTheNameOfACommandForAnAccount) {
             (std::vector<std::string>{"list", "kick"}));
 }
 
+TEST(Arguments, NameTheAccountsToEnable) {
+  EXPECT_EQ(std::get<Enable>(command({"enable", "alice", "bob", "alice"}).request),
+            (Enable{{"alice", "bob"}}));
+  EXPECT_EQ(std::get<Enable>(command({"enable", "--", "-b"}).request), (Enable{{"-b"}}));
+  EXPECT_FALSE(std::get<ShowDisabled>(command({"disabled"}).request).asJson);
+  EXPECT_TRUE(std::get<ShowDisabled>(command({"disabled", "--json"}).request).asJson);
+}
+
 TEST(Arguments, ReadAReport) {
   Report expected;
   expected.file = "currentlog.html";
@@ -125,7 +133,8 @@ TEST(Arguments, ShowHelpAndVersionWithoutACommand) {
 }
 
 TEST(Arguments, ShowExamplesInTheHelpOfEachCommand) {
-  for (const char* name : {"list", "mine", "kick", "disable", "report", "login-link"}) {
+  for (const char* name : {"list", "mine", "kick", "disable", "enable", "disabled", "report",
+                           "login-link"}) {
     const Parsed help = parse({name, "--help"});
     EXPECT_EQ(help.kind, Parsed::Kind::kShow);
     EXPECT_NE(help.text.find("Usage: currentconn " + std::string(name)), std::string::npos);
@@ -205,6 +214,9 @@ TEST(Arguments, ComplainOfAKickOfEverybody) {
 }
 
 TEST(Arguments, ComplainOfAccountsThatCannotBeDisabled) {
+  EXPECT_EQ(complaint({"enable"}),
+            "whom? Give the names of accounts; \"currentconn disabled\" lists them");
+  EXPECT_EQ(complaint({"enable", ""}), "the name of an account must not be empty");
   EXPECT_EQ(complaint({"disable"}), "whom? Give the names of accounts");
   EXPECT_EQ(complaint({"disable", "alice", ""}), "the name of an account must not be empty");
   EXPECT_EQ(complaint({"disable", "alice@example"}),

@@ -142,9 +142,9 @@ class SambaTest(AccountTest):
 
     @classmethod
     def setUpClass(cls):
-        cls.server(Samba(("obey pam restrictions = no",)))
+        samba = cls.server(Samba(("obey pam restrictions = no",)))
         for name in ("alice", "bob"):
-            Samba.add_user(name)
+            samba.add_user(name)
 
     def setUp(self):
         super().setUp()
@@ -191,6 +191,23 @@ class SambaTest(AccountTest):
             self.assertEqual(before, namespace.read("/etc/shadow"))
             self.assertEqual([], self.disabled())
         self.assertNotIn("D", samba_flags("alice"))
+
+    def test_an_entry_that_fails_after_the_shadow_file_is_named(self):
+        for script, cause in (("exit 1\n", "ended with status 1"), ("exec sleep 600\n", "did not answer within 1 s")):
+            self.tool('case $1 in --list) exec /usr/bin/pdbedit "$@" ;; esac\n' + script)
+            client = self.client(Smb, "alice", "10.20.0.2", "media")
+            done = self.disable("alice", "bob", status=1)
+            waiting.until("the session to end", client.has_ended)
+            self.assertIn("disabled: alice; to undo it: currentconn enable alice\n", done.stdout)
+            self.assertIn("the accounts are disabled, but not everywhere:\n"
+                          f'  Samba still lets "alice" in: Samba\'s /srv/pdbedit {cause}; '
+                          "disable the account again\n", done.stderr)
+            self.assertNotIn("D", samba_flags("alice"))
+            self.assertIn(":1:", shadow_line("alice"))
+            namespace.write(_CONFIGURATION, "")
+            self.disable("alice", "bob")
+            self.assertRefused("alice")
+            self.enable("alice", "bob")
 
     def test_nothing_is_undone_where_sambas_tool_does_not_work(self):
         self.disable("alice")

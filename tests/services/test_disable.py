@@ -41,7 +41,7 @@ class DisableTest(ServiceTest):
             Samba().add_user(name)
 
     def setUp(self):
-        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+        self.addCleanup(listing.run, "enable", "alice")
 
     def disable(self, *names):
         done = listing.run("disable", "--yes", *names)
@@ -114,8 +114,9 @@ class DisableTest(ServiceTest):
     def test_the_command_that_it_prints_undoes_it(self):
         before = shadow_line("alice")
         printed = self.disable("alice").splitlines()
-        undo = next(line for line in printed if "chage" in line)
-        namespace.run(*undo[undo.index("chage"):].split())
+        undo = next(line.split() for line in printed if "to undo it" in line)
+        self.assertEqual("currentconn", undo[-3])
+        self.assertEqual(0, listing.run(*undo[-2:]).returncode)
         self.assertEqual(before, shadow_line("alice"))
         self.client(Ftp, "alice", "10.20.0.2")
 
@@ -143,7 +144,7 @@ class DisableOnProftpdTest(ServiceTest):
         cls.server(Proftpd())
 
     def test_its_logins_are_refused(self):
-        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+        self.addCleanup(listing.run, "enable", "alice")
         self.client(Ftp, "alice", "10.20.0.2").close()
         done = listing.run("disable", "--yes", "alice")
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
