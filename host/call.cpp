@@ -5,11 +5,13 @@
 
 #include <json/writer.h>
 
+#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 #include "zevo/list_age.h"
 #include "zevo/session_file.h"
 #include "zevo/web_login.h"
 
+#include "account_calls.h"
 #include "answer.h"
 #include "base/text.h"
 #include "call_line.h"
@@ -69,6 +71,29 @@ std::variant<Parameters, Problem> parametersOf(const HttpRequest& request) {
   return Parameters{std::move(*values), false};
 }
 
+// The actor of what the call changes, for the record of disabled accounts.
+void setActor(const Caller& caller) {
+  zevo::setActor({caller.user, caller.address.empty() ? "local" : caller.address});
+}
+
+Reply enable(const Caller& caller, const HttpRequest& request) {
+  auto parameters = parametersOf(request);
+  if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
+  const Json::Value& values = std::get<Parameters>(parameters).values;
+  const std::string summary = summaryOf(request, &caller);
+  logBeginning(summary, values, caller.isAdmin);
+  setActor(caller);
+  Reply reply =
+      replyOf(caller.isAdmin ? enableAccounts(values) : problemAnswer(Problem::kNotAdministrator));
+  logAuthorisation(LOG_NOTICE, summary + resultText(reply.status, reply.code));
+  return reply;
+}
+
+Reply listDisabled(const Caller& caller, const HttpRequest& request) {
+  if (!request.query.empty() || !request.body.empty()) return replyOf(Problem::kMalformed);
+  return replyOf(caller.isAdmin ? disabledAccounts() : problemAnswer(Problem::kNotAdministrator));
+}
+
 Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route,
             const Service& service) {
   if (caller.user.empty()) return replyOf(Problem::kNotLoggedIn);
@@ -89,6 +114,7 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
     if (request.background) zevo::acceptListAge(kListAgeOfRefreshes);
     return runMethod(route.handler, context);
   }
+  setActor(caller);
   const std::string summary = summaryOf(request, &caller);
   logBeginning(summary, context.parameters, caller.isAdmin);
   Reply reply = runMethod(route.handler, context);
@@ -132,6 +158,10 @@ Reply answerCaller(const Caller& caller, const HttpRequest& request, const Route
       return runAs(caller, request, route, service);
     case Endpoint::kLogout:
       return logOut(caller, request, service);
+    case Endpoint::kEnable:
+      return enable(caller, request);
+    case Endpoint::kDisabled:
+      return listDisabled(caller, request);
     case Endpoint::kWhoAmI:
       return replyOf(successAnswer(identityText(caller)));
     default:

@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include "zevo/api_response.h"
+#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 #include "zevo/read_notes.h"
 
@@ -37,6 +38,8 @@ std::string run(ApiHandler handler, ZEVO::APIRequest& request, ZEVO::APIResponse
 
 Json::Value warnings(bool showCauses) {
   std::vector<zevo::ReadNote> notes = zevo::readNotes();
+  const std::vector<zevo::ReadNote> accounts = zevo::accountNotes();
+  notes.insert(notes.end(), accounts.begin(), accounts.end());
   if (!showCauses) {
     for (zevo::ReadNote& note : notes) note.detail.clear();
   }
@@ -69,6 +72,7 @@ Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context) {
   ZEVO::APIResponse response;
   zevo::clearErrorTrail();
   zevo::clearReadNotes();
+  zevo::clearAccountNotes();
   const std::string thrown = run(handler, request, response);
   if (!thrown.empty()) return failed(thrown);
   const std::string printed = output.text();

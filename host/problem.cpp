@@ -6,7 +6,7 @@ namespace host {
 namespace {
 
 // In the order of the enumeration.
-constexpr std::array<ProblemRow, 16> kRows = {{
+constexpr std::array<ProblemRow, 17> kRows = {{
     {400, 400, "Bad Request",
      "The request is malformed; /api/openapi.json describes what is understood."},
     {400, 400, "Bad Request", "The body is not a JSON object in UTF-8, or it is nested too deep."},
@@ -26,6 +26,9 @@ constexpr std::array<ProblemRow, 16> kRows = {{
      "This path does not take the HTTP method; Allow names those that it takes."},
     {409, 7100, "Conflict",
      "Too few administrators who can log in would be left, so nothing was changed."},
+    {409, 409, "Conflict",
+     "One of the accounts was not disabled here, so nothing was changed; /api/disabled lists "
+     "them."},
     {413, 413, "Content Too Large",
      "The header lines are longer than 64 KiB, or the body than 1 MiB."},
     {415, 415, "Unsupported Media Type", "A body must be application/json."},

@@ -14,6 +14,7 @@ enum class Problem {
   kNotFound,
   kWrongMethod,
   kTooFewAdministrators,
+  kNotDisabled,
   kTooLarge,
   kNotJson,
   kWorkFailed,

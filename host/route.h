@@ -9,7 +9,7 @@
 
 namespace host {
 
-enum class Endpoint { kLogin, kLogout, kWhoAmI, kDescription, kMethod, kNone };
+enum class Endpoint { kLogin, kLogout, kWhoAmI, kEnable, kDisabled, kDescription, kMethod, kNone };
 
 struct Route {
   Endpoint endpoint = Endpoint::kNone;

@@ -29,6 +29,8 @@ TEST_F(Routes, LeadToTheEndpoints) {
   EXPECT_EQ(at("/api/login"), Endpoint::kLogin);
   EXPECT_EQ(at("/api/logout"), Endpoint::kLogout);
   EXPECT_EQ(at("/api/whoami"), Endpoint::kWhoAmI);
+  EXPECT_EQ(at("/api/enable"), Endpoint::kEnable);
+  EXPECT_EQ(at("/api/disabled"), Endpoint::kDisabled);
   EXPECT_EQ(at("/api/openapi.json"), Endpoint::kDescription);
   EXPECT_EQ(at("/api/An.Api/1/list"), Endpoint::kMethod);
   EXPECT_EQ(routeOf("/api/An.Api/1/list", modules_).handler, &handler);

@@ -52,6 +52,11 @@ METHODS = {
     ("POST", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, NOBODY: 404},
     ("GET", "/api/whoami"): {USER: 200, ADMINISTRATOR: 200},
     ("POST", "/api/whoami"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    # Without names.
+    ("POST", "/api/enable"): {USER: 403, ADMINISTRATOR: 400},
+    ("GET", "/api/enable"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    ("GET", "/api/disabled"): {USER: 403, ADMINISTRATOR: 200},
+    ("POST", "/api/disabled"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
     ("GET", "/api/openapi.json"): {USER: 200, ADMINISTRATOR: 200, NOBODY: 200},
     ("GET", "/api/login"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
     # Without name and password; over local.sock nobody logs in.
