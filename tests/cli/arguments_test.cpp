@@ -133,8 +133,8 @@ TEST(Arguments, ShowHelpAndVersionWithoutACommand) {
 }
 
 TEST(Arguments, ShowExamplesInTheHelpOfEachCommand) {
-  for (const char* name : {"list", "mine", "kick", "disable", "enable", "disabled", "report",
-                           "login-link"}) {
+  for (const char* name :
+       {"list", "mine", "kick", "disable", "enable", "disabled", "report", "login-link"}) {
     const Parsed help = parse({name, "--help"});
     EXPECT_EQ(help.kind, Parsed::Kind::kShow);
     EXPECT_NE(help.text.find("Usage: currentconn " + std::string(name)), std::string::npos);
