@@ -17,7 +17,7 @@ namespace cli {
 namespace {
 
 // The cells are given.
-constexpr std::array<Column, 6> kColumns = {{
+constexpr std::array<Column, 6> kDisabledColumns = {{
     {"USER", "account", nullptr, 8, false, 0},
     {"DISABLED", "when it was disabled", nullptr, 19, false, 4},
     {"BY", "who disabled it", nullptr, 8, false, 2},
@@ -52,7 +52,7 @@ std::string textOf(const std::vector<zevo::DisabledAccount>& accounts) {
                     account.expiryBefore.empty() ? "never" : account.expiryBefore,
                     stateText(account.state)});
   }
-  return tableText(makeTextTable(kColumns, rows, lookOfOutput())) + count;
+  return tableText(makeTextTable(kDisabledColumns, rows, lookOfOutput())) + count;
 }
 
 void log(const Enable& request, bool isDone) {
