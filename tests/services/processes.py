@@ -35,6 +35,11 @@ def titled(text):
     return [pid for pid in pids() if text in title(pid)]
 
 
+def named(name):
+    """The ids of the processes of a name that are no zombies."""
+    return [pid for pid in pids() if status(pid, "Name") == name and runs(pid)]
+
+
 def runs(pid):
     """Whether a process is there and no zombie."""
     state = status(pid, "State")

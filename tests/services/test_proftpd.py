@@ -3,15 +3,20 @@
 from daemons.proftpd import Proftpd
 from ftp_test import FtpBehaviour, prepare_accounts
 from service_test import ServiceTest, main
+from transfer_test import TransferBehaviour, keep_buffers_small, prepare_folder
 
-setUpModule = prepare_accounts
+
+def setUpModule():
+    prepare_accounts()
+    prepare_folder("/home/alice", "alice")
+    keep_buffers_small()
 
 
-class ProftpdTest(FtpBehaviour, ServiceTest):
+class ProftpdTest(FtpBehaviour, TransferBehaviour, ServiceTest):
 
     @classmethod
     def setUpClass(cls):
-        cls.server(Proftpd())
+        cls.daemon = cls.server(Proftpd())
 
 
 if __name__ == "__main__":

@@ -5,15 +5,20 @@ from daemons.pureftpd import PureFtpd
 from ftp_test import FtpBehaviour, prepare_accounts
 from listing import Row
 from service_test import ServiceTest, main
+from transfer_test import TransferBehaviour, keep_buffers_small, prepare_folder
 
-setUpModule = prepare_accounts
+
+def setUpModule():
+    prepare_accounts()
+    prepare_folder("/home/alice", "alice")
+    keep_buffers_small()
 
 
-class PureFtpdTest(FtpBehaviour, ServiceTest):
+class PureFtpdTest(FtpBehaviour, TransferBehaviour, ServiceTest):
 
     @classmethod
     def setUpClass(cls):
-        cls.server(PureFtpd())
+        cls.daemon = cls.server(PureFtpd())
 
 
 class VirtualUsersTest(ServiceTest):

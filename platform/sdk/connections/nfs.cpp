@@ -31,7 +31,8 @@ Hosts::iterator findHost(Hosts* hosts, const std::string& from) {
 
 // Kernel threads open their sockets as root, and so does a server that root started.
 bool isServed(const Socket& socket) {
-  return socket.local.port == kNfsPort && socket.inode != 0 && socket.owner == 0;
+  return socket.local.port == kNfsPort && socket.inode != 0 && socket.owner == 0 &&
+         !socket.isHalfClosed;
 }
 
 Outcome countConnections(const Sources& sources, Hosts* hosts) {

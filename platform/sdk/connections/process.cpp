@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <unistd.h>
 
@@ -13,6 +14,8 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::uint64_t kKernelThreadFlag = 0x00200000;  // PF_KTHREAD of the kernel's sched.h
+constexpr std::uint64_t kExitingFlag = 0x00000004;       // PF_EXITING
+constexpr std::uint64_t kKillSignal = 1U << (SIGKILL - 1);
 
 template <typename Number>
 bool parseNumber(std::string_view text, Number* number) {
@@ -34,7 +37,7 @@ void skipWords(std::string_view& rest, int count) {
 }
 
 // The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 7 terminal,
-// 9 flags, 22 start, 26 code, 28 stack.
+// 9 flags, 22 start, 26 code, 28 stack, 31 pending signals.
 bool parseFieldsAfterName(std::string_view rest, Process* process) {
   const std::string_view state = nextWord(rest);
   process->hasEnded = state == "Z" || state == "X";
@@ -51,7 +54,12 @@ bool parseFieldsAfterName(std::string_view rest, Process* process) {
   skipWords(rest, 3);
   if (!parseNumber(nextWord(rest), &process->codeAddress)) return false;
   skipWords(rest, 1);
-  return parseNumber(nextWord(rest), &process->stackAddress);
+  if (!parseNumber(nextWord(rest), &process->stackAddress)) return false;
+  skipWords(rest, 2);
+  std::uint64_t signals = 0;
+  if (!parseNumber(nextWord(rest), &signals)) return false;
+  process->isEnding = (flags & kExitingFlag) != 0 || (signals & kKillSignal) != 0;
+  return true;
 }
 
 std::string failureText(pid_t pid, int error) {

@@ -27,6 +27,7 @@ struct Process {
   std::uint64_t stackAddress = 0;
   bool isKernelThread = false;
   bool hasEnded = false;  // a zombie: it serves nothing, though its pid is still taken
+  bool isEnding = false;  // SIGKILL was sent to it, or it exits: it is a zombie soon
 };
 
 // Whether one of two processes was forked from the other, or both from a third, and neither has run

@@ -167,6 +167,21 @@ Reading<bool> ProcessFiles::runs(const std::string& path) const {
          file->stx_dev_minor == other.stx_dev_minor;
 }
 
+Reading<bool> ProcessFiles::isRootsProgram() const {
+  struct stat program {};
+  if (::fstatat(folder_.get(), "exe", &program, 0) != 0) return endedOrFailed<bool>("exe", errno);
+  constexpr mode_t kForbidden = S_ISUID | S_IWGRP | S_IWOTH;
+  return program.st_uid == 0 && (program.st_mode & kForbidden) == 0;
+}
+
+Reading<std::string> ProcessFiles::programName() const {
+  constexpr std::string_view kReplaced = " (deleted)";
+  auto path = readLink("exe");
+  if (!path.ok()) return path;
+  if (path->ends_with(kReplaced)) (*path).resize(path->size() - kReplaced.size());
+  return path->substr(path->rfind('/') + 1);
+}
+
 Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
   using Sockets = std::vector<SocketDescriptor>;
   FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);

@@ -64,6 +64,11 @@ class ProcessFiles {
   [[nodiscard]] Reading<bool> isSetuidProgram() const;
   // Whether the program is the very file at `path`, not only one of that name.
   [[nodiscard]] Reading<bool> runs(const std::string& path) const;
+  // Whether the program's file belongs to root, can be written by root alone and gives nobody
+  // root's rights.
+  [[nodiscard]] Reading<bool> isRootsProgram() const;
+  // Name of the program's file, without its folders; also where it has been replaced since.
+  [[nodiscard]] Reading<std::string> programName() const;
   // In order of numbers.
   [[nodiscard]] Reading<std::vector<SocketDescriptor>> sockets() const;
 

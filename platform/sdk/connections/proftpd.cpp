@@ -48,7 +48,7 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title) {
 }
 
 Outcome readProftpd(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
+  const auto login = [&sources](const ServedClient& client, const Process& process) {
     return readLogin(sources, process);
   };
   return readSessions(sources, {ZEVO_CURCONN_FTP, isProftpd}, login, connections);

@@ -1,11 +1,13 @@
 #include "sdk/connections/registry.h"
 
 #include <array>
+#include <chrono>
 #include <exception>
 #include <functional>
 #include <new>
 #include <optional>
 #include <syslog.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -55,11 +57,26 @@ constexpr std::array<Service, 7> kServices = {{
 // A look at the process of a record: since it was read its pid may have been given to another one.
 using IsSame = std::function<bool(const Process& now)>;
 
-Reading<bool> isStillServed(const Paths& paths, const Connection& connection,
-                            const IsSame& isSame) {
+constexpr int kLooksAtEnding = 50;  // for all records together
+constexpr std::chrono::milliseconds kBetweenLooks(10);
+
+// The process now. One that was killed is gone within moments, and who killed it is not to read
+// that it is still there: that is waited for, but not for one that cannot die since it waits
+// itself.
+Reading<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
+  auto now = readProcess(paths, pid);
+  for (; now.ok() && now->isEnding && !now->hasEnded && looks > 0; --looks) {
+    std::this_thread::sleep_for(kBetweenLooks);
+    now = readProcess(paths, pid);
+  }
+  return now;
+}
+
+Reading<bool> isStillServed(const Paths& paths, const Connection& connection, const IsSame& isSame,
+                            int& looks) {
   if (connection.pid == 0) return true;  // served by no process alone
   if (connection.pid < 2 || connection.pid > kPidMax) return false;
-  const auto now = readProcess(paths, connection.pid);
+  const auto now = readSettled(paths, connection.pid, looks);
   if (now.isGone()) return false;
   if (now.failed()) return Reading<bool>::like(now);
   return !now->hasEnded && isSame(*now);
@@ -71,8 +88,9 @@ Outcome dropStale(const Paths& paths, const IsSame& isSame, std::vector<Connecti
   std::vector<Connection> served;
   served.reserve(connections->size());
   Outcome outcome;
+  int looks = kLooksAtEnding;
   for (Connection& connection : *connections) {
-    const auto isServed = isStillServed(paths, connection, isSame);
+    const auto isServed = isStillServed(paths, connection, isSame, looks);
     if (isServed.failed()) outcome.add(Outcome::failure(isServed.cause()));
     if (isServed.ok() && *isServed) served.push_back(std::move(connection));
   }

@@ -1,5 +1,6 @@
 #include "sdk/connections/served_client.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -10,69 +11,88 @@ namespace {
 struct Holder {
   const Process* process = nullptr;
   Socket socket;
+  bool hasMore = false;  // other connections besides
 };
 
-using Holders = std::map<pid_t, Holder>;
+// The processes that hold one connection, in order of pids. A listener holds a new client's
+// connection for a moment too; where it gives its processes sessions of their own it is told apart
+// by that.
+using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
 
-Reading<std::optional<Socket>> lowestSocket(const Sources& sources, const ProcessFiles& files,
-                                            std::optional<std::uint16_t> port) {
-  using Result = Reading<std::optional<Socket>>;
-  if (!port) return clientSocket(sources, files);
-  const auto descriptors = files.sockets();
-  if (!descriptors.ok()) return Result::like(descriptors);
+Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
+                           const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto descriptors =
+      files.ok() ? files->sockets() : Reading<std::vector<SocketDescriptor>>::like(files);
+  if (!descriptors.ok()) return Reading<Holder>::like(descriptors);
+  if (descriptors->empty()) return Reading<Holder>::gone();
   const Reading<SocketTable>& table = sources.sockets();
-  if (!table.ok()) return Result::like(table);
+  if (!table.ok()) return Reading<Holder>::like(table);
+  Holder holder;
   for (const SocketDescriptor& descriptor : *descriptors) {
     const Socket* socket = table->find(descriptor.inode);
-    if (socket != nullptr && socket->local.port == *port) return std::optional<Socket>(*socket);
+    if (socket == nullptr) continue;
+    const bool isClient = !kind.port || socket->local.port == *kind.port;
+    if (isClient && holder.process == nullptr) {
+      holder.process = &process;
+      holder.socket = *socket;
+    }
+    holder.hasMore |= socket->inode != holder.socket.inode;
   }
-  return std::optional<Socket>();
+  return holder.process != nullptr ? Reading<Holder>(holder) : Reading<Holder>::gone();
 }
 
 Outcome readHolders(const Sources& sources, const ServiceKind& kind, Holders* holders) {
   Outcome outcome;
   for (const Process* process : sources.processes().named(kind.family)) {
-    const auto files = sources.filesOf(*process);
-    const auto socket = files.ok() ? lowestSocket(sources, *files, kind.port)
-                                   : Reading<std::optional<Socket>>::like(files);
-    if (socket.failed()) outcome.add(Outcome::failure(socket.cause()));
-    if (socket.ok() && socket->has_value()) (*holders)[process->pid] = {process, **socket};
+    const auto holder = readHolder(sources, kind, *process);
+    if (holder.failed()) outcome.add(Outcome::failure(holder.cause()));
+    if (holder.ok()) (*holders)[{holder->socket.inode, process->session}].push_back(*holder);
   }
   return outcome;
 }
 
-// The holder above `holder` that serves the same client. A listener holds a new client's connection
-// for a moment too; where it gives its processes sessions of their own it is told apart by that.
-const Holder* above(const Holders& holders, const Holder& holder) {
-  const auto found = holders.find(holder.process->parent);
-  if (found == holders.end()) return nullptr;
-  const Holder& parent = found->second;
-  const bool servesSame = parent.socket.inode == holder.socket.inode &&
-                          parent.process->session == holder.process->session;
-  return servesSame ? &parent : nullptr;
+// The holder whose parent is not one of `holders`, the first where several are orphans. Pids that
+// were given anew during the scan could close a circle: then the first.
+const Holder& uppermost(const std::vector<Holder>& holders) {
+  const auto isBelowAnother = [&holders](const Holder& holder) {
+    return std::any_of(holders.begin(), holders.end(), [&holder](const Holder& other) {
+      return other.process->pid == holder.process->parent;
+    });
+  };
+  const auto top = std::find_if_not(holders.begin(), holders.end(), isBelowAnother);
+  return top != holders.end() ? *top : holders.front();
 }
 
-const Holder& uppermost(const Holders& holders, const Holder& holder) {
-  const Holder* top = &holder;
-  // Pids that were given anew during the scan could close a circle.
-  for (std::size_t i = 0; i < holders.size(); ++i) {
-    const Holder* next = above(holders, *top);
-    if (next == nullptr) break;
-    top = next;
+ServedClient clientOf(const std::vector<Holder>& holders) {
+  const Holder& top = uppermost(holders);
+  ServedClient client;
+  client.socket = top.socket;
+  client.processes.push_back(top.process);
+  for (const Holder& holder : holders) {
+    if (holder.process != top.process) client.processes.push_back(holder.process);
+    if (holder.hasMore) client.withMore.push_back(holder.process);
   }
-  return *top;
+  return client;
 }
 
-std::map<pid_t, ServedClient> gather(const Holders& holders) {
-  std::map<pid_t, ServedClient> clients;
-  for (const auto& [pid, holder] : holders) {
-    const Holder& top = uppermost(holders, holder);
-    ServedClient& client = clients[top.process->pid];
-    client.socket = top.socket;
-    if (client.processes.empty()) client.processes.push_back(top.process);
-    if (&top != &holder) client.processes.push_back(holder.process);
-  }
+std::vector<ServedClient> gather(const Holders& holders) {
+  std::vector<ServedClient> clients;
+  for (const auto& [key, group] : holders) clients.push_back(clientOf(group));
+  std::sort(clients.begin(), clients.end(), [](const ServedClient& a, const ServedClient& b) {
+    return a.processes.front()->pid < b.processes.front()->pid;
+  });
   return clients;
+}
+
+// Whether the service vouches for the processes of `client`; finds out whether they are orphans.
+Reading<bool> judge(const Sources& sources, Family family, ServedClient& client) {
+  const Process& top = *client.processes.front();
+  auto vouched = isVouchedFor(sources, top, family);
+  if (!vouched.ok() || *vouched) return vouched;
+  auto given = wasGivenClient(sources, top, client.socket, family);
+  client.isOrphaned = given.ok() && *given;
+  return given;
 }
 
 // The login of a client: that of the first process that has one. None where the session ends just
@@ -85,16 +105,16 @@ LoginReading loginOf(const ServedClient& client, const LoginReader& readLogin) {
   return std::optional<Login>();
 }
 
-Outcome appendSession(const Sources& sources, const ServiceKind& kind, const ServedClient& client,
+Outcome appendSession(const Sources& sources, const ServiceKind& kind, ServedClient client,
                       const LoginReader& readLogin, std::vector<Connection>* connections) {
-  const auto vouched = isVouchedFor(sources, *client.processes.front(), kind.family);
+  const auto vouched = judge(sources, kind.family, client);
   if (vouched.failed()) return Outcome::failure(vouched.cause());
   if (!vouched.ok() || !*vouched) return Outcome::done();
   auto login = loginOf(client, readLogin);
   if (login.failed()) return Outcome::failure(login.cause());
   if (!login.ok() || !login->has_value()) return Outcome::done();
   connections->push_back({.pid = (*login)->process->pid,
-                          .time = sources.startText(*(*login)->process),
+                          .time = sources.startText(*client.processes.front()),
                           .from = numericText(client.socket.remote),
                           .user = std::move((*login)->user),
                           .descr = std::move((*login)->descr),
@@ -108,8 +128,8 @@ Outcome readSessions(const Sources& sources, const ServiceKind& kind, const Logi
                      std::vector<Connection>& connections) {
   Holders holders;
   Outcome outcome = readHolders(sources, kind, &holders);
-  for (const auto& [pid, client] : gather(holders)) {
-    outcome.add(appendSession(sources, kind, client, readLogin, &connections));
+  for (ServedClient& client : gather(holders)) {
+    outcome.add(appendSession(sources, kind, std::move(client), readLogin, &connections));
   }
   return outcome;
 }

@@ -21,12 +21,19 @@ struct ServiceKind {
 // One TCP connection and the processes of the service that hold it.
 struct ServedClient {
   Socket socket;
-  std::vector<const Process*> processes;  // the uppermost, then those below it in order of pids
+  // The uppermost, then the others in order of pids. Where the uppermost has ended, the one with
+  // the lowest pid takes its place.
+  std::vector<const Process*> processes;
+  // Those of them that hold another TCP connection besides, such as FTP's data.
+  std::vector<const Process*> withMore;
+  // The service's processes above them have ended: who they serve shows in their ids alone, since
+  // their titles may be anybody's, and reading them may never return.
+  bool isOrphaned = false;
 };
 
 // What a process tells of a user who has logged in.
 struct Login {
-  const Process* process = nullptr;  // its SIGTERM ends the session
+  const Process* process = nullptr;  // the one whose end ends the session soonest
   std::string user;
   std::string descr;
 };
@@ -38,8 +45,9 @@ using LoginReading = Reading<std::optional<Login>>;
 using LoginReader = std::function<LoginReading(const ServedClient& client, const Process& process)>;
 
 // Appends one record for each client of the service of whose processes one serves a login. The
-// client is a process's lowest connection (to the local port of `kind`, where it has one), and the
-// service has to vouch for the uppermost of its processes. In order of pids.
+// client is a process's lowest connection (to the local port of `kind`, where it has one). The
+// service has to vouch for the uppermost of its processes; where those above have ended, that one
+// must have been given the client by root's server. The time is the uppermost's. In order of pids.
 Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
                      std::vector<Connection>& connections);
 

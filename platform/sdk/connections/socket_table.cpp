@@ -43,7 +43,8 @@ int takeSocket(const nlmsghdr* header, void* data) {
   const auto& message = *static_cast<const inet_diag_msg*>(::mnl_nlmsg_get_payload(header));
   static_cast<std::vector<Socket>*>(data)->push_back(
       {message.idiag_inode, addressOf(message, message.id.idiag_src, message.id.idiag_sport),
-       addressOf(message, message.id.idiag_dst, message.id.idiag_dport), message.idiag_uid});
+       addressOf(message, message.id.idiag_dst, message.id.idiag_dport), message.idiag_uid,
+       message.idiag_state == TCP_CLOSE_WAIT});
   return MNL_CB_OK;
 }
 
@@ -75,7 +76,7 @@ bool sendRequest(const mnl_socket* netlink, std::uint8_t family) {
   request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
   request.what.sdiag_family = family;
   request.what.sdiag_protocol = IPPROTO_TCP;
-  request.what.idiag_states = 1U << TCP_ESTABLISHED;
+  request.what.idiag_states = (1U << TCP_ESTABLISHED) | (1U << TCP_CLOSE_WAIT);
   return ::mnl_socket_sendto(netlink, &request, sizeof(request)) >= 0;
 }
 

@@ -1,4 +1,5 @@
-// The established TCP connections of this system at one moment.
+// The TCP connections of this system at one moment: the established ones, and those of which the
+// peer has closed its own direction, in which data may still flow to it.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +17,8 @@ struct Socket {
   std::uint64_t inode = 0;  // 0 while no process has accepted it
   Address local;
   Address remote;
-  uid_t owner = 0;  // effective user of the process that accepted or opened it
+  uid_t owner = 0;            // effective user of the process that accepted or opened it
+  bool isHalfClosed = false;  // by the peer
 
   bool operator==(const Socket&) const = default;
 };
@@ -36,7 +38,7 @@ class SocketTable {
   // Asks the kernel, once for IPv4 and once for IPv6.
   static Reading<SocketTable> read();
 
-  // The connection of a descriptor's inode, or null: no TCP, or no longer established. Lives as
+  // The connection of a descriptor's inode, or null: no TCP, or no longer a connection. Lives as
   // long as the table.
   [[nodiscard]] const Socket* find(std::uint64_t inode) const;
   [[nodiscard]] std::span<const Socket> all() const { return sockets_; }

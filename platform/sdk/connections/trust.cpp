@@ -66,4 +66,17 @@ Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Famil
   return false;
 }
 
+Reading<bool> wasGivenClient(const Sources& sources, const Process& process, const Socket& client,
+                             Family family) {
+  if (client.owner != 0) return false;
+  const Process* parent = sources.processes().find(process.parent);
+  const auto inherited = parent != nullptr ? isRootOwned(sources, *parent) : Reading<bool>(true);
+  if (inherited.failed() || (inherited.ok() && !*inherited)) return inherited;
+  const auto files = sources.filesOf(process);
+  auto isRoots = files.ok() ? files->isRootsProgram() : Reading<bool>::like(files);
+  if (!isRoots.ok() || !*isRoots) return isRoots;
+  const auto program = files->programName();
+  return program.ok() ? Reading<bool>(family(*program)) : Reading<bool>::like(program);
+}
+
 }  // namespace zevo::connections

@@ -30,4 +30,12 @@ Reading<Title> readTitle(const Sources& sources, const Process& process);
 // programs pass this test too.
 Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family);
 
+// Whether `process` is an orphan to whom root's server once gave its client: root accepted or
+// opened its connection `client`, which no user can do; it runs a program of root's under one of
+// the service's names; and its parent, if any, is one of root's, as are all that inherit the
+// children of a server. What it says of itself stays unproven: whom root hands a connection to may
+// have started that program anew.
+Reading<bool> wasGivenClient(const Sources& sources, const Process& process, const Socket& client,
+                             Family family);
+
 }  // namespace zevo::connections

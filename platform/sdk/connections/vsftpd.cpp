@@ -4,9 +4,11 @@
 #include <filesystem>
 #include <optional>
 #include <sys/stat.h>
+#include <utility>
 
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/served_client.h"
+#include "sdk/connections/vsftpd_guests.h"
 
 namespace zevo::connections {
 namespace {
@@ -50,13 +52,37 @@ Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
 
+// The process whose end ends the session of which `users` is the user's process. The uppermost
+// takes all others with it, unless data flows: then these go on without it, and who moves the data
+// has to end. Over TLS that is the handler, without which the user's process ends at once; the
+// other way round the handler would go on waiting for a client who takes no data.
+const Process* endingProcess(const ServedClient& client, const Process& users) {
+  const Process* ending = client.processes.front();
+  for (const Process* process : client.withMore) {
+    if (process == client.processes.front() && !client.isOrphaned) continue;
+    ending = process;
+    if (process != &users) break;
+  }
+  return ending;
+}
+
+// The account of the user's process, under which virtual users are served, too: then `folder` is
+// followed by that.
+Login untitledLogin(const Sources& sources, const Title& arguments, uid_t uid, std::string folder) {
+  Login login{.user = accountName(uid), .descr = std::move(folder)};
+  const VsftpdGuests guests = readGuests(arguments.all, sources.paths().vsftpd);
+  const std::string_view guest = guestOf(guests, login.user);
+  if (!guest.empty()) login.descr.append(" (").append(guest).append(")");
+  return login;
+}
+
 // The login of which `process` is the user's process; none where it is another one.
 LoginReading readLogin(const Sources& sources, const ServedClient& client, const Process& process) {
   const auto files = sources.filesOf(process);
   if (!files.ok()) return LoginReading::like(files);
   const auto title = readTitle(sources, process);
   const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
-  const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
+  auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
   if (!folder.ok()) return LoginReading::like(folder);
 
   const VsftpdTitle parsed = parseVsftpdTitle(title->first);
@@ -65,9 +91,11 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
                            : isUsersProcess(sources, client, process, *files, ids->effective);
   if (!isUsers.ok()) return LoginReading::like(isUsers);
   if (!*isUsers) return std::optional<Login>();
-  return std::optional<Login>({client.processes.front(),
-                               parsed.user.empty() ? accountName(ids->effective) : parsed.user,
-                               *folder});
+  Login login = parsed.user.empty()
+                    ? untitledLogin(sources, *title, ids->effective, std::move(*folder))
+                    : Login{.user = parsed.user, .descr = std::move(*folder)};
+  login.process = endingProcess(client, process);
+  return std::optional<Login>(std::move(login));
 }
 
 }  // namespace

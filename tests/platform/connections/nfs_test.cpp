@@ -56,6 +56,12 @@ TEST_F(NfsTest, AUsersOwnServerOnThePortIsNone) {
   EXPECT_THAT(read(readNfs), IsEmpty());
 }
 
+TEST_F(NfsTest, AConnectionThatItsClientHasClosedIsNone) {
+  connect(1, "10.20.0.5", kPort);
+  sockets_[0].isHalfClosed = true;
+  EXPECT_THAT(read(readNfs), IsEmpty());
+}
+
 TEST_F(NfsTest, AConnectionThatNobodyHasAcceptedIsNone) {
   connect(0, "10.20.0.5", kPort);
   EXPECT_THAT(read(readNfs), IsEmpty());

@@ -60,6 +60,7 @@ ProcTree::ProcTree() {
   paths_.sftpServers = {folder_ + "/other/sftp-server", folder_ + "/sftp-server"};
   paths_.pureFtpwho = folder_ + "/pure-ftpwho";
   paths_.sharedList = folder_ + "/list";
+  paths_.vsftpd = folder_ + "/vsftpd.conf";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   fs::create_directory(paths_.proc + "/self");
   add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1});
@@ -70,6 +71,15 @@ ProcTree::~ProcTree() {
   fs::remove_all(folder_, ignored);
 }
 
+void ProcTree::addProgram(const FakeProcess& process, const std::string& link) const {
+  const std::string name = process.program.empty() ? process.name : process.program;
+  const std::string path = file("programs/" + std::to_string(process.pid) + "/" + name, "");
+  const auto mode =
+      process.setuid ? fs::perms::set_uid | fs::perms::owner_all : fs::perms::owner_all;
+  fs::permissions(path, mode);
+  fs::create_symlink(path, link);
+}
+
 ProcTree& ProcTree::add(const FakeProcess& process) {
   const fs::path folder = paths_.proc + "/" + std::to_string(process.pid);
   fs::create_directories(folder / "fd");
@@ -78,10 +88,7 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   writeFile(folder / "cmdline",
             process.cmdline.empty() ? process.name + std::string(1, '\0') : process.cmdline);
   if (process.exe.empty()) {
-    writeFile(folder / "exe", "");
-    const auto mode =
-        process.setuid ? fs::perms::set_uid | fs::perms::owner_all : fs::perms::owner_all;
-    fs::permissions(folder / "exe", mode);
+    addProgram(process, folder / "exe");
   } else {
     fs::create_symlink(process.exe, folder / "exe");
   }

@@ -27,9 +27,10 @@ struct FakeProcess {
   char state = 'S';
   std::uint64_t flags = 0;
   std::uint64_t image = 1;  // the same for what was forked and has run no other program since
-  bool setuid = false;      // the program's file
-  std::string exe = {};     // a file that the program is; one of its own where empty
-  std::string cwd = "/";    // link targets need not exist
+  bool setuid = false;      // the program's file, which belongs to who runs the test
+  std::string program = {};  // name of that file; that of the process where empty
+  std::string exe = {};      // another file that the program is
+  std::string cwd = "/";     // link targets need not exist
   std::string root = "/";
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
 };
@@ -60,6 +61,8 @@ class ProcTree {
   std::string file(const std::string& name, const std::string& content) const;
 
  private:
+  void addProgram(const FakeProcess& process, const std::string& link) const;
+
   std::string folder_;
   Paths paths_;
 };

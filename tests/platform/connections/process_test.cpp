@@ -46,6 +46,16 @@ TEST(ProcessStatTest, ANameMayHoldBlanksBracketsAndLineBreaks) {
   }
 }
 
+TEST(ProcessStatTest, AProcessThatSigkillWasSentToOrThatExitsIsEnding) {
+  EXPECT_FALSE(parseStat(statOf("sshd"))->isEnding);
+  std::string killed = statOf("sshd");
+  killed.replace(killed.find(" 4096 65536"), 0, " 256").replace(killed.find(" 0 256 4096"), 2, "");
+  EXPECT_TRUE(parseStat(killed)->isEnding) << killed;
+  std::string exiting = statOf("sshd");
+  exiting.replace(exiting.find("4194560"), 7, "4194564");
+  EXPECT_TRUE(parseStat(exiting)->isEnding);
+}
+
 TEST(ProcessStatTest, AnythingElseIsNoProcess) {
   for (const std::string line :
        {"", "812", "812 (sshd", "812 (sshd)", "812 (sshd) ", ") (", "(sshd) S 1 1 1",

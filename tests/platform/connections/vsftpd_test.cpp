@@ -80,6 +80,12 @@ class VsftpdTest : public test::ServiceFixture {
          .root = root,
          .sockets = standardStreams(kClient)});
   }
+  // Lets a process hold a connection under a descriptor, besides those it was added with.
+  void hold(pid_t pid, int descriptor, std::uint64_t inode) const {
+    std::filesystem::create_symlink(
+        "socket:[" + std::to_string(inode) + "]",
+        tree_.paths().proc + "/" + std::to_string(pid) + "/fd/" + std::to_string(descriptor));
+  }
   static Connection ftp(pid_t pid, const std::string& user,
                         const std::string& descr = "/home/alice/My Files (x)") {
     return {pid, test::kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_FTP};
@@ -233,12 +239,111 @@ TEST_F(VsftpdTest, TheAddressIsTheClientsAlsoWhileDataFlows) {
   connect(35365, "10.20.0.99", 62956);
   addParent(76, kNobody);
   addUsers(78, 76, kAlice);
-  std::filesystem::create_symlink("socket:[35365]", tree_.paths().proc + "/78/fd/5");
+  hold(78, 5, 35365);
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(78, "alice")));
+}
+
+TEST_F(VsftpdTest, WhileDataFlowsOverTlsItsHandlerEndsTheSession) {
+  connect(35365, "10.20.0.99", 62956);
+  addParent(57, kNobody);
+  addUsers(58, 57, kAlice);
+  addWaiting(59, 57);
+  hold(58, 5, 35365);
+  hold(59, 3, 35365);
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(59, "alice")));
+}
+
+TEST_F(VsftpdTest, WhileDataFlowsBesideTlsTheUsersProcessEndsTheSession) {
+  connect(35365, "10.20.0.99", 62956);
+  addParent(57, kNobody);
+  addWaiting(58, 57);
+  addUsers(59, 57, kAlice);
+  hold(59, 5, 35365);
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(59, "alice")));
+}
+
+TEST_F(VsftpdTest, TheParentThatOpensADataConnectionStillEndsTheSession) {
+  connect(35365, "10.20.0.99", 62956);
+  addParent(76, kNobody);
+  addUsers(78, 76, kAlice);
+  hold(76, 5, 35365);
   EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice")));
 }
 
+TEST_F(VsftpdTest, AHalfClosedDataConnectionStillMovesData) {
+  connect(35365, "10.20.0.99", 62956);
+  sockets_.back().isHalfClosed = true;
+  addParent(76, kNobody);
+  addUsers(78, 76, kAlice);
+  hold(78, 5, 35365);
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(78, "alice")));
+}
+
+TEST_F(VsftpdTest, AUsersProcessWhoseParentIsGoneIsASessionOfItsAccount) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
+  addUsers(78, 1, kAlice, "vsftpd: ::ffff:10.20.0.2/root: RETR x");
+  ASSERT_EQ(sockets_.front().owner, 0U);
+  auto found = read(readVsftpd);
+  ASSERT_THAT(found, ::testing::SizeIs(1));
+  found[0].time = test::kStartText;
+  EXPECT_EQ(ftp(78, "alice"), found[0]);
+}
+
+TEST_F(VsftpdTest, OrphansOfOneSessionOverTlsAreOneAndTheHandlerEndsIt) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
+  connect(35365, "10.20.0.99", 62956);
+  for (const pid_t handler : {58, 61}) {
+    addWaiting(handler, 1);
+    addUsers(60, 1, kAlice);
+    hold(handler, 3, 35365);
+    hold(60, 5, 35365);
+    auto found = read(readVsftpd);
+    ASSERT_THAT(found, ::testing::SizeIs(1));
+    EXPECT_EQ(handler, found[0].pid);
+    EXPECT_EQ("alice", found[0].user);
+    tree_.remove(handler);
+    tree_.remove(60);
+  }
+}
+
+TEST_F(VsftpdTest, AnOrphanWhoseConnectionRootDidNotAcceptIsNone) {
+  addUsers(78, 1, kAlice);
+  sockets_.front().owner = kAlice;
+  EXPECT_THAT(read(readVsftpd), IsEmpty());
+}
+
+TEST_F(VsftpdTest, AProcessBelowAUsersProgramIsNoOrphan) {
+  add({.pid = 20, .name = "bash", .uid = kAlice});
+  addUsers(78, 20, kAlice);
+  EXPECT_THAT(read(readVsftpd), IsEmpty());
+}
+
+TEST_F(VsftpdTest, AnOrphanThatRunsAnotherProgramIsNone) {
+  add({.pid = 78,
+       .name = "vsftpd",
+       .uid = kAlice,
+       .program = "python3.11",
+       .sockets = standardStreams(kClient)});
+  EXPECT_THAT(read(readVsftpd), IsEmpty());
+}
+
+TEST_F(VsftpdTest, TheTitleOfAnOrphanIsNotRead) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
+  addUsers(78, 1, kAlice);
+  tree_.makeUnreadable(78, "cmdline");
+  EXPECT_THAT(read(readVsftpd), ::testing::SizeIs(1));
+}
+
+TEST_F(VsftpdTest, AVirtualUserWithoutATitleIsShownAsOneOfTheirAccount) {
+  const std::string file = tree_.file("guests.conf", "guest_enable=YES\nguest_username=bob\n");
+  addParent(72, kNobody);
+  addUsers(74, 72, kBob, "/usr/sbin/vsftpd" + std::string(1, '\0') + file, "/srv");
+  EXPECT_THAT(read(readVsftpd),
+              ElementsAre(ftp(72, "bob", "/home/alice/My Files (x) (virtual user)")));
+}
+
 TEST_F(VsftpdTest, AListenerThatStillHoldsTheConnectionIsNotTheSession) {
-  std::filesystem::create_symlink("socket:[900]", tree_.paths().proc + "/54/fd/4");
+  hold(kListener, 4, kClient);
   addParent(76, kNobody);
   addUsers(78, 76, kAlice);
   EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice")));

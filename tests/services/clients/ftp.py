@@ -7,16 +7,18 @@ import namespace
 
 
 class Ftp:
-    """A session that has logged in. `folder` is entered afterwards."""
+    """A session that has logged in, over TLS with `tls`. `folder` is entered afterwards."""
 
-    def __init__(self, user, address, folder=None):
-        self.session = ftplib.FTP(timeout=20)
-        self.session.connect(address)
+    def __init__(self, user, address, folder=None, *, tls=False, port=ftplib.FTP_PORT):
+        self.session = ftplib.FTP_TLS(timeout=20) if tls else ftplib.FTP(timeout=20)
+        self.session.connect(address, port)
         try:
             self.session.login(user, namespace.PASSWORD)
         except ftplib.Error:
             self.session.close()
             raise
+        if tls:
+            self.session.prot_p()
         if folder:
             self.session.cwd(folder)
 
