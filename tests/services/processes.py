@@ -46,19 +46,19 @@ def runs(pid):
     return state is not None and not state.startswith("Z")
 
 
-def listens(port):
-    """Whether somebody accepts TCP connections on a port."""
-    return any(state == _LISTEN for _, state in _sockets(port))
+def listens(port, process="self"):
+    """Whether somebody accepts TCP connections on a port, in the network namespace of a process."""
+    return any(state == _LISTEN for _, state in _sockets(port, process))
 
 
-def established(port):
+def established(port, process="self"):
     """The number of connections that the server's end of a port holds."""
-    return sum(state == _ESTABLISHED for _, state in _sockets(port))
+    return sum(state == _ESTABLISHED for _, state in _sockets(port, process))
 
 
-def _sockets(port):
-    for table in ("/proc/net/tcp", "/proc/net/tcp6"):
-        for line in read(table).splitlines()[1:]:
+def _sockets(port, process):
+    for table in ("tcp", "tcp6"):
+        for line in read(f"/proc/{process}/net/{table}").splitlines()[1:]:
             fields = line.split()
             if int(fields[1].rsplit(":", 1)[1], 16) == port:
                 yield fields[1], fields[3]

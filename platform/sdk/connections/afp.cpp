@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "sdk/connections/account_name.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 
 namespace zevo::connections {
@@ -15,9 +16,10 @@ bool isAfpd(std::string_view name) {
 }
 
 // The user whom a process with these ids serves; empty while nobody has logged in.
-std::string userOf(const UserIds& users, const GroupIds& groups) {
-  if (users.effective != 0) return accountName(users.effective);
-  return groups.effective != 0 ? "unknown" : "";
+std::string userOf(const Sources& sources, const Process& process, const UserIds& users,
+                   const GroupIds& groups) {
+  if (users.effective != 0) return accountOf(sources, process, users.effective);
+  return groups.effective != 0 ? std::string(kUnknownUser) : std::string();
 }
 
 LoginReading readLogin(const Sources& sources, const Process& process) {
@@ -25,7 +27,7 @@ LoginReading readLogin(const Sources& sources, const Process& process) {
   const auto users = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   const auto groups = users.ok() ? files->groupIds() : Reading<GroupIds>::like(users);
   if (!groups.ok()) return LoginReading::like(groups);
-  std::string user = userOf(*users, *groups);
+  std::string user = userOf(sources, process, *users, *groups);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), {}});
 }

@@ -8,17 +8,22 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 
+#include <linux/openat2.h>
+
 #include "base/file_failure.h"
 #include "base/open_folder.h"
+#include "base/read_file.h"
 
 namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kTextLimit = 4095;
-constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
+constexpr std::size_t kTcpTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
+constexpr uid_t kNoLogin = static_cast<uid_t>(-1);         // of the kernel's loginuid
 
 // "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
 // NULs behind it.
@@ -48,13 +53,14 @@ std::optional<Ids> parseIds(std::string_view status, std::string_view key) {
   return ids;
 }
 
-// The inode in "socket:[12345]".
-std::optional<std::uint64_t> socketInode(std::string_view target) {
-  constexpr std::string_view kBegin = "socket:[";
-  if (!target.starts_with(kBegin)) return std::nullopt;
+// The inode in "socket:[12345]", which `kind` "socket" begins.
+std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view kind) {
+  if (!target.starts_with(kind) || !target.substr(kind.size()).starts_with(":[")) {
+    return std::nullopt;
+  }
   std::uint64_t inode = 0;
   const auto result =
-      std::from_chars(target.data() + kBegin.size(), target.data() + target.size(), inode);
+      std::from_chars(target.data() + kind.size() + 2, target.data() + target.size(), inode);
   if (result.ec != std::errc() || *result.ptr != ']') return std::nullopt;
   return inode;
 }
@@ -77,9 +83,18 @@ Reading<T> ProcessFiles::endedOrFailed(const char* name, int error) const {
 }
 
 Reading<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {
+  return openNamed(paths, pid, std::to_string(pid));
+}
+
+Reading<ProcessFiles> ProcessFiles::openOwn(const Paths& paths) {
+  return openNamed(paths, 0, "self");
+}
+
+Reading<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
+                                              const std::string& name) {
   ProcessFiles files;
   files.pid_ = pid;
-  const std::string folder = paths.proc + "/" + std::to_string(pid);
+  const std::string folder = paths.proc + "/" + name;
   files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
   if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
   return files;
@@ -182,6 +197,54 @@ Reading<std::string> ProcessFiles::programName() const {
   return path->substr(path->rfind('/') + 1);
 }
 
+Reading<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) const {
+  const std::string name = "ns/" + kind;
+  const Reading<std::string> target = readLink(name.c_str());
+  if (target.failed()) return Reading<std::uint64_t>::like(target);
+  // Both a kernel without this kind and a process that has ended have no such link.
+  if (!target.ok()) return 0;
+  const auto number = inodeIn(*target, kind);
+  return number ? Reading<std::uint64_t>(*number)
+                : endedOrFailed<std::uint64_t>(name.c_str(), EBADMSG);
+}
+
+Reading<Namespaces> ProcessFiles::namespaces() const {
+  const auto pid = namespaceNumber("pid");
+  const auto network = pid.ok() ? namespaceNumber("net") : pid;
+  const auto mount = network.ok() ? namespaceNumber("mnt") : network;
+  if (!mount.ok()) return Reading<Namespaces>::like(mount);
+  return Namespaces{*pid, *network, *mount};
+}
+
+Reading<std::string> ProcessFiles::cgroups() const {
+  return readText("cgroup");
+}
+
+Reading<FileIdentity> ProcessFiles::accountsFile() const {
+  constexpr const char* kName = "root/etc/passwd";
+  const FileDescriptor root = openFileAt(folder_.get(), "root", O_PATH | O_DIRECTORY);
+  if (!root) return endedOrFailed<FileIdentity>("root", errno);
+  // Without this a link of that tree to an absolute path would lead into ours.
+  open_how how{};
+  how.flags = O_PATH | O_CLOEXEC;
+  how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
+  const FileDescriptor file(
+      static_cast<int>(::syscall(SYS_openat2, root.get(), "etc/passwd", &how, sizeof(how))));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) return endedOrFailed<FileIdentity>(kName, errno);
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
+  const std::string name = "net/" + table;
+  const FileDescriptor file = openFileAt(folder_.get(), name.c_str(), O_RDONLY);
+  if (!file) return endedOrFailed<std::string>(name.c_str(), errno);
+  std::string text;
+  const auto failure = readDescriptor(file.get(), name, kTcpTextLimit, &text);
+  return failure ? endedOrFailed<std::string>(name.c_str(), failure->error)
+                 : Reading<std::string>(std::move(text));
+}
+
 Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
   using Sockets = std::vector<SocketDescriptor>;
   FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
@@ -199,7 +262,7 @@ Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
     if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
     if (size < 0) return endedOrFailed<Sockets>("fd", errno);
-    const auto inode = socketInode({target.data(), static_cast<std::size_t>(size)});
+    const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
     if (inode) sockets.push_back({*number, *inode});
   }
   if (errno != 0) return endedOrFailed<Sockets>("fd", errno);

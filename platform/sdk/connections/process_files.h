@@ -34,6 +34,23 @@ struct GroupIds {
   gid_t saved = 0;
 };
 
+// The namespaces of a process, by the kernel's numbers; 0 where the kernel has none of that kind.
+struct Namespaces {
+  std::uint64_t pid = 0;
+  std::uint64_t network = 0;
+  std::uint64_t mount = 0;
+
+  bool operator==(const Namespaces&) const = default;
+};
+
+// One file of the system, whichever path leads to it.
+struct FileIdentity {
+  std::uint64_t device = 0;
+  std::uint64_t inode = 0;
+
+  bool operator==(const FileIdentity&) const = default;
+};
+
 // A descriptor that is a socket.
 struct SocketDescriptor {
   int number = 0;
@@ -48,7 +65,10 @@ class ProcessFiles {
  public:
   ProcessFiles() = default;
   static Reading<ProcessFiles> open(const Paths& paths, pid_t pid);
+  // Those of the running process itself.
+  static Reading<ProcessFiles> openOwn(const Paths& paths);
 
+  [[nodiscard]] pid_t pid() const { return pid_; }  // 0 of openOwn()
   // Read through the process's own memory: where a user controls that, the call may never return.
   // readTitle in trust.h asks first.
   [[nodiscard]] Reading<Title> title() const;
@@ -69,13 +89,24 @@ class ProcessFiles {
   [[nodiscard]] Reading<bool> isRootsProgram() const;
   // Name of the program's file, without its folders; also where it has been replaced since.
   [[nodiscard]] Reading<std::string> programName() const;
+  [[nodiscard]] Reading<Namespaces> namespaces() const;
+  // The lines "HIERARCHY:CONTROLLERS:PATH"; a line that is cut off has no line break.
+  [[nodiscard]] Reading<std::string> cgroups() const;
+  // The accounts file in the tree that the process sees. The way there leads through whatever is
+  // mounted in that tree, so ask only of a process that root started and whose root() is "/".
+  [[nodiscard]] Reading<FileIdentity> accountsFile() const;
+  // TCP sockets of the network namespace of the process, as the kernel's text; `table` is "tcp" or
+  // "tcp6". Gone also where the kernel has no such table.
+  [[nodiscard]] Reading<std::string> tcpText(const std::string& table) const;
   // In order of numbers.
   [[nodiscard]] Reading<std::vector<SocketDescriptor>> sockets() const;
 
  private:
+  static Reading<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);
   [[nodiscard]] Reading<std::string> readText(const char* name) const;
   [[nodiscard]] Reading<std::string> readLink(const char* name) const;
   [[nodiscard]] Reading<struct statx> program() const;
+  [[nodiscard]] Reading<std::uint64_t> namespaceNumber(const std::string& kind) const;
   template <typename T>
   [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "sdk/connections/account_name.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 
 namespace zevo::connections {
@@ -15,10 +15,11 @@ bool isProftpd(std::string_view name) {
 
 // The user whom the process serves; empty while nobody has logged in. A login in progress keeps
 // root as real user, since it has still to become the account that logs in.
-std::string userOf(const Title& title, const UserIds& ids) {
+std::string userOf(const Sources& sources, const Process& process, const Title& title,
+                   const UserIds& ids) {
   const auto user = proftpdTitleUser(title.first);
   if (user) return std::string(*user);
-  return ids.real != 0 ? accountName(ids.real) : std::string();
+  return ids.real != 0 ? accountOf(sources, process, ids.real) : std::string();
 }
 
 LoginReading readLogin(const Sources& sources, const Process& process) {
@@ -27,7 +28,7 @@ LoginReading readLogin(const Sources& sources, const Process& process) {
   const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
   if (!folder.ok()) return LoginReading::like(folder);
-  std::string user = userOf(*title, *ids);
+  std::string user = userOf(sources, process, *title, *ids);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), *folder});
 }
@@ -48,7 +49,7 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title) {
 }
 
 Outcome readProftpd(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient& client, const Process& process) {
+  const auto login = [&sources](const ServedClient&, const Process& process) {
     return readLogin(sources, process);
   };
   return readSessions(sources, {ZEVO_CURCONN_FTP, isProftpd}, login, connections);

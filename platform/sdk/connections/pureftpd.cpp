@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "sdk/connections/account_name.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 
 namespace zevo::connections {
@@ -45,10 +45,11 @@ std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimi
 }
 
 // The user whom the process serves; empty while nobody has logged in.
-std::string userOf(const std::map<pid_t, std::string>& accounts, pid_t pid, const UserIds& ids) {
-  const auto account = accounts.find(pid);
+std::string userOf(const Sources& sources, const Process& process,
+                   const std::map<pid_t, std::string>& accounts, const UserIds& ids) {
+  const auto account = accounts.find(process.pid);
   if (account != accounts.end() && account->second != kNotLoggedIn) return account->second;
-  return ids.effective != 0 ? accountName(ids.effective) : std::string();
+  return ids.effective != 0 ? accountOf(sources, process, ids.effective) : std::string();
 }
 
 LoginReading readLogin(const Sources& sources, const Process& process,
@@ -57,7 +58,7 @@ LoginReading readLogin(const Sources& sources, const Process& process,
   const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
   if (!folder.ok()) return LoginReading::like(folder);
-  std::string user = userOf(accounts, process.pid, *ids);
+  std::string user = userOf(sources, process, accounts, *ids);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), *folder});
 }

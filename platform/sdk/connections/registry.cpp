@@ -21,6 +21,7 @@
 #include "base/text.h"
 #include "sdk/connections/afp.h"
 #include "sdk/connections/boot_clock.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/login.h"
 #include "sdk/connections/nfs.h"
 #include "sdk/connections/openssh.h"
@@ -131,6 +132,7 @@ Outcome readAll(const Paths& paths, const ToolLimits& limits,
     sources.note(kConnectionsMissing, "", processes->unread().cause());
   }
   readServices(sources, limits, &list->connections);
+  nameContainers(sources, &list->connections);
   const auto isScanned = [&sources](const Process& now) {
     const Process* then = sources.processes().find(now.pid);
     return then == nullptr || then->startTicks == now.startTicks;

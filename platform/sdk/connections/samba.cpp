@@ -43,7 +43,7 @@ Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
 Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
                   std::vector<Connection>& connections) {
   if (!runs.ok()) return Outcome::failure(runs.cause());
-  if (!*runs) return Outcome::done();
+  if (!*runs) return appendSmbProcesses(sources, kLongestSmbLogin, &connections);
   const auto [sessionsAnswer, sharesAnswer] = (*runs)->finish();
   std::optional<std::vector<SmbSession>> sessions;
   std::optional<std::vector<SmbShare>> shares;

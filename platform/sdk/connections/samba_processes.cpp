@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 
+#include "sdk/connections/containers.h"
 #include "sdk/connections/samba_records.h"
 #include "sdk/connections/trust.h"
 
@@ -37,17 +38,13 @@ Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Proce
   const bool isChild = isSmbdAbove(sources, process);
   if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
   const auto files = sources.filesOf(process);
-  const auto descriptors =
-      files.ok() ? files->sockets() : Reading<std::vector<SocketDescriptor>>::like(files);
-  if (!descriptors.ok()) return Result::like(descriptors);
-  const auto& table = sources.sockets();
-  if (!table.ok()) return Result::like(table);
+  const auto sockets =
+      files.ok() ? connectionsOf(sources, *files) : Reading<std::vector<Socket>>::like(files);
+  if (!sockets.ok()) return Result::like(sockets);
   std::optional<Socket> first;
-  for (const SocketDescriptor& descriptor : *descriptors) {
-    const Socket* socket = table->find(descriptor.inode);
-    if (socket == nullptr) continue;
-    if (isServicePort(socket->local.port)) return std::optional<Socket>(*socket);
-    if (isChild && !first) first = *socket;
+  for (const Socket& socket : *sockets) {
+    if (isServicePort(socket.local.port)) return std::optional<Socket>(socket);
+    if (isChild && !first) first = socket;
   }
   return first;
 }
@@ -57,6 +54,11 @@ Reading<bool> mayServe(const Sources& sources, const Process& process) {
   if (isSmbdAbove(sources, process)) return true;
   const auto socket = sessionSocket(sources, process);
   return socket.ok() ? Reading<bool>(socket->has_value()) : Reading<bool>::like(socket);
+}
+
+Reading<bool> isOurs(const Sources& sources, const Process& process) {
+  const auto container = containerOf(sources, process);
+  return container.ok() ? Reading<bool>(container->empty()) : Reading<bool>::like(container);
 }
 
 // What processes and sockets tell of one process.
@@ -92,6 +94,7 @@ Reading<bool> isSmbServed(const Sources& sources) {
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
     auto serving = mayServe(sources, *process);
     if (serving.ok() && *serving) serving = isVouchedFor(sources, *process, isSmbd);
+    if (serving.ok() && *serving) serving = isOurs(sources, *process);
     if (serving.ok() && *serving) return serving;
     if (serving.failed()) found = serving;
   }

@@ -14,7 +14,8 @@ namespace zevo::connections {
 // is unknown to it for good, or hangs.
 inline constexpr std::chrono::seconds kLongestSmbLogin{10};
 
-// Whether a process of Samba may serve a client.
+// Whether a process of this machine's own Samba may serve a client. The tool knows nothing of those
+// of containers.
 Reading<bool> isSmbServed(const Sources& sources);
 
 // One record, with a user and a share that say that they are not known, for each process of a

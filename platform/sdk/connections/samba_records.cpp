@@ -55,15 +55,11 @@ Reading<Process> SessionRecords::serverOf(const SmbSession& session) const {
 Reading<bool> SessionRecords::isServedHere(const SmbSession& session,
                                            const Process& process) const {
   const auto files = sources_.filesOf(process);
-  const auto descriptors =
-      files.ok() ? files->sockets() : Reading<std::vector<SocketDescriptor>>::like(files);
-  if (!descriptors.ok()) return Reading<bool>::like(descriptors);
-  const auto& table = sources_.sockets();
-  if (!table.ok()) return Reading<bool>::like(table);
-  return std::any_of(descriptors->begin(), descriptors->end(), [&](const auto& descriptor) {
-    const Socket* socket = table->find(descriptor.inode);
-    return socket != nullptr && socket->remote.port == session.clientPort &&
-           numericText(socket->remote) == session.from;
+  const auto sockets =
+      files.ok() ? connectionsOf(sources_, *files) : Reading<std::vector<Socket>>::like(files);
+  if (!sockets.ok()) return Reading<bool>::like(sockets);
+  return std::any_of(sockets->begin(), sockets->end(), [&session](const Socket& socket) {
+    return socket.remote.port == session.clientPort && numericText(socket.remote) == session.from;
   });
 }
 

@@ -22,22 +22,17 @@ using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
 Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
                            const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto descriptors =
-      files.ok() ? files->sockets() : Reading<std::vector<SocketDescriptor>>::like(files);
-  if (!descriptors.ok()) return Reading<Holder>::like(descriptors);
-  if (descriptors->empty()) return Reading<Holder>::gone();
-  const Reading<SocketTable>& table = sources.sockets();
-  if (!table.ok()) return Reading<Holder>::like(table);
+  const auto sockets =
+      files.ok() ? connectionsOf(sources, *files) : Reading<std::vector<Socket>>::like(files);
+  if (!sockets.ok()) return Reading<Holder>::like(sockets);
   Holder holder;
-  for (const SocketDescriptor& descriptor : *descriptors) {
-    const Socket* socket = table->find(descriptor.inode);
-    if (socket == nullptr) continue;
-    const bool isClient = !kind.port || socket->local.port == *kind.port;
+  for (const Socket& socket : *sockets) {
+    const bool isClient = !kind.port || socket.local.port == *kind.port;
     if (isClient && holder.process == nullptr) {
       holder.process = &process;
-      holder.socket = *socket;
+      holder.socket = socket;
     }
-    holder.hasMore |= socket->inode != holder.socket.inode;
+    holder.hasMore |= socket.inode != holder.socket.inode;
   }
   return holder.process != nullptr ? Reading<Holder>(holder) : Reading<Holder>::gone();
 }

@@ -14,6 +14,7 @@
 #include <linux/sock_diag.h>
 
 #include "base/file_failure.h"
+#include "sdk/connections/tcp_text.h"
 
 namespace zevo::connections {
 namespace {
@@ -138,6 +139,18 @@ Reading<SocketTable> SocketTable::read() {
     return Reading<SocketTable>::failure(
         "cannot ask the kernel for the TCP connections: " + errorText(errno) +
         "; load the kernel module tcp_diag and allow AF_NETLINK sockets");
+  }
+  return SocketTable(std::move(sockets));
+}
+
+Reading<SocketTable> SocketTable::readOf(const ProcessFiles& process) {
+  std::vector<Socket> sockets;
+  for (const char* table : {"tcp", "tcp6"}) {
+    const auto text = process.tcpText(table);
+    if (text.failed()) return Reading<SocketTable>::like(text);
+    if (!text.ok()) continue;  // a kernel without IPv6 has no such table
+    const auto ofFamily = parseTcpText(*text);
+    sockets.insert(sockets.end(), ofFamily.begin(), ofFamily.end());
   }
   return SocketTable(std::move(sockets));
 }

@@ -10,6 +10,7 @@
 
 #include "sdk/connections/address.h"
 #include "sdk/connections/outcome.h"
+#include "sdk/connections/process_files.h"
 
 namespace zevo::connections {
 
@@ -37,6 +38,9 @@ class SocketTable {
 
   // Asks the kernel, once for IPv4 and once for IPv6.
   static Reading<SocketTable> read();
+
+  // Reads those of the network namespace in which a process runs, once for IPv4 and once for IPv6.
+  static Reading<SocketTable> readOf(const ProcessFiles& process);
 
   // The connection of a descriptor's inode, or null: no TCP, or no longer a connection. Lives as
   // long as the table.

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,13 @@
 #include "sdk/connections/socket_table.h"
 
 namespace zevo::connections {
+
+// What this machine's own services are told by.
+struct Home {
+  ProcessFiles files;         // of the first process, or our own where that cannot be read
+  Namespaces namespaces;      // of the same
+  std::uint64_t network = 0;  // the namespace of sockets()
+};
 
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
 class Sources {
@@ -41,6 +49,14 @@ class Sources {
   [[nodiscard]] const Paths& paths() const { return paths_; }
   [[nodiscard]] const ProcessTable& processes() const { return processes_; }
   [[nodiscard]] const Reading<SocketTable>& sockets() const;
+  // Not our own process alone: services are often confined to a mount namespace, this one too.
+  [[nodiscard]] const Home& home() const {
+    if (!home_) home_ = readHome(paths_);
+    return *home_;
+  }
+  // The connections of another network namespace, in which `member` runs; read once.
+  [[nodiscard]] const Reading<SocketTable>& socketsOf(std::uint64_t network,
+                                                      const ProcessFiles& member) const;
   [[nodiscard]] Reading<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
@@ -68,12 +84,16 @@ class Sources {
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
 
  private:
+  static Home readHome(const Paths& paths);
+
   const Paths& paths_;
   const ProcessTable& processes_;
   BootClock clock_;
   SocketReader readSockets_;
   Log log_;
   mutable std::optional<Reading<SocketTable>> sockets_;
+  mutable std::map<std::uint64_t, Reading<SocketTable>> otherSockets_;  // by network namespace
+  mutable std::optional<Home> home_;
   mutable std::vector<ReadNote> notes_;
 };
 
@@ -81,6 +101,10 @@ class Sources {
 // process that vanishes meanwhile has none. A process or file that cannot be read fails the
 // collector, which appends what the others tell nevertheless.
 using Collector = Outcome (*)(const Sources& sources, std::vector<Connection>& connections);
+
+// The TCP connections of a process, by number of descriptor: those of our network namespace and
+// those of its server's, where that is another one.
+Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const ProcessFiles& files);
 
 // The TCP connection of the lowest descriptor of a process, which in a server that serves one
 // client is the client's: whatever the process opens later has a higher one. Nothing where it has

@@ -1,6 +1,6 @@
 #include "sdk/connections/telnet.h"
 
-#include "sdk/connections/account_name.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 
 namespace zevo::connections {
@@ -72,7 +72,7 @@ LoginReading readLogin(const Sources& sources, const Process& server) {
   const auto owner = loginOwner(sources, *files, *below);
   if (!owner.ok()) return LoginReading::like(owner);
   return std::optional<Login>(
-      {&server, accountName(*owner), pseudoTerminalName(below->process->terminal)});
+      {&server, accountOf(sources, server, *owner), pseudoTerminalName(below->process->terminal)});
 }
 
 }  // namespace

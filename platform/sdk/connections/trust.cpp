@@ -53,6 +53,19 @@ Reading<bool> isRootOwned(const ProcessFiles& files) {
   return isSetuid.ok() ? Reading<bool>(!*isSetuid) : isSetuid;
 }
 
+Reading<const Process*> serverOf(const Sources& sources, const Process& process) {
+  const Process* server = nullptr;
+  const Process* step = &process;
+  for (int i = 0; i < kLongestAncestry && step != nullptr; ++i) {
+    if (server != nullptr && step->name != server->name) break;
+    const auto owned = isRootOwned(sources, *step);
+    if (owned.failed()) return Reading<const Process*>::like(owned);
+    if (owned.ok() && *owned) server = step;
+    step = sources.processes().find(step->parent);
+  }
+  return server;
+}
+
 Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family) {
   const Process* step = &process;
   for (int i = 0; i < kLongestAncestry && step != nullptr; ++i) {

@@ -22,6 +22,12 @@ Reading<bool> isRootOwned(const ProcessFiles& files);
 // such a process. A service that a super-server started under another account has none.
 Reading<Title> readTitle(const Sources& sources, const Process& process);
 
+// The server to which `process` belongs: the nearest process from it upwards that root started, as
+// isRootOwned() has it, or the uppermost above that under the same name, since some servers
+// (vsftpd) give each session namespaces of its own. Null where there is none. Those that have ended
+// meanwhile are passed over.
+Reading<const Process*> serverOf(const Sources& sources, const Process& process);
+
 // Whether the service vouches for `process`: going up from it through processes of `family` leads
 // to one that root started, or to a super-server (inetd, xinetd) that root started. The way ends
 // where the family ends, so an orphan handed to init counts no longer.

@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "sdk/connections/account_name.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 #include "sdk/connections/vsftpd_guests.h"
 
@@ -68,8 +68,9 @@ const Process* endingProcess(const ServedClient& client, const Process& users) {
 
 // The account of the user's process, under which virtual users are served, too: then `folder` is
 // followed by that.
-Login untitledLogin(const Sources& sources, const Title& arguments, uid_t uid, std::string folder) {
-  Login login{.user = accountName(uid), .descr = std::move(folder)};
+Login untitledLogin(const Sources& sources, const Process& process, const Title& arguments,
+                    uid_t uid, std::string folder) {
+  Login login{.user = accountOf(sources, process, uid), .descr = std::move(folder)};
   const VsftpdGuests guests = readGuests(arguments.all, sources.paths().vsftpd);
   const std::string_view guest = guestOf(guests, login.user);
   if (!guest.empty()) login.descr.append(" (").append(guest).append(")");
@@ -92,7 +93,7 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
   if (!isUsers.ok()) return LoginReading::like(isUsers);
   if (!*isUsers) return std::optional<Login>();
   Login login = parsed.user.empty()
-                    ? untitledLogin(sources, *title, ids->effective, std::move(*folder))
+                    ? untitledLogin(sources, process, *title, ids->effective, std::move(*folder))
                     : Login{.user = parsed.user, .descr = std::move(*folder)};
   login.process = endingProcess(client, process);
   return std::optional<Login>(std::move(login));

@@ -43,6 +43,16 @@ std::string statusText(const FakeProcess& process) {
          "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + gids + "\n";
 }
 
+void writeNamespaces(const fs::path& process, const Namespaces& numbers) {
+  fs::create_directories(process / "ns");
+  const auto link = [&process](const std::string& kind, std::uint64_t number) {
+    fs::create_symlink(kind + ":[" + std::to_string(number) + "]", process / "ns" / kind);
+  };
+  link("pid", numbers.pid);
+  link("net", numbers.network);
+  link("mnt", numbers.mount);
+}
+
 }  // namespace
 
 ProcTree::ProcTree() {
@@ -62,7 +72,7 @@ ProcTree::ProcTree() {
   paths_.sharedList = folder_ + "/list";
   paths_.vsftpd = folder_ + "/vsftpd.conf";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
-  fs::create_directory(paths_.proc + "/self");
+  writeNamespaces(paths_.proc + "/self", kOurNamespaces);
   add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1});
 }
 
@@ -94,6 +104,8 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   }
   fs::create_symlink(process.cwd, folder / "cwd");
   fs::create_symlink(process.root, folder / "root");
+  writeNamespaces(folder, process.namespaces);
+  writeFile(folder / "cgroup", process.cgroup);
   for (const auto& [number, inode] : process.sockets) {
     fs::create_symlink("socket:[" + std::to_string(inode) + "]",
                        folder / "fd" / std::to_string(number));
@@ -114,6 +126,10 @@ void ProcTree::makeUnreadable(pid_t pid, const std::string& name) {
   const fs::path path = paths_.proc + "/" + std::to_string(pid) + "/" + name;
   fs::remove_all(path);
   fs::create_symlink(path, path);
+}
+
+void ProcTree::removeNamespaces(const std::string& name) {
+  fs::remove_all(paths_.proc + "/" + name + "/ns");
 }
 
 std::string ProcTree::file(const std::string& name, const std::string& content) const {

@@ -12,6 +12,9 @@
 
 namespace zevo::connections::test {
 
+// Those of the tree's own services.
+inline constexpr Namespaces kOurNamespaces = {4026531836, 4026531840, 4026531841};
+
 // A process of the tree. The fields that a test does not care about are those of a root daemon.
 struct FakeProcess {
   pid_t pid = 0;
@@ -33,6 +36,8 @@ struct FakeProcess {
   std::string cwd = "/";     // link targets need not exist
   std::string root = "/";
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
+  Namespaces namespaces = kOurNamespaces;
+  std::string cgroup = "0::/system.slice/some.service\n";
 };
 
 // Start of a process with the default `startTicks`, in the zone UTC, in which the fixtures run.
@@ -53,6 +58,9 @@ class ProcTree {
   void write(pid_t pid, const std::string& name, const std::string& content);
   // Makes a reading of /proc/PID/NAME fail otherwise than by the process's end, for root too.
   void makeUnreadable(pid_t pid, const std::string& name);
+
+  // Takes the links ns/* of /proc/NAME away, as where the process has just ended.
+  void removeNamespaces(const std::string& name);
 
   // All paths lie below the tree; only proc exists at first.
   [[nodiscard]] const Paths& paths() const { return paths_; }

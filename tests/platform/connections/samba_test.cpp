@@ -215,6 +215,21 @@ TEST_F(SambaTest, TheToolIsNotStartedWhereNobodyIsConnected) {
   EXPECT_NE(::access((tree_.folder() + "/started").c_str(), F_OK), 0);
 }
 
+TEST_F(SambaTest, TheToolIsNotAskedForAContainersSessions) {
+  constexpr Namespaces kContainers = {4026532001, 4026532002, 4026532003};
+  setTool("touch " + tree_.folder() + "/started");
+  tree_.remove(70);
+  tree_.remove(87);
+  tree_.add({.pid = 70, .name = "smbd", .namespaces = kContainers})
+      .add({.pid = 87,
+            .parent = 70,
+            .name = "smbd",
+            .sockets = {{30, 9087}},
+            .namespaces = kContainers});
+  EXPECT_THAT(read(), ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
+  EXPECT_NE(::access((tree_.folder() + "/started").c_str(), F_OK), 0);
+}
+
 TEST_F(SambaTest, ASessionThatTheToolDoesNotKnowIsARecordOnceALoginWouldBeOver) {
   addFreshSession(88, "10.20.0.4");
   addFreshSession(89, "10.20.0.3", kLongestSmbLogin + std::chrono::seconds(1));

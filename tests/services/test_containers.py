@@ -1,0 +1,136 @@
+"""Services of containers, and of this server in namespaces of their own."""
+
+import os
+import pwd
+import subprocess
+
+import listing
+import namespace
+import waiting
+from clients import ssh
+from clients.ftp import Ftp
+from daemons.container import ADDRESS, CLIENT_ADDRESS, Container
+from daemons.openssh import OpenSsh
+from daemons.vsftpd import Vsftpd
+from listing import Row
+from service_test import ServiceTest, add_users, main
+
+OWN_MOUNTS_PORT = 2201
+OWN_NETWORK_PORT = 2202
+
+# What a user can do in namespaces of their own: a process named like a server that serves a client there.
+PRETENDER = """\
+import socket, subprocess, sys
+subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
+listener = socket.create_server(("127.0.0.1", 21))
+client = socket.create_connection(("127.0.0.1", 21))
+served, _ = listener.accept()
+print("ready", flush=True)
+sys.stdin.read()
+"""
+
+
+class ConfinedSsh(OpenSsh):
+    """sshd of this server, started by unshare with options."""
+
+    def __init__(self, port, *options):
+        super().__init__(port)
+        self._options = options
+
+    def command(self):
+        return ["unshare", *self._options, *super().command()]
+
+
+def setUpModule():
+    add_users("alice", "bob")
+    for name in ("alice", "bob"):
+        ssh.allow(name)
+
+
+class ContainerTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(OpenSsh())
+        cls.container = cls.server(Container(OpenSsh(), Vsftpd()))
+
+    def inContainer(self, user):
+        return f"{user}@{self.container.label}"
+
+    def shell(self):
+        """bob's shell in the container and its row."""
+        shell = self.client(ssh.Shell, "bob", ADDRESS)
+        return shell, Row(self.inContainer("bob"), CLIENT_ADDRESS, "SSH", shell.terminal())
+
+    def kick(self, *arguments):
+        done = listing.run("kick", "--yes", *arguments)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+
+    def test_its_users_are_not_this_servers_and_have_their_addresses(self):
+        _, expected = self.shell()
+        item = self.assertList([expected])[0]
+        self.assertFalse(item["user_can_be_disabled"])
+        self.assertTrue(item["can_be_kicked"])
+
+    def test_who_is_known_by_number_only_is_unknown(self):
+        self.client(Ftp, "bob", ADDRESS)
+        self.assertList([Row(self.inContainer("unknown"), CLIENT_ADDRESS, "FTP", "/srv/container/bob")])
+
+    def test_a_kick_ends_them(self):
+        shell, expected = self.shell()
+        ftp = self.client(Ftp, "bob", ADDRESS)
+        self.assertList([expected, Row(self.inContainer("unknown"), CLIENT_ADDRESS, "FTP", "/srv/container/bob")])
+        self.kick("--user", self.inContainer("bob"))
+        waiting.until("the shell to end", shell.has_ended)
+        self.assertFalse(ftp.has_ended())
+        self.kick("--user", self.inContainer("unknown"))
+        waiting.until("the FTP session to end", ftp.has_ended)
+        self.assertEmptiesAfterwards()
+
+    def test_disabling_this_servers_bob_leaves_the_containers_bob_alone(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "bob")
+        theirs, expected = self.shell()
+        ours = self.client(ssh.Shell, "bob", "10.20.0.2")
+        self.assertList([expected, Row("bob", "10.20.0.2", "SSH", ours.terminal())])
+        done = listing.run("disable", "--yes", "bob")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("this server's bob to be put off", ours.has_ended)
+        self.assertList([expected])
+        self.assertFalse(theirs.has_ended())
+
+    def test_what_a_user_lays_out_in_namespaces_of_their_own_is_no_row(self):
+        account = pwd.getpwnam("alice")
+        program = f"{account.pw_dir}/vsftpd"
+        namespace.run("cp", os.path.realpath("/usr/bin/python3"), program)
+        user = {"user": account.pw_uid, "group": account.pw_gid, "extra_groups": []}
+        command = ["unshare", "--map-root-user", "--net", "--mount", "--pid", "--fork", "--kill-child"]
+        if subprocess.run([*command, "true"], capture_output=True, **user).returncode != 0:
+            self.skipTest("users cannot make namespaces here")
+        process = subprocess.Popen([*command, program, "-c", PRETENDER], stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, env=namespace.ENVIRONMENT, cwd="/", **user)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.stdin.close)
+        self.assertEqual(b"ready\n", process.stdout.readline())
+        _, expected = self.shell()
+        self.assertList([expected])
+
+
+class ConfinedServiceTest(ServiceTest):
+
+    def test_a_service_with_a_mount_namespace_of_its_own_serves_this_servers_accounts(self):
+        self.server(ConfinedSsh(OWN_MOUNTS_PORT, "--mount"))
+        shell = self.client(ssh.Shell, "bob", "10.20.0.2", OWN_MOUNTS_PORT)
+        item = self.assertList([Row("bob", "10.20.0.2", "SSH", shell.terminal())])[0]
+        self.assertTrue(item["user_can_be_disabled"])
+
+    def test_while_accounts_are_added_its_users_stay_this_servers(self):
+        self.server(ConfinedSsh(OWN_MOUNTS_PORT, "--mount"))
+        shell = self.client(ssh.Shell, "bob", "10.20.0.2", OWN_MOUNTS_PORT)
+        add_users("carol")
+        self.assertList([Row("bob", "10.20.0.2", "SSH", shell.terminal())])
+
+
+if __name__ == "__main__":
+    main()
