@@ -73,7 +73,7 @@ ProcTree::ProcTree() {
   paths_.vsftpd = folder_ + "/vsftpd.conf";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   writeNamespaces(paths_.proc + "/self", kOurNamespaces);
-  add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1});
+  add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1, .image = 99});
 }
 
 ProcTree::~ProcTree() {
