@@ -3,10 +3,10 @@
 #include <ctime>
 #include <utility>
 
+#include "base/local_time.h"
+#include "base/local_time.h"
 #include "base/text.h"
 #include "sdk/account_disabling.h"
-#include "sdk/account_files.h"
-#include "sdk/connections/boot_clock.h"
 #include "sdk/noted_error.h"
 
 namespace zevo {
@@ -147,8 +147,8 @@ std::optional<std::vector<DisabledAccount>> disabledAccounts(const DisablingTool
   if (!names.empty() && !readExpiry(tools.accounts.paths, names, &now)) return std::nullopt;
   std::vector<DisabledAccount> accounts;
   for (const auto& [name, disabling] : record.disablings()) {
-    accounts.push_back({name, connections::localTimeText(disabling.when), disabling.by,
-                        disabling.from, dayText(disabling.expiry), stateOf(now, name)});
+    accounts.push_back({name, localTimeText(disabling.when), disabling.by, disabling.from,
+                        dayText(disabling.expiry), stateOf(now, name)});
   }
   return accounts;
 }

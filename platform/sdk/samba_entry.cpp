@@ -9,8 +9,6 @@
 namespace zevo {
 namespace {
 
-using connections::ToolResult;
-using connections::ToolRun;
 
 // The flags that pdbedit sets; it keeps the others (the kind of account) by itself.
 constexpr std::string_view kSettableFlags = "DHLNX";

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "sdk/connections/tool_run.h"
+#include "base/tool_run.h"
 
 namespace zevo {
 
 // Samba's tool for its accounts, pdbedit, which reaches them wherever smb.conf puts them.
 struct SambaTool {
   std::string path;
-  connections::ToolLimits limits;
+  ToolLimits limits;
 };
 
 struct SambaEntry {

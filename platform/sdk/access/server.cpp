@@ -38,7 +38,7 @@ connections::ProcessTable processesOf(const connections::Paths& paths) {
 
 }  // namespace
 
-Server::Server(std::string root, connections::ToolLimits limits)
+Server::Server(std::string root, ToolLimits limits)
     : root_(std::move(root)),
       limits_(limits),
       paths_(pathsBelow(root_)),
@@ -60,7 +60,7 @@ std::optional<std::string> Server::ask(std::vector<std::string> arguments,
                                        std::string* cause) const {
   const std::string program = arguments.front();
   arguments.front() = path(program);
-  connections::ToolResult result = connections::ToolRun(arguments, limits_).finish();
+  ToolResult result = ToolRun(arguments, limits_).finish();
   if (result.complete) return std::move(result.output);
   *cause = program + " " + result.cause;
   return std::nullopt;

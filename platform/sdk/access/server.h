@@ -7,16 +7,16 @@
 
 #include "zevo/account_access.h"
 
+#include "base/tool_run.h"
 #include "sdk/access/pam_verdict.h"
 #include "sdk/connections/process_table.h"
-#include "sdk/connections/tool_run.h"
 
 namespace zevo::access {
 
 class Server {
  public:
   // `root` goes before every path, "" for the system's own: a test has a tree of its own.
-  explicit Server(std::string root = "", connections::ToolLimits limits = {});
+  explicit Server(std::string root = "", ToolLimits limits = {});
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
 
@@ -41,7 +41,7 @@ class Server {
 
  private:
   std::string root_;
-  connections::ToolLimits limits_;
+  ToolLimits limits_;
   connections::Paths paths_;
   connections::ProcessTable processes_;
 };

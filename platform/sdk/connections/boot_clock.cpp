@@ -1,10 +1,10 @@
 #include "sdk/connections/boot_clock.h"
 
-#include <array>
 #include <charconv>
 #include <string_view>
 #include <unistd.h>
 
+#include "base/local_time.h"
 #include "base/read_file.h"
 
 namespace zevo::connections {
@@ -30,13 +30,6 @@ std::optional<std::time_t> parseBootTime(std::string_view stat) {
 }
 
 }  // namespace
-
-std::string localTimeText(std::time_t time) {
-  std::tm parts{};
-  std::array<char, 64> text{};
-  if (::localtime_r(&time, &parts) == nullptr) return {};
-  return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
-}
 
 std::chrono::nanoseconds timeSinceBoot() {
   timespec now{};

@@ -11,10 +11,6 @@
 
 namespace zevo::connections {
 
-// `time` in local time as "2026-11-20 21:26:24", so that the order of texts is that of times; empty
-// where it has no such form.
-std::string localTimeText(std::time_t time);
-
 // Time since the start of the system, including that in which it slept: the clock by which the
 // kernel dates processes.
 std::chrono::nanoseconds timeSinceBoot();

@@ -8,6 +8,7 @@
 #include <string>
 #include <utility>
 
+#include "base/local_time.h"
 #include "base/read_file.h"
 #include "sdk/connections/logind.h"
 #include "sdk/connections/trust.h"

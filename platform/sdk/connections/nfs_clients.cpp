@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include "base/file_failure.h"
+#include "base/local_time.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
 #include "sdk/connections/address.h"

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <sys/types.h>
 
+#include "base/tool_run.h"
 #include "sdk/connections/sources.h"
-#include "sdk/connections/tool_run.h"
 
 namespace zevo::connections {
 

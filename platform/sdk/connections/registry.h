@@ -1,12 +1,12 @@
 // One read of all services.
 #pragma once
 
+#include "base/tool_run.h"
 #include "sdk/connections/connection_list.h"
 #include "sdk/connections/outcome.h"
 #include "sdk/connections/paths.h"
 #include "sdk/connections/shared_list.h"
 #include "sdk/connections/sources.h"
-#include "sdk/connections/tool_run.h"
 
 namespace zevo::connections {
 

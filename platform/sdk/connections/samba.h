@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "base/tool_run.h"
 #include "sdk/connections/sources.h"
-#include "sdk/connections/tool_run.h"
 
 namespace zevo::connections {
 

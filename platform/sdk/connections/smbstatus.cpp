@@ -7,6 +7,7 @@
 #include <json/reader.h>
 #include <json/value.h>
 
+#include "base/local_time.h"
 #include "sdk/connections/address.h"
 #include "sdk/connections/boot_clock.h"
 #include "sdk/connections/iso_time.h"

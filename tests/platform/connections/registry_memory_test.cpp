@@ -8,7 +8,7 @@
 #include "zevo/connections.h"
 #include "zevo/error.h"
 
-#include "sdk/connections/tool_run.h"
+#include "base/tool_run.h"
 
 namespace {
 
@@ -69,7 +69,7 @@ TEST(CurConnGetTest, MemoryExhaustionAtAnyPointIsANegativeResult) {
 
 TEST(ToolRunTest, IsGivenUpWithoutMemory) {
   {
-    const zevo::connections::ToolRun run({"/bin/sleep", "600"}, {});
+    const zevo::ToolRun run({"/bin/sleep", "600"}, {});
     allocationsLeft = 0;
   }
   allocationsLeft = -1;

@@ -1,4 +1,4 @@
-#include "sdk/connections/tool_run.h"
+#include "base/tool_run.h"
 
 #include <array>
 #include <cerrno>
@@ -13,7 +13,7 @@
 
 #include "base/file_failure.h"
 
-namespace zevo::connections {
+namespace zevo {
 namespace {
 
 constexpr int kPipeBytes = 1024 * 1024;  // what an unprivileged process may ask for at most
@@ -216,4 +216,4 @@ void ToolRun::endGroup() noexcept {
   reap(WNOHANG);
 }
 
-}  // namespace zevo::connections
+}  // namespace zevo

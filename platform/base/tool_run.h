@@ -10,7 +10,7 @@
 
 #include "base/file_descriptor.h"
 
-namespace zevo::connections {
+namespace zevo {
 
 struct ToolLimits {
   std::chrono::milliseconds time{10000};
@@ -62,4 +62,4 @@ class ToolRun {
   ToolResult result_;
 };
 
-}  // namespace zevo::connections
+}  // namespace zevo

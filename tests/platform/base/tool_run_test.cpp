@@ -1,4 +1,4 @@
-#include "sdk/connections/tool_run.h"
+#include "base/tool_run.h"
 
 #include <array>
 #include <csignal>
@@ -9,7 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace zevo::connections {
+namespace zevo {
 namespace {
 
 using std::chrono::milliseconds;
@@ -200,4 +200,4 @@ TEST(ToolRunTest, WorksWhereTheHostReapsEveryChildItself) {
 }
 
 }  // namespace
-}  // namespace zevo::connections
+}  // namespace zevo
