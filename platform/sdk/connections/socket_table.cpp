@@ -85,8 +85,7 @@ DumpProgress receive(const mnl_socket* netlink, std::vector<Socket>* sockets) {
   std::vector<char> buffer(kDatagramBytes);
   DumpProgress progress = DumpProgress::kMore;
   while (progress == DumpProgress::kMore) {
-    const ssize_t size = ::mnl_socket_recvfrom(netlink, buffer.data(), buffer.size());
-    if (size < 0 && errno == EINTR) continue;
+    const ssize_t size = receiveFromKernel(::mnl_socket_get_fd(netlink), buffer);
     if (size < 0) return DumpProgress::kFailed;
     progress = parseDump({buffer.data(), static_cast<std::size_t>(size)}, sockets);
   }
@@ -116,6 +115,26 @@ bool readFamily(std::uint8_t family, std::vector<Socket>* sockets) {
 }
 
 }  // namespace
+
+ssize_t receiveFromKernel(int netlink, std::span<char> buffer) {
+  while (true) {
+    sockaddr_nl sender{};
+    iovec place{buffer.data(), buffer.size()};
+    msghdr message{};
+    message.msg_name = &sender;
+    message.msg_namelen = sizeof(sender);
+    message.msg_iov = &place;
+    message.msg_iovlen = 1;
+    const ssize_t size = ::recvmsg(netlink, &message, 0);
+    if (size < 0 && errno == EINTR) continue;
+    if (size < 0) return -1;
+    // Any process may write to the port of this socket.
+    if (message.msg_namelen != sizeof(sender) || sender.nl_pid != 0) continue;
+    if ((message.msg_flags & MSG_TRUNC) == 0) return size;
+    errno = EMSGSIZE;
+    return -1;
+  }
+}
 
 DumpProgress parseDump(std::span<const char> datagram, std::vector<Socket>* sockets) {
   std::array<mnl_cb_t, NLMSG_DONE + 1> control{};

@@ -26,6 +26,10 @@ struct Socket {
 
 enum class DumpProgress { kMore, kDone, kInterrupted, kFailed };
 
+// The next datagram of the kernel's at this socket, whole, in `buffer`; those of other processes
+// are dropped. Its size, or -1 with errno set.
+ssize_t receiveFromKernel(int netlink, std::span<char> buffer);
+
 // Takes the sockets out of one netlink datagram of sock_diag. kInterrupted: the dump may lack
 // connections and is to be made anew. kFailed: errno says why.
 DumpProgress parseDump(std::span<const char> datagram, std::vector<Socket>* sockets);

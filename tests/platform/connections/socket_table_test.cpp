@@ -1,6 +1,7 @@
 #include "sdk/connections/socket_table.h"
 
 #include <arpa/inet.h>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <netinet/in.h>
@@ -51,6 +52,45 @@ void appendSocket(std::string* datagram, std::uint8_t family, const char* local,
 
 void appendEnd(std::string* datagram, int error) {
   appendMessage(datagram, NLMSG_DONE, 0, &error, sizeof(error));
+}
+
+// A netlink socket with a port of its own.
+struct Netlink {
+  Netlink() {
+    EXPECT_EQ(::bind(file.get(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    socklen_t size = sizeof(address);
+    EXPECT_EQ(::getsockname(file.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
+  }
+  // Sends a message that every receiver answers with an error.
+  [[nodiscard]] bool send(const sockaddr_nl& to) const {
+    const nlmsghdr unknown{sizeof(unknown), NLMSG_MIN_TYPE, NLM_F_REQUEST | NLM_F_ACK, 7, 0};
+    return ::sendto(file.get(), &unknown, sizeof(unknown), 0,
+                    reinterpret_cast<const sockaddr*>(&to), sizeof(to)) == sizeof(unknown);
+  }
+
+  FileDescriptor file{::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_SOCK_DIAG)};
+  sockaddr_nl address{AF_NETLINK, 0, 0, 0};
+};
+
+TEST(SocketDumpTest, BelievesTheKernelAlone) {
+  const Netlink ours;
+  const Netlink stranger;
+  if (!stranger.send(ours.address)) GTEST_SKIP() << "needs the right to write to others' sockets";
+  ASSERT_TRUE(ours.send({AF_NETLINK, 0, 0, 0}));
+  std::array<char, 1024> buffer{};
+  const ssize_t size = receiveFromKernel(ours.file.get(), buffer);
+  ASSERT_GE(size, static_cast<ssize_t>(sizeof(nlmsghdr)));
+  nlmsghdr header{};
+  std::memcpy(&header, buffer.data(), sizeof(header));
+  EXPECT_EQ(header.nlmsg_type, NLMSG_ERROR);
+}
+
+TEST(SocketDumpTest, BelievesNoDatagramThatWasCut) {
+  const Netlink ours;
+  ASSERT_TRUE(ours.send({AF_NETLINK, 0, 0, 0}));
+  std::array<char, 8> buffer{};
+  EXPECT_EQ(receiveFromKernel(ours.file.get(), buffer), -1);
+  EXPECT_EQ(errno, EMSGSIZE);
 }
 
 TEST(SocketDumpTest, TakesInodeOwnerAndBothEndsOfBothFamilies) {
