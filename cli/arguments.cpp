@@ -11,6 +11,7 @@
 
 #include "columns.h"
 #include "help_texts.h"
+#include "numbers.h"
 #include "text.h"
 
 namespace cli {
@@ -99,6 +100,7 @@ struct Grammar {
   ShowDisabled showDisabled;
   ListingWords reportWords;
   std::optional<std::string> reportFile;
+  std::optional<std::string> reportMode;
   LoginLink loginLink;
 
   [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
@@ -165,6 +167,8 @@ void addReport(Grammar* grammar) {
   addOrder(report, &grammar->reportWords);
   addWord(report, "-o,--output", "FILE", "Where to (default: currentlog.html; -: print it)",
           &grammar->reportFile);
+  addWord(report, "--mode", "MODE", "Who may read the file, as chmod takes it (default: 600)",
+          &grammar->reportMode);
 }
 
 void addLoginLink(Grammar* grammar) {
@@ -297,8 +301,11 @@ std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
   std::optional<Listing> listing = checkListing(grammar.reportWords, wrong);
   if (!listing) return {};
   const std::string file = grammar.reportFile.value_or("currentlog.html");
-  if (!file.empty()) return Report{std::move(*listing), file};
-  *wrong = "--output must be the name of a file, or - to print the report";
+  const auto mode = parseNumber<mode_t>(grammar.reportMode.value_or("600"), 8);
+  if (!file.empty() && mode && *mode <= 0777) return Report{std::move(*listing), file, *mode};
+  *wrong = file.empty() ? "--output must be the name of a file, or - to print the report"
+                        : "--mode must be an octal mode up to 777, such as 640, found \"" +
+                              *grammar.reportMode + "\"";
   return {};
 }
 

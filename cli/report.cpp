@@ -64,23 +64,15 @@ std::optional<std::string> printedReport(const Report& request, Backend& backend
   return printed;
 }
 
-// The mode of a file that any other program would create.
-mode_t usualMode() {
-  const mode_t mask = umask(0);
-  umask(mask);
-  return 0666 & ~mask;
-}
-
-ExitCode store(const std::string& file, std::string_view page) {
+ExitCode store(const Report& request, std::string_view page) {
+  const std::string& file = request.file;
   if (file == "-") return printText(std::string(page));
   struct stat target = {};
   if (stat(file.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
     return fail(file + " is there and is no ordinary file");
   }
-  zevo::ReplaceOptions options;
-  options.mode = usualMode();
   const std::array<std::string_view, 1> pieces = {page};
-  const auto failure = zevo::replaceFile(file, pieces, options);
+  const auto failure = zevo::replaceFile(file, pieces, {.mode = request.mode});
   if (failure) return fail(failure->text());
   return printText("the report is in " + displayText(file, Charset::kUtf8) + "\n");
 }
@@ -103,7 +95,7 @@ ExitCode writeReport(const Report& request, Backend& backend) {
   if (!printed) return fail(reason);
   const std::optional<std::string_view> page = pageIn(*printed);
   if (!page) return fail("the method's page is not whole");
-  return store(request.file, *page);
+  return store(request, *page);
 }
 
 }  // namespace cli

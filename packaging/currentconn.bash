@@ -10,7 +10,7 @@ _currentconn_words() {
     disable) echo "$(compgen -u) --yes --dry-run $common" ;;
     enable) echo "$(compgen -u) $common" ;;
     disabled) echo "--json $common" ;;
-    report) echo "--filter $order --output $common" ;;
+    report) echo "--filter $order --output --mode $common" ;;
     login-link) echo "$(compgen -u) --url $common" ;;
     *) echo "list mine kick disable enable disabled report login-link $common" ;;
   esac
@@ -37,7 +37,7 @@ _currentconn() {
     --service) _currentconn_offer 'cifs afp ftp sftp ssh telnet web' "$current" ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$current") ;;
     --config | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
-    --filter | --from | --start | --limit | --url) COMPREPLY=() ;;
+    --filter | --from | --start | --limit | --url | --mode) COMPREPLY=() ;;
     *) _currentconn_offer "$(_currentconn_words "$command")" "$current" ;;
   esac
 }

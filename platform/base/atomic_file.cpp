@@ -41,7 +41,8 @@ FileOperations& FileOperations::system() {
 
 namespace {
 
-constexpr std::string_view kMark = ".new-";
+// Leftovers are removed by this mark, so it is one that nobody else gives.
+constexpr std::string_view kMark = ".currentconn-new-";
 constexpr std::string_view kRandom = "XXXXXX";
 
 std::string folderOf(const std::string& path) {
@@ -90,11 +91,30 @@ bool describesContent(std::string_view attribute) {
   return attribute == "security.ima" || attribute == "security.evm";
 }
 
+// Attributes that the kernel's security modules give to each new file by themselves.
+bool isLabel(std::string_view attribute) {
+  return attribute == "security.selinux" || attribute.starts_with("security.SMACK64");
+}
+
+std::optional<std::string> attributeOf(int file, const char* name) {
+  std::string value(64UL * 1024, '\0');  // XATTR_SIZE_MAX
+  const ssize_t size = ::fgetxattr(file, name, value.data(), value.size());
+  if (size < 0) return std::nullopt;
+  value.resize(static_cast<std::size_t>(size));
+  return value;
+}
+
 bool copyAttribute(FileOperations& operations, int from, int to, const char* name) {
-  std::vector<char> value(64UL * 1024);  // XATTR_SIZE_MAX
-  const ssize_t size = ::fgetxattr(from, name, value.data(), value.size());
-  if (size < 0) return errno == ENODATA;
-  return operations.fsetxattr(to, name, value.data(), static_cast<std::size_t>(size)) == 0;
+  const auto value = attributeOf(from, name);
+  if (!value) return errno == ENODATA;
+  if (attributeOf(to, name) == value) return true;
+  if (operations.fsetxattr(to, name, value->data(), value->size()) == 0) return true;
+  const int error = errno;
+  // Without its module nothing labels files, and setting a label takes rights that a confined
+  // process lacks. A label that differs is the module's decision, which must not stand.
+  const bool isInactive = (error == EPERM || error == ENOTSUP) && !attributeOf(to, name);
+  errno = error;
+  return isInactive && isLabel(name);
 }
 
 bool copyAttributes(FileOperations& operations, int from, int to) {
@@ -110,9 +130,12 @@ bool copyAttributes(FileOperations& operations, int from, int to) {
   return true;
 }
 
-// The name of the call that failed, or null.
-const char* makeLike(FileOperations& operations, const FileDescriptor& old, int file, mode_t mode) {
-  if (!old) return operations.fchmod(file, mode) == 0 ? nullptr : "set the mode of";
+// The names of the calls that failed, or null.
+const char* makeNew(FileOperations& operations, int file, mode_t mode) {
+  return operations.fchmod(file, mode) == 0 ? nullptr : "set the mode of";
+}
+
+const char* makeLike(FileOperations& operations, const FileDescriptor& old, int file) {
   struct stat status {};
   if (::fstat(old.get(), &status) != 0) return "read";
   // The owner first: a change of owner clears bits of the mode.
@@ -142,8 +165,11 @@ std::optional<FileFailure> replaceFile(const std::string& target,
                                        const ReplaceOptions& options, FileOperations& operations) {
   const FileDescriptor folder = openFile(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY);
   if (!folder) return FileFailure{"open", folderOf(target), errno};
-  const FileDescriptor old = openFile(target.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-  if (!old && errno != ENOENT && errno != ELOOP) return FileFailure{"open", target, errno};
+  FileDescriptor old;
+  if (options.keepsIdentity) {
+    old = openFile(target.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!old && errno != ENOENT && errno != ELOOP) return FileFailure{"open", target, errno};
+  }
   if (options.removeLeftovers) removeLeftoversOf(target);
 
   Temporary temporary(target);
@@ -151,9 +177,9 @@ std::optional<FileFailure> replaceFile(const std::string& target,
     return FileFailure{operation, temporary.path(), errno};
   };
   if (temporary.file() < 0) return failed("create");
-  if (const char* operation = makeLike(operations, old, temporary.file(), options.mode)) {
-    return failed(operation);
-  }
+  const char* refused = old ? makeLike(operations, old, temporary.file())
+                            : makeNew(operations, temporary.file(), options.mode);
+  if (refused != nullptr) return failed(refused);
   for (const std::string_view piece : pieces) {
     if (!writeAll(operations, temporary.file(), piece)) return failed("write");
   }

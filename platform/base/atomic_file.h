@@ -31,9 +31,15 @@ class FileOperations {
 };
 
 struct ReplaceOptions {
-  // Owner, group, mode and extended attributes of the new file are those of the old one; where
-  // there is none, the caller's own and `mode`.
+  // Of the new file, which belongs to the caller.
   mode_t mode = 0600;
+  // Gives the new file owner, group, mode and extended attributes of the old one, where there is
+  // one. Only for an edit of a file whose owner is to be trusted: whoever lays a file under the
+  // name beforehand would own what is written there. A label that the kernel gives to no file by
+  // now, since its security module is not active, may be lost; any other attribute that cannot be
+  // kept fails the replacement. Attributes "trusted.*" can be seen, and kept, by a process with
+  // CAP_SYS_ADMIN alone.
+  bool keepsIdentity = false;
   // Removes temporaries that writers killed in the middle left beside the target. Only for a caller
   // that holds a lock against other writers.
   bool removeLeftovers = false;

@@ -154,7 +154,8 @@ int writeLocked(const AccountDatabase& database, const ShadowWrite& write, const
   if (after == before) return ZEVO_ERR_NONE;
   const std::array<std::string_view, 1> pieces = {after};
   const auto failure =
-      replaceFile(database.paths.shadow, pieces, {.removeLeftovers = true}, *database.operations);
+      replaceFile(database.paths.shadow, pieces, {.keepsIdentity = true, .removeLeftovers = true},
+                  *database.operations);
   return failure ? notedError(*failure) : ZEVO_ERR_NONE;
 }
 

@@ -69,7 +69,8 @@ int deleteLine(const std::string& path, std::string_view key, FileOperations& op
   const auto start = static_cast<std::size_t>(line.data() - content.data());
   const std::array<std::string_view, 2> rest = {content.substr(0, start),
                                                 content.substr(start + line.size())};
-  if (const auto failure = replaceFile(path, rest, {.removeLeftovers = true}, operations)) {
+  if (const auto failure =
+          replaceFile(path, rest, {.keepsIdentity = true, .removeLeftovers = true}, operations)) {
     return fail(ZEVO_ERR_SYSTEM, failure->text());
   }
   return 1;

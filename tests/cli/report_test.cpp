@@ -103,17 +103,28 @@ TEST_F(ReportTest, LeavesTheOldFileWhereThePageIsNotWhole) {
   }
 }
 
-TEST_F(ReportTest, ReplacesTheOldFileAndKeepsItsMode) {
+TEST_F(ReportTest, BelongsToTheCallerWhoeverLaidAFileThere) {
   std::ofstream(file()) << "old";
-  chmod(file().c_str(), 0640);
+  chmod(file().c_str(), 0666);
+  ASSERT_EQ(chown(file().c_str(), 1234, 1234), 0);
   EXPECT_EQ(program.run({"report", "-o", file()}).exitCode, 0);
   EXPECT_EQ(content(), kPage);
-  EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0640));
+  struct stat status = {};
+  ASSERT_EQ(stat(file().c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
 }
 
-TEST_F(ReportTest, IsCreatedAsTheUmaskSays) {
-  EXPECT_EQ(program.run({"report", "-o", file()}, [] { umask(027); }).exitCode, 0);
-  EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0640));
+TEST_F(ReportTest, IsReadableAsAskedForOnly) {
+  EXPECT_EQ(program.run({"report", "-o", file()}, [] { umask(0); }).exitCode, 0);
+  EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0600));
+  EXPECT_EQ(program.run({"report", "-o", file(), "--mode", "0644"}).exitCode, 0);
+  EXPECT_EQ(fs::status(file()).permissions(), fs::perms(0644));
+  for (const char* mode : {"u+r", "1777", "", "8"}) {
+    const Outcome run = program.run({"report", "-o", file(), "--mode", mode});
+    EXPECT_EQ(run.exitCode, 2) << mode;
+    EXPECT_NE(run.err.find("--mode must be an octal mode up to 777"), std::string::npos) << run.err;
+  }
 }
 
 TEST_F(ReportTest, FollowsNoLink) {

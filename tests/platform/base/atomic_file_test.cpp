@@ -2,9 +2,11 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <string>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <tuple>
 #include <unistd.h>
 
 #include <gmock/gmock.h>
@@ -47,7 +49,7 @@ TEST(ReplaceFile, KeepsOwnerModeAndAttributes) {
   ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
   ASSERT_EQ(::chmod(path.c_str(), 0461), 0);
   const bool attributes = ::setxattr(path.c_str(), "trusted.note", "kept", 4, 0) == 0;
-  EXPECT_FALSE(replaceFile(path, kPieces));
+  EXPECT_FALSE(replaceFile(path, kPieces, {.keepsIdentity = true}));
   struct stat status {};
   ASSERT_EQ(::stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_uid, 12U);
@@ -73,7 +75,7 @@ TEST_P(OneOperationFails, LeavesTheOldFileAndNothingElse) {
   const TemporaryFolder folder;
   const std::string path = folder.write("target", "old content");
   FailingOperations operations(GetParam(), ENOSPC);
-  const auto failure = replaceFile(path, kPieces, {}, operations);
+  const auto failure = replaceFile(path, kPieces, {.keepsIdentity = true}, operations);
   ASSERT_TRUE(failure);
   EXPECT_EQ(failure->error, ENOSPC);
   EXPECT_EQ(contentOf(path), "old content");
@@ -92,18 +94,56 @@ TEST(ReplaceFile, LeavesTheOldFileWhereAnAttributeCannotBeKept) {
     GTEST_SKIP() << "this file system has no extended attributes";
   }
   FailingOperations operations(Operation::kSetXattr, ENOSPC);
-  EXPECT_TRUE(replaceFile(path, kPieces, {}, operations));
+  EXPECT_TRUE(replaceFile(path, kPieces, {.keepsIdentity = true}, operations));
   EXPECT_EQ(contentOf(path), "old content");
 }
+
+TEST(ReplaceFile, BelongsToTheCallerWhoeverLaidAFileThere) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a file away";
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old");
+  ASSERT_EQ(::chown(path.c_str(), 12, 34), 0);
+  ASSERT_EQ(::chmod(path.c_str(), 0666), 0);
+  EXPECT_FALSE(replaceFile(path, kPieces));
+  struct stat status {};
+  ASSERT_EQ(::stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_uid, 0U);
+  EXPECT_EQ(status.st_gid, ::getegid());
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+// The attributes of a file that this process, once confined, may not set.
+class Confined : public testing::TestWithParam<std::tuple<const char*, bool>> {};
+
+TEST_P(Confined, LosesOnlyTheLabelsOfModulesThatAreNotActive) {
+  const auto [attribute, isTolerated] = GetParam();
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old content");
+  if (::setxattr(path.c_str(), attribute, "label", 6, 0) != 0) {
+    GTEST_SKIP() << "no " << attribute << " here: " << std::strerror(errno);
+  }
+  FailingOperations operations(Operation::kSetXattr, EPERM);
+  const auto failure = replaceFile(path, kPieces, {.keepsIdentity = true}, operations);
+  EXPECT_EQ(!failure.has_value(), isTolerated);
+  EXPECT_EQ(contentOf(path), isTolerated ? "new content" : "old content");
+}
+
+INSTANTIATE_TEST_SUITE_P(ReplaceFile, Confined,
+                         testing::Values(std::tuple("security.selinux", true),
+                                         std::tuple("security.SMACK64", true),
+                                         std::tuple("security.other", false),
+                                         std::tuple("user.note", false)));
 
 TEST(ReplaceFile, RemovesLeftoversOfItsOwnTargetOnRequest) {
   const TemporaryFolder folder;
   const std::string path = folder.write("target", "old");
-  folder.write("target.new-abcdef", "half");
-  folder.write("target.new-abcdefg", "somebody else's");
-  folder.write("other.new-abcdef", "somebody else's");
+  folder.write("target.currentconn-new-abcdef", "half");
+  folder.write("target.currentconn-new-abcdefg", "somebody else's");
+  folder.write("target.new-backup", "somebody else's");
+  folder.write("other.currentconn-new-abcdef", "somebody else's");
   EXPECT_FALSE(replaceFile(path, kPieces, {.removeLeftovers = true}));
-  EXPECT_THAT(folder.names(), ElementsAre("other.new-abcdef", "target", "target.new-abcdefg"));
+  EXPECT_THAT(folder.names(), ElementsAre("other.currentconn-new-abcdef", "target",
+                                          "target.currentconn-new-abcdefg", "target.new-backup"));
 }
 
 TEST(ReplaceFile, FailsWithoutTheFolder) {

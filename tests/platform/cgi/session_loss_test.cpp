@@ -169,7 +169,7 @@ TEST_F(SessionLoss, LeavesNoTemporaryFilesBehindTheNextEdit) {
   }
   ASSERT_TRUE(add(ledger_->used++));
   for (const auto& entry : std::filesystem::directory_iterator(folder_.file("run"))) {
-    EXPECT_EQ(entry.path().filename().string().find(".new-"), std::string::npos) << entry.path();
+    EXPECT_EQ(entry.path().filename().string().find(".currentconn-new-"), std::string::npos) << entry.path();
   }
 }
 
