@@ -17,17 +17,13 @@
 #include "zevo/session_file.h"
 
 #include "base/file_failure.h"
+#include "base/trusted_library.h"
 
 namespace cli {
 namespace {
 
 constexpr const char* kApi = "ZEVO.Core.CurrentConnection";
 constexpr std::int64_t kVersion = 1;
-
-std::string loaderError() {
-  const char* error = dlerror();
-  return error ? error : "unknown reason";
-}
 
 Answer readAnswer(const ZEVO::APIResponse& response) {
   Answer answer;
@@ -112,11 +108,14 @@ void ModuleBackend::log(const std::string& method, const Json::Value& parameters
 
 bool ModuleBackend::load(std::string* cause) {
   if (table_) return true;
-  void* module = dlopen(modulePath_.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (access(modulePath_.c_str(), F_OK) != 0) {
+    *cause = "the module " + modulePath_ + " is missing: reinstall currentconn";
+    return false;
+  }
+  std::string reason;
+  void* module = zevo::loadTrustedLibrary(modulePath_, &reason);
   if (!module) {
-    *cause = access(modulePath_.c_str(), F_OK) == 0
-                 ? "the module cannot be loaded, reinstall currentconn: " + loaderError()
-                 : "the module " + modulePath_ + " is missing: reinstall currentconn";
+    *cause = "the module cannot be loaded, reinstall currentconn: " + reason;
     return false;
   }
   void* symbol = dlsym(module, kGetAPITableName);

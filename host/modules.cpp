@@ -1,13 +1,10 @@
 #include "modules.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <dlfcn.h>
-#include <sys/stat.h>
-#include <vector>
+#include <utility>
 
-#include "base/file_failure.h"
+#include "base/trusted_library.h"
 
 namespace host {
 namespace {
@@ -23,27 +20,14 @@ std::vector<std::filesystem::path> librariesIn(const std::filesystem::path& fold
   return libraries;
 }
 
-// Why the file must not be loaded; empty where nothing speaks against it.
-std::string refusal(const std::filesystem::path& library) {
-  struct stat status {};
-  if (::stat(library.c_str(), &status) != 0) return zevo::errorText(errno);
-  if ((status.st_mode & S_IWOTH) != 0) return "everybody may write it; run chmod o-w on it";
-  return "";
-}
-
 bool fail(std::string* error, const std::string& source, const std::string& reason) {
   *error = "cannot load the module " + source + ": " + reason;
   return false;
 }
 
 const ApiMethodRow* tableOf(const std::filesystem::path& library, std::string* reason) {
-  *reason = refusal(library);
-  if (!reason->empty()) return nullptr;
-  void* handle = ::dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
-  if (handle == nullptr) {
-    *reason = ::dlerror();
-    return nullptr;
-  }
+  void* handle = zevo::loadTrustedLibrary(library.string(), reason);
+  if (handle == nullptr) return nullptr;
   const auto getTable = reinterpret_cast<GetAPITableFunction>(::dlsym(handle, kGetAPITableName));
   if (getTable == nullptr) {
     *reason = std::string("it does not export ") + kGetAPITableName;

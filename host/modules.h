@@ -18,7 +18,7 @@ class Modules {
  public:
   // Loads every *.so of `folder`, in the order of their names. Returns false with *error naming the
   // file and the reason where one cannot be loaded, has no table, offers a method that another one
-  // has, or could have been written by anybody; also where there is none.
+  // has, or could have been put there by anybody but root; also where there is none.
   bool load(const std::filesystem::path& folder, std::string* error);
 
   // Adds the rows of a table; false with *error where one is taken or incomplete.

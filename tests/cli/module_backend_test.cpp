@@ -116,6 +116,19 @@ TEST_F(ModuleBackendTest, AnEnforcingCallWithoutAModuleLeavesALineToo) {
   EXPECT_EQ(log(), std::vector<std::string>{"disable_user nobody: no answer"});
 }
 
+TEST_F(ModuleBackendTest, AModuleOfAnOrdinaryUserIsNotLoaded) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to give a file away";
+  const std::filesystem::path own = folder_ / "module.so";
+  std::filesystem::copy(CURRENTCONN_FAKE_MODULE, own);
+  std::filesystem::permissions(own, std::filesystem::perms(0755));
+  ASSERT_EQ(chown(own.c_str(), 1234, 1234), 0);
+  ModuleBackend foreign(own.string(), (folder_ / "sessions").string(), {"admin", true});
+  EXPECT_EQ(foreign.call("list", Json::Value(Json::objectValue)),
+            failedAnswer("the module cannot be loaded, reinstall currentconn: " + own.string() +
+                         " belongs to the user 1234 instead of root; run chown root on it, or "
+                         "install it anew"));
+}
+
 TEST_F(ModuleBackendTest, ReadingLeavesNone) {
   answer(R"({"list":[{"data":null}]})");
   EXPECT_EQ(backend.call("list", Json::Value(Json::objectValue)).status, Answer::Status::kDone);

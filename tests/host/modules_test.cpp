@@ -1,6 +1,9 @@
 #include "modules.h"
 
 #include <filesystem>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -52,11 +55,53 @@ TEST(LoadedModules, MustBeLibraries) {
               HasSubstr("cannot load the module " + folder.file("broken.so")));
 }
 
-TEST(LoadedModules, MustNotBeEverybodysToWrite) {
-  const TemporaryFolder folder;
-  std::filesystem::copy(MODULES_FOLDER "/misbehaving/misbehaving.so", folder.file("m.so"));
-  std::filesystem::permissions(folder.file("m.so"), std::filesystem::perms::all);
-  EXPECT_THAT(errorOf(folder.path()), HasSubstr("everybody may write it"));
+// A module, alone in a folder.
+class OneModule : public testing::Test {
+ protected:
+  OneModule() {
+    std::filesystem::copy(MODULES_FOLDER "/misbehaving/misbehaving.so", path_);
+    ::chmod(path_.c_str(), 0755);
+    ::chmod(folder_.path().c_str(), 0755);
+  }
+
+  TemporaryFolder folder_;
+  std::string path_ = folder_.file("m.so");
+};
+
+TEST_F(OneModule, IsLoaded) {
+  EXPECT_EQ(errorOf(folder_.path()), "");
+}
+
+TEST_F(OneModule, MustNotBeWritableByOthers) {
+  for (const mode_t mode : {0775U, 0757U}) {
+    ::chmod(path_.c_str(), mode);
+    EXPECT_EQ(errorOf(folder_.path()), "cannot load the module " + path_ + ": " + path_ +
+                                           " can be written by others than its owner; run chmod "
+                                           "go-w on it");
+  }
+}
+
+TEST_F(OneModule, MustNotLieInAFolderThatOthersCanWrite) {
+  for (const mode_t mode : {0775U, 01777U}) {
+    ::chmod(folder_.path().c_str(), mode);
+    EXPECT_THAT(errorOf(folder_.path()),
+                HasSubstr(": " + folder_.path() + " can be written by others"));
+  }
+}
+
+TEST_F(OneModule, MustBelongToRootAndSoMustItsFolder) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to give a file away";
+  ASSERT_EQ(::chown(path_.c_str(), 1234, 0), 0);
+  EXPECT_THAT(errorOf(folder_.path()), HasSubstr(path_ + " belongs to the user 1234"));
+  ASSERT_EQ(::chown(path_.c_str(), 0, 0), 0);
+  ASSERT_EQ(::chown(folder_.path().c_str(), 1234, 0), 0);
+  EXPECT_THAT(errorOf(folder_.path()), HasSubstr(folder_.path() + " belongs to the user 1234"));
+}
+
+TEST_F(OneModule, MustBeNoLink) {
+  std::filesystem::rename(path_, folder_.file("hidden"));
+  std::filesystem::create_symlink(folder_.file("hidden"), path_);
+  EXPECT_THAT(errorOf(folder_.path()), HasSubstr(path_ + ": it is a symbolic link"));
 }
 
 }  // namespace

@@ -1,0 +1,72 @@
+#include "base/trusted_library.h"
+
+#include <cerrno>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "base/file_descriptor.h"
+#include "base/file_failure.h"
+
+namespace zevo {
+namespace {
+
+// Why what `file` is must not be believed; empty where nothing speaks against it.
+std::string objectionTo(const FileDescriptor& file, const std::string& path, mode_t kind) {
+  struct stat status {};
+  if (::fstat(file.get(), &status) != 0) return "cannot read " + path + ": " + errorText(errno);
+  if ((status.st_mode & S_IFMT) != kind) return path + " is no ordinary file";
+  if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
+    return path + " belongs to the user " + std::to_string(status.st_uid) +
+           " instead of root; run chown root on it, or install it anew";
+  }
+  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+    return path + " can be written by others than its owner; run chmod go-w on it";
+  }
+  return "";
+}
+
+FileDescriptor openTrusted(const std::string& path, std::string* reason) {
+  const std::filesystem::path name(path);
+  const std::string folderPath = name.has_parent_path() ? name.parent_path().string() : ".";
+  const FileDescriptor folder = openFile(folderPath.c_str(), O_RDONLY | O_DIRECTORY);
+  FileDescriptor file;
+  if (folder) {
+    file = openFileAt(folder.get(), name.filename().c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  }
+  if (!file) {
+    const int error = errno;
+    *reason = "cannot open " + path + ": " +
+              (error == ELOOP ? std::string("it is a symbolic link") : errorText(error));
+    return {};
+  }
+  *reason = objectionTo(folder, folderPath, S_IFDIR);
+  if (reason->empty()) *reason = objectionTo(file, path, S_IFREG);
+  return reason->empty() ? std::move(file) : FileDescriptor();
+}
+
+}  // namespace
+
+void* loadTrustedLibrary(const std::string& path, std::string* reason) {
+  FileDescriptor file = openTrusted(path, reason);
+  if (!file) return nullptr;
+  const std::string name = "/proc/self/fd/" + std::to_string(file.get());
+  void* library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (library != nullptr) {
+    // The loader takes a second library of the same name for the first one, so the number must not
+    // become another file's.
+    static_cast<void>(file.release());
+    return library;
+  }
+  *reason = ::dlerror();
+  if (const std::size_t at = reason->find(name); at != std::string::npos) {
+    reason->replace(at, name.size(), path);
+  }
+  return nullptr;
+}
+
+}  // namespace zevo
