@@ -26,7 +26,7 @@ pageTest('what follows is said before anything happens', async ({ driver, world 
     'Disable carol?',
     "carol can no longer log in to services that check this server's accounts.",
     'All logins of carol to this page end, at any address.',
-    'chage -E -1 carol',
+    'currentconn enable carol',
     '2 connections of carol end now; unsaved work can be lost:',
     'pts/3',
   ]) {
@@ -50,6 +50,17 @@ pageTest('a disabled user is said with what became of the connections', async ({
   assert.equal(world.accounts.get('carol').isDisabled, true);
   await driver.press('Done');
   await eventually(async () => (await driver.rows()).map(([user]) => user), ['bob']);
+});
+
+pageTest('a service that still lets the disabled user in is named', async ({ driver, world }) => {
+  someConnections(world);
+  world.disablingWarnings = [{ code: 'still_let_in', service: 'CIFS', detail: 'pdbedit: no reason' }];
+  await driver.enter();
+  await askToDisableCarol(driver);
+  await driver.press('Disable carol');
+  await driver.dialogTitle('carol is disabled only in part');
+  assert.match(await driver.dialogText(), /CIFS still lets carol in\.[^]*currentconn disable carol/);
+  await driver.press('Done');
 });
 
 pageTest('connections that the list may lack are not called ended', async ({ driver, world }) => {

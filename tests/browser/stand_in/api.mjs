@@ -38,7 +38,7 @@ async function callMethod(world, method, name, { verb, parameters }) {
     await world.kick(parameters);
     return { status: 200, data: null };
   }
-  return (await world.disable(parameters.users, name)) ?? { status: 200, data: null };
+  return (await world.disable(parameters.users, name)) ?? { status: 200, data: null, warnings: world.disablingWarnings };
 }
 
 function logIn(world, request) {

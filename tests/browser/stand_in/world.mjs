@@ -26,6 +26,7 @@ export class World {
     this.failures = new Map(); // method → function(request) → {status, code, causes, retryAfter} or null
     this.whenKicked = new Map(); // pid → "stays" or "comes back"
     this.lastAdmins = new Set(); // names whose disabling is refused with 7100
+    this.disablingWarnings = undefined; // beside the answer to disable_user
     this.warnings = undefined; // beside the lists: [{code, service, detail}]
     this.isAway = false; // takes connections and breaks them off
     this.calls = []; // {method, parameters, isBackground}

@@ -21,9 +21,15 @@ export async function read(path, { parameters = {}, signal, isBackground = false
 
 // A call that changes something.
 export async function post(path, body) {
+  return (await postForAll(path, body)).data;
+}
+
+// The same with what the server warns of: {data, warnings}.
+export async function postForAll(path, body) {
   const headers = { 'Content-Type': 'application/json' };
   const options = { method: 'POST', headers, body: JSON.stringify(body) };
-  return (await answerOf(await send(new URL(path, kBase), options, kWorkTimeout))).data;
+  const { data, warnings = [] } = await answerOf(await send(new URL(path, kBase), options, kWorkTimeout));
+  return { data, warnings };
 }
 
 // A file, as a Blob.

@@ -1,7 +1,7 @@
 // The methods of the API "ZEVO.Core.CurrentConnection".
 import { filterLocally, listParameters } from '../model/query.js';
 import { kickParameters } from '../model/ending.js';
-import { fetchFile, post, read } from './call.js';
+import { fetchFile, post, postForAll, read } from './call.js';
 
 const kApi = 'ZEVO.Core.CurrentConnection/1';
 
@@ -23,8 +23,9 @@ export function kick(call) {
   return post(`${kApi}/kick_connection`, kickParameters(call));
 }
 
-export function disableUser(name) {
-  return post(`${kApi}/disable_user`, { users: [name] });
+// What the server warns of, once it is done.
+export async function disableUser(name) {
+  return (await postForAll(`${kApi}/disable_user`, { users: [name] })).warnings;
 }
 
 // The report, as a Blob. The method itself reports no failure, so the list is asked first.

@@ -2,6 +2,7 @@
 import { disableUser } from '../api/connections.js';
 import { connectionsOf, targetsOf } from '../model/ending.js';
 import { patiently } from '../model/patience.js';
+import { stillLettingIn } from '../model/warning.js';
 import { AskingDialog } from './asking_dialog.js';
 import { dialogButton, progressBar } from './dialog.js';
 import { element } from './element.js';
@@ -30,7 +31,7 @@ export class DisableDialog extends AskingDialog {
       body: [
         consequence(sayNodes('disable.account', { user })),
         consequence(sayNodes('disable.logins', { user })),
-        consequence([say('disable.undo'), command(`chage -E -1 ${user}`)]),
+        consequence([say('disable.undo'), command(`currentconn enable ${user}`)]),
         consequence(hit),
         ...(count === 0 ? [] : [targetList(targets).node]),
       ],
@@ -46,23 +47,27 @@ export class DisableDialog extends AskingDialog {
       buttons: [],
       mayClose: false,
     });
-    const failure = await this.failureOf(() => patiently(() => disableUser(user)));
+    let warnings = [];
+    const failure = await this.failureOf(async () => (warnings = await patiently(() => disableUser(user))));
     const after = failure ? null : await this.readAgain();
     if (!this.dialog.isOpen) return;
     if (failure) this.#showFailure(user, failure);
-    else this.#showDone(user, count, after);
+    else this.#showDone(user, count, after, stillLettingIn(warnings));
   }
 
-  #showDone(user, count, after) {
+  // `services` still let the user in.
+  #showDone(user, count, after, services) {
     const left = after === null ? [] : connectionsOf(user, after.items);
     const isWhole = after?.warnings.every(({ code }) => code === 'details_missing') ?? false;
     const body = [];
+    if (services)
+      body.push(consequence(sayNodes('disable.let_in', { services, user })), command(`currentconn disable ${user}`));
     if (!isWhole) body.push(consequence([say('outcome.unclear')]));
     else if (count > left.length) body.push(consequence([say('disable.done_ended', { count: count - left.length })]));
     if (left.length > 0)
       body.push(consequence(sayNodes('disable.done_left', { count: left.length, user })), connectionList(left));
-    body.push(consequence([say('disable.undo'), command(`chage -E -1 ${user}`)]));
-    this.#finish(sayNodes('disable.done', { user }), body);
+    body.push(consequence([say('disable.undo'), command(`currentconn enable ${user}`)]));
+    this.#finish(sayNodes(services ? 'disable.partly' : 'disable.done', { user }), body);
   }
 
   #showFailure(user, failure) {
