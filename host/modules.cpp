@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <dlfcn.h>
-#include <utility>
+#include <vector>
 
 #include "base/trusted_library.h"
 

@@ -4,9 +4,9 @@
 #include <utility>
 
 #include "base/local_time.h"
-#include "base/local_time.h"
 #include "base/text.h"
 #include "sdk/account_disabling.h"
+#include "sdk/account_files.h"
 #include "sdk/noted_error.h"
 
 namespace zevo {
