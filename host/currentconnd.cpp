@@ -73,7 +73,7 @@ int serve() {
   SessionFileLogins logins;
   const Service service{
       modules, board, accounts, logins, systemLoginTools(accounts), zevo::config().sessionFile};
-  Server server(std::move(listeners), board, zevo::config().callLimit,
+  Server server(std::move(listeners), board, {.call = zevo::config().callLimit},
                 [&service](int connection, Entrance entrance, uid_t peer, CallSlot& slot) {
                   serveConnection(connection, entrance, peer, service, slot);
                 });

@@ -11,7 +11,6 @@ namespace host {
 namespace {
 
 constexpr std::size_t kMostLeaving = 256;
-constexpr std::chrono::seconds kLeaveLimit{2};
 
 // Drops what a client has sent. False once it has closed its side.
 bool dropBytes(int connection) {
@@ -29,7 +28,7 @@ void OwnAnswers::give(zevo::FileDescriptor connection, Problem problem) {
   if (sent != static_cast<ssize_t>(text.size())) return;
   ::shutdown(connection.get(), SHUT_WR);
   if (dropBytes(connection.get()) && leaving_.size() < kMostLeaving) {
-    leaving_.push_back({std::move(connection), Clock::now() + kLeaveLimit});
+    leaving_.push_back({std::move(connection), Clock::now() + leaveLimit_});
   }
 }
 

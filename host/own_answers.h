@@ -12,10 +12,12 @@ namespace host {
 
 // Sends answers without ever waiting, and keeps each connection until its client has closed it:
 // closed with bytes of the client unread, the kernel would report a broken connection instead of
-// the answer. Nobody is kept longer than two seconds, and of many at once the last are not.
+// the answer. Nobody is kept longer than a limit, and of many at once the last are not.
 class OwnAnswers {
  public:
   using Clock = std::chrono::steady_clock;
+
+  explicit OwnAnswers(std::chrono::milliseconds leaveLimit) : leaveLimit_(leaveLimit) {}
 
   void give(zevo::FileDescriptor connection, Problem problem);
   // Adds what tells that step() has something to do.
@@ -32,6 +34,7 @@ class OwnAnswers {
     Clock::time_point until;
   };
 
+  std::chrono::milliseconds leaveLimit_;
   std::vector<Leaving> leaving_;
 };
 

@@ -25,7 +25,6 @@ using std::chrono::seconds;
 
 constexpr int kAcceptedAtOnce = 64;
 constexpr rlim_t kOtherDescriptors = 512;
-constexpr seconds kWaitLimit{1};
 // A child whose parent is gone ends this long after its limit, by its own alarm.
 constexpr seconds kAlarmMargin{30};
 constexpr rlim_t kLargestFile = 256UL * 1024 * 1024;  // of what a method prints
@@ -88,12 +87,14 @@ std::string endText(int waitStatus) {
 
 }  // namespace
 
-Server::Server(std::vector<Listener> listeners, CallBoard& board, milliseconds callLimit, Work work)
+Server::Server(std::vector<Listener> listeners, CallBoard& board, const ServerLimits& limits,
+               Work work)
     : listeners_(std::move(listeners)),
       board_(board),
-      callLimit_(callLimit),
+      limits_(limits),
       work_(std::move(work)),
-      calls_(board.size()) {}
+      calls_(board.size()),
+      ownAnswers_(limits.leave) {}
 
 void Server::run(const std::function<void()>& ready, const std::function<void()>& stopping) {
   const sigset_t signals = watchedSignals();
@@ -144,7 +145,7 @@ std::vector<pollfd> Server::watched() const {
 int Server::patience() const {
   Clock::time_point next = Clock::time_point::max();
   for (const Call& call : calls_) {
-    if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + callLimit_);
+    if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + limits_.call);
   }
   if (!waiting_.empty()) next = std::min(next, waiting_.front().until);
   next = std::min({next, ownAnswers_.due(), turnedAway_.due()});
@@ -213,7 +214,7 @@ Load Server::loadWaiting(uid_t asking) const {
 void Server::admit(zevo::FileDescriptor connection, Entrance entrance) {
   const auto peer = peerOf(connection.get());
   if (!peer) return;
-  Waiting arrival{std::move(connection), entrance, *peer, Clock::now() + kWaitLimit};
+  Waiting arrival{std::move(connection), entrance, *peer, Clock::now() + limits_.wait};
   if (!isAdmitted(entrance, *peer, loadWaiting(*peer), board_.size())) {
     turnAway(std::move(arrival));
     return;
@@ -276,7 +277,7 @@ bool Server::startCall(Waiting& waiting) {
 }
 
 void Server::becomeChild(std::size_t place) {
-  resetProcess(callLimit_);
+  resetProcess(limits_.call);
   // One caller's child holds no other caller's connection.
   const Call own = std::move(calls_[place]);
   for (Listener& listener : listeners_) listener.forget();
@@ -293,7 +294,7 @@ void Server::endLateCalls() {
   const Clock::time_point now = Clock::now();
   for (std::size_t i = 0; i < calls_.size(); ++i) {
     Call& call = calls_[i];
-    if (call.pid == 0 || call.isLate || now - call.began < callLimit_) continue;
+    if (call.pid == 0 || call.isLate || now - call.began < limits_.call) continue;
     call.isLate = true;
     ::kill(-call.pid, SIGKILL);
     ::kill(call.pid, SIGKILL);

@@ -19,16 +19,22 @@
 
 namespace host {
 
+struct ServerLimits {
+  std::chrono::milliseconds call;        // each call ends after this at the latest
+  std::chrono::milliseconds wait{1000};  // for a place
+  // For a client to close its connection after an answer of the server's own.
+  std::chrono::milliseconds leave{2000};
+};
+
 class Server {
  public:
   // What a child does with its connection; when it returns, the child ends.
   using Work = std::function<void(int connection, Entrance entrance, uid_t peer, CallSlot& slot)>;
 
-  // As many calls at once as `board` has slots; each ends after `callLimit` at the latest. As many
-  // again wait for a place, for a second: the process of a call that was just answered still has
-  // its own, and a short rush is no reason to turn anybody away.
-  Server(std::vector<Listener> listeners, CallBoard& board, std::chrono::milliseconds callLimit,
-         Work work);
+  // As many calls at once as `board` has slots. As many again wait for a place: the process of a
+  // call that was just answered still has its own, and a short rush is no reason to turn anybody
+  // away.
+  Server(std::vector<Listener> listeners, CallBoard& board, const ServerLimits& limits, Work work);
 
   // Serves until SIGTERM or SIGINT, then takes no new calls and returns when those in flight are
   // answered; a second signal ends them at once. Calls `ready` once signals are taken care of, and
@@ -78,7 +84,7 @@ class Server {
 
   std::vector<Listener> listeners_;
   CallBoard& board_;
-  std::chrono::milliseconds callLimit_;
+  ServerLimits limits_;
   Work work_;
   std::vector<Call> calls_;
   std::vector<Waiting> waiting_;  // in the order of their coming
