@@ -197,7 +197,7 @@ class SilentDaemon : public DaemonBackendTest {
     EXPECT_EQ(answer.status, Answer::Status::kFailed);
     EXPECT_THAT(answer.causes,
                 ElementsAre("the daemon did not answer on " + path_ + " within 1 seconds"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(120));
   }
 
  private:

@@ -16,7 +16,7 @@ namespace cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kPatience{20};
+constexpr std::chrono::seconds kPatience{120};
 constexpr std::string_view kHome = "\x1b[H";
 
 winsize windowOf(int columns, int rows) {

@@ -33,6 +33,7 @@ using std::chrono::steady_clock;
 constexpr int kEditors = 8;
 // Well within the longer run: an editor that others keep from its turn gives up and is noticed.
 constexpr int kLockWait = 10000;
+constexpr std::size_t kFewestLogins = 20;
 constexpr std::size_t kMostLogins = 1000000;
 
 enum State : char { kUnknown, kAdding, kAdded, kDeleting, kDeleted };
@@ -148,7 +149,8 @@ TEST_F(SessionLoss, NeverHappensToALoginWhoeverIsKilled) {
   for (pid_t& editor : editors) editor = startEditor();
   std::minstd_rand random(1);
   int kills = 0;
-  for (; steady_clock::now() < end; ++kills) {
+  // A busy machine takes longer until enough has happened.
+  for (; steady_clock::now() < end || ledger_->used <= kFewestLogins; ++kills) {
     ::usleep(static_cast<useconds_t>(1000 + random() % 30000));
     pid_t& editor = editors[random() % kEditors];
     ASSERT_NO_FATAL_FAILURE(killEditor(editor));
@@ -158,7 +160,6 @@ TEST_F(SessionLoss, NeverHappensToALoginWhoeverIsKilled) {
   ASSERT_NO_FATAL_FAILURE(checkFile());
   RecordProperty("kills", kills);
   RecordProperty("logins", static_cast<int>(ledger_->used));
-  EXPECT_GT(ledger_->used, 20U);
 }
 
 TEST_F(SessionLoss, LeavesNoTemporaryFilesBehindTheNextEdit) {
@@ -169,7 +170,8 @@ TEST_F(SessionLoss, LeavesNoTemporaryFilesBehindTheNextEdit) {
   }
   ASSERT_TRUE(add(ledger_->used++));
   for (const auto& entry : std::filesystem::directory_iterator(folder_.file("run"))) {
-    EXPECT_EQ(entry.path().filename().string().find(".currentconn-new-"), std::string::npos) << entry.path();
+    EXPECT_EQ(entry.path().filename().string().find(".currentconn-new-"), std::string::npos)
+        << entry.path();
   }
 }
 
