@@ -11,8 +11,7 @@
 #include "access_check.h"
 #include "account_expiry.h"
 #include "disable_plan.h"
-#include "kick_plan.h"
-#include "kick_result.h"
+#include "ending.h"
 #include "list_reader.h"
 #include "listing.h"
 #include "output.h"
@@ -70,20 +69,39 @@ bool isDisabled(const AccountChange& change) {
   return change.after == kDisabledExpiry;
 }
 
-// What became of it all, from the accounts and the list as they are now.
-ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
-                  const std::vector<Connection>& before, Backend& backend) {
+std::vector<AccountChange> accountsAfter(std::vector<AccountChange> accounts) {
   const std::set<std::string> recorded = recordedUsers();
   for (AccountChange& account : accounts) {
     account.after = expiryOf(account.user);
     account.canBeUndone = recorded.contains(account.user);
   }
+  return accounts;
+}
+
+// Says what is wrong with the connections; true where nothing is.
+bool areTheirConnectionsGone(const Answer& answer, const Attempt& attempt, const Page& now) {
+  const auto& warnings = mayLack(answer.warnings) ? answer.warnings : now.warnings;
+  if (mayLack(warnings)) {
+    complainOfDoubt("whether all of their connections have ended is not known:", warnings);
+    return false;
+  }
+  for (const std::string& service : servicesWithoutUsers(now)) {
+    complainOfDoubt(doubtOver(service, attempt.users), warningsAbout(now.warnings, service));
+  }
+  const bool isGone = haveAllEnded(endingsOf(attempt, now));
+  if (!isGone) complain("the accounts are disabled, but not all of their connections have ended");
+  return isGone && servicesWithoutUsers(now).empty();
+}
+
+// What became of it all, from the accounts and the list as they are now.
+ExitCode reportOn(const Answer& answer, const std::vector<AccountChange>& accounts,
+                  const Attempt& attempt, Backend& backend) {
   const bool isWritten = std::all_of(accounts.begin(), accounts.end(), isDisabled);
   std::vector<std::string> lines = accountLines(accounts);
   Failure failure;
-  const std::optional<Page> page = readList(backend, "", &failure);
+  const std::optional<Page> page = readAfter(attempt, backend, &failure);
   if (page) {
-    for (const Connection& connection : before) lines.push_back(fateOf(connection, *page));
+    for (std::string& line : linesOf(endingsOf(attempt, *page))) lines.push_back(std::move(line));
   }
   bool areOut = true;
   for (const AccountChange& account : accounts) {
@@ -99,18 +117,11 @@ ExitCode reportOn(const Answer& answer, std::vector<AccountChange> accounts,
     complain(failure.lines);
     return kExitFailed;
   }
+  const bool areGone = areTheirConnectionsGone(answer, attempt, *page);
   const std::vector<zevo::ReadNote> letIn = stillLetIn(answer.warnings);
-  if (!letIn.empty()) {
-    complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
-    return kExitFailed;
-  }
-  const auto& warnings = mayLack(answer.warnings) ? answer.warnings : page->warnings;
-  if (mayLack(warnings)) {
-    complainOfDoubt("whether all of their connections have ended is not known:", warnings);
-    return kExitFailed;
-  }
+  if (!letIn.empty()) complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
   if (!areOut) complain("a disabled account is still let in");
-  return isWritten && areOut ? written : kExitFailed;
+  return isWritten && areOut && letIn.empty() && areGone ? written : kExitFailed;
 }
 
 std::string planText(const Disable& request, const std::vector<Connection>& connections,
@@ -164,8 +175,17 @@ ExitCode disable(const Disable& request, Backend& backend) {
     return kExitFailed;
   }
   std::vector<AccountChange> accounts = accountsBefore(request.users);
+  Attempt attempt{.targets = {},
+                  .users = request.users,
+                  .before = page->connections,
+                  .begin = beginOfAttempt(),
+                  .warnings = {}};
   const Answer answer = callDisable(request.users, backend);
-  return reportOn(answer, std::move(accounts), theirs, backend);
+  attempt.warnings = answer.warnings;
+  for (const Connection& connection : theirs) {
+    attempt.targets.push_back({connection, hindranceOf(answer)});
+  }
+  return reportOn(answer, accountsAfter(std::move(accounts)), attempt, backend);
 }
 
 }  // namespace cli

@@ -80,6 +80,13 @@ std::vector<std::string> accountLines(const std::vector<AccountChange>& changes)
   return lines;
 }
 
+std::string doubtOver(const std::string& service, const std::vector<std::string>& users) {
+  std::string names;
+  for (const std::string& user : users) names += (names.empty() ? "" : " or ") + user;
+  return "whether " + names + " is connected over " + (service == "CIFS" ? "SMB" : service) +
+         " is not known:";
+}
+
 Failure explainDisableFailure(const Answer& answer, bool isWritten) {
   if (answer.code == kCodeNotAdministrator) {
     return {kExitNotAdministrator, {"only an administrator may disable accounts"}};

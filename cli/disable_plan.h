@@ -37,6 +37,9 @@ std::vector<std::string> thoseThatMayStay(const std::vector<Connection>& theirs)
 // A line for each account: whether it is disabled now, and how to undo that.
 std::vector<std::string> accountLines(const std::vector<AccountChange>& changes);
 
+// "whether alice or bob is connected over SMB is not known:".
+std::string doubtOver(const std::string& service, const std::vector<std::string>& users);
+
 // Why `answer` is no success. `isWritten`: the accounts are disabled all the same.
 Failure explainDisableFailure(const Answer& answer, bool isWritten);
 

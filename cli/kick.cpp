@@ -1,15 +1,14 @@
 #include "kick.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
 
+#include "ending.h"
 #include "kick_plan.h"
 #include "kick_result.h"
 #include "list_reader.h"
@@ -23,9 +22,6 @@
 
 namespace cli {
 namespace {
-
-constexpr int kMoreLooks = 5;
-constexpr std::chrono::milliseconds kTimeBetweenLooks{200};
 
 std::string countOf(std::size_t connections) {
   return std::to_string(connections) + (connections == 1 ? " connection" : " connections");
@@ -83,34 +79,31 @@ std::vector<Call> callsFor(const KickPlan& plan) {
   return calls;
 }
 
-ExitCode endConnections(const KickPlan& plan, Backend& backend) {
+ExitCode endConnections(const KickPlan& plan, const std::vector<Connection>& before,
+                        Backend& backend) {
   const std::vector<Call> calls = callsFor(plan);
-  std::vector<std::optional<Answer>> answers;
+  const std::string begin = beginOfAttempt();
+  Answers answers;
   {
     Progress progress("waiting for connections to end", calls.size());
     answers = callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
   }
+  const Attempt attempt = attemptOf(plan, answers, before, begin);
   Failure failure;
-  std::optional<Page> page = readList(backend, "", &failure);
-  // A process that was killed at the end of its grace period may take a moment to go.
-  for (int look = 0; page && look < kMoreLooks && !makeKickResult(plan, answers, *page).isComplete;
-       ++look) {
-    std::this_thread::sleep_for(kTimeBetweenLooks);
-    page = readList(backend, "", &failure);
-  }
+  const std::optional<Page> page = readAfter(attempt, backend, &failure);
   if (!page) {
     complain("the connections were told to end, but whether they did is not known");
     complain(failure.lines);
     return kExitFailed;
   }
-  const KickResult result = makeKickResult(plan, answers, *page);
-  const ExitCode written = printText(linesText(result.lines, lookOfOutput().charset));
-  if (!result.problems.empty()) complain(result.problems);
-  if (mayLack(page->warnings, plan.services)) {
+  const std::vector<Ending> endings = endingsOf(attempt, *page);
+  const ExitCode written = printText(linesText(linesOf(endings), lookOfOutput().charset));
+  const std::vector<std::string> problems = problemsOf(answers);
+  if (!problems.empty()) complain(problems);
+  if (hasFate(endings, Fate::kNotKnown)) {
     complainOfDoubt("whether all of them have ended is not known:", page->warnings);
-    return kExitFailed;
   }
-  return result.isComplete ? written : kExitFailed;
+  return problems.empty() && haveAllEnded(endings) ? written : kExitFailed;
 }
 
 // A sentence on why the selection is not to be followed; empty where it is.
@@ -154,7 +147,7 @@ ExitCode kick(const Kick& request, Backend& backend) {
     complain("nothing was ended");
     return kExitFailed;
   }
-  return endConnections(plan, backend);
+  return endConnections(plan, page->connections, backend);
 }
 
 }  // namespace cli

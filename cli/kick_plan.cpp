@@ -31,7 +31,7 @@ std::string othersOf(const Connection& connection) {
 
 }  // namespace
 
-std::string whyNotEnded(const Connection& connection) {
+std::string whyOutOfReach(const Connection& connection) {
   if (connection.type == "NFS" || !connection.canBeKicked) {
     return "no process serves it alone; withdraw the export instead";
   }
@@ -39,9 +39,14 @@ std::string whyNotEnded(const Connection& connection) {
     return "logins at the console are not ended from here; use loginctl terminate-session";
   }
   if (connection.type == "UNKNOWN") return "its service is not known";
+  if (connection.pid == 0 && !isWebLogin(connection)) return "its process is not known";
+  return "";
+}
+
+std::string whyNotEnded(const Connection& connection) {
+  if (const std::string reason = whyOutOfReach(connection); !reason.empty()) return reason;
   if (connection.who.empty()) return "its user is not known";
   if (connection.from.empty()) return "its address is not known";
-  if (connection.pid == 0 && !isWebLogin(connection)) return "its process is not known";
   return "";
 }
 

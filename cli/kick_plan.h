@@ -19,7 +19,9 @@ struct KickPlan {
   bool operator==(const KickPlan&) const = default;
 };
 
-// Why a connection cannot be ended, as the end of a sentence; empty where it can.
+// Why nothing here ends a connection, as the end of a sentence; empty where something does.
+std::string whyOutOfReach(const Connection& connection);
+// Why a connection cannot be ended by itself, in the same way.
 std::string whyNotEnded(const Connection& connection);
 
 // "SSH of alice from 10.20.0.2, pid 12".

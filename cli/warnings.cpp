@@ -64,6 +64,16 @@ std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnin
   return found;
 }
 
+std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& warnings,
+                                          const std::string& type) {
+  std::vector<zevo::ReadNote> found;
+  std::copy_if(warnings.begin(), warnings.end(), std::back_inserter(found),
+               [&](const zevo::ReadNote& warning) {
+                 return !tellsOfAccount(warning) && isAbout(warning, type);
+               });
+  return found;
+}
+
 bool mayLack(const std::vector<zevo::ReadNote>& warnings) {
   return std::any_of(warnings.begin(), warnings.end(), tellsOfMissing);
 }

@@ -22,6 +22,10 @@ void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>
 // Those of `warnings` that tell of accounts that are still let in although they were disabled.
 std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnings);
 
+// Those of `warnings` that tell of connections over the service `type`.
+std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& warnings,
+                                          const std::string& type);
+
 // Whether the list may lack connections at all.
 bool mayLack(const std::vector<zevo::ReadNote>& warnings);
 // Whether it may lack one of the services of `connections`.

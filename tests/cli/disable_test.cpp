@@ -65,6 +65,52 @@ TEST_F(DisableTest, CallsNothingEndedThatTheListMayLack) {
   EXPECT_EQ(run.exitCode, 1);
 }
 
+// Whether the account itself is disabled decides over the exit code, too: these names are none, so
+// what is left shows in the words only.
+TEST_F(DisableTest, NamesALoginAtTheConsoleThatStays) {
+  const std::string console = row(40, kAlice, "LOGIN", "");
+  program.answer("list", {listAnswer({console}), listAnswer({console})});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.out.find("still there: LOGIN of no-such-alice, pid 40: logins at the console are "
+                         "not ended from here; use loginctl terminate-session\n"),
+            std::string::npos)
+      << run.out;
+  EXPECT_NE(run.err.find("not all of their connections have ended\n"), std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(DisableTest, NamesConnectionsThatCameMeanwhile) {
+  const std::string again = row(14, kAlice, "SSH", "10.20.0.2", "pts/4", "9999-12-31 00:00:00");
+  const std::string web = row(5, kAlice, "HTTP/HTTPS", "10.20.0.9", "", "9999-12-31 00:00:00");
+  program.answer("list", {listAnswer({row(12, kAlice)}), listAnswer({again, web})});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.out.find("connected again, pid 14: SSH of no-such-alice from 10.20.0.2, pid 12\n"
+                         "connected since: HTTP/HTTPS of no-such-alice from 10.20.0.9\n"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(DisableTest, LooksAgainWhereAProcessIsAboutToGo) {
+  const std::string shell = row(12, kAlice);
+  program.answer("list", {listAnswer({shell}), listAnswer({shell}), listAnswer({})});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.out.find("ended: SSH of no-such-alice"), std::string::npos) << run.out;
+  EXPECT_EQ(run.err.find("not all of their"), std::string::npos) << run.err;
+}
+
+TEST_F(DisableTest, SaysThatItCouldNotLookWhereSambasUsersAreNotKnown) {
+  program.answer("list", {listAnswer({}), incomplete(listAnswer({row(4711, "unknown", "CIFS")}),
+                                                     "CIFS", "details_missing")});
+  const Outcome run = program.run({"disable", kAlice, "--yes"});
+  EXPECT_NE(run.err.find("currentconn: whether no-such-alice is connected over SMB is not known:\n"
+                         "  not everything is known about the CIFS connections: no reason\n"),
+            std::string::npos)
+      << run.err;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
 TEST_F(DisableTest, ADryRunOnlyShows) {
   const Outcome run = program.run({"disable", kAlice, "--dry-run"});
   EXPECT_NE(run.out.find("account to be disabled: no-such-alice\n"), std::string::npos);

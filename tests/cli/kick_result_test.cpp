@@ -16,77 +16,42 @@ const Connection kAliceShell = connection(12, "alice", "SSH");
 const Connection kAliceShares = connection(4711, "alice", "CIFS");
 const Connection kAliceWeb = connection(5, "alice", "HTTP/HTTPS");
 const Answer kDoneAnswer = {Answer::Status::kDone, 0, "null", {}};
+const Answer kRefusal = {Answer::Status::kRefused, 117, "null", {"no smbd"}};
 
-Page pageOf(const std::vector<Connection>& connections) {
-  return {static_cast<int>(connections.size()), connections, ""};
+TEST(KickAttempt, GivesEachConnectionItsAnswer) {
+  const KickPlan plan = {{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}};
+  const Attempt attempt =
+      attemptOf(plan, {kDoneAnswer, kRefusal, std::nullopt}, {kAliceShell}, "2026-11-20 22:00:00");
+  Lines hindrances;
+  for (const Target& target : attempt.targets) hindrances.push_back(target.hindrance);
+  EXPECT_EQ(hindrances, (Lines{"", "no smbd", "it was interrupted"}));
+  EXPECT_EQ(attempt.targets[2].connection, kAliceWeb);
+  EXPECT_EQ(attempt.begin, "2026-11-20 22:00:00");
 }
 
-TEST(StillThere, IsAProcessWhoeverItServesNow) {
-  EXPECT_TRUE(isStillThere(kAliceShares, {connection(4711, "bob", "CIFS", "10.20.0.7")}));
-  EXPECT_FALSE(isStillThere(kAliceShares, {connection(4712, "alice", "CIFS")}));
-  EXPECT_FALSE(isStillThere(kAliceShares, {connection(4711, "alice", "SSH")}));
+TEST(KickAttempt, KnowsWhatTheCallsCouldNotRead) {
+  Answer answer = kDoneAnswer;
+  answer.warnings = {{"details_missing", "CIFS", ""}};
+  EXPECT_EQ(attemptOf({{kAliceShell}, {}, {}, {}}, {answer}, {}, "").warnings, answer.warnings);
 }
 
-TEST(StillThere, IsAWebLoginByUserAndAddress) {
-  EXPECT_TRUE(isStillThere(kAliceWeb, {connection(6, "alice", "HTTP/HTTPS")}));
-  EXPECT_FALSE(isStillThere(kAliceWeb, {connection(5, "bob", "HTTP/HTTPS")}));
-  EXPECT_FALSE(isStillThere(kAliceWeb, {connection(5, "alice", "HTTP/HTTPS", "10.20.0.3")}));
+TEST(KickProblems, AreNoneWhereAllIsDone) {
+  EXPECT_EQ(problemsOf({kDoneAnswer, kDoneAnswer}), Lines{});
 }
 
-TEST(KickResult, ReportsEachConnection) {
-  const KickResult result =
-      makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
-                     {kDoneAnswer, kDoneAnswer, kDoneAnswer}, pageOf({kAliceShares}));
-  EXPECT_EQ(result.lines, (Lines{"ended: SSH of alice from 10.20.0.2, pid 12",
-                                 "still there: CIFS of alice from 10.20.0.2, pid 4711",
-                                 "ended: HTTP/HTTPS of alice from 10.20.0.2"}));
-  EXPECT_EQ(result.problems, Lines{});
-  EXPECT_FALSE(result.isComplete);
-}
-
-TEST(KickResult, DoesNotKnowOfWhatTheListMayLack) {
-  const auto resultWith = [](const std::string& code, const std::string& service) {
-    Page now = pageOf({});
-    now.warnings = {{code, service, ""}};
-    return makeKickResult({{kAliceShares}, {kAliceWeb}, {}, {}}, {kDoneAnswer, kDoneAnswer}, now);
-  };
-  const std::string ended = "ended: CIFS of alice from 10.20.0.2, pid 4711";
-  const std::string notKnown = "not known: CIFS of alice from 10.20.0.2, pid 4711";
-  for (const char* service : {"CIFS", ""}) {
-    EXPECT_EQ(resultWith("connections_missing", service).lines,
-              (Lines{notKnown, "ended: HTTP/HTTPS of alice from 10.20.0.2"}));
-    EXPECT_FALSE(resultWith("connections_missing", service).isComplete);
-  }
-  EXPECT_EQ(resultWith("connections_missing", "SSH").lines[0], ended);
-  EXPECT_EQ(resultWith("details_missing", "CIFS").lines[0], ended);
-  EXPECT_TRUE(resultWith("details_missing", "CIFS").isComplete);
-}
-
-TEST(KickResult, IsCompleteWhereAllEnded) {
-  EXPECT_TRUE(makeKickResult({{kAliceShell}, {}, {}, {}}, {kDoneAnswer}, {}).isComplete);
-}
-
-TEST(KickResult, NamesEachCauseOnce) {
-  const Answer refusal = {Answer::Status::kRefused, 117, "null", {"no smbd"}};
-  const KickResult result =
-      makeKickResult({{kAliceShell, kAliceShares}, {kAliceWeb}, {}, {}},
-                     {refusal, refusal, failedAnswer("the call ended by signal 9")}, {});
-  EXPECT_EQ(result.problems,
+TEST(KickProblems, NameEachCauseOnce) {
+  EXPECT_EQ(problemsOf({kRefusal, kRefusal, failedAnswer("the call ended by signal 9")}),
             (Lines{"not every step succeeded:", "no smbd", "the call ended by signal 9"}));
-  EXPECT_FALSE(result.isComplete);
 }
 
-TEST(KickResult, PointsToTheLogWhereNoCauseIsKnown) {
-  const KickResult result = makeKickResult({{kAliceShell}, {}, {}, {}},
-                                           {Answer{Answer::Status::kRefused, 117, "", {}}}, {});
-  EXPECT_EQ(result.problems, (Lines{"not every step succeeded:",
-                                    "the system log tells more: journalctl -t currentconn"}));
+TEST(KickProblems, PointToTheLogWhereNoCauseIsKnown) {
+  EXPECT_EQ(
+      problemsOf({Answer{Answer::Status::kRefused, 117, "", {}}}),
+      (Lines{"not every step succeeded:", "the system log tells more: journalctl -t currentconn"}));
 }
 
-TEST(KickResult, SaysThatItWasInterrupted) {
-  const KickResult result =
-      makeKickResult({{kAliceShell}, {}, {}, {}}, {std::nullopt}, pageOf({kAliceShell}));
-  EXPECT_EQ(result.problems, (Lines{"not every step succeeded:", "it was interrupted"}));
+TEST(KickProblems, SayThatItWasInterrupted) {
+  EXPECT_EQ(problemsOf({std::nullopt}), (Lines{"not every step succeeded:", "it was interrupted"}));
 }
 
 }  // namespace

@@ -199,7 +199,27 @@ TEST_F(KickTest, ShowsThatItWaits) {
 TEST_F(KickTest, NamesWhatIsStillThereAndFails) {
   program.answer("list", {listAnswer({kBobShell}), listAnswer({kBobShell})});
   const Outcome run = program.run({"kick", "13", "--yes"});
-  EXPECT_NE(run.out.find("still there: SSH of bob from 10.20.0.3, pid 13\n"), std::string::npos);
+  EXPECT_NE(run.out.find("still there: SSH of bob from 10.20.0.3, pid 13: its process did not "
+                         "end in time\n"),
+            std::string::npos)
+      << run.out;
+  EXPECT_EQ(run.exitCode, 1);
+}
+
+TEST_F(KickTest, LooksAgainWhereAProcessIsAboutToGo) {
+  program.answer("list", {listAnswer({kBobShell}), listAnswer({kBobShell}), listAnswer({})});
+  const Outcome run = program.run({"kick", "13", "--yes"});
+  EXPECT_NE(run.out.find("ended: SSH of bob from 10.20.0.3, pid 13\n"), std::string::npos);
+  EXPECT_EQ(run.exitCode, 0);
+}
+
+TEST_F(KickTest, NamesWhoConnectedAgainAndFails) {
+  const std::string again = row(14, "bob", "SSH", "10.20.0.3", "pts/4", "9999-12-31 00:00:00");
+  program.answer("list", {listAnswer({kBobShell}), listAnswer({again})});
+  const Outcome run = program.run({"kick", "13", "--yes"});
+  EXPECT_NE(run.out.find("connected again, pid 14: SSH of bob from 10.20.0.3, pid 13\n"),
+            std::string::npos)
+      << run.out;
   EXPECT_EQ(run.exitCode, 1);
 }
 

@@ -154,16 +154,16 @@ Outcome Program::run(const std::vector<std::string>& arguments,
   return run;
 }
 
-std::string incomplete(const std::string& answer, const std::string& service) {
-  return answer.substr(0, answer.rfind('}')) +
-         R"(,"warnings":[{"code":"connections_missing","detail":"no reason","service":")" +
-         service + R"("}]})";
+std::string incomplete(const std::string& answer, const std::string& service,
+                       const std::string& code) {
+  return answer.substr(0, answer.rfind('}')) + R"(,"warnings":[{"code":")" + code +
+         R"(","detail":"no reason","service":")" + service + R"("}]})";
 }
 
 std::string row(int pid, const std::string& who, const std::string& type, const std::string& from,
-                const std::string& descr) {
+                const std::string& descr, const std::string& time) {
   Json::Value value(Json::objectValue);
-  value["time"] = "2026-11-20 21:26:24";
+  value["time"] = time;
   value["who"] = who;
   value["from"] = from;
   value["type"] = type;

@@ -57,10 +57,12 @@ class Program {
 
 // The answer of a listing method with these rows in JSON.
 std::string listAnswer(const std::vector<std::string>& rows, int total = -1);
-// `answer` of a read that could not tell all connections of `service`.
-std::string incomplete(const std::string& answer, const std::string& service);
+// `answer` of a read that could not tell all connections of `service`, or what `code` means.
+std::string incomplete(const std::string& answer, const std::string& service,
+                       const std::string& code = "connections_missing");
 // A row in JSON.
 std::string row(int pid, const std::string& who, const std::string& type = "SSH",
-                const std::string& from = "10.20.0.2", const std::string& descr = "pts/3");
+                const std::string& from = "10.20.0.2", const std::string& descr = "pts/3",
+                const std::string& time = "2026-11-20 21:26:24");
 
 }  // namespace cli
