@@ -99,7 +99,7 @@ class Calls(HostTest):
         shell = self.client(Shell, "alice", "10.20.0.3")
         row = self.row_of("CIFS")
         self.assertEqual(200, self.bob.call(f"{API}kick_connection", body={"service_conn": [row]}).status)
-        waiting.until("the connection to end", lambda: processes.established(445) == 0, 5)
+        waiting.until("the connection to end", lambda: processes.established(445) == 0)
         self.assertTrue(smb.has_ended())
         self.assertFalse(shell.has_ended())
         self.assertNotIn("CIFS", [row["type"] for row in self.rows()])

@@ -65,13 +65,13 @@ class PageCalls(HostTest):
         self.assertEqual(200, self.bob.post("kick_connection", {"service_conn": [row]}).status)
         self.assertFalse(processes.runs(row["pid"]))
         self.assertNotIn("CIFS", {row["type"] for row in self.rows()})
-        waiting.until("the connection to end", lambda: processes.established(445) == 0, 5)
+        waiting.until("the connection to end", lambda: processes.established(445) == 0)
 
     def test_an_ssh_client_is_ended(self):
         self.client(Shell, "alice", "10.20.0.3")
         row = self.row_of("SSH")
         self.assertEqual(200, self.bob.post("kick_connection", {"service_conn": [row]}).status)
-        waiting.until("the connection to end", lambda: processes.established(22) == 0, 5)
+        waiting.until("the connection to end", lambda: processes.established(22) == 0)
 
     def test_a_process_that_has_another_program_by_now_is_left_alone(self):
         self.client(Shell, "alice", "10.20.0.3")
@@ -178,8 +178,9 @@ class PageCalls(HostTest):
         os.utime(path, (then, then))
         self.assertEqual(200, client.get("/api/whoami", headers={"Currentconn-Background": "1"}).status)
         self.assertAlmostEqual(then, os.stat(path).st_mtime, delta=1, msg="a refresh of the page is no activity")
+        used = time.time()
         self.assertEqual(200, client.get("/api/whoami").status)
-        self.assertAlmostEqual(time.time(), os.stat(path).st_mtime, delta=5)
+        self.assertGreaterEqual(os.stat(path).st_mtime, used - 1)
         os.utime(path, (then - 60, then - 60))
         self.assertEqual(401, client.get("/api/whoami").status)
 
@@ -194,7 +195,6 @@ class PageCalls(HostTest):
             began = time.monotonic()
             answer = Client("10.20.0.7").log_in(name, password)
             self.assertGreater(time.monotonic() - began, 1.9)
-            self.assertLess(time.monotonic() - began, 5)
             answers.append((answer.status, answer.body))
         self.assertEqual(1, len(set(answers)), answers)
         refused = re.findall(r'login refused from 10\.20\.0\.7: user "(.*?)"', self.daemon.log_text())

@@ -40,7 +40,7 @@ class Limited:
 
     @classmethod
     def try_until_refused(cls):
-        waiting.until("a refusal", lambda: cls.patient.post("/api/login", {}).status == 503, 10)
+        waiting.until("a refusal", lambda: cls.patient.post("/api/login", {}).status == 503)
 
     def test_passwords_cannot_be_tried_without_end(self):
         guesser = browser("10.20.0.3")
@@ -57,6 +57,8 @@ class Limited:
         began = time.monotonic()
         answered = statuses(300, 8, lambda: flooder.get("/api/whoami"))
         most = 65 + 20 * (time.monotonic() - began + 1)
+        if most >= 300:
+            self.skipTest("300 calls took so long that none had to be refused: the machine is too busy")
         self.assertEqual({401, 503}, set(answered))
         self.assertTrue(64 <= answered.count(401) <= most, f"{answered.count(401)} of at most {most:.0f}")
         self.assertEqual(401, browser("10.20.0.7").get("/api/whoami").status, "others call")

@@ -44,7 +44,7 @@ class Daemon:
             self.process.wait(5)
         except subprocess.TimeoutExpired:
             self.process.kill()
-            self.process.wait(5)
+            self.process.wait(waiting.LIMIT_SECONDS)
 
     def _listens(self):
         if self.process.poll() is not None:
