@@ -14,8 +14,10 @@ from daemons.proftpd import Proftpd
 from daemons.samba import Samba
 from daemons.telnetd import Telnetd
 from daemons.vsftpd import Vsftpd
+from listing import Row
 from service_test import ServiceTest, add_users, main
 
+CONFIGURATION = "/etc/currentconn/currentconn.toml"
 # What Samba needs to ask the system's account rules; without it, it knows only its own.
 SAMBA_ASKS_PAM = ("obey pam restrictions = yes",)
 
@@ -119,6 +121,37 @@ class DisableTest(ServiceTest):
         self.assertEqual(0, listing.run(*undo[-2:]).returncode)
         self.assertEqual(before, shadow_line("alice"))
         self.client(Ftp, "alice", "10.20.0.2")
+
+
+class LeftBehindTest(ServiceTest):
+    """What disabling cannot end, or cannot even see, is no success."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(Samba(SAMBA_ASKS_PAM))
+        Samba().add_user("alice")
+
+    def disable_in_vain(self):
+        self.addCleanup(listing.run, "enable", "alice")
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(1, done.returncode, done.stdout + done.stderr)
+        self.assertIn("disabled: alice", done.stdout)
+        return done
+
+    def test_a_login_at_the_console_is_named_with_the_reason(self):
+        console = self.client(Console, "alice")
+        pid = self.assertList([Row("alice", "", "LOGIN", console.terminal())])[0]["pid"]
+        done = self.disable_in_vain()
+        self.assertIn(f"still there: LOGIN of alice, pid {pid}: logins at the console are not ended from here",
+                      done.stdout)
+        self.assertFalse(console.has_ended())
+
+    def test_it_says_that_it_could_not_look_where_smbstatus_fails(self):
+        self.client(Smb, "alice", "10.20.0.2", "media")
+        namespace.write(CONFIGURATION, 'smbstatus = "/bin/false"\n')
+        self.addCleanup(namespace.write, CONFIGURATION, "")
+        done = self.disable_in_vain()
+        self.assertIn("whether alice is connected over SMB is not known:\n", done.stderr)
 
 
 class LastAdministratorTest(ServiceTest):

@@ -84,6 +84,18 @@ class KickTest(ServiceTest):
         self.assertFalse(processes.runs(pid))
         self.assertEnded([client])
 
+    def test_who_connects_again_is_named_with_the_new_pid(self):
+        self.client(ssh.Returning, "alice", "10.20.0.2")
+        self.client(ssh.Sftp, "root", "10.20.0.3")  # takes the whole grace period, in which alice returns
+        pids = {(item["who"], item["type"]): item["pid"]
+                for item in self._settled(lambda items: len(items) == 3, (), "list")}
+        before = pids["alice", "SSH"]
+        done = listing.run("kick", "--yes", str(before), str(pids["admin", "SFTP"]))
+        after = [item["pid"] for item in listing.result()["items"] if item["who"] == "alice"]
+        self.assertEqual(1, len(after), done.stdout)
+        self.assertIn(f"connected again, pid {after[0]}: SSH of alice from 10.20.0.2, pid {before}", done.stdout)
+        self.assertEqual(1, done.returncode, done.stderr)
+
     def test_a_dry_run_ends_nothing(self):
         client = self.client(Ftp, "alice", "10.20.0.2")
         expected = self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])

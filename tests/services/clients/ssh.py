@@ -2,10 +2,12 @@
 
 import os
 import pwd
+import shlex
 import shutil
 import socket
 
 import namespace
+import waiting
 from clients import stalling
 from clients.dialogue import Dialogue
 
@@ -68,6 +70,21 @@ class Command(Dialogue):
         super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
                           f"echo re''ady; {command}"])
         self.expect("ready")
+
+
+class Returning(Dialogue):
+    """ssh without a terminal that logs in again whenever its connection ends."""
+
+    def __init__(self, user, address):
+        login = shlex.join(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", "echo re''ady; exec sleep 1000"])
+        super().__init__(["sh", "-c", f"trap 'kill $!; exit' TERM; while :; do {login} & wait; done"])
+        self.expect("ready")
+
+    def close(self):
+        """Ends the one that logs in again before it can."""
+        self.process.terminate()
+        self.process.wait(waiting.LIMIT_SECONDS)
+        super().close()
 
 
 class Pretender(Command):
