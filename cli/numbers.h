@@ -13,7 +13,8 @@ namespace cli {
 template <typename Number, typename... Base>
 std::optional<Number> parseNumber(std::string_view text, Base... base) {
   Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base...);
+  const auto [end, error] =
+      std::from_chars(text.data(), text.data() + text.size(), number, base...);
   if (error != std::errc() || end != text.data() + text.size()) return {};
   return number;
 }

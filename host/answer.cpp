@@ -42,7 +42,8 @@ bool isHeaderLine(std::string_view line) {
          !equalsIgnoringCase(name, "Content-Length");
 }
 
-Answer problemDocument(Problem problem, int code, const std::vector<std::string>& causes) {
+Answer problemDocument(Problem problem, int code, const std::vector<std::string>& causes,
+                       const Json::Value& warnings = {}) {
   const ProblemRow& row = rowOf(problem);
   Json::Value document(Json::objectValue);
   document["type"] = "about:blank";
@@ -51,6 +52,7 @@ Answer problemDocument(Problem problem, int code, const std::vector<std::string>
   document["detail"] = row.detail;
   document["code"] = code;
   for (const std::string& cause : causes) document["causes"].append(cause);
+  if (!warnings.empty()) document["warnings"] = warnings;
   Answer answer;
   answer.status = row.status;
   answer.title = row.title;
@@ -83,8 +85,9 @@ Answer problemAnswer(Problem problem, const std::vector<std::string>& causes) {
   return problemDocument(problem, rowOf(problem).code, causes);
 }
 
-Answer methodFailureAnswer(int code, const std::vector<std::string>& causes) {
-  return problemDocument(problemOfCode(code), code, causes);
+Answer methodFailureAnswer(int code, const std::vector<std::string>& causes,
+                           const Json::Value& warnings) {
+  return problemDocument(problemOfCode(code), code, causes, warnings);
 }
 
 Answer wrongMethodAnswer(const std::string& allow) {

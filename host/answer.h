@@ -28,7 +28,8 @@ Answer successAnswer(const std::string& data, const Json::Value& warnings = Json
 // A problem document. `causes` go into it where there are any.
 Answer problemAnswer(Problem problem, const std::vector<std::string>& causes = {});
 // The document for a method's error code; the code stands in it whatever it is.
-Answer methodFailureAnswer(int code, const std::vector<std::string>& causes);
+Answer methodFailureAnswer(int code, const std::vector<std::string>& causes,
+                           const Json::Value& warnings = {});
 Answer wrongMethodAnswer(const std::string& allow);
 
 // The bytes of the answer: header lines as a web server takes them from an SCGI program, then the

@@ -53,8 +53,8 @@ Reply outcomeOf(const ZEVO::APIResponse& response, bool showCauses) {
   }
   const int code = response.ErrorCode();
   const bool withCauses = showCauses && problemOfCode(code) == Problem::kWorkFailed;
-  return replyOf(
-      methodFailureAnswer(code, withCauses ? zevo::errorTrail() : std::vector<std::string>()));
+  return replyOf(methodFailureAnswer(
+      code, withCauses ? zevo::errorTrail() : std::vector<std::string>(), warnings(showCauses)));
 }
 
 Reply ownOutput(const std::string& output) {

@@ -27,6 +27,7 @@ clean_up() {
 write_daemon_configuration() {
   cat >"$folder/currentconn.toml" <<END
 session_file = "$folder/state/sessions"
+list_folder = "$folder/list"
 web_socket = "$folder/web.sock"
 web_group = "www-data"
 local_socket = "$folder/local.sock"

@@ -75,6 +75,10 @@ bool readStateFolder(const toml::node& value, Config* config) {
   return readPath(value, &config->stateFolder);
 }
 
+bool readListFolder(const toml::node& value, Config* config) {
+  return readPath(value, &config->listFolder);
+}
+
 bool readGroup(const toml::node& value, std::string* group) {
   const auto* text = value.as_string();
   if (text == nullptr || text->get().size() > 255) return false;
@@ -133,7 +137,7 @@ bool readCallSeconds(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
-constexpr std::array<Key, 16> kKeys = {{
+constexpr std::array<Key, 17> kKeys = {{
     {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
     {"session_file", "must be an absolute path in quotes", &readSessionFile},
     {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
@@ -141,6 +145,7 @@ constexpr std::array<Key, 16> kKeys = {{
     {"smbstatus", "must be an absolute path in quotes", &readSmbstatus},
     {"pdbedit", "must be an absolute path in quotes", &readPdbedit},
     {"state_folder", "must be an absolute path in quotes", &readStateFolder},
+    {"list_folder", "must be an absolute path in quotes", &readListFolder},
     {"administrators_group", "must be the name of a group, or \"\"", &readAdministratorsGroup},
     {"min_admins", "must be 0 to 1000", &readMinAdmins},
     {"web_socket", "must be an absolute path in quotes", &readWebSocket},

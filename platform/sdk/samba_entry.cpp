@@ -9,7 +9,6 @@
 namespace zevo {
 namespace {
 
-
 // The flags that pdbedit sets; it keeps the others (the kind of account) by itself.
 constexpr std::string_view kSettableFlags = "DHLNX";
 

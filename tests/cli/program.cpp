@@ -92,6 +92,7 @@ Program::Program() : answers_(Json::objectValue) {
   }
   std::ofstream(folder_ / "config.toml")
       << "session_file = \"" << (folder_ / "run" / "sessions").string() << "\"\n"
+      << "list_folder = \"" << (folder_ / "list").string() << "\"\n"
       << "state_folder = \"" << (folder_ / "state").string() << "\"\n";
   environment = {"LC_ALL=C.UTF-8", "PATH=/usr/bin:/bin", "CURRENTCONN_FAKE=" + folder_.string()};
   // What the sanitizers are told in this run holds for the program as well.

@@ -45,6 +45,9 @@ TEST(Answer, CausesGoIntoTheDocument) {
 }
 
 TEST(Answer, AMethodsCodeDecidesTheStatus) {
+  const Json::Value warnings = json(R"([{"code":"still_let_in","service":"CIFS"}])");
+  EXPECT_EQ(json(methodFailureAnswer(117, {}, warnings).body)["warnings"], warnings);
+  EXPECT_FALSE(json(methodFailureAnswer(117, {}).body).isMember("warnings"));
   EXPECT_EQ(methodFailureAnswer(105, {}).status, 403);
   EXPECT_EQ(methodFailureAnswer(117, {}).status, 500);
   EXPECT_EQ(methodFailureAnswer(7100, {}).status, 409);

@@ -18,6 +18,7 @@ struct Config {
   std::string smbstatus = "/usr/bin/smbstatus";
   std::string pdbedit = "/usr/bin/pdbedit";
   std::string stateFolder = "/var/lib/currentconn";  // what is kept over restarts
+  std::string listFolder = "/run/currentconn/list";  // of the list that calls share for a moment
   std::string administratorsGroup;  // "" : the first of administrators, sudo, wheel that exists
   int minAdmins = 1;                // valid administrators that an account write leaves
   // The daemon's alone.

@@ -152,6 +152,7 @@ int get(_tag_ZEVO_CURCONN_** records) {
   }
   Paths paths;
   paths.smbstatus = config().smbstatus;
+  paths.sharedList = config().listFolder;
   ToolLimits limits;
   limits.time = config().toolLimit;
   const ListCall call{begin, acceptedAge, limits.time + kTimeBesideTools};

@@ -9,8 +9,9 @@
 
 namespace zevo::connections {
 
-// The connections in a /proc/PID/net/tcp or tcp6, as SocketTable has them. Addresses carry no interface, since
-// its number means something in that namespace only. Lines of another form are left out.
+// The connections in a /proc/PID/net/tcp or tcp6, as SocketTable has them. Addresses carry no
+// interface, since its number means something in that namespace only. Lines of another form are
+// left out.
 std::vector<Socket> parseTcpText(std::string_view text);
 
 }  // namespace zevo::connections

@@ -29,8 +29,8 @@ struct FakeProcess {
   std::int32_t terminal = 0;  // device number
   char state = 'S';
   std::uint64_t flags = 0;
-  std::uint64_t image = 1;  // the same for what was forked and has run no other program since
-  bool setuid = false;      // the program's file, which belongs to who runs the test
+  std::uint64_t image = 1;   // the same for what was forked and has run no other program since
+  bool setuid = false;       // the program's file, which belongs to who runs the test
   std::string program = {};  // name of that file; that of the process where empty
   std::string exe = {};      // another file that the program is
   std::string cwd = "/";     // link targets need not exist

@@ -35,14 +35,14 @@ TEST(Config, ReadsEveryKey) {
   Config config;
   ConfigLines lines;
   std::string error;
-  ASSERT_TRUE(
-      parseConfig("language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
-                  "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
-                  "pdbedit = '/opt/pdbedit'\nstate_folder = '/srv/state'\n"
-                  "administrators_group = 'ops'\nmin_admins = 3\n"
-                  "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
-                  "module_folder = '/m'\npam_folder = '/p'\nmax_calls = 32\ncall_seconds = 5\n",
-                  "FILE", &config, &lines, &error))
+  ASSERT_TRUE(parseConfig(
+      "language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
+      "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
+      "pdbedit = '/opt/pdbedit'\nstate_folder = '/srv/state'\nlist_folder = '/srv/list'\n"
+      "administrators_group = 'ops'\nmin_admins = 3\n"
+      "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
+      "module_folder = '/m'\npam_folder = '/p'\nmax_calls = 32\ncall_seconds = 5\n",
+      "FILE", &config, &lines, &error))
       << error;
   Config expected;
   expected.language = "de";
@@ -52,6 +52,7 @@ TEST(Config, ReadsEveryKey) {
   expected.smbstatus = "/opt/smbstatus";
   expected.pdbedit = "/opt/pdbedit";
   expected.stateFolder = "/srv/state";
+  expected.listFolder = "/srv/list";
   expected.administratorsGroup = "ops";
   expected.minAdmins = 3;
   expected.webSocket = "/w";
@@ -73,8 +74,8 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
   EXPECT_EQ(config, Config());
   for (const char* key :
        {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus", "pdbedit",
-        "state_folder", "administrators_group", "min_admins", "web_socket", "web_group",
-        "local_socket", "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
+        "state_folder", "list_folder", "administrators_group", "min_admins", "web_socket",
+        "web_group", "local_socket", "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
     EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
   }
 }
@@ -82,7 +83,8 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
 TEST(Config, RefusesAnUnknownKeyWithItsLine) {
   EXPECT_EQ(errorOf("\nlangage = 'de'\n"),
             "FILE:2: there is no key \"langage\"; the keys are language, session_file, "
-            "idle_minutes, tool_seconds, smbstatus, pdbedit, state_folder, administrators_group, "
+            "idle_minutes, tool_seconds, smbstatus, pdbedit, state_folder, list_folder, "
+            "administrators_group, "
             "min_admins, web_socket, "
             "web_group, "
             "local_socket, module_folder, pam_folder, max_calls, call_seconds");
