@@ -6,7 +6,7 @@ import listing
 import namespace
 import processes
 import waiting
-from clients import ssh, stalling
+from clients import hoarding, ssh, stalling
 from daemons.openssh import EXTERNAL, OpenSsh
 from listing import Row
 from service_test import ServiceTest, add_users, main
@@ -19,6 +19,7 @@ HANG_SECONDS = 60
 SERVER_TITLES = ("sshd: alice@internal-sftp", "sshd: alice [priv]", "sshd-session: alice@pts/9", "sftp-server: x",
                  "vsftpd: 10.20.0.9/bob: IDLE", "proftpd: bob - localhost: IDLE", "pure-ftpd: bob", "smbd: x",
                  "telnetd: x", "login: x", "afpd: x", "inetd: x")
+SERVER_NAMES = ("vsftpd", "smbd", "telnetd", "afpd", "proftpd", "pure-ftpd")
 
 
 def setUpModule():
@@ -38,6 +39,13 @@ class OpenSshTest(ServiceTest):
         self.client(ssh.Pretender, "alice", "10.20.0.2", name, title)
         waiting.until(f"{title} to run", lambda: any(processes.status(pid, "Name") == name
                                                      for pid in processes.titled(title)))
+
+    def close_later(self, client):
+        """So that a list that hangs comes back and fails the test."""
+        timer = threading.Timer(HANG_SECONDS, client.close)
+        timer.start()
+        self.addCleanup(timer.cancel)
+        return timer
 
     def test_a_shell_shows_its_terminal(self):
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
@@ -105,13 +113,18 @@ class OpenSshTest(ServiceTest):
         if reason:
             self.skipTest(reason)
         client = self.client(ssh.Stalling, "alice", "10.20.0.2", *SERVER_TITLES)
-        freed = threading.Timer(HANG_SECONDS, client.close)  # so that a list that hangs comes back and fails the test
-        freed.start()
-        self.addCleanup(freed.cancel)
+        freed = self.close_later(client)
         self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
         self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
         self.assertTrue(freed.is_alive(), "a list or a kick waited for the user's processes")
         waiting.until("ssh to end", client.has_ended)
+
+    def test_users_processes_full_of_descriptors_keep_no_list_waiting(self):
+        hoarding.install()
+        client = self.client(ssh.Hoarding, "alice", "10.20.0.2", *SERVER_NAMES)
+        freed = self.close_later(client)
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
+        self.assertTrue(freed.is_alive(), "a list looked at the descriptors of the user's processes")
 
     def test_short_sftp_batches_never_take_their_connection_off_the_list(self):
         self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)

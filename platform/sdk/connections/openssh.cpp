@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "sdk/connections/client_sockets.h"
 #include "sdk/connections/trust.h"
 
 namespace zevo::connections {
@@ -67,9 +68,7 @@ Reading<Session> identify(const Sources& sources, const Process& process) {
 
 // Address of the client, empty where it did not come over TCP.
 Reading<std::string> clientAddress(const Sources& sources, const Process& owner) {
-  const auto files = sources.filesOf(owner);
-  if (!files.ok()) return Reading<std::string>::like(files);
-  const auto socket = clientSocket(sources, *files);
+  const auto socket = clientSocket(sources, owner, isSshd);
   if (!socket.ok()) return Reading<std::string>::like(socket);
   return socket->has_value() ? numericText((*socket)->remote) : std::string();
 }

@@ -161,7 +161,7 @@ Reading<std::string> ProcessFiles::root() const {
 // As the kernel knows it already: a file system that a user serves is not asked.
 Reading<struct statx> ProcessFiles::program() const {
   struct statx file {};
-  constexpr unsigned kWanted = STATX_MODE | STATX_INO;
+  constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
   if (::statx(folder_.get(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
     return endedOrFailed<struct statx>("exe", errno);
   }
@@ -183,10 +183,10 @@ Reading<bool> ProcessFiles::runs(const std::string& path) const {
 }
 
 Reading<bool> ProcessFiles::isRootsProgram() const {
-  struct stat program {};
-  if (::fstatat(folder_.get(), "exe", &program, 0) != 0) return endedOrFailed<bool>("exe", errno);
+  const auto file = program();
+  if (!file.ok()) return Reading<bool>::like(file);
   constexpr mode_t kForbidden = S_ISUID | S_IWGRP | S_IWOTH;
-  return program.st_uid == 0 && (program.st_mode & kForbidden) == 0;
+  return file->stx_uid == 0 && (file->stx_mode & kForbidden) == 0;
 }
 
 Reading<std::string> ProcessFiles::programName() const {
@@ -245,7 +245,7 @@ Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
                  : Reading<std::string>(std::move(text));
 }
 
-Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
+Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets(std::size_t most) const {
   using Sockets = std::vector<SocketDescriptor>;
   FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
   if (!descriptors) return endedOrFailed<Sockets>("fd", errno);
@@ -254,9 +254,11 @@ Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets() const {
   static_cast<void>(descriptors.release());  // the folder closes it
 
   Sockets sockets;
+  std::size_t seen = 0;  // the kernel lists them in order of numbers
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     const auto number = descriptorNumber(entry->d_name);
     if (!number) continue;
+    if (++seen > most) break;
     std::array<char, 64> target{};  // a socket's is shorter; anything longer is none
     const ssize_t size =
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 
+#include "sdk/connections/client_sockets.h"
 #include "sdk/connections/containers.h"
 #include "sdk/connections/samba_records.h"
 #include "sdk/connections/trust.h"
@@ -37,9 +38,7 @@ Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Proce
   using Result = Reading<std::optional<Socket>>;
   const bool isChild = isSmbdAbove(sources, process);
   if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
-  const auto files = sources.filesOf(process);
-  const auto sockets =
-      files.ok() ? connectionsOf(sources, *files) : Reading<std::vector<Socket>>::like(files);
+  const auto sockets = connectionsOf(sources, process, isSmbd);
   if (!sockets.ok()) return Result::like(sockets);
   std::optional<Socket> first;
   for (const Socket& socket : *sockets) {
@@ -92,8 +91,8 @@ std::set<pid_t> smbPids(const std::vector<Connection>& connections) {
 Reading<bool> isSmbServed(const Sources& sources) {
   Reading<bool> found = false;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
-    auto serving = mayServe(sources, *process);
-    if (serving.ok() && *serving) serving = isVouchedFor(sources, *process, isSmbd);
+    auto serving = isVouchedFor(sources, *process, isSmbd);
+    if (serving.ok() && *serving) serving = mayServe(sources, *process);
     if (serving.ok() && *serving) serving = isOurs(sources, *process);
     if (serving.ok() && *serving) return serving;
     if (serving.failed()) found = serving;

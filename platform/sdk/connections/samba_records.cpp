@@ -7,6 +7,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "sdk/connections/client_sockets.h"
+
 namespace zevo::connections {
 namespace {
 
@@ -54,9 +56,7 @@ Reading<Process> SessionRecords::serverOf(const SmbSession& session) const {
 // decides.
 Reading<bool> SessionRecords::isServedHere(const SmbSession& session,
                                            const Process& process) const {
-  const auto files = sources_.filesOf(process);
-  const auto sockets =
-      files.ok() ? connectionsOf(sources_, *files) : Reading<std::vector<Socket>>::like(files);
+  const auto sockets = connectionsOf(sources_, process, isSmbd);
   if (!sockets.ok()) return Reading<bool>::like(sockets);
   return std::any_of(sockets->begin(), sockets->end(), [&session](const Socket& socket) {
     return socket.remote.port == session.clientPort && numericText(socket.remote) == session.from;

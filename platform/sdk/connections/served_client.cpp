@@ -4,6 +4,8 @@
 #include <map>
 #include <utility>
 
+#include "sdk/connections/client_sockets.h"
+
 namespace zevo::connections {
 namespace {
 
@@ -21,9 +23,7 @@ using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
 
 Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
                            const Process& process) {
-  const auto files = sources.filesOf(process);
-  const auto sockets =
-      files.ok() ? connectionsOf(sources, *files) : Reading<std::vector<Socket>>::like(files);
+  const auto sockets = connectionsOf(sources, process, kind.family);
   if (!sockets.ok()) return Reading<Holder>::like(sockets);
   Holder holder;
   for (const Socket& socket : *sockets) {
@@ -80,14 +80,16 @@ std::vector<ServedClient> gather(const Holders& holders) {
   return clients;
 }
 
-// Whether the service vouches for the processes of `client`; finds out whether they are orphans.
+// Whether the service vouches for the processes of `client`, or they are orphans whose connection
+// root accepted or opened, which no user can do.
 Reading<bool> judge(const Sources& sources, Family family, ServedClient& client) {
   const Process& top = *client.processes.front();
   auto vouched = isVouchedFor(sources, top, family);
   if (!vouched.ok() || *vouched) return vouched;
-  auto given = wasGivenClient(sources, top, client.socket, family);
-  client.isOrphaned = given.ok() && *given;
-  return given;
+  if (client.socket.owner != 0) return false;
+  auto orphaned = isOrphan(sources, top, family);
+  client.isOrphaned = orphaned.ok() && *orphaned;
+  return orphaned;
 }
 
 // The login of a client: that of the first process that has one. None where the session ends just

@@ -102,13 +102,4 @@ class Sources {
 // collector, which appends what the others tell nevertheless.
 using Collector = Outcome (*)(const Sources& sources, std::vector<Connection>& connections);
 
-// The TCP connections of a process, by number of descriptor: those of our network namespace and
-// those of its server's, where that is another one.
-Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const ProcessFiles& files);
-
-// The TCP connection of the lowest descriptor of a process, which in a server that serves one
-// client is the client's: whatever the process opens later has a higher one. Nothing where it has
-// none.
-Reading<std::optional<Socket>> clientSocket(const Sources& sources, const ProcessFiles& files);
-
 }  // namespace zevo::connections

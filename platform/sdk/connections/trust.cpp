@@ -79,9 +79,7 @@ Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Famil
   return false;
 }
 
-Reading<bool> wasGivenClient(const Sources& sources, const Process& process, const Socket& client,
-                             Family family) {
-  if (client.owner != 0) return false;
+Reading<bool> isOrphan(const Sources& sources, const Process& process, Family family) {
   const Process* parent = sources.processes().find(process.parent);
   const auto inherited = parent != nullptr ? isRootOwned(sources, *parent) : Reading<bool>(true);
   if (inherited.failed() || (inherited.ok() && !*inherited)) return inherited;
@@ -90,6 +88,16 @@ Reading<bool> wasGivenClient(const Sources& sources, const Process& process, con
   if (!isRoots.ok() || !*isRoots) return isRoots;
   const auto program = files->programName();
   return program.ok() ? Reading<bool>(family(*program)) : Reading<bool>::like(program);
+}
+
+Reading<bool> isBelowOrphan(const Sources& sources, const Process& process, Family family) {
+  const Process* step = &process;
+  for (int i = 0; i < kLongestAncestry && step != nullptr && family(step->name); ++i) {
+    auto orphaned = isOrphan(sources, *step, family);
+    if (!orphaned.ok() || *orphaned) return orphaned;
+    step = sources.processes().find(step->parent);
+  }
+  return false;
 }
 
 }  // namespace zevo::connections

@@ -36,12 +36,14 @@ Reading<const Process*> serverOf(const Sources& sources, const Process& process)
 // programs pass this test too.
 Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Family family);
 
-// Whether `process` is an orphan to whom root's server once gave its client: root accepted or
-// opened its connection `client`, which no user can do; it runs a program of root's under one of
-// the service's names; and its parent, if any, is one of root's, as are all that inherit the
-// children of a server. What it says of itself stays unproven: whom root hands a connection to may
-// have started that program anew.
-Reading<bool> wasGivenClient(const Sources& sources, const Process& process, const Socket& client,
-                             Family family);
+// Whether `process` may be an orphan of the service: it runs a program of root's under one of the
+// service's names, and its parent, if any, is one of root's, as are all that inherit the children
+// of a server. A user can start such a process, too, so believe it no more than its connection
+// proves: one that root accepted was given to it by root's server. What it says of itself stays
+// unproven even then: whom root hands a connection to may have started that program anew.
+Reading<bool> isOrphan(const Sources& sources, const Process& process, Family family);
+
+// Whether `process` or one above it, through processes of `family`, may be an orphan.
+Reading<bool> isBelowOrphan(const Sources& sources, const Process& process, Family family);
 
 }  // namespace zevo::connections

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -10,6 +11,7 @@
 #include "platform/connections/accounts.h"
 #include "platform/connections/print.h"
 #include "platform/connections/service_fixture.h"
+#include "sdk/connections/client_sockets.h"
 #include "sdk/connections/openssh.h"
 #include "sdk/connections/vsftpd.h"
 
@@ -22,6 +24,10 @@ using ::testing::IsEmpty;
 
 constexpr Namespaces kOther = {4026532001, 4026532002, 4026532003};
 constexpr const char* kWeb = "0::/lxc.payload.web\n";
+
+bool isAny(std::string_view /*name*/) {
+  return true;
+}
 
 Namespaces otherMounts() {
   Namespaces namespaces = kOurNamespaces;
@@ -254,10 +260,10 @@ TEST_F(ContainerSocketsTest, AreReadOnceForEachNetworkNamespace) {
   addSession(kOther, kOther);
   tree_.write(10, "net/tcp", kTcp);
   const test::FakeSources sources(tree_);
-  const auto files = ProcessFiles::open(tree_.paths(), 10);
-  ASSERT_TRUE(connectionsOf(*sources, *files).ok());
+  const Process& server = *sources.processes().find(10);
+  ASSERT_TRUE(connectionsOf(*sources, server, isAny).ok());
   tree_.write(10, "net/tcp", "");
-  EXPECT_EQ(connectionsOf(*sources, *files)->size(), 1U);
+  EXPECT_EQ(connectionsOf(*sources, server, isAny)->size(), 1U);
 }
 
 TEST_F(ContainerSocketsTest, AreTheServersWhereTheSessionHasANetworkNamespaceOfItsOwn) {
@@ -270,7 +276,7 @@ TEST_F(ContainerSocketsTest, AreTheServersWhereTheSessionHasANetworkNamespaceOfI
        .namespaces = {4026532005, 4026532004, kOther.mount}});
   tree_.write(10, "net/tcp", kTcp);
   const test::FakeSources sources(tree_);
-  const auto sockets = connectionsOf(*sources, *ProcessFiles::open(tree_.paths(), 12));
+  const auto sockets = connectionsOf(*sources, *sources.processes().find(12), isAny);
   ASSERT_EQ(sockets->size(), 1U);
   EXPECT_EQ(numericText((*sockets)[0].remote), "10.30.0.1");
 }

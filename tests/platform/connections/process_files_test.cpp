@@ -1,10 +1,13 @@
 #include "sdk/connections/process_files.h"
 
+#include <algorithm>
 #include <cstring>
+#include <fcntl.h>
 #include <optional>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -120,7 +123,7 @@ TEST_F(ProcessFilesTest, ListsSocketsByDescriptor) {
                                      {"6", "/tmp/socket:[5]"}}) {
     ASSERT_EQ(::symlink(target, (tree_.paths().proc + "/9/fd/" + name).c_str()), 0);
   }
-  const auto sockets = files.sockets();
+  const auto sockets = files.sockets(100);
   ASSERT_TRUE(sockets.ok()) << sockets.cause();
   EXPECT_THAT(*sockets, ElementsAre(SocketDescriptor{0, 7003}, SocketDescriptor{3, 7002},
                                     SocketDescriptor{10, 7001}));
@@ -148,7 +151,7 @@ TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
   EXPECT_TRUE(files.groupIds().isGone());
   EXPECT_TRUE(files.workingDirectory().isGone());
   EXPECT_TRUE(files.root().isGone());
-  EXPECT_TRUE(files.sockets().isGone());
+  EXPECT_TRUE(files.sockets(100).isGone());
   EXPECT_TRUE(files.isSetuidProgram().isGone());
   EXPECT_TRUE(files.runs("/bin/true").isGone());
   EXPECT_TRUE(ProcessFiles::open(tree_.paths(), 9).isGone());
@@ -159,8 +162,22 @@ TEST_F(ProcessFilesTest, EveryReadingThatIsRefusedIsAFailureThatNamesTheFile) {
   for (const char* name : {"cmdline", "status", "fd", "exe"}) tree_.makeUnreadable(9, name);
   EXPECT_NE(files.title().cause().find("/proc/9/cmdline"), std::string::npos);
   EXPECT_NE(files.userIds().cause().find("/proc/9/status"), std::string::npos);
-  EXPECT_NE(files.sockets().cause().find("/proc/9/fd"), std::string::npos);
+  EXPECT_NE(files.sockets(100).cause().find("/proc/9/fd"), std::string::npos);
   EXPECT_NE(files.isSetuidProgram().cause().find("/proc/9/exe"), std::string::npos);
+}
+
+TEST_F(ProcessFilesTest, LooksAtTheLowestDescriptorsOfARealProcess) {
+  const FileDescriptor socket(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  std::vector<FileDescriptor> others;
+  for (int i = 0; i < 20; ++i) others.emplace_back(::fcntl(socket.get(), F_DUPFD_CLOEXEC, 0));
+  const auto files = ProcessFiles::open(Paths{}, ::getpid());
+  ASSERT_TRUE(files.ok());
+  const auto all = files->sockets(1000);
+  const auto some = files->sockets(static_cast<std::size_t>(others[9].get()));
+  ASSERT_TRUE(all.ok() && some.ok()) << all.cause() << some.cause();
+  ASSERT_LT(some->size(), all->size());
+  ASSERT_GE(some->size(), 5U);
+  EXPECT_TRUE(std::equal(some->begin(), some->end(), all->begin()));
 }
 
 TEST_F(ProcessFilesTest, ReadsASocketOfARealProcess) {
@@ -169,7 +186,7 @@ TEST_F(ProcessFilesTest, ReadsASocketOfARealProcess) {
   ASSERT_EQ(::fstat(socket.get(), &status), 0);
   const auto files = ProcessFiles::open(Paths{}, ::getpid());
   ASSERT_TRUE(files.ok());
-  const auto sockets = files->sockets();
+  const auto sockets = files->sockets(100);
   ASSERT_TRUE(sockets.ok()) << sockets.cause();
   EXPECT_THAT(*sockets, ::testing::Contains(SocketDescriptor{socket.get(), status.st_ino}));
 }

@@ -119,6 +119,13 @@ class SambaTest : public ::testing::Test {
   std::vector<std::string> log_;
 };
 
+TEST_F(SambaTest, TheDescriptorsOfUsersProgramsAreNotRead) {
+  for (const pid_t pid : {70, 72, 73, 87}) tree_.remove(pid);
+  tree_.add({.pid = 60, .name = "smbd", .uid = 1001});
+  tree_.makeUnreadable(60, "fd");
+  EXPECT_THAT(read(), IsEmpty());
+}
+
 TEST_F(SambaTest, EachShareOfASessionIsARecord) {
   setAnswers(sessionsText({{"1", "87", "alice"}}),
              sharesText({{"1", "photos", "36"}, {"1", "media"}}));

@@ -387,6 +387,31 @@ TEST_F(VsftpdTest, AUsersProgramUnderTheServersNameAndTitleIsNone) {
   EXPECT_THAT(read(readVsftpd), IsEmpty());
 }
 
+TEST_F(VsftpdTest, TheDescriptorsOfAUsersOwnProgramsAreNotRead) {
+  add({.pid = 20, .name = "bash", .uid = kBob});
+  add({.pid = 21, .parent = 20, .name = "vsftpd", .uid = kBob});
+  add({.pid = 22, .parent = 21, .name = "vsftpd", .uid = kBob, .session = 21});
+  add({.pid = 23, .name = "vsftpd", .uid = kBob, .program = "python3.11"});
+  for (const pid_t pid : {21, 22, 23}) tree_.makeUnreadable(pid, "fd");
+  EXPECT_THAT(read(readVsftpd), IsEmpty());
+}
+
+TEST_F(VsftpdTest, ASessionOutlivesItsListener) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
+  addParent(76, kNobody);
+  addUsers(78, 76, kAlice);
+  tree_.remove(kListener);
+  tree_.remove(76);
+  add({.pid = 76,
+       .name = "vsftpd",
+       .cmdline = kArguments,
+       .uid = kNobody,
+       .cwd = empty_,
+       .root = empty_,
+       .sockets = standardStreams(kClient)});
+  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice")));
+}
+
 TEST_F(VsftpdTest, AProcessWithoutAConnectionIsNone) {
   addParent(76, kNobody);
   addUsers(78, 76, kAlice);

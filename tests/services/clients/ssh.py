@@ -8,7 +8,7 @@ import socket
 
 import namespace
 import waiting
-from clients import stalling
+from clients import hoarding, stalling
 from clients.dialogue import Dialogue
 
 _KEY = "/srv/client_key"
@@ -102,6 +102,15 @@ class Stalling(Dialogue):
                             *(f"'{title}'" for title in titles)])
         super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}", command])
         self.expect("stalling")
+
+
+class Hoarding(Dialogue):
+    """ssh whose command makes processes with these names and with all descriptors that the user may have."""
+
+    def __init__(self, user, address, *names):
+        command = " ".join(["exec", "/usr/bin/python3", hoarding.PROGRAM, *names])
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", command])
+        self.expect("hoarding")
 
 
 class Sftp(Dialogue):
