@@ -33,14 +33,14 @@ bool isNetworkService(std::string_view name) {
 
 // Device number of "tty1", "ttyS0" or "pts/3" as proc(5) encodes it; nothing for other names.
 std::optional<std::int32_t> deviceOf(std::string_view terminal) {
-  struct Kind {
+  struct Terminals {
     std::string_view prefix;
     std::uint32_t major;
     std::uint32_t firstMinor;
   };
   // Numbers of the kernel's list of devices.
-  constexpr std::array<Kind, 3> kKinds = {{{"ttyS", 4, 64}, {"tty", 4, 0}, {"pts/", 136, 0}}};
-  for (const Kind& kind : kKinds) {
+  constexpr std::array<Terminals, 3> kKinds = {{{"ttyS", 4, 64}, {"tty", 4, 0}, {"pts/", 136, 0}}};
+  for (const Terminals& kind : kKinds) {
     if (!terminal.starts_with(kind.prefix)) continue;
     const std::string_view digits = terminal.substr(kind.prefix.size());
     std::uint32_t index = 0;
