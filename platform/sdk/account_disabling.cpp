@@ -26,17 +26,20 @@ SambaBefore sambaBefore(const DisablingBatch& batch, const std::string& name) {
 }
 
 // What undoing must restore, from the account as it is: of what we set ourselves, what was before.
+// Each database for itself, since somebody may have enabled the account in one of them alone. A
+// flag cannot tell who set it, so an entry that was enabled before stays recorded as that.
 void note(DisablingBatch& batch, const std::string& name, const std::string& expiry) {
-  const SambaBefore samba = sambaBefore(batch, name);
+  const Actor& actor = batch.tools.actor;
+  const Disabling fresh{expiry, sambaBefore(batch, name), actor.name, actor.place, batch.tools.now};
   const bool isExpired = expiry == kDisablingField;
   const auto known = batch.after.find(name);
-  if (known != batch.after.end() && isExpired) {
-    if (samba != SambaBefore::kDisabled) known->second.samba = samba;
+  if (known == batch.after.end()) {
+    if (!isExpired || fresh.samba == SambaBefore::kEnabled) batch.after.emplace(name, fresh);
     return;
   }
-  if (isExpired && samba != SambaBefore::kEnabled) return;
-  const Actor& actor = batch.tools.actor;
-  batch.after[name] = {expiry, samba, actor.name, actor.place, batch.tools.now};
+  const bool wasEnabled = known->second.samba == SambaBefore::kEnabled;
+  if (!isExpired) known->second = fresh;
+  known->second.samba = wasEnabled ? SambaBefore::kEnabled : fresh.samba;
 }
 
 bool readSamba(DisablingBatch& batch) {

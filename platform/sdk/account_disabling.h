@@ -46,9 +46,10 @@ struct StillLetIn {
 // 3. the new shadow file is renamed over the old one: the point of no return. Up to here a failure
 //    changes nothing (the record is written back);
 // 4. Samba's entries get their flag, one after the other; those that fail are put into *stillLetIn.
-// An account that was disabled before keeps its first record, unless somebody has enabled it by
-// other means since; one of which nothing changes gets none. Returns ZEVO_ERR_NONE, or the error
-// that it has set and noted.
+// An account that was disabled before keeps its first record. Where somebody has changed its expiry
+// since, the record takes that, and where somebody has enabled its Samba entry, that; an entry that
+// was enabled at first stays recorded so. An account of which nothing changes gets no record.
+// Returns ZEVO_ERR_NONE, or the error that it has set and noted.
 int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
                     std::vector<StillLetIn>* stillLetIn);
 

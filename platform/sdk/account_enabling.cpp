@@ -58,6 +58,11 @@ bool readSambaEntries(Undoing& undoing) {
     return false;
   }
   for (const SambaEntry& entry : *entries) undoing.samba.emplace(entry.name, entry);
+  for (const std::string& name : names) {
+    if (undoing.samba.contains(name)) continue;
+    undoing.accounts[name].notes.emplace_back(
+        "no entry of it was found in Samba's database, so nothing was undone there");
+  }
   return true;
 }
 

@@ -122,6 +122,13 @@ class DisableTest(ServiceTest):
         self.assertEqual(before, shadow_line("alice"))
         self.client(Ftp, "alice", "10.20.0.2")
 
+    def test_enabling_lets_in_over_samba_after_the_expiry_alone_was_taken_back(self):
+        self.disable("alice")
+        namespace.run("chage", "--expiredate", "-1", "alice")
+        self.disable("alice")
+        self.assertEqual(0, listing.run("enable", "alice").returncode)
+        self.client(Smb, "alice", "10.20.0.2", "media")
+
 
 class LeftBehindTest(ServiceTest):
     """What disabling cannot end, or cannot even see, is no success."""

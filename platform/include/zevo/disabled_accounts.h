@@ -51,7 +51,7 @@ ZEVO_EXPORT std::optional<std::vector<DisabledAccount>> disabledAccounts();
 struct EnabledAccount {
   std::string user;
   // What is not as it was before: another expiry that somebody has set since and that stays; a
-  // service that could not be undone. Sentences without a full stop.
+  // Samba entry that is gone; a service that could not be undone. Sentences without a full stop.
   std::vector<std::string> notes;
   bool isComplete = true;  // nothing is left to undo, and the record knows the account no longer
 };

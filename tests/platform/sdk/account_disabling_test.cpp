@@ -21,6 +21,9 @@ using testing::IsEmpty;
 using Names = std::set<std::string>;
 using State = DisabledAccount::State;
 
+constexpr const char* kNoSambaEntry =
+    "no entry of it was found in Samba's database, so nothing was undone there";
+
 // Of the accounts of the fixture, cid and ben have entries in Samba's database; ben's is disabled.
 class Disabling : public testing_support::AccountFixture {
  protected:
@@ -118,6 +121,47 @@ TEST_F(Disabling, AfterSomebodyEnabledTheAccountByOtherMeansIsRecordedAnew) {
   ASSERT_EQ(disable({"cid"}), "");
   EXPECT_EQ(record().at("cid"),
             (zevo::Disabling{"40000", SambaBefore::kEnabled, "bob", "", 1795213213}));
+}
+
+TEST_F(Disabling, KeepsThatSambasEntryWasEnabledWhereOnlyTheExpiryWasTakenBack) {
+  ASSERT_EQ(disable({"cid"}), "");
+  setExpiry("cid", "40000");
+  actor_ = {"bob", ""};
+  ASSERT_EQ(disable({"cid"}), "");
+  EXPECT_EQ(record().at("cid"),
+            (zevo::Disabling{"40000", SambaBefore::kEnabled, "bob", "", 1795213213}));
+  ASSERT_EQ(enable({"cid"}).status, Enabling::Status::kDone);
+  EXPECT_EQ(expiryOf("cid"), "40000");
+  EXPECT_EQ(samba_.flagsOf("cid"), "UX");
+}
+
+TEST_F(Disabling, KeepsThatSambasEntryWasEnabledAfterHalfAnUndoing) {
+  ASSERT_EQ(disable({"cid"}), "");
+  samba_.begin("[ $1 = --list ] || exit 1\n");
+  ASSERT_EQ(enable({"cid"}).status, Enabling::Status::kDone);
+  samba_.begin("");
+  ASSERT_EQ(disable({"cid"}), "");
+  EXPECT_EQ(record().at("cid").samba, SambaBefore::kEnabled);
+}
+
+TEST_F(Disabling, KeepsTheExpiryWhereOnlySambasEntryWasEnabledSince) {
+  ASSERT_EQ(disable({"ben"}), "");
+  samba_.addEntry("ben", "U");
+  actor_ = {"bob", ""};
+  ASSERT_EQ(disable({"ben"}), "");
+  EXPECT_EQ(record().at("ben"),
+            (zevo::Disabling{"30000", SambaBefore::kEnabled, "alice", "pts/3", 1795213213}));
+}
+
+TEST_F(Disabling, IsUndoneWithANoteWhereSambasEntryIsGone) {
+  ASSERT_EQ(disable({"cid"}), "");
+  samba_.removeEntry("cid");
+  ASSERT_EQ(disable({"cid"}), "") << "which does not forget it";
+  const Enabling done = enable({"cid"});
+  ASSERT_EQ(done.status, Enabling::Status::kDone);
+  EXPECT_TRUE(done.accounts.at(0).isComplete);
+  EXPECT_THAT(done.accounts.at(0).notes, ElementsAre(kNoSambaEntry));
+  EXPECT_EQ(expiryOf("cid"), "");
 }
 
 TEST_F(Disabling, OfAnAccountThatIsDisabledAlreadyLeavesNothingToUndo) {
@@ -277,7 +321,8 @@ TEST_F(Disabling, OfAnAccountThatIsGoneIsForgotten) {
   std::filesystem::remove(samba_.tool().path);
   const Enabling done = enable({"cid"});
   ASSERT_EQ(done.status, Enabling::Status::kDone);
-  EXPECT_THAT(done.accounts.at(0).notes, ElementsAre("there is no such local account any more"));
+  EXPECT_THAT(done.accounts.at(0).notes,
+              ElementsAre(kNoSambaEntry, "there is no such local account any more"));
   EXPECT_THAT(record(), IsEmpty());
 }
 

@@ -21,6 +21,9 @@ class SambaToolStandIn {
   void addEntry(const std::string& name, const std::string& flags) const {
     folder_.write("entries/" + name, flags);
   }
+  void removeEntry(const std::string& name) const {
+    std::filesystem::remove(folder_.file("entries/" + name));
+  }
   [[nodiscard]] std::string flagsOf(const std::string& name) const {
     return contentOf(folder_.file("entries/" + name));
   }
