@@ -91,7 +91,8 @@ std::vector<std::string> leftRunningLines(const std::string& user, const zevo::L
     const bool isNow = tense == Tense::kPresent;
     lines.push_back(std::to_string(left.processes) + (isOne ? " process of " : " processes of ") +
                     user + (isNow ? (isOne ? " still runs" : " still run") : " will still run") +
-                    "; end " + (isOne ? "it" : "them") + " with: pkill -KILL -U " + user);
+                    "; end " + (isOne ? "it" : "them") + " with: pkill -KILL -U " + user +
+                    " --ns 1 --nslist pid");
   }
   if (left.hasCrontab) {
     lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + user);

@@ -1,6 +1,8 @@
 """What is said about who a disabled account still gets in with, held against the real daemons."""
 
 import os
+import pwd
+import signal
 import subprocess
 
 import listing
@@ -21,6 +23,8 @@ from service_test import ServiceTest, add_users, main
 
 # Account rules that let everybody pass, beside the usual password check.
 OPEN_RULES = "@include common-auth\naccount required pam_permit.so\nsession required pam_permit.so\n"
+# The printed command that ends what alice has left running.
+END_THEM = "pkill -KILL -U alice --ns 1 --nslist pid"
 REFUSED, LET_IN, UNKNOWN = "refused", "let in", "unknown"
 
 
@@ -328,7 +332,7 @@ class LeftRunningTest(AccessTest):
         namespace.write("/var/spool/cron/crontabs/alice", "0 4 * * * true\n", 0o600)
         self.addCleanup(os.unlink, "/var/spool/cron/crontabs/alice")
         lines = listing.run("disable", "--yes", "alice").stdout.splitlines()
-        command = "pkill -KILL -U alice"
+        command = END_THEM
         self.assertIn(f"3 processes of alice still run; end them with: {command}", lines)
         self.assertIn("alice has a crontab; remove it with: crontab -r -u alice", lines)
         self.assertEqual(3, len(namespace.run("pgrep", "-U", "alice").split()), "nothing ends them by itself")
@@ -336,6 +340,23 @@ class LeftRunningTest(AccessTest):
         waiting.until("them to end", lambda: subprocess.run(["pgrep", "-U", "alice"]).returncode == 1)
         again = listing.run("disable", "--yes", "alice").stdout
         self.assertNotIn("still run", again)
+
+    def test_what_a_container_runs_under_the_same_number_is_neither_counted_nor_ended(self):
+        user = pwd.getpwnam("alice").pw_uid
+        ours = subprocess.Popen(["sleep", "1000"], user=user)
+        theirs = subprocess.Popen(["unshare", "--pid", "--fork", "--kill-child", "setpriv", f"--reuid={user}",
+                                   "--clear-groups", "sleep", "1000"])
+        for process in (ours, theirs):
+            self.addCleanup(process.wait)
+            self.addCleanup(process.kill)
+        running = ["pgrep", "-c", "-U", "alice", "-x", "sleep"]
+        waiting.until("both to run", lambda: subprocess.run(running, capture_output=True).stdout == b"2\n")
+        lines = listing.run("disable", "--yes", "alice").stdout.splitlines()
+        self.assertIn(f"1 process of alice still runs; end it with: {END_THEM}", lines)
+        namespace.run(*END_THEM.split())
+        self.assertEqual(-signal.SIGKILL, ours.wait(60))
+        self.assertEqual("1", namespace.run(*running).strip())
+        self.assertIsNone(theirs.poll())
 
 
 if __name__ == "__main__":

@@ -62,7 +62,9 @@ ZEVO_EXPORT std::vector<ServiceAccess> accountAccess(const std::string& account,
 
 // What the account has left running.
 struct LeftRunning {
-  std::size_t processes = 0;  // whose real user it is, zombies aside
+  // Whose real user it is, in the process namespace of this machine's first process, zombies aside:
+  // in another one, as containers have, the number is not this account's.
+  std::size_t processes = 0;
   bool hasCrontab = false;
   std::size_t atJobs = 0;
 

@@ -32,19 +32,37 @@ std::set<pid_t> withDescendants(const connections::ProcessTable& processes,
   return all;
 }
 
+// That of the first process, else our own; 0 where neither can be read.
+std::uint64_t homeNamespace(const connections::Paths& paths) {
+  for (const auto& files :
+       {connections::ProcessFiles::open(paths, 1), connections::ProcessFiles::openOwn(paths)}) {
+    if (!files.ok()) continue;
+    const auto namespaces = files->namespaces();
+    if (namespaces.ok() && namespaces->pid != 0) return namespaces->pid;
+  }
+  return 0;
+}
+
+// Whether it runs as `uid` of this machine: in a container the number is somebody else's.
+bool isOf(const connections::ProcessFiles& process, uid_t uid, std::uint64_t home) {
+  const auto ids = process.userIds();
+  if (!ids.ok() || ids->real != uid) return false;
+  const auto namespaces = process.namespaces();
+  return namespaces.ok() && namespaces->pid == home;
+}
+
 std::size_t countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>& except) {
   connections::Paths paths;
   paths.proc = root + paths.proc;
   const auto table = connections::ProcessTable::scan(paths);
   if (!table.ok()) return 0;
   const std::set<pid_t> others = withDescendants(*table, except);
+  const std::uint64_t home = homeNamespace(paths);
   const auto all = table->all();
   const auto count = std::count_if(all.begin(), all.end(), [&](const auto& process) {
     if (others.contains(process.pid)) return false;
     const auto files = connections::ProcessFiles::open(paths, process.pid);
-    if (!files.ok()) return false;
-    const auto ids = files->userIds();
-    return ids.ok() && ids->real == uid;
+    return files.ok() && isOf(*files, uid, home);
   });
   return static_cast<std::size_t>(count);
 }

@@ -36,6 +36,14 @@ TEST_F(LeftRunningTest, CountsTheAccountsOwnProcesses) {
   EXPECT_EQ(left(), (LeftRunning{.processes = 3}));
 }
 
+TEST_F(LeftRunningTest, LeavesOutProcessesOfContainers) {
+  auto container = connections::test::kOurNamespaces;
+  container.pid += 100;
+  tree.add({.pid = 10, .name = "bash", .uid = kAlice});
+  tree.add({.pid = 11, .name = "postgres", .uid = kAlice, .namespaces = container});
+  EXPECT_EQ(left(), (LeftRunning{.processes = 1}));
+}
+
 TEST_F(LeftRunningTest, LeavesOutSessionsWithWhatRunsBelowThem) {
   tree.add({.pid = 20, .name = "sshd", .uid = kAlice});
   tree.add({.pid = 21, .parent = 20, .name = "bash", .uid = kAlice});
