@@ -1,5 +1,8 @@
 #include "sdk/account_disabling.h"
 
+#include <new>
+#include <utility>
+
 #include "zevo/config.h"
 
 #include "base/text.h"
@@ -77,6 +80,33 @@ int writeFiles(DisablingBatch& batch) {
   return code;
 }
 
+std::string detailOf(const std::string& name, const std::string& cause) {
+  return "Samba still lets \"" + printable(name, 256) + "\" in: " + cause +
+         "; disable the account again";
+}
+
+// Those whose entries are to be disabled, as it is where that fails for want of memory.
+std::vector<StillLetIn> thoseLetIn(const DisablingBatch& batch) {
+  std::vector<StillLetIn> accounts;
+  for (const auto& [name, entry] : batch.samba) {
+    if (!entry.isDisabled()) accounts.push_back({name, detailOf(name, "memory ran out")});
+  }
+  return accounts;
+}
+
+// False with the detail of the account where it is still let in.
+bool disableInSamba(const DisablingBatch& batch, StillLetIn& account) {
+  try {
+    std::string cause;
+    const SambaEntry& entry = batch.samba.at(account.user);
+    if (setSambaDisabled(batch.tools.samba, entry, true, &cause)) return true;
+    account.detail = detailOf(account.user, cause);
+  } catch (const std::bad_alloc&) {
+    // The detail already says so.
+  }
+  return false;
+}
+
 }  // namespace
 
 DisablingTools DisablingTools::system() {
@@ -103,12 +133,10 @@ int disableAccounts(const DisablingTools& tools, const std::set<std::string>& na
   }
   DisablingBatch batch{tools, names, {tools.recordFolder, *tools.accounts.operations}, {}, {}};
   if (!batch.record.open(tools.recordWait) || !readSamba(batch)) return ZEVO_ERR_SYSTEM;
+  std::vector<StillLetIn> letIn = thoseLetIn(batch);
   if (const int code = writeFiles(batch)) return code;
-  for (const auto& [name, entry] : batch.samba) {
-    std::string cause;
-    if (entry.isDisabled() || setSambaDisabled(tools.samba, entry, true, &cause)) continue;
-    stillLetIn->push_back({name, cause});
-  }
+  std::erase_if(letIn, [&](StillLetIn& account) { return disableInSamba(batch, account); });
+  *stillLetIn = std::move(letIn);
   return ZEVO_ERR_NONE;
 }
 

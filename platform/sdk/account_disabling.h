@@ -33,10 +33,10 @@ struct DisablingTools {
   static DisablingTools system();
 };
 
-// An account that is disabled but for its Samba entry, and why.
+// An account that is disabled but for its Samba entry, and the sentence that says so and why.
 struct StillLetIn {
   std::string user;
-  std::string cause;
+  std::string detail;
 };
 
 // Disables the accounts, in this order:
@@ -45,7 +45,8 @@ struct StillLetIn {
 // 2. with the shadow file locked and the rules checked, the record is written;
 // 3. the new shadow file is renamed over the old one: the point of no return. Up to here a failure
 //    changes nothing (the record is written back);
-// 4. Samba's entries get their flag, one after the other; those that fail are put into *stillLetIn.
+// 4. Samba's entries get their flag, one after the other; those that fail are put into *stillLetIn,
+//    for want of memory too.
 // An account that was disabled before keeps its first record. Where somebody has changed its expiry
 // since, the record takes that, and where somebody has enabled its Samba entry, that; an entry that
 // was enabled at first stays recorded so. An account of which nothing changes gets no record.

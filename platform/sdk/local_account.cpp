@@ -1,9 +1,12 @@
 #include "zevo/local_account.h"
 
 #include <algorithm>
+#include <exception>
 #include <map>
+#include <new>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
@@ -45,18 +48,6 @@ std::set<std::string> namesOf(const Changes& changes) {
   return names;
 }
 
-int disable(const DisablingTools& tools, const Changes& changes,
-            std::vector<StillLetIn>* stillLetIn) {
-  const int code = disableAccounts(tools, namesOf(changes), stillLetIn);
-  for (const StillLetIn& account : *stillLetIn) {
-    const std::string name = printable(account.user, 256);
-    notes.push_back(
-        {std::string(kStillLetIn), "CIFS",
-         "Samba still lets \"" + name + "\" in: " + account.cause + "; disable the account again"});
-  }
-  return code;
-}
-
 int writeExpiry(const DisablingTools& tools, const Changes& changes) {
   ShadowWrite write;
   write.names = namesOf(changes);
@@ -76,8 +67,35 @@ int set(const Changes& changes, std::vector<StillLetIn>* stillLetIn) {
   const auto disables = [](const auto& change) { return change.second.expiryDay == kDisablingDay; };
   const auto count = std::count_if(changes.begin(), changes.end(), disables);
   if (count == 0) return writeExpiry(tools, changes);
-  if (static_cast<std::size_t>(count) == changes.size()) return disable(tools, changes, stillLetIn);
+  if (static_cast<std::size_t>(count) == changes.size())
+    return disableAccounts(tools, namesOf(changes), stillLetIn);
   return notedError(ZEVO_ERR_SYSTEM, "a batch either disables all of its accounts or none");
+}
+
+// The batch with its outcomes. Nothing after the write itself takes memory: by then the accounts
+// are changed, and the caller must learn what is not.
+int setUsers(char** names, UserRecord** users, VLIBUserShadow** shadows, int count,
+             std::vector<int>& codes) {
+  const auto size = static_cast<std::size_t>(std::max(count, 0));
+  codes.assign(size, ZEVO_ERR_NONE);
+  notes.reserve(size);
+  Changes changes;
+  std::vector<StillLetIn> stillLetIn;
+  int code = read(names, users, shadows, count, &changes);
+  if (code == ZEVO_ERR_NONE) code = set(changes, &stillLetIn);
+  // All or none: what stopped one stopped all.
+  std::fill(codes.begin(), codes.end(), code);
+  for (StillLetIn& account : stillLetIn) {
+    for (std::size_t i = 0; i < size; ++i) {
+      if (account.user == names[i]) codes[i] = ZEVO_ERR_SYSTEM;
+    }
+    // The texts of the other fields are short enough to stand in the object itself.
+    ReadNote& note = notes.emplace_back();
+    note.code = kStillLetIn;
+    note.service = "CIFS";
+    note.detail = std::move(account.detail);
+  }
+  return code;
 }
 
 }  // namespace
@@ -99,19 +117,18 @@ void clearAccountNotes() {
 extern "C" int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
                                        int count, VLIBCMResult** result) {
   zevo::clearAccountNotes();
-  zevo::Changes changes;
-  std::vector<zevo::StillLetIn> stillLetIn;
-  int code = zevo::read(names, users, shadows, count, &changes);
-  if (code == ZEVO_ERR_NONE) code = zevo::set(changes, &stillLetIn);
-  if (result != nullptr && *result != nullptr) {
-    // All or none: what stopped one stopped all.
-    std::vector<int>& codes = (*result)->codes;
-    codes.assign(static_cast<std::size_t>(count > 0 ? count : 0), code);
-    for (const zevo::StillLetIn& account : stillLetIn) {
-      for (int i = 0; i < count; ++i) {
-        if (account.user == names[i]) codes.at(static_cast<std::size_t>(i)) = ZEVO_ERR_SYSTEM;
-      }
-    }
+  std::vector<int> unasked;
+  std::vector<int>& codes = result != nullptr && *result != nullptr ? (*result)->codes : unasked;
+  int code = ZEVO_ERR_SYSTEM;
+  try {
+    const int done = zevo::setUsers(names, users, shadows, count, codes);
+    return done == ZEVO_ERR_NONE ? 0 : -1;
+  } catch (const std::bad_alloc&) {
+    code = ZEVO_ERR_OUT_OF_MEMORY;
+  } catch (const std::exception&) {
+    // As it stands.
   }
-  return code == ZEVO_ERR_NONE ? 0 : -1;
+  ZEVO_ERR_SET(code);
+  std::fill(codes.begin(), codes.end(), code);
+  return -1;
 }

@@ -1,4 +1,5 @@
-// What still lets an account in, and what it has left running.
+// What still lets an account in, and what it has left running. Both functions may throw
+// std::bad_alloc.
 #pragma once
 
 #include <map>

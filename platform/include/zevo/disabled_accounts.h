@@ -1,5 +1,5 @@
 // The accounts that were disabled, and undoing it: for hosts. Modules disable accounts through
-// zevo/local_account.h.
+// zevo/local_account.h. Of these functions all but clearAccountNotes may throw std::bad_alloc.
 #pragma once
 
 #include <optional>

@@ -35,7 +35,9 @@ ZEVO_EXPORT int VLIBUserShadowExpiryDaySet(VLIBUserShadow* shadow, long days);
 // own database are disabled with them, and what was done is recorded for zevo/disabled_accounts.h.
 // The new shadow file is the point of no return: where a Samba entry cannot be disabled after it,
 // the result is 0 all the same, the account's outcome is ZEVO_ERR_SYSTEM, and a note of
-// zevo/disabled_accounts.h says so. Samba's tool is tried before that point.
+// zevo/disabled_accounts.h says so, also where memory runs out after that point. Samba's tool is
+// tried before it. Memory that runs out earlier is ZEVO_ERR_OUT_OF_MEMORY with no account changed;
+// the record may then name some of them, which are listed as changed since. Nothing is thrown.
 ZEVO_EXPORT int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
                                         int count, VLIBCMResult** result);
 

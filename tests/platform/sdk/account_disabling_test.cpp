@@ -194,7 +194,7 @@ TEST_F(Disabling, ChangesNothingWhereSambasToolDoesNotWork) {
 TEST_F(Disabling, NamesTheAccountWhoseEntryFailsAfterThePointOfNoReturn) {
   samba_.begin("[ $1 = --list ] || exit 1\n");
   EXPECT_EQ(disable({"cid", "ben"}), "cid ");
-  EXPECT_THAT(stillLetIn_.at(0).cause, HasSubstr("pdbedit ended with status 1"));
+  EXPECT_THAT(stillLetIn_.at(0).detail, HasSubstr("pdbedit ended with status 1"));
   EXPECT_EQ(expiryOf("cid"), "1");
   EXPECT_EQ(record().at("cid").samba, SambaBefore::kEnabled);
   samba_.begin("");
