@@ -15,6 +15,7 @@ constexpr std::string_view kSettableFlags = "DHLNX";
 // Names are always the value of an option, so none is taken for an option itself.
 ToolResult run(const SambaTool& tool, const std::vector<std::string>& arguments) {
   std::vector<std::string> all = {tool.path};
+  if (!tool.configuration.empty()) all.push_back("--configfile=" + tool.configuration);
   all.insert(all.end(), arguments.begin(), arguments.end());
   return ToolRun(all, tool.limits).finish();
 }

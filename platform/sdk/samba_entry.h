@@ -13,6 +13,7 @@ namespace zevo {
 struct SambaTool {
   std::string path;
   ToolLimits limits;
+  std::string configuration = {};  // the file instead of the usual smb.conf; "": that one
 };
 
 struct SambaEntry {

@@ -27,12 +27,14 @@ bool isLocal(const std::string& account) {
 std::vector<zevo::ServiceAccess> zevo::accountAccess(const std::string& account,
                                                      AccessMoment moment) {
   if (!access::isLocal(account)) return {};
-  const access::Server server("", {.time = config().toolLimit});
+  const ToolLimits limits{.time = config().toolLimit};
+  const access::Server server("", limits);
   std::vector<ServiceAccess> all;
   for (const auto& one :
        {access::opensshAccess(server, account), access::vsftpdAccess(server),
         access::proftpdAccess(server), access::pureFtpdAccess(server), access::telnetAccess(server),
-        access::consoleAccess(server), access::sambaAccess(server, account, moment),
+        access::consoleAccess(server),
+        access::sambaAccess(server, account, moment, {config().pdbedit, limits}),
         access::afpAccess(server), access::pageAccess(server, config().pamFolder)}) {
     if (one) all.push_back(*one);
   }

@@ -1,5 +1,6 @@
 #include <map>
 #include <set>
+#include <unistd.h>
 
 #include "sdk/access/services.h"
 #include "sdk/access/words.h"
@@ -9,7 +10,6 @@ namespace {
 
 constexpr const char* kSamba = "samba";
 constexpr const char* kTestparm = "/usr/bin/testparm";
-constexpr const char* kPdbedit = "/usr/bin/pdbedit";
 
 // What the command line of a server says of its configuration file; "" where it says nothing.
 std::string fileArgument(const std::string& title) {
@@ -55,29 +55,21 @@ bool hasAccountsOfItsOwn(const std::map<std::string, std::string>& settings) {
 enum class Entry { kNone, kEnabled, kDisabled, kNotRead };
 
 // The account's entry in Samba's own database.
-Entry entryOf(const Server& server, const std::string& account, const std::string& file,
-              std::string* cause) {
-  std::vector<std::string> arguments = {kPdbedit, "--list"};
-  if (!file.empty()) arguments.push_back("--configfile=" + file);
-  // Where there is no such entry it fails as it does for other reasons: the list of all tells.
-  const auto all = server.ask(arguments, cause);
-  if (!all) return Entry::kNotRead;
-  bool isThere = false;
-  for (const std::string& line : linesOf(*all)) isThere |= line.starts_with(account + ":");
-  if (!isThere) return Entry::kNone;
-  arguments.insert(arguments.end(), {"--verbose", "--user=" + account});
-  const auto details = server.ask(arguments, cause);
-  if (!details) return Entry::kNotRead;
-  for (const std::string& line : linesOf(*details)) {
-    if (!line.starts_with("Account Flags:")) continue;
-    return line.find('D', line.find('[')) != std::string::npos ? Entry::kDisabled : Entry::kEnabled;
+Entry entryOf(const SambaTool& tool, const std::string& account, std::string* cause) {
+  // A server without its tool may have entries all the same.
+  if (::access(tool.path.c_str(), F_OK) != 0) {
+    *cause = "there is no " + tool.path;
+    return Entry::kNotRead;
   }
-  *cause = std::string(kPdbedit) + " tells no flags";
-  return Entry::kNotRead;
+  const auto entries = readSambaEntries(tool, {account}, cause);
+  if (!entries) return Entry::kNotRead;
+  if (entries->empty()) return Entry::kNone;
+  return entries->front().isDisabled() ? Entry::kDisabled : Entry::kEnabled;
 }
 
-ServiceAccess judgeServer(const Server& server, const std::string& account, const std::string& file,
-                          AccessMoment moment) {
+ServiceAccess judgeServer(const Server& server, const std::string& account, AccessMoment moment,
+                          const SambaTool& tool) {
+  const std::string& file = tool.configuration;
   std::vector<std::string> arguments = {kTestparm, "--suppress-prompt", "--verbose"};
   if (!file.empty()) arguments.push_back(file);
   std::string cause;
@@ -92,7 +84,7 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, cons
   if (!hasAccountsOfItsOwn(settings)) {
     return unknown(kSamba, "domain-accounts", "disable-in-domain", settings.at("server role"));
   }
-  const Entry entry = entryOf(server, account, file, &cause);
+  const Entry entry = entryOf(tool, account, &cause);
   if (entry == Entry::kNotRead) return notRead(kSamba, cause);
   if (entry == Entry::kNone) return refused(kSamba, "no-samba-entry");
   // The account write disables the entry that the usual configuration leads to.
@@ -105,15 +97,19 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, cons
 }  // namespace
 
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
-                                         AccessMoment moment) {
+                                         AccessMoment moment, SambaTool tool) {
   std::set<std::string> files;
   for (const std::string& title : server.titles("smbd")) {
     if (!title.starts_with("smbd:") && !title.starts_with("smbd[")) {
       files.insert(configurationOf(title));
     }
   }
+  tool.path = server.path(tool.path);
   std::vector<ServiceAccess> all;
-  for (const std::string& file : files) all.push_back(judgeServer(server, account, file, moment));
+  for (const std::string& file : files) {
+    tool.configuration = file;
+    all.push_back(judgeServer(server, account, moment, tool));
+  }
   return all.empty() ? std::nullopt : std::optional(worstOf(all));
 }
 

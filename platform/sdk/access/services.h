@@ -6,6 +6,7 @@
 #include <string>
 
 #include "sdk/access/server.h"
+#include "sdk/samba_entry.h"
 
 namespace zevo::access {
 
@@ -15,8 +16,9 @@ std::optional<ServiceAccess> proftpdAccess(const Server& server);
 std::optional<ServiceAccess> pureFtpdAccess(const Server& server);
 std::optional<ServiceAccess> telnetAccess(const Server& server);
 std::optional<ServiceAccess> consoleAccess(const Server& server);
+// `tool` is asked with the configuration of each server that runs.
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
-                                         AccessMoment moment);
+                                         AccessMoment moment, SambaTool tool);
 std::optional<ServiceAccess> afpAccess(const Server& server);
 // The page of this system, whose PAM service lies in `pamFolder` ("": the system's).
 std::optional<ServiceAccess> pageAccess(const Server& server, const std::string& pamFolder);

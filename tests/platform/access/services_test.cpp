@@ -303,8 +303,10 @@ class SambaAccessTest : public ServicesTest {
                 flags + "]';; *) echo alice:1001:; echo bob:1002:;; esac");
   }
   Result access(const std::string& account = "alice", AccessMoment moment = AccessMoment::kNow) {
-    return sambaAccess(server(), account, moment);
+    return sambaAccess(server(), account, moment, {tool, {}});
   }
+
+  std::string tool = "/usr/bin/pdbedit";
 };
 
 TEST_F(SambaAccessTest, IsLeftOutWhereItDoesNotRun) {
@@ -366,8 +368,18 @@ TEST_F(SambaAccessTest, AskedWithTheFileOfTheRunningServer) {
           "server role = auto\nobey pam restrictions = No\nE");
   program(
       "usr/bin/pdbedit",
-      "case $* in *--configfile=/srv/smb.conf*) echo alice:1:; echo 'Account Flags: [DU]';; esac");
+      "case $* in *--configfile=/srv/smb.conf*) echo 'Unix username: alice'; echo alice:1:; "
+      "echo 'Account Flags: [DU]';; esac");
   EXPECT_EQ(access(), refused("samba", "samba-disabled"));
+}
+
+TEST_F(SambaAccessTest, AskedWithTheConfiguredTool) {
+  configure("No");
+  entry("U");
+  tool = "/opt/samba/pdbedit";
+  EXPECT_EQ(access()->reason, "not-read");
+  program("opt/samba/pdbedit", "exec " + tree.folder() + "/usr/bin/pdbedit \"$@\"");
+  EXPECT_EQ(access()->reason, "samba-database");
 }
 
 TEST_F(SambaAccessTest, ToolsThatFailLeaveItUnknown) {
@@ -375,7 +387,7 @@ TEST_F(SambaAccessTest, ToolsThatFailLeaveItUnknown) {
   configure("No");
   EXPECT_EQ(access()->reason, "not-read");
   program("usr/bin/pdbedit", "exit 1");
-  EXPECT_EQ(access(), notRead("samba", "/usr/bin/pdbedit ended with status 1"));
+  EXPECT_EQ(access(), notRead("samba", "Samba's " + tree.folder() + "/usr/bin/pdbedit ended with status 1"));
   program("usr/bin/testparm", "echo '[global]'");
   EXPECT_EQ(access(), notRead("samba", "/usr/bin/testparm does not tell \"security\""));
 }
