@@ -58,11 +58,15 @@ TEST(AccessReport, IsSilentOnServicesThatRefuse) {
 
 TEST(AccessReport, CountsWhatStillRuns) {
   EXPECT_EQ(leftRunningLines("alice", {.processes = 3}, Tense::kPresent),
-            Lines{"3 processes of alice still run; end them with: pkill -KILL -U alice --ns 1 --nslist pid"});
-  EXPECT_EQ(leftRunningLines("alice", {.processes = 1}, Tense::kPresent),
-            Lines{"1 process of alice still runs; end it with: pkill -KILL -U alice --ns 1 --nslist pid"});
+            Lines{"3 processes of alice still run; end them with: pkill -KILL -U alice --ns 1 "
+                  "--nslist pid"});
+  EXPECT_EQ(
+      leftRunningLines("alice", {.processes = 1}, Tense::kPresent),
+      Lines{
+          "1 process of alice still runs; end it with: pkill -KILL -U alice --ns 1 --nslist pid"});
   EXPECT_EQ(leftRunningLines("alice", {.processes = 1}, Tense::kFuture),
-            Lines{"1 process of alice will still run; end it with: pkill -KILL -U alice --ns 1 --nslist pid"});
+            Lines{"1 process of alice will still run; end it with: pkill -KILL -U alice --ns 1 "
+                  "--nslist pid"});
   EXPECT_EQ(leftRunningLines("alice", {}, Tense::kPresent), Lines{});
 }
 

@@ -366,10 +366,9 @@ TEST_F(SambaAccessTest, AskedWithTheFileOfTheRunningServer) {
   program("usr/bin/testparm",
           "[ \"$3\" = /srv/smb.conf ] && cat <<'E'\n[global]\nsecurity = user\n"
           "server role = auto\nobey pam restrictions = No\nE");
-  program(
-      "usr/bin/pdbedit",
-      "case $* in *--configfile=/srv/smb.conf*) echo 'Unix username: alice'; echo alice:1:; "
-      "echo 'Account Flags: [DU]';; esac");
+  program("usr/bin/pdbedit",
+          "case $* in *--configfile=/srv/smb.conf*) echo 'Unix username: alice'; echo alice:1:; "
+          "echo 'Account Flags: [DU]';; esac");
   EXPECT_EQ(access(), refused("samba", "samba-disabled"));
 }
 
@@ -387,7 +386,8 @@ TEST_F(SambaAccessTest, ToolsThatFailLeaveItUnknown) {
   configure("No");
   EXPECT_EQ(access()->reason, "not-read");
   program("usr/bin/pdbedit", "exit 1");
-  EXPECT_EQ(access(), notRead("samba", "Samba's " + tree.folder() + "/usr/bin/pdbedit ended with status 1"));
+  EXPECT_EQ(access(),
+            notRead("samba", "Samba's " + tree.folder() + "/usr/bin/pdbedit ended with status 1"));
   program("usr/bin/testparm", "echo '[global]'");
   EXPECT_EQ(access(), notRead("samba", "/usr/bin/testparm does not tell \"security\""));
 }
