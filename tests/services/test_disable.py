@@ -168,6 +168,7 @@ class LastAdministratorTest(ServiceTest):
         if not any(line.startswith("administrators:") for line in groups):
             namespace.run("groupadd", "administrators")
         namespace.run("gpasswd", "--members", "alice", "administrators")
+        self.addCleanup(namespace.run, "gpasswd", "--members", "", "administrators")
 
     def test_the_only_administrator_is_kept_with_a_sentence(self):
         before = namespace.read("/etc/shadow")
