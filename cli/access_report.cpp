@@ -33,7 +33,7 @@ std::string nameOf(const std::string& service) {
 }
 
 std::string reasonOf(const ServiceAccess& service) {
-  const std::string cause = valueOf(service, "cause");
+  std::string cause = valueOf(service, "cause");
   const std::string rules = "the account rules of its PAM service " + valueOf(service, "pam");
   if (service.reason == "rules-pass") return rules + " accept expired accounts";
   if (service.reason == "rules-unclear") return rules + " may accept expired accounts: " + cause;

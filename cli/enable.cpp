@@ -44,9 +44,10 @@ std::string countText(std::size_t count) {
 }
 
 std::string textOf(const std::vector<zevo::DisabledAccount>& accounts) {
-  const std::string count = countText(accounts.size()) + "\n";
+  std::string count = countText(accounts.size()) + "\n";
   if (accounts.empty()) return count;
   std::vector<std::vector<std::string>> rows;
+  rows.reserve(accounts.size());
   for (const zevo::DisabledAccount& account : accounts) {
     rows.push_back({account.user, account.time, account.by, account.from,
                     account.expiryBefore.empty() ? "never" : account.expiryBefore,

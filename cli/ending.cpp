@@ -91,9 +91,9 @@ class Comparison {
 
   [[nodiscard]] std::string whyStillThere(const Connection& row,
                                           const std::string& hindrance) const {
-    if (const std::string reason = whyOutOfReach(row); !reason.empty()) return reason;
+    if (std::string reason = whyOutOfReach(row); !reason.empty()) return reason;
     if (!hindrance.empty()) return hindrance;
-    if (const std::string reason = whyNotTold(attempt_.warnings, row); !reason.empty()) {
+    if (std::string reason = whyNotTold(attempt_.warnings, row); !reason.empty()) {
       return reason;
     }
     if (!hasProcess(row)) return "its session is still recorded";

@@ -44,7 +44,7 @@ std::string whyOutOfReach(const Connection& connection) {
 }
 
 std::string whyNotEnded(const Connection& connection) {
-  if (const std::string reason = whyOutOfReach(connection); !reason.empty()) return reason;
+  if (std::string reason = whyOutOfReach(connection); !reason.empty()) return reason;
   if (connection.who.empty()) return "its user is not known";
   if (connection.from.empty()) return "its address is not known";
   return "";

@@ -28,7 +28,7 @@ std::optional<FileFailure> readShadow(const std::string& path, std::string* cont
 
 std::optional<FileFailure> readShells(const std::string& path, std::set<std::string>* shells) {
   std::string content;
-  const auto failure = readFile(path, kLongestAccountFile, &content);
+  auto failure = readFile(path, kLongestAccountFile, &content);
   if (failure && failure->error != ENOENT) return failure;
   if (!failure) *shells = parseShells(content);
   return std::nullopt;

@@ -36,7 +36,8 @@ std::string programOf(const Server& server, const std::string& folder, const std
   for (const std::string& pattern : patterns) {
     glob_t found{};
     std::string program;
-    if (::glob(server.path(pattern + "/" + uam).c_str(), 0, nullptr, &found) == 0) {
+    if (::glob(server.path(std::string(pattern).append("/").append(uam)).c_str(), 0, nullptr,
+               &found) == 0) {
       std::error_code error;
       const std::filesystem::path file = found.gl_pathv[0];
       const auto target = std::filesystem::read_symlink(file, error);

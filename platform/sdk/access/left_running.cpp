@@ -94,7 +94,8 @@ LeftRunning leftRunning(const std::string& root, const std::string& name, uid_t 
                         const std::vector<pid_t>& except) {
   LeftRunning left;
   left.processes = countProcesses(root, uid, except);
-  for (const char* folder : kCrontabs) left.hasCrontab |= isFile(root + folder + "/" + name);
+  for (const char* folder : kCrontabs)
+    left.hasCrontab |= isFile(std::string(root).append(folder).append("/").append(name));
   for (const char* folder : kAtJobs) left.atJobs += countJobs(root + folder, uid);
   return left;
 }

@@ -67,6 +67,7 @@ std::optional<ServiceAccess> opensshAccess(const Server& server, const std::stri
     configurations.insert(Arguments());
   }
   std::vector<ServiceAccess> all;
+  all.reserve(configurations.size());
   for (const Arguments& options : configurations) all.push_back(judge(server, account, options));
   return worstOf(all);
 }

@@ -82,9 +82,9 @@ std::vector<std::string> logicalLines(std::string_view text) {
   return lines;
 }
 
-class Reader {
+class RulesReader {
  public:
-  Reader(const std::vector<std::string>& folders, const std::string& root, std::string* cause)
+  RulesReader(const std::vector<std::string>& folders, const std::string& root, std::string* cause)
       : folders_(folders), root_(root), cause_(cause) {}
 
   bool readService(const std::string& name, int level, int depth) {
@@ -111,7 +111,8 @@ class Reader {
     std::vector<std::string> paths = {root_ + name};
     if (!name.starts_with('/')) {
       paths.clear();
-      for (const std::string& folder : folders_) paths.push_back(folder + "/" + name);
+      for (const std::string& folder : folders_)
+        paths.push_back(std::string(folder).append("/").append(name));
     }
     for (const std::string& path : paths) {
       const auto failure = readFile(path, kLongestFile, text);
@@ -178,13 +179,13 @@ std::optional<PamControl> parsePamControl(std::string_view word) {
 std::optional<std::vector<PamRule>> readPamRules(const std::vector<std::string>& folders,
                                                  const std::string& root,
                                                  const std::string& service, std::string* cause) {
-  Reader own(folders, root, cause);
+  RulesReader own(folders, root, cause);
   if (own.has(service)) {
     if (!own.readService(service, 0, 0)) return std::nullopt;
     std::vector<PamRule> rules = own.takeRules();
     if (!rules.empty()) return rules;
   }
-  Reader other(folders, root, cause);
+  RulesReader other(folders, root, cause);
   if (!other.readService("other", 0, 0)) return std::nullopt;
   return other.takeRules();
 }

@@ -81,7 +81,7 @@ Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Famil
 
 Reading<bool> isOrphan(const Sources& sources, const Process& process, Family family) {
   const Process* parent = sources.processes().find(process.parent);
-  const auto inherited = parent != nullptr ? isRootOwned(sources, *parent) : Reading<bool>(true);
+  auto inherited = parent != nullptr ? isRootOwned(sources, *parent) : Reading<bool>(true);
   if (inherited.failed() || (inherited.ok() && !*inherited)) return inherited;
   const auto files = sources.filesOf(process);
   auto isRoots = files.ok() ? files->isRootsProgram() : Reading<bool>::like(files);
