@@ -23,6 +23,7 @@ constexpr const char* kList = "list";
 constexpr const char* kLock = "lock";
 constexpr std::size_t kLongestList = 256UL * 1024 * 1024;
 constexpr std::chrono::milliseconds kTimeBetweenLooks{3};
+constexpr std::chrono::milliseconds kLongestPause{250};
 
 bool isOurs(int file) {
   struct stat status {};
@@ -154,6 +155,16 @@ Outcome readForAll(int folder, std::string_view key, const ListReader& read, Tim
   return outcome;
 }
 
+// The calls of one moment do not come at once: without a pause the first of them would read for
+// itself, and all others for each other after that.
+void awaitOthers(int folder, std::string_view key) {
+  const auto last = load(folder, key, std::chrono::nanoseconds(0));
+  if (!last) return;
+  const auto pause = std::min<std::chrono::nanoseconds>(last->ended - last->began, kLongestPause);
+  const auto rest = std::min(last->ended + pause - timeSinceBoot(), pause);
+  if (rest.count() > 0) std::this_thread::sleep_for(rest);
+}
+
 // A link such as "mnt:[4026531841]" of the kernel's.
 std::string linkText(const std::string& path) {
   std::array<char, 64> target{};
@@ -196,7 +207,9 @@ Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& r
     const ReadersLock lock(folder.get());
     if (lock.state() == ReadersLock::State::kOurs) {
       // Whoever held it may have stored a list since we looked.
-      return takeStored() ? Outcome::done() : readForAll(folder.get(), key, read, list);
+      if (takeStored()) return Outcome::done();
+      awaitOthers(folder.get(), key);
+      return readForAll(folder.get(), key, read, list);
     }
     const bool isTaken = lock.state() == ReadersLock::State::kTaken;
     const auto now = timeSinceBoot();

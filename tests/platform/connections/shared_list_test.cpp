@@ -5,6 +5,7 @@
 #include <fstream>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <thread>
 #include <time.h>
 
 #include <gmock/gmock.h>
@@ -122,6 +123,15 @@ TEST_F(SharedListTest, NeitherIsOneThatStillGoesOn) {
   EXPECT_EQ(resultOf(reader), 0);
   EXPECT_EQ(resultOf(caller), 0);
   EXPECT_EQ(runs(), 2U);
+}
+
+TEST_F(SharedListTest, ARunSoonAfterAnotherBeginsAsLongAfterItAsThatOneTook) {
+  constexpr milliseconds kTaken(100);
+  TimedList first;
+  EXPECT_FALSE(read(callNow(), &first, [=] { std::this_thread::sleep_for(kTaken); }).failed());
+  TimedList second;
+  EXPECT_FALSE(read(callNow(), &second).failed());
+  EXPECT_GE(second.began - first.ended, kTaken);
 }
 
 TEST_F(SharedListTest, AnOlderOneServesWhoAcceptsItsAge) {
