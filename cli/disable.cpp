@@ -28,7 +28,7 @@ namespace {
 std::string objectionTo(const std::string& user) {
   if (user.empty()) return "the name of an account must not be empty";
   if (user.find_first_of("\\@") != std::string::npos) {
-    return "\"" + user + "\" is an account of a directory: disable it there";
+    return "\"" + user + "\" is an account of a directory or a container: disable it there";
   }
   if (user == kNameOfRoot || user == "root") {
     return "\"" + user + "\" stands for root here, who cannot be disabled";

@@ -49,7 +49,9 @@ std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warning
 }
 
 void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings) {
-  for (const std::string& line : warningLines(warnings)) complain(line);
+  std::string all;
+  for (const std::string& line : warningLines(warnings)) all += (all.empty() ? "" : "; ") + line;
+  if (!all.empty()) complain(all);
 }
 
 void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings) {

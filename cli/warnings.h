@@ -13,7 +13,7 @@ namespace cli {
 // A sentence for each warning, without a full stop.
 std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warnings);
 
-// Says them on standard error, a line each.
+// Says them on standard error, in one line.
 void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings);
 
 // Says `doubt` with them as its reasons.

@@ -220,9 +220,11 @@ TEST(Arguments, ComplainOfAccountsThatCannotBeDisabled) {
   EXPECT_EQ(complaint({"disable"}), "whom? Give the names of accounts");
   EXPECT_EQ(complaint({"disable", "alice", ""}), "the name of an account must not be empty");
   EXPECT_EQ(complaint({"disable", "alice@example"}),
-            "\"alice@example\" is an account of a directory: disable it there");
+            "\"alice@example\" is an account of a directory or a container: disable it there");
+  EXPECT_EQ(complaint({"disable", "bob@web"}),
+            "\"bob@web\" is an account of a directory or a container: disable it there");
   EXPECT_EQ(complaint({"disable", "EXAMPLE\\alice"}),
-            "\"EXAMPLE\\alice\" is an account of a directory: disable it there");
+            "\"EXAMPLE\\alice\" is an account of a directory or a container: disable it there");
   for (const std::string name : {"root", "admin"}) {
     EXPECT_EQ(complaint({"disable", name.c_str()}),
               "\"" + name + "\" stands for root here, who cannot be disabled");

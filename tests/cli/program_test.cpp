@@ -96,9 +96,8 @@ TEST_F(ProgramTest, WarningsStandAboveTheTableOnStandardError) {
   program.answer("list", {R"({"data":{"total":0,"items":[],"systime":"now"},)" + kWarnings + "}"});
   const Outcome run = program.run({"list"});
   EXPECT_EQ(run.err,
-            "currentconn: LOGIN connections may be missing: cannot read \uFFFD\n"
-            "currentconn: not everything is known about the CIFS connections\n"
-            "currentconn: connections may be missing\n");
+            "currentconn: LOGIN connections may be missing: cannot read \uFFFD; not everything is "
+            "known about the CIFS connections; connections may be missing\n");
   EXPECT_EQ(run.out, "nobody is connected\n");
   EXPECT_EQ(run.exitCode, 0);
 }

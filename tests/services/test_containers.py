@@ -9,8 +9,10 @@ import namespace
 import waiting
 from clients import ssh
 from clients.ftp import Ftp
+from clients.smb import Smb
 from daemons.container import ADDRESS, CLIENT_ADDRESS, Container
 from daemons.openssh import OpenSsh
+from daemons.samba import OtherSamba
 from daemons.vsftpd import Vsftpd
 from listing import Row
 from service_test import ServiceTest, add_users, main
@@ -115,6 +117,26 @@ class ContainerTest(ServiceTest):
         self.assertEqual(b"ready\n", process.stdout.readline())
         _, expected = self.shell()
         self.assertList([expected])
+
+
+class SambaOfContainerTest(ServiceTest):
+    """This server's smbstatus knows nothing of it, so its users have no names."""
+
+    @classmethod
+    def setUpClass(cls):
+        samba = OtherSamba("contained", 445, ADDRESS)
+        cls.container = cls.server(Container(samba))
+        samba.add_user("bob")
+
+    def test_its_session_is_listed_and_ended(self):
+        client = self.client(Smb, "bob", ADDRESS, "media")
+        who = f"unknown@{self.container.label}"
+        item = self.assertList([Row(who, CLIENT_ADDRESS, "CIFS", "share not known")])[0]
+        self.assertFalse(item["user_can_be_disabled"])
+        done = listing.run("kick", "--yes", "--user", who)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertTrue(client.has_ended())
+        self.assertEmptiesAfterwards()
 
 
 class ConfinedServiceTest(ServiceTest):

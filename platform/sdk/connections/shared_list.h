@@ -17,10 +17,10 @@
 // the folder cannot be had each caller reads for itself.
 //
 // Who waits how long. A reading that follows another closely begins as long after it as that one
-// took, at most 250 ms, so that more calls share it. A reader holds a lock, which goes with its process, so a crashed one delays
-// nobody. One that hangs loses it once it has taken `patience`, which is also the longest that a
-// caller waits. Two readers at once are harmless: the list is replaced as a whole, and carries its
-// own time. The lock covers processes, not threads.
+// took, at most 250 ms, so that more calls share it. A reader holds a lock, which goes with its
+// process, so a crashed one delays nobody. One that hangs loses it once it has taken `patience`,
+// which is also the longest that a caller waits. Two readers at once are harmless: the list is
+// replaced as a whole, and carries its own time. The lock covers processes, not threads.
 #pragma once
 
 #include <chrono>
