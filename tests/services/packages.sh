@@ -17,7 +17,7 @@ installed_packages=(
   samba smbclient python3-samba
   openssh-server openssh-client openssh-sftp-server
   vsftpd
-  inetutils-telnet
+  inetutils-telnet libutempter0
   nfs-ganesha nfs-ganesha-vfs libnfs13
   # What the unpacked servers link against.
   libhiredis0.14 libmemcached11 libmemcachedutil2 libidn2-0 libpcre2-posix3 libpcre2-8-0 libacl1 libncursesw6

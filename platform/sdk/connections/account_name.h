@@ -1,9 +1,11 @@
-// Names of accounts.
+// Names and ids of accounts.
 #pragma once
 
 #include <string>
 #include <string_view>
 #include <sys/types.h>
+
+#include "sdk/connections/outcome.h"
 
 namespace zevo::connections {
 
@@ -13,5 +15,9 @@ inline constexpr std::string_view kUnknownUser = "unknown";
 // Name of the account with the id `uid`; the id itself where no account has it (any longer) or the
 // name service does not answer, as ps writes it.
 std::string accountName(uid_t uid);
+
+// Id of the account `name`; gone where there is none, failed where the name service does not
+// answer.
+Reading<uid_t> accountId(const std::string& name);
 
 }  // namespace zevo::connections

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <optional>
 #include <string>
-#include <utility>
+#include <string_view>
 
 #include "base/local_time.h"
 #include "base/read_file.h"
+#include "sdk/connections/login_process.h"
 #include "sdk/connections/logind.h"
 #include "sdk/connections/trust.h"
 #include "sdk/connections/utmp.h"
@@ -29,49 +28,6 @@ bool isNetworkService(std::string_view name) {
   return std::any_of(kWords.begin(), kWords.end(), [name](std::string_view word) {
     return name.find(word) != std::string_view::npos;
   });
-}
-
-// Device number of "tty1", "ttyS0" or "pts/3" as proc(5) encodes it; nothing for other names.
-std::optional<std::int32_t> deviceOf(std::string_view terminal) {
-  struct Terminals {
-    std::string_view prefix;
-    std::uint32_t major;
-    std::uint32_t firstMinor;
-  };
-  // Numbers of the kernel's list of devices.
-  constexpr std::array<Terminals, 3> kKinds = {{{"ttyS", 4, 64}, {"tty", 4, 0}, {"pts/", 136, 0}}};
-  for (const Terminals& kind : kKinds) {
-    if (!terminal.starts_with(kind.prefix)) continue;
-    const std::string_view digits = terminal.substr(kind.prefix.size());
-    std::uint32_t index = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), index);
-    if (error != std::errc() || end != digits.data() + digits.size()) continue;
-    const std::uint32_t minor = kind.firstMinor + index;
-    if (minor >= 1U << 20U) return std::nullopt;
-    return static_cast<std::int32_t>((minor & 0xFFU) | kind.major << 8U | (minor & ~0xFFU) << 12U);
-  }
-  return std::nullopt;
-}
-
-bool isLeader(const Process* process) {
-  return process != nullptr && process->pid == process->session;
-}
-
-// The leader of the session that `entry` stands for: the one of its terminal, else the one that the
-// entry names, else that of the process that made the entry.
-const Process& leaderOf(const Sources& sources, const LoginEntry& entry, const Process& maker) {
-  const ProcessTable& processes = sources.processes();
-  const auto device = deviceOf(entry.terminal);
-  if (device) {
-    for (const Process& process : processes.all()) {
-      if (process.terminal == *device && isLeader(&process)) return process;
-    }
-  }
-  for (const pid_t pid : {entry.session, maker.session}) {
-    const Process* leader = processes.find(pid);
-    if (isLeader(leader)) return *leader;
-  }
-  return maker;
 }
 
 // Whether one of root's network services stands above `process`, or is it. A user's program under
@@ -100,17 +56,19 @@ const Process* makerOf(const Sources& sources, const LoginEntry& entry) {
   return isComparable && *start > entry.time + kSlackSeconds ? nullptr : maker;
 }
 
-Outcome appendLogin(const Sources& sources, const LoginEntry& entry,
+Outcome appendLogin(const Sources& sources, const LoginEntry& entry, LoginProcesses& logins,
                     std::vector<Connection>* connections) {
   const Process* maker = makerOf(sources, entry);
   if (maker == nullptr) return Outcome::done();
-  const Process& leader = leaderOf(sources, entry, *maker);
-  for (const Process* process : {maker, &leader}) {
+  const auto users = logins.of(entry, *maker);
+  if (users.failed()) return Outcome::failure(users.cause());
+  if (!users.ok()) return Outcome::done();
+  for (const Process* process : {maker, *users}) {
     const auto served = isServed(sources, *process);
     if (served.failed()) return Outcome::failure(served.cause());
     if (!served.ok() || *served) return Outcome::done();
   }
-  connections->push_back({.pid = leader.pid,
+  connections->push_back({.pid = (*users)->pid,
                           .time = localTimeText(entry.time),
                           .from = entry.from,
                           .user = entry.user,
@@ -134,7 +92,10 @@ Outcome readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
 Outcome readLogins(const Sources& sources, std::vector<Connection>& connections) {
   std::vector<LoginEntry> entries;
   Outcome outcome = readEntries(sources.paths(), &entries);
-  for (const LoginEntry& entry : entries) outcome.add(appendLogin(sources, entry, &connections));
+  LoginProcesses logins(sources);
+  for (const LoginEntry& entry : entries) {
+    outcome.add(appendLogin(sources, entry, logins, &connections));
+  }
   return outcome;
 }
 

@@ -13,6 +13,7 @@ namespace {
 // The file's layout is the same on all 64-bit systems of today.
 static_assert(sizeof(utmp) == 384);
 static_assert(offsetof(utmp, ut_user) == 44);
+static_assert(sizeof(utmp::ut_user) == kLongestUser);
 
 // A field ends at its first NUL or at its own end.
 template <std::size_t size>

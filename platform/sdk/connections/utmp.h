@@ -1,6 +1,7 @@
 // The file of current logins.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 #include <string>
@@ -9,6 +10,9 @@
 #include <vector>
 
 namespace zevo::connections {
+
+// What a longer name of a user is cut down to in utmp.
+inline constexpr std::size_t kLongestUser = 32;
 
 // A login as utmp or logind records it. Texts may hold any byte.
 struct LoginEntry {

@@ -28,5 +28,23 @@ TEST(AccountNameTest, AnEntryThatNeverFitsIsGivenUp) {
   EXPECT_EQ("4003", accountName(test::kEndlessAccount));
 }
 
+TEST(AccountIdTest, AnAccountHasItsId) {
+  const auto id = accountId("alice");
+  ASSERT_TRUE(id.ok());
+  EXPECT_EQ(test::kAlice, *id);
+}
+
+TEST(AccountIdTest, ANameThatNoAccountHasHasNone) {
+  for (const char* name : {"nobody-here", "", "4000"})
+    EXPECT_TRUE(accountId(name).isGone()) << name;
+  EXPECT_TRUE(accountId(std::string("alice\0", 6)).isGone());
+  EXPECT_TRUE(accountId(std::string(100000, 'a')).isGone());
+}
+
+TEST(AccountIdTest, WhereTheNameServiceFailsNothingIsTold) {
+  EXPECT_EQ("cannot look up the account \"broken\": Input/output error",
+            accountId(std::string(test::kBrokenName)).cause());
+}
+
 }  // namespace
 }  // namespace zevo::connections

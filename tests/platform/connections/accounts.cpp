@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <map>
 #include <pwd.h>
+#include <string_view>
 
 namespace {
 
@@ -11,8 +12,8 @@ using namespace zevo::connections::test;
 
 const std::map<uid_t, const char*>& names() {
   static const std::map<uid_t, const char*> names = {
-      {0, "root"},   {kFtp, "ftp"},       {kAlice, "alice"},
-      {kBob, "bob"}, {kNobody, "nobody"}, {kLongAccount, "long"},
+      {0, "root"},         {kFtp, "ftp"},          {kAlice, "alice"},           {kBob, "bob"},
+      {kNobody, "nobody"}, {kLongAccount, "long"}, {kWordy, kWordyName.data()},
   };
   return names;
 }
@@ -35,5 +36,15 @@ extern "C" int getpwuid_r(uid_t uid, passwd* entry, char* buffer, std::size_t si
   entry->pw_name = buffer;
   entry->pw_uid = uid;
   *found = entry;
+  return 0;
+}
+
+extern "C" int getpwnam_r(const char* name, passwd* entry, char* buffer, std::size_t size,
+                          passwd** found) {
+  *found = nullptr;
+  if (std::string_view(name) == kBrokenName) return EIO;
+  for (const auto& [uid, known] : names()) {
+    if (std::string_view(known) == name) return ::getpwuid_r(uid, entry, buffer, size, found);
+  }
   return 0;
 }

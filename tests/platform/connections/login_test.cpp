@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/connections/accounts.h"
 #include "platform/connections/print.h"
 #include "platform/connections/proc_tree.h"
 #include "platform/connections/utmp_bytes.h"
@@ -17,6 +18,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+using test::kAlice;
+using test::kBob;
 using test::utmpEntry;
 
 constexpr std::int32_t kTty1 = 4 << 8 | 1;
@@ -44,21 +47,120 @@ class LoginTest : public ::testing::Test {
   test::ProcTree tree_;
 };
 
-TEST_F(LoginTest, AConsoleLoginHasThePidOfItsSessionsLeader) {
+TEST_F(LoginTest, AConsoleLoginHasThePidOfTheShellThatLoginStarted) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .uid = kAlice, .terminal = kTty1});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(51, "tty1")));
+}
+
+TEST_F(LoginTest, AndWhereLoginItselfLeadsTheTerminal) {
   tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
-      .add(
-          {.pid = 51, .parent = 50, .name = "bash", .uid = 1001, .session = 50, .terminal = kTty1});
-  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "tty1", .user = "alice"})),
-              ElementsAre(login(50, "tty1")));
+      .add({.pid = 51,
+            .parent = 50,
+            .name = "bash",
+            .uid = kAlice,
+            .session = 50,
+            .terminal = kTty1});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(51, "tty1")));
+}
+
+TEST_F(LoginTest, ALoginOfRootHasThePidOfItsLeader) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .terminal = kTty1});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "root"})),
+              ElementsAre(login(51, "tty1", "root")));
+}
+
+TEST_F(LoginTest, WhoTookOnAnotherAccountStaysWhoLoggedIn) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .uid = kAlice, .terminal = kTty1})
+      .add({.pid = 52,
+            .parent = 51,
+            .name = "su",
+            .uids = "1001\t0\t0\t0",
+            .session = 51,
+            .terminal = kTty1})
+      .add({.pid = 53, .parent = 52, .name = "bash", .session = 51, .terminal = kTty1});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(51, "tty1")));
+}
+
+TEST_F(LoginTest, ATerminalThatBeganWithAnotherAccountIsWhoseProgramItIs) {
+  tree_.add({.pid = 60, .name = "xterm", .uid = kAlice})
+      .add({.pid = 61, .parent = 60, .name = "su", .uids = "1001\t0\t0\t0", .terminal = kPts3});
+  EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"})),
+              ElementsAre(login(61, "pts/3")));
+}
+
+TEST_F(LoginTest, WhoTookOverATerminalIsNotWhoEnteredIt) {
+  tree_.add({.pid = 60, .name = "python3", .uid = kAlice});
+  for (const uid_t other : {uid_t{0}, kBob}) {
+    tree_.remove(61);
+    tree_.add({.pid = 61, .name = "bash", .uid = other, .terminal = kPts3});
+    EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"})),
+                ElementsAre(login(60, "pts/3")));
+  }
+}
+
+TEST_F(LoginTest, NorIsWhoTookOverTheSessionOrThePidOfOneWhoDid) {
+  tree_.add({.pid = 50, .name = "cron"})
+      .add({.pid = 51, .parent = 50, .name = "backup", .session = 50})
+      .add({.pid = 52, .parent = 51, .name = "sleep", .uid = kBob, .session = 50});
+  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "pts/3", .user = "alice", .session = 50})),
+              IsEmpty());
+}
+
+TEST_F(LoginTest, RootsServerThatWorksForAUserIsNotHis) {
+  tree_.add({.pid = 50, .name = "fileserver", .uids = "0\t1001\t0\t1001", .terminal = kPts3});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "pts/3", .user = "alice"})), IsEmpty());
+}
+
+TEST_F(LoginTest, PseudoTerminalsOfOthersHideNone) {
+  tree_.add({.pid = 40, .name = "bash", .uid = kBob, .terminal = kPts3})
+      .add({.pid = 41, .name = "bash", .uid = kAlice, .terminal = kPts3, .namespaces = {7, 8, 9}})
+      .add({.pid = 60, .name = "xterm", .uid = kAlice})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = kAlice, .terminal = kPts3});
+  EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"})),
+              ElementsAre(login(61, "pts/3")));
+}
+
+TEST_F(LoginTest, AnEntryOfAnUnknownAccountIsNobodysLogin) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
+      .add({.pid = 51, .parent = 50, .name = "bash", .uid = 4000, .session = 50});
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "4000"}) +
+                   utmpEntry({.pid = 50, .line = "tty1", .user = "carol"})),
+              IsEmpty());
+}
+
+TEST_F(LoginTest, ANameThatTheFileCutDownIsThatOfItsProcess) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .uid = test::kWordy, .terminal = kTty1});
+  const std::string user(test::kWordyName.substr(0, 32));
+  EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = user})),
+              ElementsAre(login(51, "tty1", user)));
+}
+
+TEST_F(LoginTest, ANameServiceThatFailsIsAFailure) {
+  tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
+      .add({.pid = 61, .name = "bash", .uid = kAlice, .terminal = kPts3});
+  tree_.file("utmp", utmpEntry({.pid = 50, .line = "tty1", .user = "broken"}) +
+                         utmpEntry({.pid = 61, .line = "pts/3", .user = "alice"}));
+  EXPECT_THAT(readBroken("cannot look up the account"), ElementsAre(login(61, "pts/3")));
 }
 
 TEST_F(LoginTest, TerminalsOfOneProgramHaveALeaderEach) {
-  tree_.add({.pid = 50, .name = "gnome-session", .uid = 1001})
-      .add({.pid = 60, .parent = 50, .name = "terminal", .uid = 1001, .session = 50})
-      .add({.pid = 61, .parent = 60, .name = "bash", .uid = 1001, .terminal = kPts3})
-      .add({.pid = 62, .parent = 60, .name = "bash", .uid = 1001, .terminal = kPts300})
-      .add(
-          {.pid = 63, .parent = 62, .name = "vi", .uid = 1001, .session = 62, .terminal = kPts300});
+  tree_.add({.pid = 50, .name = "gnome-session", .uid = kAlice})
+      .add({.pid = 60, .parent = 50, .name = "terminal", .uid = kAlice, .session = 50})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = kAlice, .terminal = kPts3})
+      .add({.pid = 62, .parent = 60, .name = "bash", .uid = kAlice, .terminal = kPts300})
+      .add({.pid = 63,
+            .parent = 62,
+            .name = "vi",
+            .uid = kAlice,
+            .session = 62,
+            .terminal = kPts300});
   EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"}) +
                    utmpEntry({.pid = 60, .line = "pts/300", .user = "alice"}) +
                    utmpEntry({.pid = 60, .line = ":0", .user = "alice"})),
@@ -66,14 +168,14 @@ TEST_F(LoginTest, TerminalsOfOneProgramHaveALeaderEach) {
 }
 
 TEST_F(LoginTest, TheEntrysOwnSessionServesWhereTheTerminalTellsNothing) {
-  tree_.add({.pid = 50, .name = "login"})
+  tree_.add({.pid = 50, .name = "bash", .uid = kAlice})
       .add({.pid = 51, .parent = 50, .name = "bash", .session = 99});
   EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "hvc0", .user = "alice", .session = 50})),
               ElementsAre(login(50, "hvc0")));
 }
 
 TEST_F(LoginTest, TheEntrysProcessServesWhereTheLeaderHasEnded) {
-  tree_.add({.pid = 51, .name = "bash", .session = 50});
+  tree_.add({.pid = 51, .name = "bash", .uid = kAlice, .session = 50});
   EXPECT_THAT(read(utmpEntry({.pid = 51, .line = "tty1", .user = "alice"})),
               ElementsAre(login(51, "tty1")));
 }
@@ -81,38 +183,41 @@ TEST_F(LoginTest, TheEntrysProcessServesWhereTheLeaderHasEnded) {
 TEST_F(LoginTest, TerminalsOfNetworkServicesAreLeftOut) {
   tree_.add({.pid = 66, .name = "sshd"})
       .add({.pid = 67, .parent = 66, .name = "sshd-session"})
+      .add({.pid = 68, .parent = 66, .name = "bash", .uid = kAlice})
       .add({.pid = 62, .name = "telnetd"})
       .add({.pid = 65, .parent = 62, .name = "login"})
-      .add({.pid = 70, .parent = 65, .name = "bash", .uid = 1001, .session = 65})
-      .add({.pid = 80, .name = "vsftpd"});
+      .add({.pid = 70, .parent = 65, .name = "bash", .uid = kAlice, .session = 65})
+      .add({.pid = 71, .parent = 67, .name = "bash", .uid = kAlice})
+      .add({.pid = 80, .name = "vsftpd"})
+      .add({.pid = 81, .parent = 80, .name = "vsftpd", .uid = kAlice});
   EXPECT_THAT(read(utmpEntry({.pid = 66, .line = "pts/1", .user = "alice", .host = "10.20.0.2"}) +
                    utmpEntry({.pid = 67, .line = "pts/2", .user = "alice"}) +
-                   utmpEntry({.pid = 70, .line = "pts/3", .user = "bob", .session = 65}) +
-                   utmpEntry({.pid = 80, .line = "vsftpd:80", .user = "carol"})),
+                   utmpEntry({.pid = 70, .line = "pts/3", .user = "alice", .session = 65}) +
+                   utmpEntry({.pid = 80, .line = "vsftpd:80", .user = "alice"})),
               IsEmpty());
 }
 
 TEST_F(LoginTest, AUsersProgramUnderAServicesNameHidesNothing) {
-  tree_.add({.pid = 90, .name = "sshd", .uid = 1001})
-      .add({.pid = 91, .parent = 90, .name = "bash", .uid = 1001});
+  tree_.add({.pid = 90, .name = "sshd", .uid = kAlice})
+      .add({.pid = 91, .parent = 90, .name = "bash", .uid = kAlice});
   EXPECT_THAT(read(utmpEntry({.pid = 91, .line = "pts/9", .user = "alice"})),
               ElementsAre(login(91, "pts/9")));
 }
 
 TEST_F(LoginTest, StaleEntriesAreLeftOut) {
-  tree_.add({.pid = 50, .name = "zombie", .state = 'Z'})
-      .add({.pid = 51, .name = "bash", .startTicks = 100ULL * 100000});
-  EXPECT_THAT(read(utmpEntry({.pid = 4711, .line = "tty1", .user = "a"}) +
-                   utmpEntry({.pid = 50, .line = "tty2", .user = "b"}) +
-                   utmpEntry({.pid = 51, .line = "tty3", .user = "c"}) +
-                   utmpEntry({.pid = 0, .line = "tty4", .user = "d"}) +
-                   utmpEntry({.pid = -1, .line = "tty5", .user = "e"}) +
-                   utmpEntry({.pid = 1, .line = "tty6", .user = "f"})),
+  tree_.add({.pid = 50, .name = "zombie", .uid = kAlice, .state = 'Z'})
+      .add({.pid = 51, .name = "bash", .uid = kAlice, .startTicks = 100ULL * 100000});
+  EXPECT_THAT(read(utmpEntry({.pid = 4711, .line = "tty1", .user = "alice"}) +
+                   utmpEntry({.pid = 50, .line = "tty2", .user = "alice"}) +
+                   utmpEntry({.pid = 51, .line = "tty3", .user = "alice"}) +
+                   utmpEntry({.pid = 0, .line = "tty4", .user = "alice"}) +
+                   utmpEntry({.pid = -1, .line = "tty5", .user = "alice"}) +
+                   utmpEntry({.pid = 1, .line = "tty6", .user = "root"})),
               IsEmpty());
 }
 
 TEST_F(LoginTest, AnEntryFromBeforeTheClockWasSetIsNotStale) {
-  tree_.add({.pid = 50, .name = "login"});
+  tree_.add({.pid = 50, .name = "bash", .uid = kAlice});
   Connection expected = login(50, "tty1");
   expected.time = "1970-01-01 00:01:40";
   EXPECT_THAT(read(utmpEntry({.pid = 50, .line = "tty1", .user = "alice", .time = 100})),
@@ -124,25 +229,28 @@ TEST_F(LoginTest, AnEmptyFileIsNoLogin) {
 }
 
 TEST_F(LoginTest, WithoutUtmpLogindServes) {
-  tree_.add({.pid = 50, .name = "login", .terminal = kTty1}).add({.pid = 60, .name = "sshd"});
+  tree_.add({.pid = 50, .name = "gdm-session-wor"})
+      .add({.pid = 51, .parent = 50, .name = "gnome-session", .uid = kAlice})
+      .add({.pid = 60, .name = "sshd"})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = kBob});
   tree_.file("sessions/1",
-             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\nREALTIME=1763640060000000\n");
+             "USER=alice\nCLASS=user\nDISPLAY=:0\nLEADER=50\nREALTIME=1763640060000000\n");
   tree_.file("sessions/2",
              "USER=bob\nCLASS=user\nTTY=pts/1\nLEADER=60\nREALTIME=1763640060000000\n");
   const test::FakeSources sources(tree_);
-  EXPECT_THAT(test::readAll(readLogins, *sources), ElementsAre(login(50, "tty1")));
+  EXPECT_THAT(test::readAll(readLogins, *sources), ElementsAre(login(51, ":0")));
 }
 
 TEST_F(LoginTest, WithUtmpLogindIsNotAsked) {
-  tree_.add({.pid = 50, .name = "login", .terminal = kTty1});
+  tree_.add({.pid = 50, .name = "bash", .uid = kAlice, .terminal = kTty1});
   tree_.file("sessions/1", "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\n");
   EXPECT_THAT(read(""), IsEmpty());
 }
 
 TEST_F(LoginTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
-  tree_.add({.pid = 50, .name = "login", .terminal = kTty1})
+  tree_.add({.pid = 50, .name = "bash", .uid = kAlice, .terminal = kTty1})
       .add({.pid = 60, .name = "sshd", .terminal = kPts3})
-      .add({.pid = 70, .name = "bash", .terminal = kPts300});
+      .add({.pid = 70, .name = "bash", .uid = kAlice, .terminal = kPts300});
   tree_.makeUnreadable(60, "status");
   tree_.file("utmp", utmpEntry({.pid = 50, .line = "tty1", .user = "alice"}) +
                          utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"}) +
@@ -154,7 +262,7 @@ TEST_F(LoginTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
 class BrokenUtmpTest : public LoginTest {
  protected:
   void SetUp() override {
-    tree_.add({.pid = 50, .name = "login", .terminal = kTty1});
+    tree_.add({.pid = 50, .name = "bash", .uid = kAlice, .terminal = kTty1});
     tree_.file("utmp", kEntry);
   }
   const std::string kEntry = utmpEntry({.pid = 50, .line = "tty1", .user = "alice"});
