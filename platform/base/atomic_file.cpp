@@ -117,31 +117,40 @@ bool copyAttribute(FileOperations& operations, int from, int to, const char* nam
   return isInactive && isLabel(name);
 }
 
-bool copyAttributes(FileOperations& operations, int from, int to) {
+std::optional<FileFailure> copyAttributes(FileOperations& operations, int from, int to,
+                                          const std::string& target) {
   std::vector<char> names(64UL * 1024);  // XATTR_LIST_MAX
   const ssize_t size = ::flistxattr(from, names.data(), names.size());
-  if (size < 0) return errno == ENOTSUP;
+  if (size < 0 && errno != ENOTSUP) return FileFailure{"read the attributes of", target, errno};
+  if (size < 0) return std::nullopt;
   std::string_view rest(names.data(), static_cast<std::size_t>(size));
   while (!rest.empty()) {
     const std::string_view name = rest.substr(0, rest.find('\0'));
-    if (!describesContent(name) && !copyAttribute(operations, from, to, name.data())) return false;
+    if (!describesContent(name) && !copyAttribute(operations, from, to, name.data())) {
+      const int error = errno;
+      return FileFailure{"keep the attribute", std::string(name) + " of " + target, error};
+    }
     rest.remove_prefix(name.size() + 1);
   }
-  return true;
+  return std::nullopt;
 }
 
-// The names of the calls that failed, or null.
-const char* makeNew(FileOperations& operations, int file, mode_t mode) {
-  return operations.fchmod(file, mode) == 0 ? nullptr : "set the mode of";
+std::optional<FileFailure> makeNew(FileOperations& operations, const Temporary& made, mode_t mode) {
+  if (operations.fchmod(made.file(), mode) == 0) return std::nullopt;
+  return FileFailure{"set the mode of", made.path(), errno};
 }
 
-const char* makeLike(FileOperations& operations, const FileDescriptor& old, int file) {
+std::optional<FileFailure> makeLike(FileOperations& operations, const FileDescriptor& old,
+                                    const std::string& target, const Temporary& made) {
   struct stat status {};
-  if (::fstat(old.get(), &status) != 0) return "read";
+  if (::fstat(old.get(), &status) != 0) return FileFailure{"read", target, errno};
   // The owner first: a change of owner clears bits of the mode.
-  if (operations.fchown(file, status.st_uid, status.st_gid) != 0) return "set the owner of";
-  if (operations.fchmod(file, status.st_mode & 07777U) != 0) return "set the mode of";
-  return copyAttributes(operations, old.get(), file) ? nullptr : "set the attributes of";
+  if (operations.fchown(made.file(), status.st_uid, status.st_gid) != 0) {
+    return FileFailure{"set the owner of", made.path(), errno};
+  }
+  auto failure = makeNew(operations, made, status.st_mode & 07777U);
+  if (failure) return failure;
+  return copyAttributes(operations, old.get(), made.file(), target);
 }
 
 bool isLeftover(std::string_view entry, std::string_view targetName) {
@@ -177,9 +186,9 @@ std::optional<FileFailure> replaceFile(const std::string& target,
     return FileFailure{operation, temporary.path(), errno};
   };
   if (temporary.file() < 0) return failed("create");
-  const char* refused = old ? makeLike(operations, old, temporary.file())
-                            : makeNew(operations, temporary.file(), options.mode);
-  if (refused != nullptr) return failed(refused);
+  auto refused = old ? makeLike(operations, old, target, temporary)
+                           : makeNew(operations, temporary, options.mode);
+  if (refused) return refused;
   for (const std::string_view piece : pieces) {
     if (!writeAll(operations, temporary.file(), piece)) return failed("write");
   }

@@ -19,6 +19,7 @@ LOCAL_SOCKET = f"{STATE}/local.sock"
 PAGE = "/srv/currentconn-page"
 _INSTALLED_PAGE = "/usr/share/currentconn/page"  # which the tests cannot write
 CERTIFICATE = "/srv/cert.pem"
+_CREDENTIALS = "/run/credentials/currentconn-page.service"
 PLAIN_PORT = 8088
 TLS_PORT = 8443
 
@@ -134,9 +135,15 @@ class Lighttpd(WebServer):
         install_configuration("lighttpd/page.conf", "/etc/currentconn/page.conf")
         install_configuration("lighttpd/limits.lua", "/etc/currentconn/limits.lua")
         install_configuration("lighttpd/currentconn.conf", "/etc/currentconn/lighttpd.conf", **self._options)
+        os.makedirs(_CREDENTIALS, exist_ok=True)
+        shutil.copy("/etc/currentconn/page.pem", f"{_CREDENTIALS}/page.pem")
+        shutil.chown(f"{_CREDENTIALS}/page.pem", "www-data")
 
     def command(self):
-        return ["/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/lighttpd.conf"]
+        """As its unit starts it: it never has root's rights, and gets the certificate as a credential."""
+        return ["env", f"CREDENTIALS_DIRECTORY={_CREDENTIALS}", "setpriv", "--reuid=www-data", "--regid=www-data",
+                "--init-groups", "--no-new-privs", "--inh-caps=-all", "--bounding-set=-all",
+                "/usr/sbin/lighttpd", "-D", "-f", "/etc/currentconn/lighttpd.conf"]
 
 
 class Nginx(WebServer):

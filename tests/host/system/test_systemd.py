@@ -135,6 +135,13 @@ class Units(HostTest):
                                env=namespace.ENVIRONMENT, timeout=60)
         self.assertEqual((0, "", ""), (found.returncode, found.stdout, found.stderr))
 
+    def test_they_leave_little_to_whoever_breaks_in(self):
+        for name, most in (("currentconnd", 3.0), ("currentconn-page", 2.0)):
+            report = namespace.run("systemd-analyze", "security", "--offline=yes", "--no-pager",
+                                   f"{PACKAGING}/systemd/{name}.service")
+            score = re.search(r"Overall exposure level for .*: (\d+\.\d)", report)
+            self.assertLessEqual(float(score[1]), most, report)
+
 
 if __name__ == "__main__":
     host_test.main()
