@@ -210,7 +210,8 @@ std::string helpHint(const CLI::App* command) {
 
 const CLI::App* chosenCommand(const Grammar& grammar) {
   const std::vector<CLI::App*> chosen = grammar.app.get_subcommands();
-  return chosen.empty() ? nullptr : chosen.front();
+  // At most one can be; g++ 14 misreads a test for empty() as one for null pointers.
+  return chosen.size() == 1 ? chosen.front() : nullptr;
 }
 
 // A sentence on the first argument that nobody asked for.

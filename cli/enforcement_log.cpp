@@ -19,20 +19,20 @@ namespace {
 constexpr Json::ArrayIndex kMostNamed = 8;
 constexpr std::size_t kLongestName = 64;
 
-std::string quoted(const std::string& text) {
+std::string inQuotes(const std::string& text) {
   return "\"" + zevo::printable(text, kLongestName) + "\"";
 }
 
 std::string member(const Json::Value& element, const char* name) {
-  if (!element.isObject()) return quoted("");
+  if (!element.isObject()) return inQuotes("");
   const Json::Value& value = element[name];
-  return quoted(value.isString() ? value.asString() : "");
+  return inQuotes(value.isString() ? value.asString() : "");
 }
 
 std::string userText(const std::string& user, const Expiries& before) {
   const auto expiry = before.find(user);
-  if (expiry == before.end()) return quoted(user);
-  return quoted(user) + " (expiry before: " + std::to_string(expiry->second) + ")";
+  if (expiry == before.end()) return inQuotes(user);
+  return inQuotes(user) + " (expiry before: " + std::to_string(expiry->second) + ")";
 }
 
 std::string elementText(const Json::Value& element, const Expiries& before) {
@@ -102,8 +102,8 @@ Expiries expiriesOf(const std::string& method, const Json::Value& parameters) {
 std::string enforcementLine(const Asker& asker, const std::string& method,
                             const Json::Value& parameters, const Answer& answer,
                             const Expiries& before) {
-  std::string who = quoted(asker.loginUserName);
-  if (!asker.sudoUser.empty()) who += " (by sudo of " + quoted(asker.sudoUser) + ")";
+  std::string who = inQuotes(asker.loginUserName);
+  if (!asker.sudoUser.empty()) who += " (by sudo of " + inQuotes(asker.sudoUser) + ")";
   const std::string where =
       asker.terminal.empty() ? "no terminal" : zevo::printable(asker.terminal, kLongestName);
   std::string whom;

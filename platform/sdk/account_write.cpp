@@ -34,7 +34,7 @@ std::optional<FileFailure> readShells(const std::string& path, std::set<std::str
   return std::nullopt;
 }
 
-std::string quoted(const std::string& name) {
+std::string inQuotes(const std::string& name) {
   return '"' + printable(name, 256) + '"';
 }
 
@@ -77,16 +77,16 @@ bool isRoot(const std::string& name, const std::optional<Account>& account) {
 int checkNames(AccountSource& source, const std::set<std::string>& names) {
   for (const std::string& name : names) {
     if (!canBeAccountName(name)) {
-      return notedError(ZEVO_ERR_NO_SUCH_USER, "there is no account " + quoted(name));
+      return notedError(ZEVO_ERR_NO_SUCH_USER, "there is no account " + inQuotes(name));
     }
     std::optional<Account> account;
     if (const int error = source.account(name, &account)) {
       return notedError(ZEVO_ERR_SYSTEM,
-                        "cannot look up the account " + quoted(name) + ": " + errorText(error));
+                        "cannot look up the account " + inQuotes(name) + ": " + errorText(error));
     }
     if (isRoot(name, account)) {
       return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
-                        quoted(name) + " is root's account, which is never changed");
+                        inQuotes(name) + " is root's account, which is never changed");
     }
   }
   return ZEVO_ERR_NONE;
@@ -129,7 +129,7 @@ int missing(const AccountDatabase& database, const ShadowWrite& write, const Exp
   for (const std::string& name : write.names) {
     if (found.contains(name)) continue;
     return notedError(ZEVO_ERR_NO_SUCH_USER,
-                      quoted(name) + " is no local account: it has no line of its own in " +
+                      inQuotes(name) + " is no local account: it has no line of its own in " +
                           database.paths.shadow);
   }
   return ZEVO_ERR_NONE;
