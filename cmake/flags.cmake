@@ -5,7 +5,7 @@ check_pie_supported(LANGUAGES CXX)
 add_library(project_flags INTERFACE)
 target_compile_options(project_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wnon-virtual-dtor
-  -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wduplicated-cond -Wlogical-op -Werror
+  -Wold-style-cast -Woverloaded-virtual -Wnull-dereference -Wduplicated-cond -Wlogical-op
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # gcc 12 sees overlapping copies in any optimised `text + "literal"` (its bug 105329).
