@@ -1,7 +1,9 @@
 """SSH and SFTP on a real sshd."""
 
+import os
 import threading
 
+import deep_folder
 import listing
 import namespace
 import processes
@@ -62,6 +64,15 @@ class OpenSshTest(ServiceTest):
     def test_internal_sftp_is_a_row_beside_that_of_its_connection(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4")
         self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP"), Row("bob", "10.20.0.4", "SFTP", "/home/bob")])
+
+    def test_internal_sftp_in_a_folder_too_deep_to_name_is_listed(self):
+        add_users("carol")
+        ssh.allow("carol")
+        folder = deep_folder.make("/home", "carol")
+        self.addCleanup(os.close, folder)
+        self.client(ssh.Sftp, "carol", "10.20.0.4")
+        os.rename("/home/carol", "moved", dst_dir_fd=folder)
+        self.assertList([Row("carol", "10.20.0.4", "SFTP", deep_folder.SHOWN), Row("carol", "10.20.0.4", "SSH", "SFTP")])
 
     def test_the_external_sftp_server_is_an_ssh_row_that_says_so(self):
         self.client(ssh.Sftp, "bob", "10.20.0.4", EXTERNAL_PORT)

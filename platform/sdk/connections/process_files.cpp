@@ -153,7 +153,9 @@ Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
 }
 
 Reading<std::string> ProcessFiles::workingDirectory() const {
-  return readLink("cwd");
+  auto folder = readLink("cwd");
+  if (folder.ok() && folder->empty()) *folder = kUnknownFolder;
+  return folder;
 }
 
 Reading<std::string> ProcessFiles::root() const {

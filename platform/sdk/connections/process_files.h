@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
@@ -22,6 +23,9 @@ struct Title {
   std::string first;  // the first argument: up to 4,095 bytes, none of them NUL
   std::string all;    // all arguments, a blank between them
 };
+
+// Stands for a folder whose path is too long for the kernel.
+inline constexpr std::string_view kUnknownFolder = "folder not known";
 
 struct UserIds {
   uid_t real = 0;
@@ -78,7 +82,8 @@ class ProcessFiles {
   // The account that logged in above the process, which stays the same whatever ids it takes later;
   // nothing where none did or the kernel does not keep it.
   [[nodiscard]] Reading<std::optional<uid_t>> loginUid() const;
-  // Path as the kernel gives it: " (deleted)" follows that of a removed folder.
+  // Paths as the kernel gives them: " (deleted)" follows that of a removed folder. It has none
+  // where a folder is too deep: the working directory is kUnknownFolder then, and the root empty.
   [[nodiscard]] Reading<std::string> workingDirectory() const;
   [[nodiscard]] Reading<std::string> root() const;
   // Whether the program's file gives its owner's rights to whoever starts it.

@@ -1,11 +1,13 @@
 #include "sdk/connections/process_files.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -111,6 +113,63 @@ TEST_F(ProcessFilesTest, ReadsWorkingDirectoryAndRoot) {
       open({.pid = 9, .name = "vsftpd", .cwd = "/srv/a b (deleted)", .root = "/srv"});
   EXPECT_EQ(*files.workingDirectory(), "/srv/a b (deleted)");
   EXPECT_EQ(*files.root(), "/srv");
+}
+
+// A process of our own in a folder that no path can name, which it removes again in the end.
+class DeepProcess {
+ public:
+  explicit DeepProcess(const std::string& top) {
+    std::array<int, 2> ready{};
+    if (::pipe(ready.data()) != 0 || ::pipe(rest_.data()) != 0) return;
+    pid_ = ::fork();
+    if (pid_ == 0) ::_exit(run(top, ready[1]));
+    ::close(ready[1]);
+    ::close(rest_[0]);
+    char byte = 0;
+    isThere_ = ::read(ready[0], &byte, 1) == 1;
+    ::close(ready[0]);
+  }
+  ~DeepProcess() {
+    ::close(rest_[1]);
+    int status = -1;
+    ::waitpid(pid_, &status, 0);
+    EXPECT_EQ(status, 0);
+  }
+  DeepProcess(const DeepProcess&) = delete;
+  DeepProcess& operator=(const DeepProcess&) = delete;
+
+  [[nodiscard]] pid_t pid() const { return pid_; }
+  [[nodiscard]] bool isThere() const { return isThere_; }
+
+ private:
+  int run(const std::string& top, int ready) {
+    const std::string step(200, 'd');
+    constexpr int kSteps = 25;
+    bool done = ::chdir(top.c_str()) == 0;
+    for (int i = 0; i < kSteps && done; ++i) {
+      done = ::mkdir(step.c_str(), 0700) == 0 && ::chdir(step.c_str()) == 0;
+    }
+    ::close(rest_[1]);
+    char byte = 0;
+    done = done && ::write(ready, &byte, 1) == 1 && ::read(rest_[0], &byte, 1) == 0;
+    for (int i = 0; i < kSteps && done; ++i)
+      done = ::chdir("..") == 0 && ::rmdir(step.c_str()) == 0;
+    return done ? 0 : 1;
+  }
+
+  std::array<int, 2> rest_{};
+  pid_t pid_ = -1;
+  bool isThere_ = false;
+};
+
+TEST_F(ProcessFilesTest, AWorkingDirectoryThatNoPathCanNameIsNoFailure) {
+  const DeepProcess process(tree_.folder());
+  ASSERT_TRUE(process.isThere());
+  const auto files = ProcessFiles::open(Paths(), process.pid());
+  ASSERT_TRUE(files.ok());
+  const auto folder = files->workingDirectory();
+  ASSERT_TRUE(folder.ok()) << folder.cause();
+  EXPECT_EQ(*folder, "folder not known");
 }
 
 TEST_F(ProcessFilesTest, ListsSocketsByDescriptor) {
