@@ -8,6 +8,7 @@
 #include "zevo/config.h"
 #include "zevo/error_trail.h"
 #include "zevo/login_link.h"
+#include "zevo/login_state.h"
 
 #include "output.h"
 #include "table_output.h"
@@ -39,6 +40,10 @@ ExitCode fail(const std::string& reason) {
 
 // Why the account cannot log in to the page; empty where nothing is known to be in the way.
 std::string objectionTo(const UserRecord& user) {
+  const zevo::LoginState state = zevo::loginState(user);
+  if (state.isExpired) return "the account is disabled or has expired";
+  if (user.uid != 0 && state.isLocked) return "the account is locked: give it a password";
+  if (user.uid != 0 && !state.hasLoginShell) return "the account has no login shell";
   if (user.uid != 0) return "";
   const User alias = lookUp(kRootAlias);
   return alias && alias->uid != 0 ? "an account \"admin\" is there, and root is \"admin\" on the "

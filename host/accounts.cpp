@@ -1,36 +1,30 @@
 #include "accounts.h"
 
-#include <cerrno>
-#include <ctime>
 #include <memory>
 #include <pwd.h>
-#include <shadow.h>
 #include <vector>
 
 #include "zevo/account.h"
 #include "zevo/administrators.h"
+#include "zevo/login_state.h"
+#include "zevo/login_token.h"
 
 namespace host {
 namespace {
 
 constexpr std::size_t kTexts = 64UL * 1024;  // longest entry that is looked at
-constexpr long kSecondsADay = 86400;
-
-// No entry of its own: the account comes from another source, which judges it at the login.
-// Anything unreadable counts as expired.
-bool isExpired(const std::string& name) {
-  std::vector<char> texts(kTexts);
-  spwd entry{};
-  spwd* found = nullptr;
-  const int error = ::getspnam_r(name.c_str(), &entry, texts.data(), texts.size(), &found);
-  if (found == nullptr) return error != 0 && error != ENOENT;
-  return entry.sp_expire >= 0 && std::time(nullptr) / kSecondsADay >= entry.sp_expire;
-}
 
 }  // namespace
 
 std::string Account::loginName() const {
   return uid == 0 ? "admin" : name;
+}
+
+std::string Account::objection() const {
+  if (isExpired) return "the account is disabled or has expired";
+  if (uid == 0) return "";
+  if (isLocked) return "the account is locked";
+  return hasLoginShell ? "" : "the account has no login shell";
 }
 
 std::optional<Account> SystemAccounts::byName(const std::string& name) {
@@ -39,7 +33,14 @@ std::optional<Account> SystemAccounts::byName(const std::string& name) {
   if (ZEVOUserGet(name.c_str(), &record) < 0 || record == nullptr) return std::nullopt;
   const std::unique_ptr<UserRecord, void (*)(UserRecord*)> user(record, &ZEVOUserFree);
   if (*user->name == '\0') return std::nullopt;
-  return Account{user->name, user->uid, isExpired(user->name), zevo::isAdministrator(*user)};
+  const zevo::LoginState state = zevo::loginState(*user);
+  return Account{.name = user->name,
+                 .uid = user->uid,
+                 .isExpired = state.isExpired,
+                 .isAdministrator = zevo::isAdministrator(*user),
+                 .isLocked = state.isLocked,
+                 .hasLoginShell = state.hasLoginShell,
+                 .passwordMark = zevo::keyedHash(key_, user->name + (':' + state.passwordField))};
 }
 
 std::optional<Account> SystemAccounts::byUid(uid_t uid) {

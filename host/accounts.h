@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <sys/types.h>
+#include <utility>
 
 namespace host {
 
@@ -12,6 +13,13 @@ struct Account {
   uid_t uid = 0;
   bool isExpired = false;        // disabled, or its day has come
   bool isAdministrator = false;  // uid 0, or a member of the administrators' group
+  bool isLocked = false;
+  bool hasLoginShell = true;
+  std::string passwordMark = {};  // another one after each change of the password; never empty
+
+  // Why it cannot be logged in to the page; empty where it can. root's link is made by root, who
+  // may well have neither password nor shell.
+  [[nodiscard]] std::string objection() const;
 
   // As modules and lists see it: "admin" for uid 0.
   [[nodiscard]] std::string loginName() const;
@@ -34,8 +42,14 @@ class Accounts {
 // root's rights to read the shadow file.
 class SystemAccounts : public Accounts {
  public:
+  // `key` is that of the password marks.
+  explicit SystemAccounts(std::string key) : key_(std::move(key)) {}
+
   std::optional<Account> byName(const std::string& name) override;
   std::optional<Account> byUid(uid_t uid) override;
+
+ private:
+  std::string key_;
 };
 
 }  // namespace host

@@ -28,8 +28,8 @@ constexpr const char* kNoPamService =
 
 class SessionFileLogins : public Logins {
  public:
-  std::optional<zevo::WebLogin> find(const std::string& id) override {
-    return zevo::findWebLogin(zevo::config().sessionFile, id);
+  zevo::LoginSearch find(const std::string& id, zevo::WebLogin* login) override {
+    return zevo::findWebLogin(zevo::config().sessionFile, id, login);
   }
   void touch(const std::string& id) override {
     zevo::touchWebLogin(zevo::config().sessionFile, id);
@@ -60,7 +60,8 @@ int fail(const std::string& reason) {
 // Until it is told to end; the exit status.
 int serve() {
   std::string error;
-  if (!prepareSessionFile(&error) || !checkPamFolder(&error)) return fail(error);
+  std::string key;
+  if (!prepareSessionFile(&key, &error) || !checkPamFolder(&error)) return fail(error);
   if (zevo::config().pamFolder.empty() && !hasPamService()) logLine(LOG_WARNING, kNoPamService);
   Modules modules;
   if (!modules.load(moduleFolder(), &error)) {
@@ -69,7 +70,7 @@ int serve() {
   std::vector<Listener> listeners;
   if (!openListeners(&listeners, &error)) return fail(error);
   CallBoard board(static_cast<std::size_t>(zevo::config().maxCalls));
-  SystemAccounts accounts;
+  SystemAccounts accounts(std::move(key));
   SessionFileLogins logins;
   const Service service{
       modules, board, accounts, logins, systemLoginTools(accounts), zevo::config().sessionFile};

@@ -5,18 +5,29 @@
 #include "cookie.h"
 
 namespace host {
+namespace {
+
+// Whether the login is of this account, as it was when it logged in, and may go on.
+bool isStillOf(const zevo::WebLogin& login, const Account& account) {
+  return !login.user.empty() && account.loginName() == login.user && account.uid == login.uid &&
+         account.objection().empty() && !login.passwordMark.empty() &&
+         account.passwordMark == login.passwordMark;
+}
+
+}  // namespace
 
 Identity whoAsksOverWeb(const HttpRequest& request, Accounts& accounts, Logins& logins) {
   if (!request.remoteAddress) return Problem::kMalformed;
   const auto token = request.cookie ? cookieToken(*request.cookie, request.tls) : std::nullopt;
   if (!token) return Problem::kNotLoggedIn;
-  const auto login = logins.find(zevo::tokenHash(*token));
-  if (!login || login->user.empty()) return Problem::kNotLoggedIn;
-  const auto account = accounts.byName(login->user);
-  if (!account || account->uid != login->uid || account->isExpired) return Problem::kNotLoggedIn;
-  if (account->loginName() != login->user) return Problem::kNotLoggedIn;
-  if (!request.background) logins.touch(login->id);
-  return Caller{login->user, account->isAdministrator, Entrance::kWeb, login->address, login->id};
+  zevo::WebLogin login;
+  const zevo::LoginSearch search = logins.find(zevo::tokenHash(*token), &login);
+  if (search == zevo::LoginSearch::kFailed) return Problem::kWorkFailed;
+  if (search == zevo::LoginSearch::kNone) return Problem::kNotLoggedIn;
+  const auto account = accounts.byName(login.user);
+  if (!account || !isStillOf(login, *account)) return Problem::kNotLoggedIn;
+  if (!request.background) logins.touch(login.id);
+  return Caller{login.user, account->isAdministrator, Entrance::kWeb, login.address, login.id};
 }
 
 Identity whoAsksLocally(const HttpRequest& request, uid_t peer, Accounts& accounts) {

@@ -34,15 +34,17 @@ class Logins {
   Logins(const Logins&) = delete;
   Logins& operator=(const Logins&) = delete;
 
-  virtual std::optional<zevo::WebLogin> find(const std::string& id) = 0;
+  // As zevo::findWebLogin.
+  virtual zevo::LoginSearch find(const std::string& id, zevo::WebLogin* login) = 0;
   virtual void touch(const std::string& id) = 0;
 };
 
 using Identity = std::variant<Caller, Problem>;
 
-// web.sock: the cookie's login, still current, of an account that is still the same one and not
-// expired; the peer of the socket gives nobody any rights. A call that is no refresh of the page
-// keeps the login current.
+// web.sock: the cookie's login, still current, of an account that is still the same one, may log in
+// and has the password that it had then; the peer of the socket gives nobody any rights. A call
+// that is no refresh of the page keeps the login current. Where the logins cannot be read, the work
+// has failed: nobody's login ends by that.
 Identity whoAsksOverWeb(const HttpRequest& request, Accounts& accounts, Logins& logins);
 
 // local.sock: the account of the process that asks, `peer`. Only uid 0 is an administrator here. A

@@ -81,11 +81,22 @@ bool isShadowedRoot(const Account& account, Accounts& accounts) {
 
 Verdict judge(const std::string& name, const std::optional<Account>& account, Accounts& accounts) {
   if (!account) return {std::nullopt, name, "there is no such account"};
-  if (account->isExpired) return {std::nullopt, name, "the account is disabled or has expired"};
+  if (const std::string objection = account->objection(); !objection.empty()) {
+    return {std::nullopt, name, objection};
+  }
   if (isShadowedRoot(*account, accounts)) {
     return {std::nullopt, name, "root cannot log in while there is an account \"admin\""};
   }
   return {account, name, ""};
+}
+
+// Why the account does not get in by its password, whatever that is; empty where it may.
+std::string objectionToPassword(const std::optional<Account>& account) {
+  if (!account || account->uid != 0) return "";
+  if (!zevo::config().rootPasswordLogin)
+    return "root logs in by a link, or see root_password_login";
+  if (account->isLocked) return "the account is locked";
+  return account->hasLoginShell ? "" : "the account has no login shell";
 }
 
 Verdict checkToken(const std::string& token, const LoginTools& tools) {
@@ -104,11 +115,16 @@ Verdict checkCredentials(const Credentials& credentials, const std::string& addr
   const std::string& name = credentials.name;
   if (name.empty()) return {std::nullopt, "", "no name was given"};
   const auto known = tools.accounts.byName(name);
+  std::string objection = objectionToPassword(known);
+  if (!objection.empty()) return {std::nullopt, name, objection};
   // An unknown name takes the same road as a known one.
   const PamResult result =
       tools.checkPassword(known ? known->name : name, credentials.password, address);
   if (!result.accepted) return {std::nullopt, name, result.reason};
-  return judge(name, tools.accounts.byName(result.account), tools.accounts);
+  const auto account = tools.accounts.byName(result.account);
+  objection = objectionToPassword(account);
+  if (!objection.empty()) return {std::nullopt, name, objection};
+  return judge(name, account, tools.accounts);
 }
 
 // None where the body makes no sense. The password is gone when this returns: a refusal waits.
@@ -136,6 +152,7 @@ Answer letIn(const Account& account, const HttpRequest& request, const LoginTool
   login.address = *request.remoteAddress;
   login.browser = zevo::browserName(request.userAgent);
   login.started = std::time(nullptr);
+  login.passwordMark = account.passwordMark;
   if (!tools.addLogin(&login)) {
     logAuthorisation(LOG_ERR, "login from " + login.address + " could not be recorded: user " +
                                   inQuotes(login.user));

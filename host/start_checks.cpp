@@ -6,6 +6,7 @@
 #include "zevo/config.h"
 #include "zevo/error_trail.h"
 #include "zevo/session_file.h"
+#include "zevo/web_login.h"
 
 #include "base/read_file.h"
 #include "pam_login.h"
@@ -22,10 +23,13 @@ std::optional<zevo::FileFailure> readService(const std::string& folder) {
 
 }  // namespace
 
-bool prepareSessionFile(std::string* error) {
+bool prepareSessionFile(std::string* key, std::string* error) {
   const std::string& path = zevo::config().sessionFile;
   zevo::clearErrorTrail();
-  if (zevo::checkSessionFile(path) && ZEVOCgiSessionFileCreate(path.c_str()) == 0) return true;
+  const bool isThere = zevo::checkSessionFile(path) && ZEVOCgiSessionFileCreate(path.c_str()) == 0;
+  const auto found = isThere ? zevo::loginKey(path) : std::nullopt;
+  *key = found.value_or("");
+  if (found) return true;
   const auto causes = zevo::errorTrail();
   *error =
       zevo::configProblem("session_file", causes.empty() ? "cannot create " + path : causes.back());

@@ -6,9 +6,10 @@
 
 namespace host {
 
-// Makes the session file where it is missing. False with *error, naming where it is configured,
-// where that cannot be or the file is another program's, which is left as it is.
-bool prepareSessionFile(std::string* error);
+// Makes the session file where it is missing, and stores the key of its logins' password marks in
+// *key. False with *error, naming where it is configured, where that cannot be or the file is
+// another program's, which is left as it is.
+bool prepareSessionFile(std::string* key, std::string* error);
 
 // Whether the configured folder of PAM services has ours; true where none is configured. False with
 // *error, naming where it is configured.

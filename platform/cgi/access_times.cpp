@@ -1,23 +1,57 @@
 #include "cgi/access_times.h"
 
+#include <cerrno>
+#include <chrono>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "zevo/config.h"
 
-#include "cgi/session_record.h"
+#include "cgi/failure.h"
 
 namespace zevo {
+namespace {
+
+// Whether `error` says that a name, or one on the way to it, is not there; anything else is the
+// system's trouble.
+bool isMissing(int error) {
+  return error == ENOENT || error == ENOTDIR || error == ELOOP;
+}
+
+Currency unknown(const std::string& path, int error) {
+  failAtFile({"read", path, error});
+  return Currency::kUnknown;
+}
+
+template <typename Limit>
+std::int64_t secondsOf(Limit limit) {
+  return std::chrono::seconds(limit).count();
+}
+
+}  // namespace
 
 AccessTimes::AccessTimes(const std::string& sessionFile)
-    : folder_(
-          openFile(accessTimeFolderOf(sessionFile).c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW)),
-      oldest_(::time(nullptr) - std::chrono::seconds(config().idleLimit).count()) {}
+    : path_(accessTimeFolderOf(sessionFile)),
+      folder_(openFile(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW)),
+      folderError_(folder_ ? 0 : errno),
+      now_(::time(nullptr)) {}
 
-bool AccessTimes::isCurrent(const char* id) const {
+Currency AccessTimes::currencyOf(json_object* record) const {
+  const std::int64_t end = sessionNumber(record, kEndField, -1);
+  if (end >= 0) return now_ < end ? Currency::kCurrent : Currency::kEnded;
+  const std::int64_t start = sessionNumber(record, kStartField, -1);
+  if (start >= 0 && now_ - start >= secondsOf(config().loginLimit)) return Currency::kEnded;
+  return useOf(sessionIdOf(record));
+}
+
+Currency AccessTimes::useOf(const char* id) const {
+  if (!folder_) return isMissing(folderError_) ? Currency::kEnded : unknown(path_, folderError_);
   struct stat status {};
-  return folder_ && ::fstatat(folder_.get(), id, &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-         S_ISREG(status.st_mode) && status.st_mtime > oldest_;
+  if (::fstatat(folder_.get(), id, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    return isMissing(errno) ? Currency::kEnded : unknown(path_ + "/" + id, errno);
+  }
+  const bool isRecent = status.st_mtime > now_ - secondsOf(config().idleLimit);
+  return S_ISREG(status.st_mode) && isRecent ? Currency::kCurrent : Currency::kEnded;
 }
 
 void AccessTimes::touch(const char* id) const {

@@ -5,8 +5,11 @@
 #include <string>
 
 #include "base/file_descriptor.h"
+#include "cgi/session_record.h"
 
 namespace zevo {
+
+enum class Currency { kCurrent, kEnded, kUnknown };
 
 // The folder of access times beside a session file: one file a login, whose time is that of its
 // last use.
@@ -14,9 +17,11 @@ class AccessTimes {
  public:
   explicit AccessTimes(const std::string& sessionFile);
 
-  // Whether the login was used within the configuration's idle limit, as it was when this object
-  // was made; one without a file was not.
-  [[nodiscard]] bool isCurrent(const char* id) const;
+  // Of a login's record, as it was when this object was made. A view login ends on its date. Any
+  // other has ended once it was not used within the configuration's idle limit, or its access time
+  // is missing, or it began before the configuration's login limit. Unknown, with the last error
+  // set, where the access time cannot be read: that says nothing about the login.
+  [[nodiscard]] Currency currencyOf(json_object* record) const;
   // Makes now the access time of a login that has one. Another one stays without.
   void touch(const char* id) const;
   void remove(const char* id) const;
@@ -24,8 +29,12 @@ class AccessTimes {
   [[nodiscard]] const FileDescriptor& folder() const { return folder_; }
 
  private:
+  [[nodiscard]] Currency useOf(const char* id) const;
+
+  std::string path_;
   FileDescriptor folder_;
-  std::time_t oldest_;
+  int folderError_;  // errno where there is no folder
+  std::time_t now_;
 };
 
 }  // namespace zevo

@@ -65,9 +65,10 @@ int readLogins(const std::string& path, std::vector<Connection>* logins) {
     const JsonObject record = parseSessionRecord(line);
     const auto login = connectionOf(record.get());
     if (!login) return failAtLine(path, number);
-    if (isHiddenSession(record.get()) || !accessTimes.isCurrent(sessionIdOf(record.get())))
-      continue;
-    logins->push_back(*login);
+    if (isHiddenSession(record.get())) continue;
+    const Currency currency = accessTimes.currencyOf(record.get());
+    if (currency == Currency::kUnknown) return -1;
+    if (currency == Currency::kCurrent) logins->push_back(*login);
   }
   return static_cast<int>(logins->size());
 }

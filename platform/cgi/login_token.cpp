@@ -6,12 +6,15 @@
 #include <cstdint>
 #include <cstdlib>
 #include <nettle/base64.h>
+#include <nettle/hmac.h>
 #include <nettle/sha2.h>
 #include <span>
 #include <sys/random.h>
 
 namespace zevo {
 namespace {
+
+using Bytes = std::basic_string<std::uint8_t>;
 
 constexpr std::size_t kTokenBytes = 32;
 constexpr std::size_t kTokenLength = 43;  // 32 bytes in base64 without padding
@@ -43,12 +46,23 @@ std::string newLoginToken() {
 }
 
 std::string tokenHash(std::string_view token) {
-  const std::basic_string<std::uint8_t> bytes(token.begin(), token.end());
+  const Bytes bytes(token.begin(), token.end());
   sha256_ctx context{};
   sha256_init(&context);
   sha256_update(&context, bytes.size(), bytes.data());
   std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
   sha256_digest(&context, digest.size(), digest.data());
+  return base64Url(digest);
+}
+
+std::string keyedHash(std::string_view key, std::string_view text) {
+  const Bytes keyBytes(key.begin(), key.end());
+  const Bytes bytes(text.begin(), text.end());
+  hmac_sha256_ctx context{};
+  hmac_sha256_set_key(&context, keyBytes.size(), keyBytes.data());
+  hmac_sha256_update(&context, bytes.size(), bytes.data());
+  std::array<std::uint8_t, SHA256_DIGEST_SIZE> digest{};
+  hmac_sha256_digest(&context, digest.size(), digest.data());
   return base64Url(digest);
 }
 

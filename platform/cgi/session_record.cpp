@@ -110,6 +110,10 @@ std::string lockFileOf(const std::string& sessionFile) {
   return sessionFile + ".lock";
 }
 
+std::string keyFileOf(const std::string& sessionFile) {
+  return sessionFile + ".key";
+}
+
 std::string accessTimeFolderOf(const std::string& sessionFile) {
   return sessionFile + ".access.time";
 }

@@ -2,7 +2,8 @@
 //
 // One line a login, at most 640 bytes with its line feed:
 //
-//   "ID":{"1":"CLIENT","2":"USER","3":NUMBER,"4":START,"5":"BROWSER","6":UID,"16":{"hide":true}}
+//   "ID":{"1":"CLIENT","2":"USER","3":NUMBER,"4":START,"5":"BROWSER","6":UID,"7":"MARK","8":END,
+//     "16":{"hide":true}}
 //
 // That is the member of a JSON object: its name, the session id in quotes at the very start of the
 // line, is the line's key, and its value holds the numbered fields. An id is base64url text, so it
@@ -29,6 +30,8 @@ enum SessionField {
   kStartField = 4,                   // integer: start in seconds since 1970
   kBrowserField = 5,                 // text: the browser's short name
   kUidField = 6,                     // integer: number of the account that logged in
+  kMarkField = 7,                    // text: keyed hash of the account's password field
+  kEndField = 8,                     // integer: end in seconds since 1970, of a view login alone
   kFlagsField = kZevoCgiFlagsField,  // object: "hide" true keeps the login out of every list
 };
 
@@ -63,6 +66,7 @@ bool isHiddenSession(json_object* record);
 
 // Paths beside the session file.
 std::string lockFileOf(const std::string& sessionFile);
+std::string keyFileOf(const std::string& sessionFile);
 std::string accessTimeFolderOf(const std::string& sessionFile);
 
 }  // namespace zevo

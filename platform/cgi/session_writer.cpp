@@ -43,6 +43,8 @@ std::string makeLine(const Login& login, int number, std::string_view browser) {
   add(fields.get(), kStartField, json_object_new_int64(login.start));
   if (!browser.empty()) addText(fields.get(), kBrowserField, browser);
   if (login.uid) add(fields.get(), kUidField, json_object_new_int64(*login.uid));
+  if (!login.passwordMark.empty()) addText(fields.get(), kMarkField, login.passwordMark);
+  if (login.viewUntil) add(fields.get(), kEndField, json_object_new_int64(*login.viewUntil));
   if (login.isHidden) {
     json_object* flags = json_object_new_object();
     json_object_object_add(flags, "hide", json_object_new_boolean(1));

@@ -18,6 +18,8 @@ struct Login {
   bool isHidden = false;
   // The account's number; a host that keeps it notices when the name changes hands.
   std::optional<uid_t> uid = std::nullopt;
+  std::string passwordMark = {};  // keyed hash of the account's password field, base64url
+  std::optional<std::time_t> viewUntil = std::nullopt;  // of a view login: when it ends
 };
 
 // Appends the login to the session file at `path`, which is created where it is missing, and sets

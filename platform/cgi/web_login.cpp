@@ -1,6 +1,7 @@
 #include "zevo/web_login.h"
 
 #include <array>
+#include <cerrno>
 #include <dirent.h>
 #include <functional>
 #include <set>
@@ -28,24 +29,32 @@ namespace {
 
 constexpr int kLockMilliseconds = 60000;
 
-using Condition = std::function<bool(json_object* record)>;
+using Judgement = std::function<Currency(json_object* record)>;
 
 std::optional<WebLogin> loginOf(json_object* record) {
   const char* client = sessionText(record, kClientField);
   const char* user = sessionText(record, kUserField);
   const std::int64_t number = sessionNumber(record, kNumberField, 0);
   const std::int64_t uid = sessionNumber(record, kUidField, -1);
+  const std::int64_t start = sessionNumber(record, kStartField, -1);
   if (client == nullptr || user == nullptr || number <= 0 || number > INT_MAX || uid < 0 ||
-      uid > UINT_MAX) {
+      uid > UINT_MAX || start < 0) {
     return std::nullopt;
   }
+  // What is not positively a login with all rights is none.
+  const std::int64_t end = sessionNumber(record, kEndField, -1);
+  const bool isView = sessionField(record, kEndField) != nullptr;
+  if (isView && end < 0) return std::nullopt;
   const char* browser = sessionText(record, kBrowserField);
+  const char* mark = sessionText(record, kMarkField);
   return WebLogin{.id = sessionIdOf(record),
                   .user = user,
                   .uid = static_cast<uid_t>(uid),
                   .address = client,
                   .browser = browser != nullptr ? browser : "",
-                  .started = static_cast<std::time_t>(sessionNumber(record, kStartField, 0)),
+                  .started = static_cast<std::time_t>(start),
+                  .passwordMark = mark != nullptr ? mark : "",
+                  .viewUntil = isView ? std::optional<std::time_t>(end) : std::nullopt,
                   .number = static_cast<int>(number)};
 }
 
@@ -63,8 +72,14 @@ void removeStrayTimes(const AccessTimes& times, const std::set<std::string, std:
   }
 }
 
-// Removes the logins that `isDoomed` names, and their access times. Lines that are no record stay.
-bool removeLogins(const std::string& path, const Condition& isDoomed) {
+LoginSearch searchResultOf(Currency currency) {
+  if (currency == Currency::kUnknown) return LoginSearch::kFailed;
+  return currency == Currency::kCurrent ? LoginSearch::kFound : LoginSearch::kNone;
+}
+
+// Removes the logins that have ended by `judge`, and their access times; none where it does not
+// know of one. Lines that are no record stay.
+bool removeLogins(const std::string& path, const Judgement& judge) {
   const CriticalSection section(path, kLockMilliseconds);
   if (!section) return false;
   std::string content;
@@ -75,7 +90,9 @@ bool removeLogins(const std::string& path, const Condition& isDoomed) {
   bool isChanged = false;
   for (const std::string_view line : linesOf(content)) {
     const JsonObject record = parseSessionRecord(line);
-    if (record && isDoomed(record.get())) {
+    const Currency currency = record ? judge(record.get()) : Currency::kCurrent;
+    if (currency == Currency::kUnknown) return false;
+    if (currency == Currency::kEnded) {
       isChanged = true;
       continue;
     }
@@ -95,8 +112,8 @@ bool removeLogins(const std::string& path, const Condition& isDoomed) {
 bool addWebLogin(const std::string& path, WebLogin* login) {
   if (ZEVOCgiSessionFileCreate(path.c_str()) != 0) return false;
   const AccessTimes times(path);
-  const bool isSwept = removeLogins(
-      path, [&times](json_object* record) { return !times.isCurrent(sessionIdOf(record)); });
+  const bool isSwept =
+      removeLogins(path, [&times](json_object* record) { return times.currencyOf(record); });
   if (!isSwept) return false;
   const int number = appendLogin(path,
                                  {.id = login->id,
@@ -104,24 +121,33 @@ bool addWebLogin(const std::string& path, WebLogin* login) {
                                   .user = login->user,
                                   .browser = login->browser,
                                   .start = login->started,
-                                  .uid = login->uid},
+                                  .uid = login->uid,
+                                  .passwordMark = login->passwordMark,
+                                  .viewUntil = login->viewUntil},
                                  kLockMilliseconds);
   if (number <= 0) return false;
   login->number = number;
   return true;
 }
 
-std::optional<WebLogin> findWebLogin(const std::string& path, const std::string& id) {
+LoginSearch findWebLogin(const std::string& path, const std::string& id, WebLogin* login) {
+  if (!isSessionId(id)) return LoginSearch::kNone;
   std::string content;
-  if (!isSessionId(id) || readFile(path, kLongestSessionFile, &content)) return std::nullopt;
+  if (const auto failure = readFile(path, kLongestSessionFile, &content)) {
+    if (failure->error == ENOENT) return LoginSearch::kNone;
+    failAtFile(*failure);
+    return LoginSearch::kFailed;
+  }
   const std::string key = '"' + id + "\":";
   for (const std::string_view line : linesOf(content)) {
     if (!line.starts_with(key)) continue;
     const JsonObject record = parseSessionRecord(line);
-    if (!record || !AccessTimes(path).isCurrent(id.c_str())) return std::nullopt;
-    return loginOf(record.get());
+    const auto found = record ? loginOf(record.get()) : std::nullopt;
+    if (!found) return LoginSearch::kNone;
+    *login = *found;
+    return searchResultOf(AccessTimes(path).currencyOf(record.get()));
   }
-  return std::nullopt;
+  return LoginSearch::kNone;
 }
 
 void touchWebLogin(const std::string& path, const std::string& id) {
@@ -129,7 +155,9 @@ void touchWebLogin(const std::string& path, const std::string& id) {
 }
 
 bool removeWebLogin(const std::string& path, const std::string& id) {
-  return removeLogins(path, [&id](json_object* record) { return sessionIdOf(record) == id; });
+  return removeLogins(path, [&id](json_object* record) {
+    return sessionIdOf(record) == id ? Currency::kEnded : Currency::kCurrent;
+  });
 }
 
 }  // namespace zevo

@@ -12,6 +12,7 @@
 #include "base/text.h"
 #include "sdk/account_lock.h"
 #include "sdk/administrators.h"
+#include "sdk/login_state.h"
 #include "sdk/noted_error.h"
 
 namespace zevo {
@@ -24,14 +25,6 @@ std::optional<FileFailure> readShadow(const std::string& path, std::string* cont
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file) return FileFailure{"open", path, errno};
   return readDescriptor(file.get(), path, kLongestAccountFile, content);
-}
-
-std::optional<FileFailure> readShells(const std::string& path, std::set<std::string>* shells) {
-  std::string content;
-  auto failure = readFile(path, kLongestAccountFile, &content);
-  if (failure && failure->error != ENOENT) return failure;
-  if (!failure) *shells = parseShells(content);
-  return std::nullopt;
 }
 
 std::string inQuotes(const std::string& name) {

@@ -8,29 +8,12 @@
 #include "zevo/administrators.h"
 #include "zevo/config.h"
 
+#include "sdk/login_state.h"
+
 namespace zevo {
 namespace {
 
 constexpr std::array<const char*, 3> kUsualGroups = {"administrators", "sudo", "wheel"};
-
-bool isLoginShell(const std::set<std::string>& shells, const std::string& shell) {
-  // Some systems list them among the shells.
-  const std::string_view name = std::string_view(shell).substr(shell.rfind('/') + 1);
-  if (name == "nologin" || name == "false") return false;
-  return shells.empty() || shells.contains(shell.empty() ? "/bin/sh" : shell);
-}
-
-// Programs differ in whether an account's last day is the day of expiry or the day before, and in
-// what day 0 means. In doubt the account does not count.
-bool isExpired(std::string_view expiryDay, long today) {
-  if (expiryDay.empty()) return false;
-  const auto day = numberOf(expiryDay);
-  return !day || (*day >= 0 && *day <= today);
-}
-
-bool isLocked(std::string_view password) {
-  return password.starts_with('!') || password.starts_with('*');
-}
 
 bool mayLogIn(std::string_view password, std::string_view expiryDay, long today) {
   return !isLocked(password) && !isExpired(expiryDay, today);
@@ -39,8 +22,7 @@ bool mayLogIn(std::string_view password, std::string_view expiryDay, long today)
 bool mayLogInByNameService(const Administrator& administrator, long today) {
   const auto& shadow = administrator.shadow;
   if (shadow) return mayLogIn(shadow->password, shadow->expiryDay, today);
-  const std::string& password = administrator.account.password;
-  return password != "x" && !password.starts_with('!');
+  return !isLockedWithoutEntry(administrator.account.password);
 }
 
 // Adds the account `name` where it is a member other than uid 0. 0 or an errno.

@@ -57,6 +57,12 @@ bool readIdleMinutes(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
+bool readLoginHours(const toml::node& value, Config* config) {
+  const auto number = numberIn(value, 1, 168);
+  if (number) config->loginLimit = std::chrono::hours(*number);
+  return number.has_value();
+}
+
 bool readToolSeconds(const toml::node& value, Config* config) {
   const auto number = numberIn(value, 1, 120);
   if (number) config->toolLimit = std::chrono::seconds(*number);
@@ -117,6 +123,12 @@ bool readPathOrNone(const toml::node& value, std::string* path) {
   return true;
 }
 
+bool readRootPasswordLogin(const toml::node& value, Config* config) {
+  const auto* flag = value.as_boolean();
+  if (flag != nullptr) config->rootPasswordLogin = flag->get();
+  return flag != nullptr;
+}
+
 bool readModuleFolder(const toml::node& value, Config* config) {
   return readPathOrNone(value, &config->moduleFolder);
 }
@@ -137,10 +149,11 @@ bool readCallSeconds(const toml::node& value, Config* config) {
   return number.has_value();
 }
 
-constexpr std::array<Key, 17> kKeys = {{
+constexpr std::array<Key, 19> kKeys = {{
     {"language", "must be the name of a language such as \"de\", or \"\"", &readLanguage},
     {"session_file", "must be an absolute path in quotes", &readSessionFile},
     {"idle_minutes", "must be 1 to 1440", &readIdleMinutes},
+    {"login_hours", "must be 1 to 168", &readLoginHours},
     {"tool_seconds", "must be 1 to 120", &readToolSeconds},
     {"smbstatus", "must be an absolute path in quotes", &readSmbstatus},
     {"pdbedit", "must be an absolute path in quotes", &readPdbedit},
@@ -151,6 +164,7 @@ constexpr std::array<Key, 17> kKeys = {{
     {"web_socket", "must be an absolute path in quotes", &readWebSocket},
     {"web_group", "must be the name of a group, or \"\"", &readWebGroup},
     {"local_socket", "must be an absolute path in quotes", &readLocalSocket},
+    {"root_password_login", "must be true or false", &readRootPasswordLogin},
     {"module_folder", "must be an absolute path in quotes, or \"\"", &readModuleFolder},
     {"pam_folder", "must be an absolute path in quotes, or \"\"", &readPamFolder},
     {"max_calls", "must be 32 to 1024", &readMaxCalls},

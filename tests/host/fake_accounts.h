@@ -14,7 +14,10 @@ namespace host::testing_support {
 
 class FakeAccounts : public Accounts {
  public:
-  void add(const Account& account) { all_[account.name] = account; }
+  void add(Account account) {
+    if (account.passwordMark.empty()) account.passwordMark = "mark of " + account.name;
+    all_[account.name] = account;
+  }
   void remove(const std::string& name) { all_.erase(name); }
 
   std::optional<Account> byName(const std::string& name) override {
@@ -45,15 +48,20 @@ class FakeLogins : public Logins {
     login.user = user;
     login.uid = uid;
     login.address = kLoginAddress;
+    login.passwordMark = "mark of " + (uid == 0 ? "root" : user);
     all[login.id] = login;
   }
-  std::optional<zevo::WebLogin> find(const std::string& id) override {
+  zevo::LoginSearch find(const std::string& id, zevo::WebLogin* login) override {
+    if (isBroken) return zevo::LoginSearch::kFailed;
     const auto found = all.find(id);
-    return found == all.end() ? std::nullopt : std::optional(found->second);
+    if (found == all.end()) return zevo::LoginSearch::kNone;
+    *login = found->second;
+    return zevo::LoginSearch::kFound;
   }
   void touch(const std::string& id) override { touched.push_back(id); }
 
   std::map<std::string, zevo::WebLogin> all;
+  bool isBroken = false;
   std::vector<std::string> touched;
 };
 

@@ -76,6 +76,12 @@ TEST_F(WebIdentity, IsNobodyWhereTheAccountIsNotTheOneThatLoggedIn) {
   const Identity nobody = Problem::kNotLoggedIn;
   accounts_.add({"alice", 1000, true, false});
   EXPECT_EQ(ask(), nobody) << "expired";
+  accounts_.add({.name = "alice", .uid = 1000, .isLocked = true});
+  EXPECT_EQ(ask(), nobody) << "locked";
+  accounts_.add({.name = "alice", .uid = 1000, .hasLoginShell = false});
+  EXPECT_EQ(ask(), nobody) << "without a login shell";
+  accounts_.add({.name = "alice", .uid = 1000, .passwordMark = "of another password"});
+  EXPECT_EQ(ask(), nobody) << "with another password";
   accounts_.add({"alice", 1005, false, true});
   EXPECT_EQ(ask(), nobody) << "made anew under another number";
   accounts_.remove("alice");
@@ -83,6 +89,28 @@ TEST_F(WebIdentity, IsNobodyWhereTheAccountIsNotTheOneThatLoggedIn) {
   logins_.add(kLoginToken, "", 1000);
   EXPECT_EQ(ask(), nobody) << "a login without a name";
   EXPECT_TRUE(logins_.touched.empty());
+}
+
+TEST_F(WebIdentity, IsNobodyWithoutThePasswordsMark) {
+  logins_.all.begin()->second.passwordMark.clear();
+  EXPECT_EQ(ask(), Identity(Problem::kNotLoggedIn));
+}
+
+TEST_F(WebIdentity, OfRootNeedsNeitherPasswordNorShell) {
+  logins_.add(kLoginToken, "admin", 0);
+  accounts_.add({.name = "root",
+                 .uid = 0,
+                 .isAdministrator = true,
+                 .isLocked = true,
+                 .hasLoginShell = false});
+  EXPECT_EQ(std::get<Caller>(ask()).user, "admin");
+  accounts_.add({.name = "root", .uid = 0, .isExpired = true});
+  EXPECT_EQ(ask(), Identity(Problem::kNotLoggedIn));
+}
+
+TEST_F(WebIdentity, IsNotKnownWhereTheLoginsCannotBeRead) {
+  logins_.isBroken = true;
+  EXPECT_EQ(ask(), Identity(Problem::kWorkFailed));
 }
 
 TEST_F(WebIdentity, OfRootEndsWhereAnAccountTakesItsAlias) {
@@ -126,6 +154,11 @@ TEST_F(LocalIdentity, IsNobodyWithoutAnAccount) {
 TEST_F(LocalIdentity, OfAnExpiredAccountIsNobody) {
   accounts_.add({"alice", 1000, true, false});
   EXPECT_EQ(ask(1000), Identity(Problem::kNobody));
+}
+
+TEST_F(LocalIdentity, MayBeALockedAccountsWhoseProcessesRun) {
+  accounts_.add({.name = "alice", .uid = 1000, .isLocked = true, .hasLoginShell = false});
+  EXPECT_EQ(ask(1000), Identity(Caller{"alice", false, Entrance::kLocal, "", ""}));
 }
 
 TEST_F(LocalIdentity, IsNobodyForWhatComesFromAWebServer) {

@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
+#include "zevo/config.h"
 #include "zevo/login_token.h"
 
 #include "host/fake_accounts.h"
+#include "platform/base/temporary_folder.h"
 
 namespace host {
 namespace {
@@ -25,6 +27,16 @@ Json::Value json(const std::string& text) {
 
 class Logging : public testing::Test {
  protected:
+  ~Logging() override {
+    std::string error;
+    zevo::loadConfig("/nonexistent", false, &error);
+  }
+  void allowRootsPassword() {
+    std::string error;
+    const std::string path = folder_.write("c.toml", "root_password_login = true\n");
+    ASSERT_TRUE(zevo::loadConfig(path, true, &error)) << error;
+  }
+
   Logging() {
     accounts_.add({"alice", 1000, false, false});
     accounts_.add({"bob", 1001, true, true});
@@ -51,9 +63,11 @@ class Logging : public testing::Test {
     EXPECT_THAT(waited_, SizeIs(1));
   }
 
+  zevo::testing_support::TemporaryFolder folder_;
   FakeAccounts accounts_;
   HttpRequest request_;
   std::vector<std::string> asked_;  // names that PAM was asked for
+  std::string settled_;             // the account that PAM gives in place of the name
   std::vector<zevo::WebLogin> added_;
   std::vector<std::chrono::milliseconds> waited_;
   std::optional<zevo::LinkAccount> link_;
@@ -62,7 +76,8 @@ class Logging : public testing::Test {
                     [this](const std::string& name, const Secret& password, const std::string&) {
                       asked_.push_back(name);
                       const bool right = password.text() == "right" && accounts_.byName(name);
-                      return right ? PamResult{true, name, ""} : PamResult{false, "", "wrong"};
+                      const std::string account = settled_.empty() ? name : settled_;
+                      return right ? PamResult{true, account, ""} : PamResult{false, "", "wrong"};
                     },
                     [this](const std::string&) { return std::exchange(link_, std::nullopt); },
                     [this](zevo::WebLogin* login) {
@@ -80,6 +95,7 @@ TEST_F(Logging, InRecordsTheLoginUnderTheHashOfItsToken) {
   EXPECT_EQ(added_[0].uid, 1000U);
   EXPECT_EQ(added_[0].address, "10.20.0.2");
   EXPECT_EQ(added_[0].browser, "curl");
+  EXPECT_EQ(added_[0].passwordMark, "mark of alice");
   ASSERT_THAT(answer.headers, SizeIs(2));
   const std::string cookie = answer.headers[1].second;
   EXPECT_EQ(answer.headers[1].first, "Set-Cookie");
@@ -122,7 +138,42 @@ TEST_F(Logging, InIsAnsweredLateWhereItIsRefused) {
   EXPECT_LE(waited_.at(0), kRefusalDelay);
 }
 
+TEST_F(Logging, InIsRefusedToAccountsThatAreLockedOrHaveNoLoginShell) {
+  accounts_.add({.name = "alice", .uid = 1000, .isLocked = true});
+  expectRefusal(postName("alice"));
+  EXPECT_THAT(log_, HasSubstr("user \"alice\": the account is locked\n"));
+  waited_.clear();
+  accounts_.add({.name = "alice", .uid = 1000, .hasLoginShell = false});
+  link_ = zevo::LinkAccount{"alice", 1000};
+  expectRefusal(post(R"({"token":"T"})"));
+  EXPECT_THAT(log_, HasSubstr("user \"alice\": the account has no login shell\n"));
+}
+
+TEST_F(Logging, InWithRootsPasswordIsRefusedUnlessItIsAllowed) {
+  for (const char* name : {"root", "admin"}) {
+    waited_.clear();
+    expectRefusal(postName(name));
+    EXPECT_THAT(log_, HasSubstr("root logs in by a link"));
+  }
+  EXPECT_TRUE(asked_.empty()) << "nobody tries root's password";
+}
+
+TEST_F(Logging, InAsAnAccountThatPamTurnsIntoRootIsRefusedToo) {
+  settled_ = "root";
+  expectRefusal(postName("alice"));
+}
+
+TEST_F(Logging, InWithRootsPasswordNeedsAnAccountThatIsInUse) {
+  allowRootsPassword();
+  accounts_.add({.name = "root", .uid = 0, .isLocked = true});
+  expectRefusal(postName("root"));
+  waited_.clear();
+  accounts_.add({.name = "root", .uid = 0, .hasLoginShell = false});
+  expectRefusal(postName("root"));
+}
+
 TEST_F(Logging, InAsRootIsAdmin) {
+  allowRootsPassword();
   for (const char* name : {"root", "admin"}) {
     added_.clear();
     EXPECT_EQ(postName(name).status, 200);
@@ -134,6 +185,7 @@ TEST_F(Logging, InAsRootIsAdmin) {
 }
 
 TEST_F(Logging, InAsRootIsRefusedWhereAnAccountHasItsAlias) {
+  allowRootsPassword();
   accounts_.add({"admin", 1002, false, false});
   expectRefusal(postName("root"));
   waited_.clear();
@@ -142,6 +194,7 @@ TEST_F(Logging, InAsRootIsRefusedWhereAnAccountHasItsAlias) {
 }
 
 TEST_F(Logging, InWithALinkNeedsNoPassword) {
+  accounts_.add({.name = "root", .uid = 0, .isLocked = true, .hasLoginShell = false});
   link_ = zevo::LinkAccount{"root", 0};
   const Answer answer = post(R"({"token":"T"})");
   EXPECT_EQ(json(answer.body)["data"]["user"], "admin");

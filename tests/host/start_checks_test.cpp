@@ -27,6 +27,10 @@ class StartChecks : public testing::Test {
     const std::string file = folder_.write("c.toml", "#\n" + key + " = '" + path + "'\n");
     ASSERT_TRUE(zevo::loadConfig(file, true, &error)) << error;
   }
+  std::string errorOfSessionFile() {
+    std::string error;
+    return prepareSessionFile(&key_, &error) ? "" : error;
+  }
   static std::string errorOf(bool (*check)(std::string*)) {
     std::string error;
     return check(&error) ? "" : error;
@@ -34,25 +38,29 @@ class StartChecks : public testing::Test {
   [[nodiscard]] std::string place() const { return folder_.file("c.toml") + ":2: "; }
 
   TemporaryFolder folder_;
+  std::string key_;
 };
 
 TEST_F(StartChecks, MakeTheSessionFileOnce) {
   set("session_file", folder_.file("sessions"));
-  EXPECT_EQ(errorOf(&prepareSessionFile), "");
+  EXPECT_EQ(errorOfSessionFile(), "");
   EXPECT_EQ(contentOf(folder_.file("sessions")), "");
-  EXPECT_EQ(errorOf(&prepareSessionFile), "");
+  const std::string key = key_;
+  EXPECT_EQ(key, contentOf(folder_.file("sessions.key")));
+  EXPECT_EQ(errorOfSessionFile(), "");
+  EXPECT_EQ(key_, key);
 }
 
 TEST_F(StartChecks, TellWhyThereIsNoSessionFile) {
   set("session_file", "/nonexistent/deeper/sessions");
-  EXPECT_EQ(errorOf(&prepareSessionFile),
+  EXPECT_EQ(errorOfSessionFile(),
             place() + "cannot create /nonexistent/deeper: No such file or directory");
 }
 
 TEST_F(StartChecks, LeaveAForeignFileThatIsToBeTheSessionFileAsItIs) {
   const std::string path = folder_.write("passwd", "root:x:0:0\n");
   set("session_file", path);
-  EXPECT_EQ(errorOf(&prepareSessionFile),
+  EXPECT_EQ(errorOfSessionFile(),
             place() + "cannot use " + path +
                 ": its line 1 is no record of a login, so it may be another program's; name a file "
                 "that is the sessions' alone");

@@ -14,6 +14,7 @@ struct Config {
   std::string language;  // "" : the locale's
   std::string sessionFile = "/run/currentconn/sessions";
   std::chrono::minutes idleLimit{15};  // of a web login
+  std::chrono::hours loginLimit{12};   // a web login ends so long after it began, however used
   std::chrono::seconds toolLimit{10};  // how long a service's own tool may take
   std::string smbstatus = "/usr/bin/smbstatus";
   std::string pdbedit = "/usr/bin/pdbedit";
@@ -25,9 +26,10 @@ struct Config {
   std::string webSocket = "/run/currentconn/web.sock";
   std::string webGroup = "www-data";  // of the web server
   std::string localSocket = "/run/currentconn/local.sock";
-  std::string moduleFolder;  // "" : `modules` beside the folder of the program
-  std::string pamFolder;     // "" : the system's folders of PAM services
-  int maxCalls = 64;         // calls at once
+  bool rootPasswordLogin = false;  // whether root logs in to the page by password too
+  std::string moduleFolder;        // "" : `modules` beside the folder of the program
+  std::string pamFolder;           // "" : the system's folders of PAM services
+  int maxCalls = 64;               // calls at once
   std::chrono::seconds callLimit{180};
 
   bool operator==(const Config&) const = default;

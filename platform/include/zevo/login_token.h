@@ -16,6 +16,10 @@ ZEVO_EXPORT std::string newLoginToken();
 // login in the session file is the hash of its client's token.
 ZEVO_EXPORT std::string tokenHash(std::string_view token);
 
+// HMAC-SHA-256 of `text` under `key`, in base64url: 43 characters. Who does not know the key can
+// neither make it nor try texts against it.
+ZEVO_EXPORT std::string keyedHash(std::string_view key, std::string_view text);
+
 // Whether `text` has the form of a token: 43 characters of base64url.
 ZEVO_EXPORT bool isLoginToken(std::string_view text);
 

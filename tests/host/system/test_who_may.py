@@ -1,6 +1,7 @@
 """Who may do what: every method times every kind of caller, as one table."""
 
 import os
+import re
 import time
 
 import host_test
@@ -31,6 +32,12 @@ CALLERS = {
     "foreign session id": NOBODY,
     "id out of the session file": NOBODY,
     "disabled account": NOBODY,
+    "locked account": NOBODY,
+    "account without a login shell": NOBODY,
+    "changed password": NOBODY,
+    "login past its greatest age": NOBODY,
+    # Whose processes run, with a key or in the background, sees their own connections.
+    "locked account over local.sock": USER,
 }
 LOCAL = [caller for caller in CALLERS if "local.sock" in caller]
 # What each method answers to a user and to an administrator, to nobody where that is not 401, and to callers by name. The
@@ -94,13 +101,34 @@ class WhoMay(HostTest):
                 uid, lambda: scgi_client.call(socket_path, method, path, *headers, body=body).status)
         return ask
 
+    def _changed(self, name, address, *change):
+        """An administrator who logs in and whose account is changed then; its cookie."""
+        namespace.add_account(name)
+        namespace.run("gpasswd", "--add", name, "sudo")
+        login = self._log_in(name, address)
+        namespace.run(*change, name)
+        return self._over_web(login.cookie)
+
+    def _aged(self, address):
+        """A login of bob that began 12 hours ago and was in use ever since."""
+        login = self._log_in("bob", address)
+        lines = namespace.read(SESSIONS).splitlines(keepends=True)
+        began = re.compile(r'"4":\d+')
+        namespace.write(SESSIONS, "".join(
+            began.sub(f'"4":{int(time.time()) - 12 * 3600}', line) if f'"{address}"' in line else line
+            for line in lines), 0o600)
+        return self._over_web(login.cookie)
+
     def _callers(self):
         alice, bob = self._log_in("alice", "10.20.0.2"), self._log_in("bob", "10.20.0.3")
         ended, idle = self._log_in("bob", "10.20.0.4"), self._log_in("bob", "10.20.0.5")
-        namespace.add_account("dora")
-        namespace.run("gpasswd", "--add", "dora", "sudo")
-        disabled = self._log_in("dora", "10.20.0.6")
-        namespace.run("usermod", "--expiredate", "1970-01-02", "dora")
+        changed = {
+            "disabled account": self._changed("dora", "10.20.0.6", "usermod", "--expiredate", "1970-01-02"),
+            "locked account": self._changed("lena", "10.20.0.6", "passwd", "--lock"),
+            "account without a login shell": self._changed("nora", "10.20.0.7", "usermod", "--shell", "/usr/sbin/nologin"),
+            "changed password": self._changed("paul", "10.20.0.7", "usermod", "--password", "$y$j9T$other"),
+            "login past its greatest age": self._aged("10.20.0.8"),
+        }
         ended_cookie = ended.cookie
         ended.post("/api/logout")
         lines = namespace.read(SESSIONS).splitlines()
@@ -109,7 +137,7 @@ class WhoMay(HostTest):
         long_ago = time.time() - 3600
         os.utime(f"{SESSIONS}.access.time/{idle_id}", (long_ago, long_ago))
         address = ("REMOTE_ADDR", "10.20.0.2")
-        return {
+        return changed | {
             "nobody": self._over_web(None),
             "user": self._over_web(alice.cookie),
             "administrator": self._over_web(bob.cookie),
@@ -124,7 +152,7 @@ class WhoMay(HostTest):
             "idle session": self._over_web(idle.cookie),
             "foreign session id": self._over_web("currentconn=" + "f" * 43),
             "id out of the session file": self._over_web("currentconn=" + bobs_id),
-            "disabled account": self._over_web(disabled.cookie),
+            "locked account over local.sock": self._over_socket(LOCAL_SOCKET, uid=uid_of("lena")),
         }
 
     def test_a_disabled_account_stays_out_whatever_pam_says(self):
@@ -138,6 +166,30 @@ class WhoMay(HostTest):
         self.assertNotIn("the page", disabled)
         self.assertEqual(401, Client("10.20.0.7").log_in("erin", PASSWORD).status)
         self.assertEqual(401, before.call("GET", "/api/whoami").status)
+
+    def test_who_is_locked_or_has_no_login_shell_cannot_log_in(self):
+        # PAM alone would take both: the rules decide before it is asked for anything but the password.
+        rules = namespace.read("/etc/pam.d/currentconn")
+        self.addCleanup(namespace.write, "/etc/pam.d/currentconn", rules)
+        namespace.write("/etc/pam.d/currentconn", "auth required pam_permit.so\naccount required pam_permit.so\n")
+        for name, *change in (("fritz", "passwd", "--lock"), ("gerd", "usermod", "--shell", "/usr/sbin/nologin"),
+                              ("hans", "usermod", "--shell", "/opt/unlisted")):
+            namespace.add_account(name)
+            self.assertEqual(200, Client("10.20.0.7").log_in(name, PASSWORD).status)
+            namespace.run(*change, name)
+            self.assertEqual(401, Client("10.20.0.7").log_in(name, PASSWORD).status, name)
+
+    def test_root_logs_in_by_link_alone(self):
+        namespace.run("chpasswd", text=f"root:{PASSWORD}\n")
+        self.assertEqual(401, Client("10.20.0.8").log_in("root", PASSWORD).status)
+        self.assertEqual(401, Client("10.20.0.8").log_in("admin", PASSWORD).status)
+        namespace.run("passwd", "--lock", "root")
+        client = Client("10.20.0.8")
+        token = listing.run("login-link").stdout.strip().split("#login=")[1]
+        self.assertEqual("admin", client.post("/api/login", {"token": token}).data["user"])
+        self.assertEqual(200, client.get("list").status)
+        namespace.run("chpasswd", text=f"root:{PASSWORD}\n")
+        self.assertEqual(401, client.get("list").status, "another password ends root's logins too")
 
     def test_every_method_for_every_caller(self):
         asked = self._callers()

@@ -1,5 +1,8 @@
 #include "zevo/login_log.h"
 
+#include <array>
+#include <cerrno>
+#include <ctime>
 #include <stdlib.h>
 #include <string>
 #include <vector>
@@ -10,6 +13,7 @@
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
+#include "platform/cgi/failing_open.h"
 #include "platform/cgi/session_fixture.h"
 
 namespace zevo {
@@ -58,8 +62,20 @@ class LoginLog : public SessionFixture {
                                           ": the line is no record of a login"));
   }
 
+  // A login that began ten minutes ago.
+  [[nodiscard]] Login recent(const std::string& id, const std::string& user = "alice") const {
+    return login(id, user, start_);
+  }
+  static std::string text(std::time_t time) {
+    std::array<char, 32> text{};
+    struct tm parts {};
+    ::gmtime_r(&time, &parts);
+    return {text.data(), ::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
+  }
+
   int count_ = -9;
-  const Row alice_ = {1, "2026-11-20 21:26:40", "10.20.0.2", "alice", "Firefox", 9};
+  const std::time_t start_ = std::time(nullptr) - 600;
+  const Row alice_ = {1, text(start_), "10.20.0.2", "alice", "Firefox", 9};
   const std::string bobsLine_ = R"("idB":{"1":"10.20.0.3","2":"bob","3":5})";
 };
 
@@ -69,8 +85,8 @@ TEST_F(LoginLog, IsEmptyWhereNobodyIsLoggedIn) {
 }
 
 TEST_F(LoginLog, HoldsTheCurrentLogins) {
-  ASSERT_EQ(appendLogin(path(), login("idA"), 1000), 1);
-  ASSERT_EQ(appendLogin(path(), login("idB", "bob"), 1000), 2);
+  ASSERT_EQ(appendLogin(path(), recent("idA"), 1000), 1);
+  ASSERT_EQ(appendLogin(path(), recent("idB", "bob"), 1000), 2);
   Row bob = alice_;
   bob.pid = 2;
   bob.user = "bob";
@@ -79,12 +95,12 @@ TEST_F(LoginLog, HoldsTheCurrentLogins) {
 
 TEST_F(LoginLog, GivesLocalTime) {
   ::setenv("TZ", "UTC-2", 1);
-  appendLogin(path(), login("idA"), 1000);
-  EXPECT_EQ(read().at(0).time, "2026-11-20 23:26:40");
+  appendLogin(path(), recent("idA"), 1000);
+  EXPECT_EQ(read().at(0).time, text(start_ + 7200));
 }
 
 TEST_F(LoginLog, LeavesOutLoginsThatAreIdleTooLong) {
-  appendLogin(path(), login("idA"), 1000);
+  appendLogin(path(), recent("idA"), 1000);
   setAge("idA", std::chrono::minutes(14));
   EXPECT_THAT(read(), ElementsAre(alice_));
   setAge("idA", std::chrono::minutes(15));
@@ -93,7 +109,7 @@ TEST_F(LoginLog, LeavesOutLoginsThatAreIdleTooLong) {
 }
 
 TEST_F(LoginLog, LeavesOutLoginsWithoutAnAccessTime) {
-  appendLogin(path(), login("idA"), 1000);
+  appendLogin(path(), recent("idA"), 1000);
   std::filesystem::remove(accessFile("idA"));
   EXPECT_THAT(read(), IsEmpty());
   std::filesystem::create_symlink(path(), accessFile("idA"));
@@ -103,14 +119,43 @@ TEST_F(LoginLog, LeavesOutLoginsWithoutAnAccessTime) {
   EXPECT_EQ(count_, 0);
 }
 
+TEST_F(LoginLog, LeavesOutLoginsPastTheirGreatestAge) {
+  appendLogin(path(), login("idA", "alice", std::time(nullptr) - 12 * 3600), 1000);
+  appendLogin(path(), login("idB", "bob", std::time(nullptr) - 12 * 3600 + 60), 1000);
+  EXPECT_EQ(read().at(0).user, "bob");
+  EXPECT_EQ(count_, 1);
+}
+
+TEST_F(LoginLog, HoldsViewLoginsUntilTheirDate) {
+  Login view = login("idA");
+  view.viewUntil = std::time(nullptr) + 60;
+  appendLogin(path(), view, 1000);
+  std::filesystem::remove(accessFile("idA"));
+  view = login("idB", "bob");
+  view.viewUntil = std::time(nullptr);
+  appendLogin(path(), view, 1000);
+  EXPECT_EQ(read().at(0).user, "alice");
+  EXPECT_EQ(count_, 1);
+}
+
+TEST_F(LoginLog, FailsWhereAnAccessTimeCannotBeRead) {
+  appendLogin(path(), recent("idA"), 1000);
+  failing_open::fail(path() + ".access.time", ENFILE);
+  EXPECT_THAT(read(), IsEmpty());
+  EXPECT_EQ(count_, -1);
+  EXPECT_EQ(VLIBCErrGet(), ZEVO_ERR_FILE_OPEN);
+  EXPECT_THAT(errorTrail(),
+              ElementsAre("cannot read " + path() + ".access.time: Too many open files in system"));
+}
+
 TEST_F(LoginLog, LeavesOutHiddenLogins) {
-  Login hidden = login("idA");
+  Login hidden = recent("idA");
   hidden.isHidden = true;
   appendLogin(path(), hidden, 1000);
   EXPECT_THAT(read(), IsEmpty());
-  write(
-      R"("idA":{"1":"10.20.0.2","2":"alice","3":1,"4":1795210000,"5":"Firefox","16":{"hide":false}})"
-      "\n");
+  write(R"("idA":{"1":"10.20.0.2","2":"alice","3":1,"4":)" + std::to_string(start_) +
+        R"(,"5":"Firefox","16":{"hide":false}})"
+        "\n");
   EXPECT_THAT(read(), ElementsAre(alice_));
 }
 

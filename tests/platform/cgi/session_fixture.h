@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
@@ -32,9 +33,9 @@ class SessionFixture : public testing::Test {
                                      std::filesystem::file_time_type::clock::now() - age);
   }
 
-  static Login login(const std::string& id, const std::string& user = "alice") {
-    return {
-        .id = id, .client = "10.20.0.2", .user = user, .browser = "Firefox", .start = 1795210000};
+  static Login login(const std::string& id, const std::string& user = "alice",
+                     std::time_t start = 1795210000) {
+    return {.id = id, .client = "10.20.0.2", .user = user, .browser = "Firefox", .start = start};
   }
 
   TemporaryFolder folder_;

@@ -1,11 +1,18 @@
 #include "zevo/web_login.h"
 
+#include <cerrno>
+#include <ctime>
+#include <sys/stat.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "zevo/error_trail.h"
 #include "zevo/login_token.h"
 
+#include "base/file_failure.h"
 #include "cgi/session_writer.h"
+#include "platform/cgi/failing_open.h"
 #include "platform/cgi/session_fixture.h"
 
 namespace zevo {
@@ -26,12 +33,29 @@ class WebLogins : public SessionFixture {
                    .uid = uid,
                    .address = "10.20.0.2",
                    .browser = "Firefox",
-                   .started = 1795210000};
+                   .started = std::time(nullptr),
+                   .passwordMark = "mark"};
     EXPECT_TRUE(addWebLogin(path(), &login));
     return login;
   }
   [[nodiscard]] std::optional<WebLogin> find(const WebLogin& login) const {
-    return findWebLogin(path(), login.id);
+    return findId(login.id);
+  }
+  [[nodiscard]] std::optional<WebLogin> findId(const std::string& id) const {
+    WebLogin found;
+    const LoginSearch search = findWebLogin(path(), id, &found);
+    EXPECT_NE(search, LoginSearch::kFailed);
+    return search == LoginSearch::kFound ? std::optional(found) : std::nullopt;
+  }
+  [[nodiscard]] LoginSearch searchFor(const WebLogin& login) const {
+    WebLogin found;
+    return findWebLogin(path(), login.id, &found);
+  }
+  // Gives the login of the file another start.
+  void start(const WebLogin& login, std::time_t start) const {
+    std::string text = content();
+    const std::size_t field = text.find(R"("4":)", text.find(login.id)) + 4;
+    write(text.replace(field, text.find(',', field) - field, std::to_string(start)));
   }
 };
 
@@ -48,9 +72,10 @@ TEST_F(WebLogins, AreNotFoundByAnotherId) {
   const WebLogin alice = add("alice");
   for (const std::string& id : {tokenHash("bob"), std::string(), alice.id.substr(1),
                                 alice.id + "\":", std::string("../sessions")}) {
-    EXPECT_EQ(findWebLogin(path(), id), std::nullopt) << id;
+    EXPECT_EQ(findId(id), std::nullopt) << id;
   }
-  EXPECT_EQ(findWebLogin(path() + ".missing", alice.id), std::nullopt);
+  std::filesystem::remove(path());
+  EXPECT_EQ(find(alice), std::nullopt);
 }
 
 TEST_F(WebLogins, AreGoneOnceTheyWereIdle) {
@@ -59,6 +84,69 @@ TEST_F(WebLogins, AreGoneOnceTheyWereIdle) {
   EXPECT_TRUE(find(alice));
   setAge(alice.id, std::chrono::minutes(15));
   EXPECT_FALSE(find(alice));
+}
+
+TEST_F(WebLogins, AreGoneHoweverUsedOncePastTheirGreatestAge) {
+  const WebLogin alice = add("alice");
+  start(alice, alice.started - 12 * 3600 + 60);
+  EXPECT_TRUE(find(alice));
+  start(alice, alice.started - 12 * 3600);
+  EXPECT_FALSE(find(alice));
+  static_cast<void>(add("bob"));
+  EXPECT_THAT(content(), Not(HasSubstr("alice")));
+}
+
+TEST_F(WebLogins, ToViewStayUntilTheirDateHoweverIdle) {
+  WebLogin view{.id = tokenHash("view"),
+                .user = "alice",
+                .uid = 1000,
+                .address = "10.20.0.2",
+                .started = 1,
+                .passwordMark = "mark",
+                .viewUntil = std::time(nullptr) + 3600};
+  ASSERT_TRUE(addWebLogin(path(), &view));
+  setAge(view.id, std::chrono::hours(1000));
+  static_cast<void>(add("bob"));
+  EXPECT_THAT(find(view), Optional(Eq(view)));
+  std::filesystem::remove(accessFile(view.id));
+  EXPECT_THAT(find(view), Optional(Eq(view)));
+  std::string text = content();
+  const std::string end = std::to_string(*view.viewUntil);
+  write(text.replace(text.find(end), end.size(), std::to_string(std::time(nullptr))));
+  EXPECT_FALSE(find(view));
+  write(text.replace(text.find(R"("8":)"), 4, R"("8":-)"));
+  EXPECT_FALSE(find(view)) << "an end that is none makes no login with all rights of it";
+}
+
+TEST_F(WebLogins, DoNotEndWhereTheirAccessTimesCannotBeRead) {
+  const WebLogin alice = add("alice");
+  failing_open::fail(path() + ".access.time", ENFILE);
+  EXPECT_EQ(searchFor(alice), LoginSearch::kFailed);
+  EXPECT_EQ(searchFor(alice), LoginSearch::kFound);
+  const std::string before = content();
+  for (const int error : {ENFILE, ENOMEM, EIO}) {
+    failing_open::fail(path() + ".access.time", error);
+    clearErrorTrail();
+    WebLogin bob{.id = tokenHash("bob"), .user = "bob", .address = "10.20.0.3"};
+    EXPECT_FALSE(addWebLogin(path(), &bob));
+    EXPECT_THAT(errorTrail(), testing::ElementsAre("cannot read " + path() +
+                                                   ".access.time: " + errorText(error)));
+    EXPECT_EQ(content(), before);
+    EXPECT_TRUE(std::filesystem::exists(accessFile(alice.id)));
+  }
+}
+
+TEST_F(WebLogins, AreNotKnownWhereTheFileIsNoFile) {
+  const WebLogin alice = add("alice");
+  std::filesystem::remove(path());
+  std::filesystem::create_directory(path());
+  EXPECT_EQ(searchFor(alice), LoginSearch::kFailed);
+  std::filesystem::remove(path());
+  ASSERT_EQ(::mkfifo(path().c_str(), 0600), 0);
+  clearErrorTrail();
+  EXPECT_EQ(searchFor(alice), LoginSearch::kFailed);
+  EXPECT_THAT(errorTrail(),
+              testing::ElementsAre("cannot read " + path() + ": Operation not supported"));
 }
 
 TEST_F(WebLogins, StayCurrentWhileTheyAreUsed) {
@@ -111,7 +199,42 @@ TEST_F(WebLogins, KeepTheFileOfARefusedLogin) {
 
 TEST_F(WebLogins, WithoutTheirAccountsNumberAreNone) {
   ASSERT_GT(appendLogin(path(), login(tokenHash("alice")), 1000), 0);
-  EXPECT_EQ(findWebLogin(path(), tokenHash("alice")), std::nullopt);
+  EXPECT_EQ(findId(tokenHash("alice")), std::nullopt);
+}
+
+TEST_F(WebLogins, KeyIsMadeOnceForTheirOwnerAlone) {
+  const auto key = loginKey(path());
+  ASSERT_TRUE(key);
+  EXPECT_TRUE(isLoginToken(*key));
+  EXPECT_EQ(loginKey(path()), key);
+  struct stat status {};
+  ASSERT_EQ(::stat((path() + ".key").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
+TEST_F(WebLogins, KeyIsMadeAnewWhereItIsNoneOrOthersCouldHaveReadIt) {
+  const std::string file = path() + ".key";
+  const auto first = loginKey(path());
+  ASSERT_EQ(::chmod(file.c_str(), 0644), 0);
+  const auto second = loginKey(path());
+  EXPECT_NE(second, first);
+  folder_.write("run/sessions.key", "short");
+  const auto third = loginKey(path());
+  EXPECT_NE(third, second);
+  EXPECT_EQ(loginKey(path()), third);
+}
+
+TEST_F(WebLogins, KeyThatCannotBeReadIsNotReplaced) {
+  const auto key = loginKey(path());
+  failing_open::fail(path() + ".key", ENFILE);
+  EXPECT_EQ(loginKey(path()), std::nullopt);
+  EXPECT_EQ(loginKey(path()), key);
+}
+
+TEST(KeyedHash, IsHmacSha256) {
+  // The second test case of RFC 4231.
+  EXPECT_EQ(keyedHash("Jefe", "what do ya want for nothing?"),
+            "W9zBRr9gdU5qBCQmCJV1x1oAPwidJzmDnexYuWTsOEM");
 }
 
 TEST(BrowserName, IsShort) {

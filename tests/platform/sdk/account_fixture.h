@@ -38,7 +38,7 @@ class ListedAccounts : public AccountSource {
     shadow->reset();
     const auto known = shadows.find(name);
     if (known != shadows.end()) *shadow = known->second;
-    return 0;
+    return shadowError;
   }
   int primaryMembers(gid_t group, std::set<std::string>* names) override {
     for (const Account& account : accounts) {
@@ -57,6 +57,7 @@ class ListedAccounts : public AccountSource {
   std::set<std::string> hidden;                        // in an enumeration
   std::set<std::string> failingAccounts;
   int groupError = 0;
+  int shadowError = 0;
   int walkError = 0;
 };
 

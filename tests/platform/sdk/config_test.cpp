@@ -36,18 +36,20 @@ TEST(Config, ReadsEveryKey) {
   ConfigLines lines;
   std::string error;
   ASSERT_TRUE(parseConfig(
-      "language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\n"
+      "language = 'de'\nsession_file = '/s'\nidle_minutes = 1440\nlogin_hours = 168\n"
       "tool_seconds = 120\nsmbstatus = '/opt/smbstatus'\n"
       "pdbedit = '/opt/pdbedit'\nstate_folder = '/srv/state'\nlist_folder = '/srv/list'\n"
       "administrators_group = 'ops'\nmin_admins = 3\n"
       "web_socket = '/w'\nweb_group = 'http'\nlocal_socket = '/l'\n"
-      "module_folder = '/m'\npam_folder = '/p'\nmax_calls = 32\ncall_seconds = 5\n",
+      "root_password_login = true\nmodule_folder = '/m'\npam_folder = '/p'\nmax_calls = "
+      "32\ncall_seconds = 5\n",
       "FILE", &config, &lines, &error))
       << error;
   Config expected;
   expected.language = "de";
   expected.sessionFile = "/s";
   expected.idleLimit = std::chrono::hours(24);
+  expected.loginLimit = std::chrono::hours(168);
   expected.toolLimit = std::chrono::minutes(2);
   expected.smbstatus = "/opt/smbstatus";
   expected.pdbedit = "/opt/pdbedit";
@@ -58,6 +60,7 @@ TEST(Config, ReadsEveryKey) {
   expected.webSocket = "/w";
   expected.webGroup = "http";
   expected.localSocket = "/l";
+  expected.rootPasswordLogin = true;
   expected.moduleFolder = "/m";
   expected.pamFolder = "/p";
   expected.maxCalls = 32;
@@ -73,21 +76,23 @@ TEST(Config, PackagedFileHoldsEveryKeyWithItsDefault) {
   ASSERT_TRUE(parseConfig(packaged, "packaged", &config, &lines, &error)) << error;
   EXPECT_EQ(config, Config());
   for (const char* key :
-       {"language", "session_file", "idle_minutes", "tool_seconds", "smbstatus", "pdbedit",
-        "state_folder", "list_folder", "administrators_group", "min_admins", "web_socket",
-        "web_group", "local_socket", "module_folder", "pam_folder", "max_calls", "call_seconds"}) {
+       {"language", "session_file", "idle_minutes", "login_hours", "tool_seconds", "smbstatus",
+        "pdbedit", "state_folder", "list_folder", "administrators_group", "min_admins",
+        "web_socket", "web_group", "local_socket", "root_password_login", "module_folder",
+        "pam_folder", "max_calls", "call_seconds"}) {
     EXPECT_THAT(packaged, HasSubstr(std::string("\n") + key + " = "));
   }
 }
 
 TEST(Config, RefusesAnUnknownKeyWithItsLine) {
-  EXPECT_EQ(errorOf("\nlangage = 'de'\n"),
-            "FILE:2: there is no key \"langage\"; the keys are language, session_file, "
-            "idle_minutes, tool_seconds, smbstatus, pdbedit, state_folder, list_folder, "
-            "administrators_group, "
-            "min_admins, web_socket, "
-            "web_group, "
-            "local_socket, module_folder, pam_folder, max_calls, call_seconds");
+  EXPECT_EQ(
+      errorOf("\nlangage = 'de'\n"),
+      "FILE:2: there is no key \"langage\"; the keys are language, session_file, "
+      "idle_minutes, login_hours, tool_seconds, smbstatus, pdbedit, state_folder, list_folder, "
+      "administrators_group, "
+      "min_admins, web_socket, "
+      "web_group, "
+      "local_socket, root_password_login, module_folder, pam_folder, max_calls, call_seconds");
 }
 
 TEST(Config, RefusesAValueOutOfRange) {
@@ -107,6 +112,8 @@ TEST(Config, RefusesAValueOfAnotherType) {
   EXPECT_EQ(errorOf("idle_minutes = true"), "FILE:1: idle_minutes must be 1 to 1440, found true");
   EXPECT_EQ(errorOf("smbstatus = ['/a']"),
             "FILE:1: smbstatus must be an absolute path in quotes, found an array");
+  EXPECT_EQ(errorOf("root_password_login = 1"),
+            "FILE:1: root_password_login must be true or false, found 1");
   EXPECT_EQ(errorOf("[language]"),
             "FILE:1: language must be the name of a language such as \"de\", or \"\", "
             "found a table");
