@@ -3,6 +3,7 @@
 #
 #   tests/services/packages.sh            installs what is missing, by name; a second run changes nothing
 #   tests/services/packages.sh --missing  prints what is missing, one name a line, and changes nothing
+#   tests/services/packages.sh --names    prints the packages that it installs, one name a line
 #
 # Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, a module
 # that would switch itself on in the machine's Apache, and a further source of accounts for the name service are only
@@ -18,11 +19,7 @@ installed_packages=(
   openssh-server openssh-client openssh-sftp-server
   vsftpd
   inetutils-telnet libutempter0
-  nfs-ganesha nfs-ganesha-vfs libnfs13
-  # What the unpacked servers link against.
-  libhiredis0.14 libmemcached11 libmemcachedutil2 libidn2-0 libpcre2-posix3 libpcre2-8-0 libacl1 libncursesw6
-  libsodium23 libkrb5-3 libk5crypto3 libcom-err2 libtinfo6 libpam0g libssl3 libcrypt1
-  libcurl3-gnutls liblua5.1-0 libxml2 libyajl2
+  nfs-ganesha nfs-ganesha-vfs libnfs-utils
 )
 unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd pure-ftpd-common inetutils-telnetd)
 
@@ -58,12 +55,18 @@ unpack() {
     say "apt-get could not download $name"
     exit 1
   fi
+  # The libraries of its programs, whose names differ between releases.
+  dpkg-deb --field "$work"/*.deb Depends | tr ',' '\n' | sed -nE 's/^ *(lib[^ ]+).*/\1/p' | xargs -r "$installer"
   dpkg -x "$work"/*.deb "$unpack_folder/root"
   rm -rf "$work"
   touch "$unpack_folder/$name.unpacked"
 }
 
 main() {
+  if [[ ${1:-} == --names ]]; then
+    printf '%s\n' "${installed_packages[@]}"
+    return
+  fi
   local -a unpackable
   mapfile -t unpackable < <(missing_unpacked)
   if [[ ${1:-} == --missing ]]; then

@@ -8,6 +8,8 @@ class Console(Dialogue):
 
     def __init__(self, user):
         super().__init__(["/bin/login", "-f", user])
+        # What is typed before the prompt, login may throw away.
+        self.expect("$ ")
         self.send("echo re''ady")
         self.expect("ready")
 

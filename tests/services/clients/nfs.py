@@ -1,13 +1,14 @@
 """NFS clients over libnfs, since the kernel's own may not be mounted from here."""
 
 import ctypes
+import ctypes.util
 
 
 class Nfs:
     """An NFS version 4 mount of the server's /nfs."""
 
     def __init__(self, address, client_name=None):
-        self._library = ctypes.CDLL("libnfs.so.13")
+        self._library = ctypes.CDLL(ctypes.util.find_library("nfs"))
         self._library.nfs_init_context.restype = ctypes.c_void_p
         self._library.nfs_get_error.restype = ctypes.c_char_p
         self._context = ctypes.c_void_p(self._library.nfs_init_context())

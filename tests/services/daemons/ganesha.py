@@ -6,7 +6,8 @@ import namespace
 from daemons.daemon import Daemon
 
 _CONFIGURATION = """\
-NFS_CORE_PARAM { Protocols = 4; NFS_Port = 2049; Enable_UDP = false; Enable_RQUOTA = false; Enable_NLM = false; }
+NFS_CORE_PARAM { Protocols = 4; NFS_Port = 2049; Enable_UDP = false; Enable_RQUOTA = false; Enable_NLM = false;
+  Allow_Set_Io_Flusher_Fail = true; }
 NFS_KRB5 { Active_krb5 = false; }
 NFSv4 { RecoveryBackend = fs; Grace_Period = 1; Lease_Lifetime = 2; Graceless = true; }
 EXPORT_DEFAULTS { Access_Type = RW; Squash = None; SecType = sys; }

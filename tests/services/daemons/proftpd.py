@@ -33,7 +33,10 @@ class Proftpd(Daemon):
 
     def configure(self):
         os.makedirs("/run/proftpd", exist_ok=True)
-        namespace.write("/etc/proftpd/proftpd.conf", _CONFIGURATION)
+        # Debian 13 has in files of their own what Debian 12 has in the program.
+        modules = [f"LoadModule mod_{name}.c\n" for name in ("delay", "ls", "xfer")
+                   if os.path.exists(f"/usr/lib/proftpd/mod_{name}.so")]
+        namespace.write("/etc/proftpd/proftpd.conf", "".join(modules) + _CONFIGURATION)
 
     def command(self):
         return ["/usr/sbin/proftpd", "--nodaemon", "--quiet", "--config", "/etc/proftpd/proftpd.conf"]
