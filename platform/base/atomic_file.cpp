@@ -187,7 +187,7 @@ std::optional<FileFailure> replaceFile(const std::string& target,
   };
   if (temporary.file() < 0) return failed("create");
   auto refused = old ? makeLike(operations, old, target, temporary)
-                           : makeNew(operations, temporary, options.mode);
+                     : makeNew(operations, temporary, options.mode);
   if (refused) return refused;
   for (const std::string_view piece : pieces) {
     if (!writeAll(operations, temporary.file(), piece)) return failed("write");
