@@ -61,8 +61,23 @@ TEST(Manual, NamesEveryCommandOfTheHelpAndNoOther) {
 }
 
 TEST(Completion, NamesEveryOptionOfTheHelpAndNoOther) {
-  const std::string text = contentOf(CURRENTCONN_SOURCES "/packaging/currentconn.bash");
-  EXPECT_EQ(matchesIn(text, "[ '\"(](--[a-z][a-z-]*)"), optionsInHelp());
+  const std::string folder = CURRENTCONN_SOURCES "/packaging/";
+  EXPECT_EQ(matchesIn(contentOf(folder + "currentconn.bash"), "[ '\"(](--[a-z][a-z-]*)"),
+            optionsInHelp());
+  EXPECT_EQ(matchesIn(contentOf(folder + "currentconn.zsh"), "[ '(),](--[a-z][a-z-]*[a-z])"),
+            optionsInHelp());
+  Names fish;
+  for (const std::string& name :
+       matchesIn(contentOf(folder + "currentconn.fish"), " -l ([a-z-]+)")) {
+    fish.insert("--" + name);
+  }
+  EXPECT_EQ(fish, optionsInHelp());
+}
+
+TEST(Completion, NamesEveryCommandOfTheHelpAndNoOther) {
+  const std::string folder = CURRENTCONN_SOURCES "/packaging/";
+  EXPECT_EQ(matchesIn(contentOf(folder + "currentconn.zsh"), "\n    '([a-z-]+):"), commands());
+  EXPECT_EQ(matchesIn(contentOf(folder + "currentconn.fish"), " -a ([a-z-]+) -d"), commands());
 }
 
 }  // namespace
