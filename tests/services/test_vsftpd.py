@@ -1,13 +1,21 @@
 """FTP on a real vsftpd, in each way of showing its sessions."""
 
 import os
+import pwd
+import threading
 
 import deep_folder
+import listing
+import namespace
+from clients import stalling
 from clients.ftp import Ftp
 from daemons.vsftpd import Vsftpd
 from ftp_test import FtpBehaviour, prepare_accounts
 from listing import Row
 from service_test import ServiceTest, main
+
+# How long a list may take; one that takes longer waits for a user.
+HANG_SECONDS = 60
 
 
 def setUpModule():
@@ -44,6 +52,29 @@ class VsftpdThatWritesUtmpTest(FtpBehaviour, ServiceTest):
     @classmethod
     def setUpClass(cls):
         cls.server(Vsftpd(titles=True, utmp=True))
+
+
+class VsftpdThatConfinesItsUsersTest(ServiceTest):
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(Vsftpd(utmp=True, settings={"chroot_local_user": "YES", "allow_writeable_chroot": "YES"}))
+
+    def test_a_file_system_of_a_user_that_never_answers_keeps_no_list_waiting(self):
+        reason = stalling.install(namespace.run)
+        if reason:
+            self.skipTest(reason)
+        bob = pwd.getpwnam("bob")
+        folder = stalling.Folder(bob.pw_dir, bob.pw_uid, bob.pw_gid)
+        self.addCleanup(folder.close)
+        self.client(Ftp, "bob", "10.20.0.3")
+        folder.stall()
+        # A list that hangs comes back and fails the test.
+        timer = threading.Timer(HANG_SECONDS, folder.close)
+        timer.start()
+        self.addCleanup(timer.cancel)
+        self.assertEqual([Row("bob", "10.20.0.3", "FTP", "/home/bob")], listing.rows())
+        self.assertTrue(timer.is_alive(), "the list waited for the user's file system")
 
 
 if __name__ == "__main__":

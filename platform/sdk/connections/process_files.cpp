@@ -22,8 +22,8 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kTextLimit = 4095;
-constexpr std::size_t kTcpTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
-constexpr uid_t kNoLogin = static_cast<uid_t>(-1);         // of the kernel's loginuid
+constexpr std::size_t kLongTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
+constexpr uid_t kNoLogin = static_cast<uid_t>(-1);          // of the kernel's loginuid
 
 // "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
 // NULs behind it.
@@ -239,14 +239,21 @@ Reading<FileIdentity> ProcessFiles::accountsFile() const {
   return FileIdentity{status.st_dev, status.st_ino};
 }
 
-Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
-  const std::string name = "net/" + table;
+Reading<std::string> ProcessFiles::readLongText(const std::string& name) const {
   const FileDescriptor file = openFileAt(folder_.get(), name.c_str(), O_RDONLY);
   if (!file) return endedOrFailed<std::string>(name.c_str(), errno);
   std::string text;
-  const auto failure = readDescriptor(file.get(), name, kTcpTextLimit, &text);
+  const auto failure = readDescriptor(file.get(), name, kLongTextLimit, &text);
   return failure ? endedOrFailed<std::string>(name.c_str(), failure->error)
                  : Reading<std::string>(std::move(text));
+}
+
+Reading<std::string> ProcessFiles::mounts() const {
+  return readLongText("mountinfo");
+}
+
+Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
+  return readLongText("net/" + table);
 }
 
 Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets(std::size_t most) const {

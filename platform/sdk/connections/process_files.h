@@ -96,6 +96,8 @@ class ProcessFiles {
   // Name of the program's file, without its folders; also where it has been replaced since.
   [[nodiscard]] Reading<std::string> programName() const;
   [[nodiscard]] Reading<Namespaces> namespaces() const;
+  // The mounts below root(), one a line, as proc(5) has them under "mountinfo".
+  [[nodiscard]] Reading<std::string> mounts() const;
   // The lines "HIERARCHY:CONTROLLERS:PATH"; a line that is cut off has no line break.
   [[nodiscard]] Reading<std::string> cgroups() const;
   // The accounts file in the tree that the process sees. The way there leads through whatever is
@@ -111,6 +113,7 @@ class ProcessFiles {
  private:
   static Reading<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);
   [[nodiscard]] Reading<std::string> readText(const char* name) const;
+  [[nodiscard]] Reading<std::string> readLongText(const std::string& name) const;
   [[nodiscard]] Reading<std::string> readLink(const char* name) const;
   [[nodiscard]] Reading<struct statx> program() const;
   [[nodiscard]] Reading<std::uint64_t> namespaceNumber(const std::string& kind) const;

@@ -1,12 +1,10 @@
 #include "sdk/connections/vsftpd.h"
 
-#include <fcntl.h>
-#include <filesystem>
 #include <optional>
-#include <sys/stat.h>
 #include <utility>
 
 #include "sdk/connections/containers.h"
+#include "sdk/connections/empty_root.h"
 #include "sdk/connections/served_client.h"
 #include "sdk/connections/vsftpd_guests.h"
 
@@ -15,17 +13,6 @@ namespace {
 
 bool isVsftpd(std::string_view name) {
   return name == "vsftpd";
-}
-
-// Whether the tree of `process` is one empty folder that belongs to somebody else than `uid`. What
-// cannot be looked at (a file system of the user's own) is no such folder.
-bool isConfinedToNothing(const Sources& sources, const Process& process, uid_t uid) {
-  const std::string path = sources.paths().proc + "/" + std::to_string(process.pid) + "/root/.";
-  struct statx status {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_UID, &status) != 0) return false;
-  if (status.stx_uid == uid) return false;
-  std::error_code error;
-  return std::filesystem::is_empty(path, error) && !error;
 }
 
 // Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
@@ -40,7 +27,8 @@ Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& cli
   const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
   if (!waiting.ok()) return Reading<bool>::like(waiting);
   const bool parentWaits = &process != client.processes.front() && *waiting != "/";
-  return parentWaits ? *root == *waiting : isConfinedToNothing(sources, process, uid);
+  return parentWaits ? *root == *waiting
+                     : hasEmptyRoot(sources, process, *client.processes.front(), uid);
 }
 
 // Whether `process` of `client` works for a user, as far as that shows without titles.

@@ -104,6 +104,7 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   }
   fs::create_symlink(process.cwd, folder / "cwd");
   fs::create_symlink(process.root, folder / "root");
+  fs::create_symlink("/proc/self/mountinfo", folder / "mountinfo");  // that of the trees' folders
   writeNamespaces(folder, process.namespaces);
   writeFile(folder / "cgroup", process.cgroup);
   for (const auto& [number, inode] : process.sockets) {

@@ -28,6 +28,7 @@ _PR_SET_PDEATHSIG, _PR_SET_NAME = 1, 15
 _LOOKUP, _FORGET, _GETATTR, _OPEN, _READ, _INIT = 1, 2, 3, 14, 15, 26
 _ROOT, _FILE = 1, 2
 _ENOSYS = 38
+_MNT_DETACH = 2
 _libc = ctypes.CDLL(None, use_errno=True)
 
 
@@ -82,6 +83,35 @@ def serve(device, asker):
         os._exit(0)
     while True:
         answer(connection, os.read(connection, 1 << 18))
+
+
+class Folder:
+    """A file system of a user's on a folder of everybody's, as with "user_allow_other" in /etc/fuse.conf."""
+
+    def __init__(self, path, uid, gid):
+        self._path = path
+        self._connection = os.open(DEVICE, os.O_RDWR)
+        options = f"fd={self._connection},rootmode=40000,user_id={uid},group_id={gid},allow_other"
+        _check(_libc.mount(b"stalling", path.encode(), b"fuse", 0, options.encode()))
+        self._server = os.fork()
+        if self._server == 0:
+            _check(_libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL))
+            while True:
+                answer(self._connection, os.read(self._connection, 1 << 18))
+
+    def stall(self):
+        """Answers nothing any more."""
+        os.kill(self._server, signal.SIGSTOP)
+
+    def close(self):
+        """Ends it; a second call does nothing."""
+        if self._server is None:
+            return
+        os.kill(self._server, signal.SIGKILL)
+        os.waitpid(self._server, 0)
+        self._server = None
+        os.close(self._connection)  # whoever still waits gets an error
+        _check(_libc.umount2(self._path.encode(), _MNT_DETACH))
 
 
 def answer(connection, request):
