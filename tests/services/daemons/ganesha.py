@@ -5,6 +5,7 @@ import os
 import namespace
 from daemons.daemon import Daemon
 
+_EXPORTED = os.path.join(os.path.dirname(os.path.realpath(namespace.UNPACKED)), "exported")
 _CONFIGURATION = """\
 NFS_CORE_PARAM { Protocols = 4; NFS_Port = 2049; Enable_UDP = false; Enable_RQUOTA = false; Enable_NLM = false;
   Allow_Set_Io_Flusher_Fail = true; }
@@ -24,8 +25,10 @@ class Ganesha(Daemon):
 
     def configure(self):
         os.makedirs("/srv/nfs", exist_ok=True)
-        # Its file handles need a file system that can find a file by its handle; an overlay cannot.
-        namespace.run("mount", "-t", "tmpfs", "tmpfs", "/srv/nfs")
+        # Its file handles need a file system that can find a file by its handle: an overlay cannot, and newer versions
+        # pass over file systems in memory. The build's can.
+        os.makedirs(_EXPORTED, exist_ok=True)
+        namespace.run("mount", "--bind", _EXPORTED, "/srv/nfs")
         namespace.write("/srv/nfs/hello", "hello\n")
         # It finds the file system of an export through this table, which small installations do not have.
         if not os.path.exists("/etc/mtab"):
