@@ -53,12 +53,17 @@ include "$packaging/lighttpd/page.conf"
 END
 }
 
+fail_at_port() { fail "port $port is taken; end what listens there, or run './run serve PORT'"; }
+
 # wait_for WHAT CHILD COMMAND…
 wait_for() {
   local what=$1 child=$2
   shift 2
   for _ in {1..100}; do
-    kill -0 "$child" 2>/dev/null || fail "$what did not start"
+    if ! kill -0 "$child" 2>/dev/null; then
+      ! answers 2>/dev/null || fail_at_port
+      fail "$what did not start"
+    fi
     if "$@" 2>/dev/null; then return; fi
     sleep 0.1
   done
@@ -72,9 +77,17 @@ all_run() {
 
 answers() { (exec 3<>"/dev/tcp/127.0.0.1/$port"); }
 
+# listens PROCESS: whether it is this very process that listens on the port, and not another one that was quicker.
+listens() {
+  local address inode
+  printf -v address '0100007F:%04X' "$port"
+  inode=$(awk -v address="$address" '$2 == address && $4 == "0A" { print $10; exit }' /proc/net/tcp)
+  [[ -n $inode && $(readlink "/proc/$1/fd/"*) == *"socket:[$inode]"* ]]
+}
+
 main() {
   [[ $EUID -eq 0 ]] || fail "reading everybody's connections needs root: run 'sudo ./run serve'"
-  ! answers 2>/dev/null || fail "port $port is taken; end what listens there, or run './run serve PORT'"
+  ! answers 2>/dev/null || fail_at_port
   folder=$(mktemp -d /run/currentconn-serve.XXXXXX)
   trap clean_up EXIT
   trap 'exit 0' HUP INT TERM
@@ -86,9 +99,10 @@ main() {
   wait_for currentconnd "${children[0]}" test -S "$folder/local.sock"
   lighttpd -D -f "$folder/lighttpd.conf" </dev/null &
   children+=($!)
-  wait_for lighttpd "${children[1]}" answers
+  wait_for lighttpd "${children[1]}" listens "${children[1]}"
   echo "Open this link within five minutes; it works once and logs you in as the administrator:"
   "$build/bin/currentconn" login-link --config "$folder/currentconn.toml" --url "http://127.0.0.1:$port/"
+  echo "Without TLS a browser shows the login to every port of 127.0.0.1: open no page there that you do not trust."
   echo "Ctrl-C ends it."
   # `wait -n` would never return for one that ended before it was called.
   exec 3<> <(:)

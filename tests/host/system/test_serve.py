@@ -3,8 +3,11 @@
 import glob
 import os
 import re
+import shutil
 import signal
 import subprocess
+import sys
+import tempfile
 
 import host_test
 from host_test import HostTest, uid_of
@@ -71,6 +74,23 @@ class Serve(HostTest):
         self.assertEqual(200, Client().get("/").status)
         served.terminate()
         self.assertEqual(0, served.wait(20))
+
+    def test_no_link_is_given_to_whoever_was_quicker_at_the_port(self):
+        folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, folder)
+        # Another one listens just before lighttpd does.
+        namespace.write(f"{folder}/listener", "import os, socket, time\n"
+                        "listening = socket.create_server(('127.0.0.1', 8088))\n"
+                        "print(os.getpid(), flush=True)\ntime.sleep(60)\n")
+        namespace.write(f"{folder}/lighttpd", "#!/bin/bash\n"
+                        f"{sys.executable} {folder}/listener >{folder}/pid 2>/dev/null &\n"
+                        f"until [[ -s {folder}/pid ]]; do sleep 0.1; done\nsleep 1\n"
+                        "exec /usr/sbin/lighttpd \"$@\"\n", 0o755)
+        environment = namespace.ENVIRONMENT | {"PATH": f"{folder}:{namespace.ENVIRONMENT['PATH']}"}
+        done = subprocess.run(COMMAND, env=environment, capture_output=True, text=True, timeout=60)
+        os.kill(int(namespace.read(f"{folder}/pid")), signal.SIGKILL)
+        self.assertEqual((1, ""), (done.returncode, done.stdout))
+        self.assertIn("currentconn: port 8088 is taken; end what listens there", done.stderr)
 
     def test_a_server_that_ends_takes_the_other_along(self):
         served, _ = self.start()
