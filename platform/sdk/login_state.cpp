@@ -17,7 +17,7 @@ constexpr long kSecondsADay = 86400;
 
 std::optional<FileFailure> readShells(const std::string& path, std::set<std::string>* shells) {
   std::string content;
-  const auto failure = readFile(path, kLongestShells, &content);
+  auto failure = readFile(path, kLongestShells, &content);
   if (failure && failure->error != ENOENT) return failure;
   *shells = failure ? std::set<std::string>() : parseShells(content);
   return std::nullopt;

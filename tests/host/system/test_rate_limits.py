@@ -18,6 +18,12 @@ def browser(address):
     return Client(address, TLS_PORT, tls=True)
 
 
+def own_browser(address):
+    """A browser at an address that this server gets for it."""
+    namespace.run("ip", "address", "replace", f"{address}/128", "dev", "lo", "nodad")
+    return browser(address)
+
+
 def statuses(count, at_once, call):
     """What `count` calls were answered."""
     with concurrent.futures.ThreadPoolExecutor(at_once) as pool:
@@ -51,6 +57,16 @@ class Limited:
         self.assertLessEqual(tried.count(400), 6 + (time.monotonic() - began) / 5 + 1)
         self.assertEqual(401, guesser.get("/api/whoami").status, "its other calls go on")
         self.assertEqual(200, browser("10.20.0.4").log_in("bob", namespace.PASSWORD).status, "others log in")
+
+    def test_the_addresses_of_an_ipv6_network_are_one_client(self):
+        # Each network with two addresses whose "::" stands for other groups.
+        for first, second in (("fd20:0:0:5::1", "fd20::5:1:2:3:4"), ("fd20::9", "fd20::1:2:3:4"),
+                              ("fd20:1::1", "fd20:1:0:0:1::"), ("fd20:1:2::1", "fd20:1:2:0:1:2:3:4"),
+                              ("fd20:1:2:3::1", "fd20:1:2:3:4:5:6:7")):
+            tried = [own_browser(first).post("/api/login", {}).status for _ in range(6)]
+            tried.append(own_browser(second).post("/api/login", {}).status)
+            self.assertEqual([400] * 6 + [503], tried, second)
+        self.assertEqual(400, own_browser("fd20:1:2:4::1").post("/api/login", {}).status, "another network")
 
     def test_calls_cannot_be_made_without_end(self):
         flooder = browser("10.20.0.6")
