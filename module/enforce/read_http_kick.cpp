@@ -1,7 +1,10 @@
 #include <cerrno>
 #include <cstdio>
+#include <fcntl.h>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <json-c/json.h>
 
@@ -29,6 +32,22 @@ struct PutObject {
   void operator()(json_object* object) const { json_object_put(object); }
 };
 using JsonPointer = std::unique_ptr<json_object, PutObject>;
+
+// Of a regular file; none for anything else. A pipe is not waited for.
+std::unique_ptr<std::FILE, CloseFile> openToRead(const std::string& path) {
+  const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  struct stat status {};
+  if (file >= 0 && fstat(file, &status) == 0 && S_ISREG(status.st_mode)) {
+    std::unique_ptr<std::FILE, CloseFile> stream(fdopen(file, "r"));
+    if (stream) return stream;
+  }
+  if (file >= 0) close(file);
+  return nullptr;
+}
+
+void logOpenFailure(const std::string& path) {
+  syslog(kLogError, "%s:%d Fail to open file %s", kLogSource, kOpenLine, path.c_str());
+}
 
 // One record handle for all lines: each line's Init gives back the one before.
 struct RecordHandle {
@@ -76,9 +95,9 @@ bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>&
     return false;
   }
   RecordHandle handle;
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "re"));
+  const std::unique_ptr<std::FILE, CloseFile> file = openToRead(path);
   if (!file) {
-    syslog(kLogError, "%s:%d Fail to open file %s", kLogSource, kOpenLine, path.c_str());
+    logOpenFailure(path);
     return false;
   }
   char line[kLineBufferSize];
@@ -89,5 +108,7 @@ bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>&
       return false;
     }
   }
-  return std::ferror(file.get()) == 0;
+  if (std::ferror(file.get()) == 0) return true;
+  logOpenFailure(path);
+  return false;
 }

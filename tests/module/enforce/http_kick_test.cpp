@@ -1,5 +1,9 @@
 #include "enforce/http_kick.h"
 
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "fakes/temporary_file.h"
 #include "module/support.h"
 
@@ -127,9 +131,17 @@ TEST_F(ReadLogins, FailsWithALogLineWhereTheFileCannotBeOpened) {
   EXPECT_EQ(platform.calls.steps().back(), "ZevoCgiEndCriticalSection() as 0:0");
 }
 
-TEST_F(ReadLogins, FailsWhereTheFileCannotBeRead) {
-  Requests requests = {all("alice")};
-  EXPECT_FALSE(readPath("/proc/self", requests));
+TEST_F(ReadLogins, FailsWithALogLineWhereTheFileIsNoneOrCannotBeRead) {
+  const std::string pipe = testing::TempDir() + "pipe-" + std::to_string(getpid());
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  std::vector<std::string> lines;
+  for (const std::string& path : {std::string("/proc/self"), pipe, std::string("/proc/self/mem")}) {
+    Requests requests = {all("alice")};
+    EXPECT_FALSE(readPath(path, requests)) << path;
+    lines.push_back("3 main:140 Fail to open file " + path);
+  }
+  std::filesystem::remove(pipe);
+  EXPECT_EQ(platform.systemLog.texts(), lines);
 }
 
 TEST_F(ReadLogins, ReadsTheWholeFileForNoRequest) {
