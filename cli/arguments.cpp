@@ -102,6 +102,8 @@ struct Grammar {
   std::optional<std::string> reportFile;
   std::optional<std::string> reportMode;
   LoginLink loginLink;
+  bool isViewLink = false;
+  std::optional<std::string> viewDays;
 
   [[nodiscard]] bool hasWatch() const { return listWords.watch || mineWords.watch; }
 };
@@ -175,6 +177,8 @@ void addLoginLink(Grammar* grammar) {
   CLI::App* link = addCommand(grammar, "login-link", kLoginLinkHelp, kLoginLinkExamples);
   addWord(link, "USER", " ", "Whom it logs in (default: root)", &grammar->loginLink.user);
   addWord(link, "--url", "URL", "Where the page is", &grammar->loginLink.url);
+  addSwitch(link, "--view", "Log in to look at the list and nothing else", &grammar->isViewLink);
+  addWord(link, "--days", "N", "How long such a login lasts (default: 30)", &grammar->viewDays);
 }
 
 std::unique_ptr<Grammar> makeGrammar() {
@@ -310,6 +314,20 @@ std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
   return {};
 }
 
+std::optional<Request> readLoginLink(const Grammar& grammar, std::string* wrong) {
+  LoginLink link = grammar.loginLink;
+  if (!grammar.isViewLink && !grammar.viewDays) return link;
+  const auto days = grammar.viewDays ? parseNumber<int>(*grammar.viewDays) : kViewDays;
+  if (grammar.isViewLink && days && *days >= 1 && *days <= kMostViewDays) {
+    link.viewDays = days;
+    return link;
+  }
+  *wrong = grammar.isViewLink ? "--days must be 1 to " + std::to_string(kMostViewDays) +
+                                    ", found \"" + *grammar.viewDays + "\""
+                              : "--days is for links with --view";
+  return {};
+}
+
 std::optional<Request> readRequest(const Grammar& grammar, const std::string& name,
                                    std::string* wrong) {
   if (name == "mine") return readListing(grammar.mineWords, true, wrong);
@@ -318,7 +336,7 @@ std::optional<Request> readRequest(const Grammar& grammar, const std::string& na
   if (name == "enable") return readEnable(grammar, wrong);
   if (name == "disabled") return grammar.showDisabled;
   if (name == "report") return readReport(grammar, wrong);
-  if (name == "login-link") return grammar.loginLink;
+  if (name == "login-link") return readLoginLink(grammar, wrong);
   return readListing(grammar.listWords, false, wrong);
 }
 

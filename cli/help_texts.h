@@ -94,6 +94,7 @@ a password: send it to nobody else.
 Examples:
   currentconn login-link                     as root
   currentconn login-link alice
+  currentconn login-link --view --days 90    for a display on the wall
   currentconn login-link --url https://files.example.org/connections/)";
 
 inline constexpr const char* kNoFilterInMine =

@@ -1,6 +1,7 @@
 #include "login_link.h"
 
 #include <array>
+#include <ctime>
 #include <memory>
 #include <unistd.h>
 
@@ -51,6 +52,12 @@ std::string objectionTo(const UserRecord& user) {
                                   : "";
 }
 
+std::optional<std::time_t> endOf(const LoginLink& request) {
+  constexpr std::time_t kSecondsADay = 86400;
+  if (!request.viewDays) return std::nullopt;
+  return std::time(nullptr) + *request.viewDays * kSecondsADay;
+}
+
 }  // namespace
 
 ExitCode makeLoginLink(const LoginLink& request) {
@@ -61,7 +68,8 @@ ExitCode makeLoginLink(const LoginLink& request) {
   if (!objection.empty()) return fail(objection);
   std::string token;
   zevo::clearErrorTrail();
-  if (!zevo::createLoginLink(zevo::config().sessionFile, {user->name, user->uid}, &token)) {
+  const zevo::LinkAccount account = {user->name, user->uid, endOf(request)};
+  if (!zevo::createLoginLink(zevo::config().sessionFile, account, &token)) {
     const auto causes = zevo::errorTrail();
     return fail(causes.empty() ? "it could not be written" : causes.back());
   }

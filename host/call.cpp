@@ -15,6 +15,7 @@
 #include "answer.h"
 #include "base/text.h"
 #include "call_line.h"
+#include "client_network.h"
 #include "connection.h"
 #include "cookie.h"
 #include "log.h"
@@ -112,12 +113,12 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   }
   if (!route.changesState) {
     if (request.background) zevo::acceptListAge(kListAgeOfRefreshes);
-    return runMethod(route.handler, context);
+    return runMethod(route.handler, std::move(context));
   }
   setActor(caller);
   const std::string summary = summaryOf(request, &caller);
   logBeginning(summary, context.parameters, caller.isAdmin);
-  Reply reply = runMethod(route.handler, context);
+  Reply reply = runMethod(route.handler, std::move(context));
   logAuthorisation(LOG_NOTICE, summary + resultText(reply.status, reply.code));
   return reply;
 }
@@ -146,13 +147,14 @@ Reply answerLogin(HttpRequest& request, Entrance entrance, const Service& servic
   if (entrance != Entrance::kWeb) return replyOf(Problem::kNotFound);
   if (!request.query.empty()) return replyOf(Problem::kMalformed);
   if (!isJsonType(request.contentType)) return replyOf(Problem::kNotJson);
-  if (!service.board.beginLogin(slot, request.remoteAddress.value_or(""), kMostLogins))
-    return replyOf(Problem::kBusy);
+  const std::string client = clientOf(request.remoteAddress.value_or(""));
+  if (!service.board.beginLogin(slot, client, kLoginPlaces)) return replyOf(Problem::kBusy);
   return replyOf(logIn(request, service.login));
 }
 
 Reply answerCaller(const Caller& caller, const HttpRequest& request, const Route& route,
                    const Service& service) {
+  if (caller.viewUntil && !route.isForView) return replyOf(Problem::kViewOnly);
   switch (route.endpoint) {
     case Endpoint::kMethod:
       return runAs(caller, request, route, service);

@@ -12,7 +12,8 @@
 
 namespace host {
 
-inline constexpr std::size_t kMostLogins = 8;  // at once
+// Each takes memory and time of a password's hash, and a refused one two seconds.
+inline constexpr LoginPlaces kLoginPlaces = {.all = 16, .ofRefused = 8, .ofOneClient = 4};
 
 // What all calls share.
 struct Service {

@@ -41,8 +41,8 @@ CallBoard::~CallBoard() {
   ::munmap(slots_.data(), slots_.size_bytes());
 }
 
-bool CallBoard::beginLogin(CallSlot& slot, std::string_view address, std::size_t most) {
-  const std::uint64_t from = std::hash<std::string_view>()(address) | 1U;  // never 0
+bool CallBoard::beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places) {
+  const std::uint64_t from = std::hash<std::string_view>()(client) | 1U;  // never 0
   slot.loginFrom = from;
   std::size_t logins = 0;
   std::size_t fromThere = 0;
@@ -51,7 +51,8 @@ bool CallBoard::beginLogin(CallSlot& slot, std::string_view address, std::size_t
     if (otherFrom != 0) ++logins;
     if (otherFrom == from) ++fromThere;
   }
-  if (logins <= most && fromThere <= std::max<std::size_t>(most / 2, 1)) return true;
+  const std::size_t most = refused_.holds(client) ? places.ofRefused : places.all;
+  if (logins <= most && fromThere <= places.ofOneClient) return true;
   slot.loginFrom = 0;
   return false;
 }

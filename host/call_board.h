@@ -9,12 +9,14 @@
 #include <string>
 #include <string_view>
 
+#include "refused_clients.h"
+
 namespace host {
 
 // One call in flight. It lies in memory that parent and children share, so a child that went wrong
 // may have written anything into it.
 struct CallSlot {
-  std::atomic<std::uint64_t> loginFrom;  // stands for the address that logs in; 0: no login
+  std::atomic<std::uint64_t> loginFrom;  // stands for the client that logs in; 0: no login
   std::atomic<bool> isAnswering;         // who sets it sends the answer
   std::array<char, 384> summary;         // "method=… user=… from=…", for the log
 
@@ -29,6 +31,13 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
                   std::atomic<std::uint64_t>::is_always_lock_free,
               "processes share it");
 
+// How many logins may go on at once.
+struct LoginPlaces {
+  std::size_t all;
+  std::size_t ofRefused;    // with a refusal not long ago: the others are kept for everybody else
+  std::size_t ofOneClient;  // one guesser does not keep everybody out
+};
+
 // The slots, as many as calls may be served at once.
 class CallBoard {
  public:
@@ -40,12 +49,14 @@ class CallBoard {
   [[nodiscard]] CallSlot& slot(std::size_t index) { return slots_[index]; }
   [[nodiscard]] std::size_t size() const { return slots_.size(); }
 
-  // Marks the call as a login from `address`. False, and not marked, where `most` others are logins
-  // already, or half as many from there: one guesser does not keep everybody out. Of several that
-  // try at the same time all may be turned away.
-  bool beginLogin(CallSlot& slot, std::string_view address, std::size_t most);
+  // Marks the call as a login of `client` (clientOf). False, and not marked, where the others leave
+  // no place for it. Of several that try at the same time all may be turned away.
+  bool beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places);
+  // Remembers that a login of the client was refused.
+  void noteRefusal(std::string_view client) { refused_.note(client); }
 
  private:
+  RefusedClients refused_;
   std::span<CallSlot> slots_;
 };
 

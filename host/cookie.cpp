@@ -7,8 +7,10 @@
 namespace host {
 namespace {
 
+// Without TLS every port of the server gets the cookie; the path at least keeps it to those calls.
 std::string attributes(bool tls) {
-  return std::string("; Path=/; HttpOnly; SameSite=Strict") + (tls ? "; Secure" : "");
+  return std::string("; Path=") + (tls ? "/" : "/api/") + "; HttpOnly; SameSite=Strict" +
+         (tls ? "; Secure" : "");
 }
 
 }  // namespace
@@ -31,8 +33,9 @@ std::optional<std::string> cookieToken(std::string_view header, bool tls) {
   return token && zevo::isLoginToken(*token) ? token : std::nullopt;
 }
 
-std::string cookieOf(const std::string& token, bool tls) {
-  return cookieName(tls) + "=" + token + attributes(tls);
+std::string cookieOf(const std::string& token, bool tls, std::optional<long> seconds) {
+  const std::string age = seconds ? "; Max-Age=" + std::to_string(*seconds) : "";
+  return cookieName(tls) + "=" + token + attributes(tls) + age;
 }
 
 std::string cookieTakenBack(bool tls) {

@@ -15,8 +15,10 @@ std::string cookieName(bool tls);
 // (one of the two was planted), or is no token.
 std::optional<std::string> cookieToken(std::string_view header, bool tls);
 
-// Value of a Set-Cookie header that gives `token`, or takes it back.
-std::string cookieOf(const std::string& token, bool tls);
+// Value of a Set-Cookie header that gives `token`, for `seconds` or until the browser ends, or
+// takes it back.
+std::string cookieOf(const std::string& token, bool tls,
+                     std::optional<long> seconds = std::nullopt);
 std::string cookieTakenBack(bool tls);
 
 }  // namespace host

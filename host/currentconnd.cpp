@@ -15,6 +15,7 @@
 #include "zevo/config_check.h"
 
 #include "call.h"
+#include "client_network.h"
 #include "log.h"
 #include "server.h"
 #include "start_checks.h"
@@ -36,12 +37,14 @@ class SessionFileLogins : public Logins {
   }
 };
 
-LoginTools systemLoginTools(Accounts& accounts) {
+LoginTools systemLoginTools(Accounts& accounts, CallBoard& board) {
   const std::string file = zevo::config().sessionFile;
-  return {accounts, &checkPassword,
+  return {accounts,
+          &checkPassword,
           [file](const std::string& token) { return zevo::takeLoginLink(file, token); },
           [file](zevo::WebLogin* login) { return zevo::addWebLogin(file, login); },
-          [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }};
+          [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); },
+          [&board](const std::string& address) { board.noteRefusal(clientOf(address)); }};
 }
 
 std::filesystem::path moduleFolder() {
@@ -72,8 +75,12 @@ int serve() {
   CallBoard board(static_cast<std::size_t>(zevo::config().maxCalls));
   SystemAccounts accounts(std::move(key));
   SessionFileLogins logins;
-  const Service service{
-      modules, board, accounts, logins, systemLoginTools(accounts), zevo::config().sessionFile};
+  const Service service{modules,
+                        board,
+                        accounts,
+                        logins,
+                        systemLoginTools(accounts, board),
+                        zevo::config().sessionFile};
   Server server(std::move(listeners), board, {.call = zevo::config().callLimit},
                 [&service](int connection, Entrance entrance, uid_t peer, CallSlot& slot) {
                   serveConnection(connection, entrance, peer, service, slot);

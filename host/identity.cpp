@@ -27,7 +27,8 @@ Identity whoAsksOverWeb(const HttpRequest& request, Accounts& accounts, Logins& 
   const auto account = accounts.byName(login.user);
   if (!account || !isStillOf(login, *account)) return Problem::kNotLoggedIn;
   if (!request.background) logins.touch(login.id);
-  return Caller{login.user, account->isAdministrator, Entrance::kWeb, login.address, login.id};
+  return Caller{login.user, account->isAdministrator, Entrance::kWeb, login.address,
+                login.id,   login.viewUntil};
 }
 
 Identity whoAsksLocally(const HttpRequest& request, uid_t peer, Accounts& accounts) {

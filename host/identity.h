@@ -1,6 +1,7 @@
 // Who is asking. Fails closed: whoever is not positively known is nobody.
 #pragma once
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <variant>
@@ -22,6 +23,8 @@ struct Caller {
   Entrance via = Entrance::kWeb;
   std::string address;  // that the login was made from, as the list shows it; empty over local.sock
   std::string loginId;  // of the session file; empty over the local socket
+  // When a view login ends; any other has none. It lists and does nothing else.
+  std::optional<std::time_t> viewUntil = std::nullopt;
 
   bool operator==(const Caller&) const = default;
 };

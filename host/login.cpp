@@ -67,9 +67,10 @@ std::optional<Credentials> readCredentials(HttpRequest& request) {
 }
 
 struct Verdict {
-  std::optional<Account> account;  // who may come in
-  std::string name;                // for the log
-  std::string reason;              // why nobody may
+  std::optional<Account> account;                       // who may come in
+  std::string name;                                     // for the log
+  std::string reason;                                   // why nobody may
+  std::optional<std::time_t> viewUntil = std::nullopt;  // of a view login
 };
 
 // Where an account "admin" of its own exists, the page could not tell the two apart.
@@ -106,7 +107,12 @@ Verdict checkToken(const std::string& token, const LoginTools& tools) {
   if (account && account->uid != link->uid) {
     return {std::nullopt, link->name, "the account is another one than the link was made for"};
   }
-  return judge(link->name, account, tools.accounts);
+  if (link->viewUntil && *link->viewUntil <= std::time(nullptr)) {
+    return {std::nullopt, link->name, "the view login has ended"};
+  }
+  Verdict verdict = judge(link->name, account, tools.accounts);
+  verdict.viewUntil = link->viewUntil;
+  return verdict;
 }
 
 Verdict checkCredentials(const Credentials& credentials, const std::string& address,
@@ -138,30 +144,39 @@ Answer refuse(const Verdict& verdict, const std::string& address,
               std::chrono::steady_clock::time_point began, const LoginTools& tools) {
   logAuthorisation(LOG_WARNING, "login refused from " + address + ": user " +
                                     inQuotes(verdict.name) + ": " + verdict.reason);
+  tools.noteRefusal(address);
   const auto spent = std::chrono::steady_clock::now() - began;
   tools.wait(kRefusalDelay - std::chrono::duration_cast<std::chrono::milliseconds>(spent));
   return problemAnswer(Problem::kWrongLogin);
 }
 
-Answer letIn(const Account& account, const HttpRequest& request, const LoginTools& tools) {
+// A view login outlives its browser; any other goes with it.
+std::optional<long> secondsLeft(const zevo::WebLogin& login) {
+  if (!login.viewUntil) return std::nullopt;
+  return *login.viewUntil - login.started;
+}
+
+Answer letIn(const Account& account, std::optional<std::time_t> viewUntil,
+             const HttpRequest& request, const LoginTools& tools) {
   const std::string token = zevo::newLoginToken();
   zevo::WebLogin login;
   login.id = zevo::tokenHash(token);
   login.user = account.loginName();
   login.uid = account.uid;
   login.address = *request.remoteAddress;
-  login.browser = zevo::browserName(request.userAgent);
+  login.browser = zevo::browserName(request.userAgent) + (viewUntil ? " (view only)" : "");
   login.started = std::time(nullptr);
   login.passwordMark = account.passwordMark;
+  login.viewUntil = viewUntil;
   if (!tools.addLogin(&login)) {
     logAuthorisation(LOG_ERR, "login from " + login.address + " could not be recorded: user " +
                                   inQuotes(login.user));
     return problemAnswer(Problem::kWorkFailed);
   }
   logAuthorisation(LOG_INFO, "login from " + login.address + ": user " + inQuotes(login.user));
-  Answer answer = successAnswer(
-      identityText({login.user, account.isAdministrator, Entrance::kWeb, login.address, login.id}));
-  answer.headers.emplace_back("Set-Cookie", cookieOf(token, request.tls));
+  Answer answer = successAnswer(identityText({login.user, account.isAdministrator, Entrance::kWeb,
+                                              login.address, login.id, login.viewUntil}));
+  answer.headers.emplace_back("Set-Cookie", cookieOf(token, request.tls, secondsLeft(login)));
   return answer;
 }
 
@@ -176,7 +191,7 @@ Answer logIn(HttpRequest& request, const LoginTools& tools) {
   const auto verdict = checkRequest(request, tools);
   if (!verdict) return problemAnswer(Problem::kMalformedJson);
   if (!verdict->account) return refuse(*verdict, *request.remoteAddress, began, tools);
-  return letIn(*verdict->account, request, tools);
+  return letIn(*verdict->account, verdict->viewUntil, request, tools);
 }
 
 std::string identityText(const Caller& caller) {
@@ -185,6 +200,7 @@ std::string identityText(const Caller& caller) {
   identity["isAdmin"] = caller.isAdmin;
   identity["via"] = caller.via == Entrance::kWeb ? "web" : "local";
   if (caller.via == Entrance::kWeb) identity["address"] = caller.address;
+  if (caller.viewUntil) identity["viewUntil"] = Json::Int64(*caller.viewUntil);
   identity["idleMinutes"] = static_cast<int>(zevo::config().idleLimit.count());
   return compactJson(identity);
 }

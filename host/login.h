@@ -26,6 +26,7 @@ struct LoginTools {
   std::function<std::optional<zevo::LinkAccount>(const std::string& token)> takeLink;
   std::function<bool(zevo::WebLogin* login)> addLogin;
   std::function<void(std::chrono::milliseconds)> wait;
+  std::function<void(const std::string& address)> noteRefusal;  // before the wait
 };
 
 // A refused login is answered this long after it began, whatever the reason, so that neither the

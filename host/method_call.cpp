@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <syslog.h>
+#include <utility>
 
 #include "zevo/api_response.h"
 #include "zevo/disabled_accounts.h"
@@ -65,10 +66,11 @@ Reply ownOutput(const std::string& output) {
 
 }  // namespace
 
-Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context) {
+Reply runMethod(ApiHandler handler, ZEVO::RequestContext context) {
   CapturedOutput output;
   if (!output) return failed("its output could not be captured");
-  ZEVO::APIRequest request(context);
+  const bool isAdmin = context.isAdmin;
+  ZEVO::APIRequest request(std::move(context));
   ZEVO::APIResponse response;
   zevo::clearErrorTrail();
   zevo::clearReadNotes();
@@ -81,7 +83,7 @@ Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context) {
     logLine(LOG_WARNING, "the method printed " + std::to_string(printed.size()) +
                              " bytes beside its answer; they were dropped");
   }
-  return outcomeOf(response, context.isAdmin);
+  return outcomeOf(response, isAdmin);
 }
 
 }  // namespace host

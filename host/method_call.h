@@ -19,6 +19,6 @@ struct Reply {
 // reply: an exception, no outcome, or an output that is no answer are "no answer" (500). What it
 // prints besides is dropped, with a line in the log. What the registry noted stands beside the
 // answer; its causes name paths and processes, so only administrators are told them.
-Reply runMethod(ApiHandler handler, const ZEVO::RequestContext& context);
+Reply runMethod(ApiHandler handler, ZEVO::RequestContext context);
 
 }  // namespace host

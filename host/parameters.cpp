@@ -4,6 +4,7 @@
 #include <charconv>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <json/reader.h>
 
@@ -40,6 +41,20 @@ std::optional<std::string> unescaped(std::string_view text) {
   return isText ? std::optional(plain) : std::nullopt;
 }
 
+// No less than the number of values in the JSON text: each but the first stands behind a comma, or
+// is the first one in a bracket.
+std::size_t mostValuesIn(std::string_view text) {
+  std::size_t values = 1;
+  bool isInside = false;  // of a text
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char letter = text[i];
+    if (letter == '\\' && isInside) ++i;
+    if (letter == '"') isInside = !isInside;
+    if (!isInside && (letter == ',' || letter == '[' || letter == '{')) ++values;
+  }
+  return values;
+}
+
 bool addPair(std::string_view pair, Json::Value& parameters) {
   const std::size_t equals = std::min(pair.find('='), pair.size());
   const auto name = unescaped(pair.substr(0, equals));
@@ -63,7 +78,7 @@ std::optional<Json::Value> queryParameters(std::string_view query) {
 
 std::optional<Json::Value> bodyParameters(std::string_view body) {
   if (body.empty()) return Json::Value(Json::objectValue);
-  if (!zevo::validUtf8(body)) return std::nullopt;
+  if (!zevo::validUtf8(body) || mostValuesIn(body) > kMostValues) return std::nullopt;
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["stackLimit"] = kDeepest;
@@ -76,7 +91,7 @@ std::optional<Json::Value> bodyParameters(std::string_view body) {
   } catch (const Json::Exception&) {  // nested deeper than the limit
     return std::nullopt;
   }
-  return parameters.isObject() ? std::optional(parameters) : std::nullopt;
+  return parameters.isObject() ? std::optional(std::move(parameters)) : std::nullopt;
 }
 
 bool isJsonType(std::string_view contentType) {

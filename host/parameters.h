@@ -1,6 +1,7 @@
 // The parameters of a call, from what the client sent.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string_view>
 
@@ -13,8 +14,11 @@ namespace host {
 // NUL in it.
 std::optional<Json::Value> queryParameters(std::string_view query);
 
+// Values in a body, and in one that ends 10000 connections: each takes some hundred bytes.
+inline constexpr std::size_t kMostValues = 65536;
+
 // The JSON object in `body`; an empty body is an empty object. None where it is anything else: no
-// JSON, no UTF-8, a name twice in one object, nested deeper than 32.
+// JSON, no UTF-8, a name twice in one object, nested deeper than 32, more than kMostValues values.
 std::optional<Json::Value> bodyParameters(std::string_view body);
 
 // Whether `contentType` is application/json, whatever its parameters.

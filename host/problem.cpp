@@ -6,10 +6,11 @@ namespace host {
 namespace {
 
 // In the order of the enumeration.
-constexpr std::array<ProblemRow, 17> kRows = {{
+constexpr std::array<ProblemRow, 18> kRows = {{
     {400, 400, "Bad Request",
      "The request is malformed; /api/openapi.json describes what is understood."},
-    {400, 400, "Bad Request", "The body is not a JSON object in UTF-8, or it is nested too deep."},
+    {400, 400, "Bad Request",
+     "The body is not a JSON object in UTF-8, or it is nested too deep or has too many values."},
     {401, 401, "Unauthorized", "Nobody is logged in, or the login has ended: log in again."},
     {401, 401, "Unauthorized",
      "The login was refused. Check name and password; a login link works once and for five "
@@ -18,6 +19,7 @@ constexpr std::array<ProblemRow, 17> kRows = {{
      "Over the local socket the calling process's account counts: it must have one, and the call "
      "must carry neither a cookie nor a client address."},
     {403, 105, "Forbidden", "Only administrators may do this."},
+    {403, 403, "Forbidden", "This login lists connections and does nothing else."},
     {403, 403, "Forbidden",
      "The call comes from a page of another origin; open the page of this server."},
     {404, 404, "Not Found",
@@ -30,7 +32,7 @@ constexpr std::array<ProblemRow, 17> kRows = {{
      "One of the accounts was not disabled here, so nothing was changed; /api/disabled lists "
      "them."},
     {413, 413, "Content Too Large",
-     "The header lines are longer than 64 KiB, or the body than 1 MiB."},
+     "The header lines are longer than 64 KiB, or the body than 1 MiB, or a login's than 4 KiB."},
     {415, 415, "Unsupported Media Type", "A body must be application/json."},
     {500, 117, "Internal Server Error",
      "The work could not be completed; the server's log says why."},

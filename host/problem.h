@@ -10,6 +10,7 @@ enum class Problem {
   kWrongLogin,
   kNobody,  // local.sock: no identity
   kNotAdministrator,
+  kViewOnly,
   kOtherOrigin,
   kNotFound,
   kWrongMethod,

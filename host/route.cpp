@@ -20,7 +20,7 @@ struct FixedRoute {
 };
 
 constexpr std::array<FixedRoute, 6> kFixedRoutes = {{
-    {"/api/login", Endpoint::kLogin, kPost},
+    {kLoginPath, Endpoint::kLogin, kPost},
     {"/api/logout", Endpoint::kLogout, kPost},
     {"/api/whoami", Endpoint::kWhoAmI, kGet},
     {"/api/enable", Endpoint::kEnable, kPost},
@@ -32,6 +32,15 @@ constexpr std::array<FixedRoute, 6> kFixedRoutes = {{
 // something as far as this daemon knows.
 constexpr std::array<std::string_view, 4> kReadingMethods = {"list", "get", "list_by_user",
                                                              "download"};
+
+// What a view login may do: look at the list. A report is a file that would leave with whoever
+// stands before the display.
+constexpr std::array<std::string_view, 3> kViewMethods = {"list", "get", "list_by_user"};
+
+template <std::size_t kSize>
+bool contains(const std::array<std::string_view, kSize>& names, std::string_view name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
 
 std::string_view takeSegment(std::string_view& path) {
   const std::string_view segment = path.substr(0, path.find('/'));
@@ -51,9 +60,9 @@ Route methodRoute(std::string_view path, const Modules& modules) {
   const auto version = versionOf(takeSegment(path));
   const ApiHandler handler = version ? modules.find(api, *version, path) : nullptr;
   if (handler == nullptr) return {};
-  const bool reads =
-      std::find(kReadingMethods.begin(), kReadingMethods.end(), path) != kReadingMethods.end();
-  return {Endpoint::kMethod, reads ? kGetAndPost : kPost, handler, !reads};
+  const bool reads = contains(kReadingMethods, path);
+  return {Endpoint::kMethod, reads ? kGetAndPost : kPost, handler, !reads,
+          contains(kViewMethods, path)};
 }
 
 }  // namespace
@@ -65,7 +74,10 @@ bool Route::allows(std::string_view httpMethod) const {
 
 Route routeOf(std::string_view path, const Modules& modules) {
   for (const FixedRoute& route : kFixedRoutes) {
-    if (route.path == path) return {route.endpoint, route.allowed};
+    if (route.path != path) continue;
+    return {.endpoint = route.endpoint,
+            .allowed = route.allowed,
+            .isForView = route.endpoint == Endpoint::kWhoAmI};
   }
   if (!path.starts_with(kPrefix)) return {};
   return methodRoute(path.substr(kPrefix.size()), modules);

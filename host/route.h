@@ -9,6 +9,8 @@
 
 namespace host {
 
+inline constexpr std::string_view kLoginPath = "/api/login";
+
 enum class Endpoint { kLogin, kLogout, kWhoAmI, kEnable, kDisabled, kDescription, kMethod, kNone };
 
 struct Route {
@@ -16,6 +18,7 @@ struct Route {
   const char* allowed = "";      // HTTP methods, as the Allow header names them
   ApiHandler handler = nullptr;  // of kMethod
   bool changesState = false;     // of kMethod: the call ends or disables something
+  bool isForView = false;        // a view login may do it
 
   [[nodiscard]] bool allows(std::string_view httpMethod) const;
 };

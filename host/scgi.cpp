@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "http_request.h"
+#include "route.h"
 
 namespace host {
 namespace {
@@ -33,6 +34,12 @@ std::optional<std::string_view> takeText(std::string_view& block) {
   const std::string_view text = block.substr(0, end);
   block.remove_prefix(end + 1);
   return text;
+}
+
+std::size_t longestBodyOf(const ScgiRequest& request) {
+  const std::string* target = request.header("REQUEST_URI");
+  const bool isLogin = target != nullptr && target->substr(0, target->find('?')) == kLoginPath;
+  return isLogin ? kLongestLoginBody : kLongestBody;
 }
 
 bool mayRepeat(std::string_view name) {
@@ -120,7 +127,7 @@ ScgiParser::State ScgiParser::readComma(std::string_view& bytes) {
   const std::string* declared = request->header("CONTENT_LENGTH");
   const auto length = declared != nullptr ? parseLength(*declared) : std::nullopt;
   if (!length) return finish(State::kMalformed);
-  if (*length > kLongestBody) return finish(State::kTooLarge);
+  if (*length > longestBodyOf(*request)) return finish(State::kTooLarge);
   request_ = std::move(*request);
   // Reserved at once: the body may hold a password, and a growing string leaves copies behind.
   request_.body.reserve(*length);

@@ -11,6 +11,7 @@ namespace host {
 
 inline constexpr std::size_t kLongestHeaders = 64UL * 1024;
 inline constexpr std::size_t kLongestBody = 1024UL * 1024;
+inline constexpr std::size_t kLongestLoginBody = 4096;  // of /api/login, which anybody may send
 
 struct ScgiRequest {
   std::map<std::string, std::string, std::less<>> headers;
@@ -21,7 +22,7 @@ struct ScgiRequest {
 };
 
 // Puts a request together from the bytes that a connection yields. What arrives is hostile: nothing
-// is kept beyond the two limits above, and a request that is not exactly one SCGI request is none.
+// is kept beyond the limits above, and a request that is not exactly one SCGI request is none.
 class ScgiParser {
  public:
   enum class State {

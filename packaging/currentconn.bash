@@ -11,7 +11,7 @@ _currentconn_words() {
     enable) echo "$(compgen -u) $common" ;;
     disabled) echo "--json $common" ;;
     report) echo "--filter $order --output --mode $common" ;;
-    login-link) echo "$(compgen -u) --url $common" ;;
+    login-link) echo "$(compgen -u) --url --view --days $common" ;;
     *) echo "list mine kick disable enable disabled report login-link $common" ;;
   esac
 }

@@ -34,14 +34,28 @@ bool isYoung(const struct stat& status) {
   return age >= 0 && age < kLoginLinkSeconds;
 }
 
-// "UID NAME".
-std::optional<LinkAccount> parseAccount(const std::string& content) {
-  LinkAccount account;
-  const char* end = content.data() + content.size();
-  const auto [rest, error] = std::from_chars(content.data(), end, account.uid);
+// Takes a number and the space behind it away from `text`.
+template <typename Number>
+std::optional<Number> takeNumber(std::string_view& text) {
+  Number number = 0;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || rest == end || *rest != ' ') return std::nullopt;
-  account.name.assign(rest + 1, end);
-  return account.name.empty() ? std::nullopt : std::optional(account);
+  text.remove_prefix(static_cast<std::size_t>(rest - text.data()) + 1);
+  return number;
+}
+
+// "UID END NAME"; the end is 0 for any other than a view login.
+std::string contentOf(const LinkAccount& account) {
+  return std::to_string(account.uid) + " " + std::to_string(account.viewUntil.value_or(0)) + " " +
+         account.name;
+}
+
+std::optional<LinkAccount> parseAccount(std::string_view content) {
+  const auto uid = takeNumber<uid_t>(content);
+  const auto end = uid ? takeNumber<std::time_t>(content) : std::nullopt;
+  if (!end || content.empty()) return std::nullopt;
+  return LinkAccount{std::string(content), *uid, *end == 0 ? std::nullopt : end};
 }
 
 void removeOldLinks(int folder) {
@@ -73,7 +87,7 @@ bool createLoginLink(const std::string& sessionFilePath, const LinkAccount& acco
     return failAtLink(FileFailure{"create", folder, errno});
   }
   *token = newLoginToken();
-  const std::string content = std::to_string(account.uid) + " " + account.name;
+  const std::string content = contentOf(account);
   const std::array<std::string_view, 1> pieces = {content};
   const auto failure = replaceFile(folder + "/" + tokenHash(*token), pieces);
   return failure ? failAtLink(*failure) : true;

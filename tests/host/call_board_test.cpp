@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "client_network.h"
+
 namespace host {
 namespace {
 
@@ -37,22 +39,73 @@ TEST(CallBoard, CutsASummaryThatIsTooLong) {
 
 TEST(CallBoard, LetsAsManyLoginsBeginAsItMay) {
   CallBoard board(4);
-  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", 2));
-  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.2", 2));
-  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.3", 2));
+  constexpr LoginPlaces kPlaces = {.all = 2, .ofRefused = 2, .ofOneClient = 1};
+  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces));
+  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.2", kPlaces));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.3", kPlaces));
   EXPECT_EQ(board.slot(2).loginFrom, 0U);
   board.slot(0).clear();
-  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.3", 2));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.3", kPlaces));
 }
 
-TEST(CallBoard, LetsHalfOfTheLoginsComeFromOneAddress) {
+TEST(CallBoard, LetsSomeOfTheLoginsComeFromOneClient) {
   CallBoard board(8);
+  constexpr LoginPlaces kPlaces = {.all = 4, .ofRefused = 4, .ofOneClient = 2};
   for (std::size_t i = 0; i < 2; ++i) {
-    EXPECT_TRUE(board.beginLogin(board.slot(i), "10.0.0.1", 4));
+    EXPECT_TRUE(board.beginLogin(board.slot(i), "10.0.0.1", kPlaces));
   }
-  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.1", 4));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.1", kPlaces));
   EXPECT_EQ(board.slot(2).loginFrom, 0U);
-  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", 4));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces));
+}
+
+TEST(CallBoard, KeepsPlacesForClientsWithoutARefusal) {
+  CallBoard board(8);
+  constexpr LoginPlaces kPlaces = {.all = 4, .ofRefused = 2, .ofOneClient = 4};
+  board.noteRefusal("10.0.0.1");
+  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces));
+  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.1", kPlaces));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.1", kPlaces));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces));
+  EXPECT_TRUE(board.beginLogin(board.slot(3), "10.0.0.3", kPlaces));
+  EXPECT_FALSE(board.beginLogin(board.slot(4), "10.0.0.4", kPlaces));
+}
+
+TEST(RefusedClients, AreForgottenAfterAWhile) {
+  RefusedClients refused;
+  const auto now = RefusedClients::Clock::now();
+  EXPECT_FALSE(refused.holds("10.0.0.1", now));
+  refused.note("10.0.0.1", now);
+  EXPECT_TRUE(refused.holds("10.0.0.1", now));
+  EXPECT_TRUE(refused.holds("10.0.0.1", now + kRefusalsRemembered - std::chrono::seconds(2)));
+  EXPECT_FALSE(refused.holds("10.0.0.1", now + kRefusalsRemembered + std::chrono::seconds(1)));
+  EXPECT_FALSE(refused.holds("10.0.0.2", now));
+}
+
+TEST(RefusedClients, AreKnownToAllProcesses) {
+  RefusedClients refused;
+  if (::fork() == 0) {
+    refused.note("10.0.0.1");
+    ::_exit(0);
+  }
+  ASSERT_GT(::wait(nullptr), 0);
+  EXPECT_TRUE(refused.holds("10.0.0.1"));
+}
+
+TEST(RefusedClients, AreRememberedByTheHundreds) {
+  RefusedClients refused;
+  int held = 0;
+  for (int i = 0; i < 200; ++i) refused.note("10.0.0." + std::to_string(i));
+  for (int i = 0; i < 200; ++i) held += refused.holds("10.0.0." + std::to_string(i)) ? 1 : 0;
+  EXPECT_GT(held, 180) << "few share a place";
+}
+
+TEST(Client, IsAnAddressOrANetworkOfIpv6) {
+  EXPECT_EQ(clientOf("10.20.0.2"), "10.20.0.2");
+  EXPECT_EQ(clientOf("fd20:0:0:5::1"), clientOf("fd20::5:1:2:3:4"));
+  EXPECT_EQ(clientOf("fd20::1"), clientOf("fd20::ffff:1:2:3"));
+  EXPECT_NE(clientOf("fd20:0:0:5::1"), clientOf("fd20:0:0:6::1"));
+  EXPECT_EQ(clientOf(""), "");
 }
 
 }  // namespace

@@ -68,7 +68,7 @@ class Calls : public testing::Test {
   zevo::testing_support::TemporaryFolder folder_;
   const std::string sessionFile_ = folder_.file("run/sessions");
   Modules modules_;
-  CallBoard board_{16};
+  CallBoard board_{32};
   FakeAccounts accounts_;
   FakeLogins logins_;
   LoginTools login_{accounts_,
@@ -76,7 +76,9 @@ class Calls : public testing::Test {
                       return PamResult{true, name, ""};
                     },
                     [](const std::string&) { return std::nullopt; },
-                    [](zevo::WebLogin*) { return true; }, [](std::chrono::milliseconds) {}};
+                    [](zevo::WebLogin*) { return true; },
+                    [](std::chrono::milliseconds) {},
+                    [](const std::string&) {}};
   Service service_{modules_, board_, accounts_, logins_, login_, sessionFile_};
 };
 
@@ -148,10 +150,23 @@ TEST_F(Calls, FromAPageOfAnotherOriginAreRefused) {
 }
 
 TEST_F(Calls, AboveTheNumberOfLoginsAreTurnedAway) {
-  for (std::size_t i = 1; i <= kMostLogins; ++i) board_.slot(i).loginFrom = 1;
+  for (std::size_t i = 1; i <= kLoginPlaces.all; ++i) board_.slot(i).loginFrom = 1;
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 503);
   board_.slot(1).clear();
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 200);
+}
+
+TEST_F(Calls, OfAViewLoginListAndDoNothingElse) {
+  logins_.all[zevo::tokenHash(kAdministratorsToken)].viewUntil = std::time(nullptr) + 60;
+  EXPECT_EQ(overWeb(get(kTest + "list"), kAdministratorsToken).status, 200);
+  EXPECT_EQ(overWeb(get("/api/whoami"), kAdministratorsToken).status, 200);
+  for (const std::string& path :
+       {kTest + "echo", std::string("/api/enable"), std::string("/api/logout")}) {
+    const Reply reply = overWeb(post(path), kAdministratorsToken);
+    EXPECT_EQ(reply.status, 403) << path;
+    EXPECT_THAT(reply.bytes, testing::HasSubstr("lists connections and does nothing else"));
+  }
+  EXPECT_EQ(overWeb(get("/api/disabled"), kAdministratorsToken).status, 403);
 }
 
 TEST_F(Calls, DescribeTheApiToAnybody) {

@@ -45,7 +45,9 @@ TEST(Cookie, IsFoundAmongThousands) {
 }
 
 TEST(Cookie, IsKeptFromScriptsAndOtherSites) {
-  EXPECT_EQ(cookieOf("T", false), "currentconn=T; Path=/; HttpOnly; SameSite=Strict");
+  EXPECT_EQ(cookieOf("T", false), "currentconn=T; Path=/api/; HttpOnly; SameSite=Strict");
+  EXPECT_EQ(cookieOf("T", false, 60),
+            "currentconn=T; Path=/api/; HttpOnly; SameSite=Strict; Max-Age=60");
   EXPECT_EQ(cookieOf("T", true), "__Host-currentconn=T; Path=/; HttpOnly; SameSite=Strict; Secure");
 }
 

@@ -96,6 +96,11 @@ TEST_F(WebIdentity, IsNobodyWithoutThePasswordsMark) {
   EXPECT_EQ(ask(), Identity(Problem::kNotLoggedIn));
 }
 
+TEST_F(WebIdentity, OfAViewLoginSaysUntilWhen) {
+  logins_.all.begin()->second.viewUntil = 1795210000;
+  EXPECT_EQ(std::get<Caller>(ask()).viewUntil, 1795210000);
+}
+
 TEST_F(WebIdentity, OfRootNeedsNeitherPasswordNorShell) {
   logins_.add(kLoginToken, "admin", 0);
   accounts_.add({.name = "root",

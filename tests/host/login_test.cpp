@@ -70,6 +70,7 @@ class Logging : public testing::Test {
   std::string settled_;             // the account that PAM gives in place of the name
   std::vector<zevo::WebLogin> added_;
   std::vector<std::chrono::milliseconds> waited_;
+  std::vector<std::string> refused_;
   std::optional<zevo::LinkAccount> link_;
   std::string log_;
   LoginTools tools_{accounts_,
@@ -84,7 +85,8 @@ class Logging : public testing::Test {
                       added_.push_back(*login);
                       return true;
                     },
-                    [this](std::chrono::milliseconds time) { waited_.push_back(time); }};
+                    [this](std::chrono::milliseconds time) { waited_.push_back(time); },
+                    [this](const std::string& address) { refused_.push_back(address); }};
 };
 
 TEST_F(Logging, InRecordsTheLoginUnderTheHashOfItsToken) {
@@ -100,7 +102,7 @@ TEST_F(Logging, InRecordsTheLoginUnderTheHashOfItsToken) {
   const std::string cookie = answer.headers[1].second;
   EXPECT_EQ(answer.headers[1].first, "Set-Cookie");
   EXPECT_EQ(zevo::tokenHash(cookie.substr(12, 43)), added_[0].id);
-  EXPECT_EQ(cookie.substr(55), "; Path=/; HttpOnly; SameSite=Strict");
+  EXPECT_EQ(cookie.substr(55), "; Path=/api/; HttpOnly; SameSite=Strict");
   EXPECT_THAT(log_, HasSubstr("login from 10.20.0.2: user \"alice\"\n"));
 }
 
@@ -136,6 +138,7 @@ TEST_F(Logging, InIsAnsweredLateWhereItIsRefused) {
   postName("alice", "wrong");
   EXPECT_GT(waited_.at(0), std::chrono::milliseconds(1500));
   EXPECT_LE(waited_.at(0), kRefusalDelay);
+  EXPECT_EQ(refused_, std::vector<std::string>{"10.20.0.2"});
 }
 
 TEST_F(Logging, InIsRefusedToAccountsThatAreLockedOrHaveNoLoginShell) {
@@ -200,6 +203,19 @@ TEST_F(Logging, InWithALinkNeedsNoPassword) {
   EXPECT_EQ(json(answer.body)["data"]["user"], "admin");
   EXPECT_EQ(added_.at(0).uid, 0U);
   EXPECT_TRUE(asked_.empty());
+}
+
+TEST_F(Logging, InWithALinkToViewEndsOnItsDate) {
+  const std::time_t end = std::time(nullptr) + 86400;
+  link_ = zevo::LinkAccount{"root", 0, end};
+  const Answer answer = post(R"({"token":"T"})");
+  EXPECT_EQ(json(answer.body)["data"]["viewUntil"].asInt64(), end);
+  EXPECT_EQ(added_.at(0).viewUntil, end);
+  EXPECT_EQ(added_.at(0).browser, "curl (view only)");
+  EXPECT_THAT(answer.headers[1].second, testing::MatchesRegex(".*; Max-Age=86(400|39[0-9])"));
+  added_.clear();
+  link_ = zevo::LinkAccount{"root", 0, std::time(nullptr)};
+  expectRefusal(post(R"({"token":"T"})"));
 }
 
 TEST_F(Logging, InWithALinkThatIsNoneIsRefused) {

@@ -62,6 +62,19 @@ TEST(BodyParameters, MustNotBeNestedDeep) {
   EXPECT_EQ(bodyParameters("{\"a\":" + std::string(10000, '[')), std::nullopt);
 }
 
+TEST(BodyParameters, HoldSoManyValuesAndNoMore) {
+  // Each "[0]," is two: the array and what is in it.
+  const auto pairs = [](std::size_t count) {
+    std::string text = R"({"a":[)";
+    for (std::size_t i = 0; i < count; ++i) text += i == 0 ? "[0]" : ",[0]";
+    return text + "]}";
+  };
+  EXPECT_TRUE(bodyParameters(pairs(kMostValues / 2 - 2)));
+  EXPECT_EQ(bodyParameters(pairs(kMostValues / 2 + 1)), std::nullopt);
+  EXPECT_TRUE(bodyParameters(R"({"a":"\"[)" + std::string(kMostValues, ',') + R"("})"))
+      << "what stands in a text is no value";
+}
+
 TEST(JsonType, IsTakenWithItsParameters) {
   EXPECT_TRUE(isJsonType("application/json"));
   EXPECT_TRUE(isJsonType("Application/JSON ; charset=utf-8"));

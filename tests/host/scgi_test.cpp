@@ -94,6 +94,17 @@ TEST(Scgi, AnnouncingMoreThanTheLimitsIsTooLarge) {
   EXPECT_EQ(withBody(kLongestBody), State::kNeedMore);
 }
 
+TEST(Scgi, TakesLittleForALogin) {
+  const auto login = [](const std::string& target, std::size_t length) {
+    return stateAfter(netstring(headerBlock(
+        {{"CONTENT_LENGTH", std::to_string(length)}, {"SCGI", "1"}, {"REQUEST_URI", target}})));
+  };
+  EXPECT_EQ(login("/api/login", kLongestLoginBody), State::kNeedMore);
+  EXPECT_EQ(login("/api/login", kLongestLoginBody + 1), State::kTooLarge);
+  EXPECT_EQ(login("/api/login?x", kLongestLoginBody + 1), State::kTooLarge);
+  EXPECT_EQ(login("/api/logins", kLongestLoginBody + 1), State::kNeedMore);
+}
+
 TEST(Scgi, HeadersMustEndInAComma) {
   const std::string block = headerBlock({{"CONTENT_LENGTH", "0"}, {"SCGI", "1"}});
   EXPECT_EQ(stateAfter(std::to_string(block.size()) + ":" + block + ";"), State::kMalformed);

@@ -86,15 +86,17 @@ function showAccount() {
   setText(byId('account-name'), account.name);
   setText(byId('account-panel-name'), account.name);
   setText(byId('account-initial'), [...account.name][0].toUpperCase());
-  setText(byId('account-role'), say(account.isAdmin ? 'account.admin' : 'account.plain'));
+  const role = account.isView ? 'account.view' : account.isAdmin ? 'account.admin' : 'account.plain';
+  setText(byId('account-role'), say(role));
+  byId('log-out').hidden = account.isView;
 }
 
 // Several calls may find out at once.
 function sessionEnded() {
   if (account === null) return;
-  const count = account.idleMinutes;
+  const { isView, idleMinutes: count } = account;
   forget();
-  login.enter({ kind: 'info', text: () => say('login.session_ended', { count }) });
+  login.enter({ kind: 'info', text: () => (isView ? say('login.view_ended') : say('login.session_ended', { count })) });
 }
 
 // The rights of an account may change while the page is open.

@@ -1,6 +1,7 @@
 // Single-use links by which an account gets into the web interface without a password.
 #pragma once
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@ inline constexpr int kLoginLinkSeconds = 300;
 struct LinkAccount {
   std::string name;  // the account's own: "root" for uid 0
   uid_t uid = 0;
+  // When the login ends that the link makes. Only that of a view login has it (zevo/web_login.h).
+  std::optional<std::time_t> viewUntil = std::nullopt;
 
   bool operator==(const LinkAccount&) const = default;
 };

@@ -174,3 +174,28 @@ pageTest('an administrator who is none any longer comes to see their own connect
   await eventually(() => driver.text('#total'), '1 connection of olga');
   assert.deepEqual(await driver.rows(), [['olga', 'CIFS', '10.20.0.7', 'photos']]);
 });
+
+pageTest('a view login shows the list and nothing that changes it', async ({ driver, page, world }) => {
+  world.connections = [connection({ pid: 4 })];
+  Object.assign(world.accounts.get('olga'), { viewUntil: 1900000000 });
+  world.links.set(kToken, 'olga');
+  await driver.visit(`/#login=${kToken}`);
+  await eventually(() => driver.rows(), [['alice', 'CIFS', '10.20.0.7', 'photos']]);
+  assert.equal(await page.isVisible('#report'), false);
+  assert.equal(await page.locator('.cell-select:visible').count(), 0);
+  await page.click('[data-control="more"]');
+  assert.deepEqual(await page.locator('#row-panel .choice').allInnerTexts(), [
+    'Show only alice',
+    'Show only 10.20.0.7',
+  ]);
+  await page.keyboard.press('Escape');
+  await page.click('#account-button');
+  assert.equal(await page.innerText('#account-role'), 'Only shows the list');
+  assert.equal(await page.isVisible('#log-out'), false);
+  await page.keyboard.press('Escape');
+  world.sessions.clear();
+  await eventually(
+    () => driver.text('#login-notice'),
+    'This login, which only shows the list, has ended. Have a new link made on the server: currentconn login-link --view',
+  );
+});

@@ -68,5 +68,7 @@ function callerOf(world, { cookies }) {
 }
 
 function identity(world, user, { address }) {
-  return { user, isAdmin: world.accounts.get(user).isAdmin, via: 'web', address, idleMinutes: world.idleMinutes };
+  const { isAdmin, viewUntil } = world.accounts.get(user);
+  const who = { user, isAdmin, via: 'web', address, idleMinutes: world.idleMinutes };
+  return viewUntil === undefined ? who : { ...who, viewUntil };
 }

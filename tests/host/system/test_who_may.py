@@ -13,7 +13,7 @@ from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, SESSIONS,
 from http_client import API, Client
 
 PASSWORD = namespace.PASSWORD
-NOBODY, USER, ADMINISTRATOR = 401, "user", "administrator"
+NOBODY, USER, ADMINISTRATOR, VIEWER = 401, "user", "administrator", "viewer"
 
 # What each kind of caller gets: for those who are nobody, the same status everywhere.
 CALLERS = {
@@ -32,6 +32,9 @@ CALLERS = {
     "foreign session id": NOBODY,
     "id out of the session file": NOBODY,
     "disabled account": NOBODY,
+    "view login": VIEWER,
+    "ended view login": NOBODY,
+    "view login of a changed password": NOBODY,
     "locked account": NOBODY,
     "account without a login shell": NOBODY,
     "changed password": NOBODY,
@@ -43,33 +46,33 @@ LOCAL = [caller for caller in CALLERS if "local.sock" in caller]
 # What each method answers to a user and to an administrator, to nobody where that is not 401, and to callers by name. The
 # last ends logins.
 METHODS = {
-    ("GET", "list"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "list"): {USER: 403, ADMINISTRATOR: 200},
-    ("GET", "get"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "get"): {USER: 403, ADMINISTRATOR: 200},
-    ("GET", "list_by_user"): {USER: 200, ADMINISTRATOR: 200},
-    ("POST", "list_by_user"): {USER: 200, ADMINISTRATOR: 200},
-    ("GET", "download"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "download"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "kick_connection"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "disable_user"): {USER: 403, ADMINISTRATOR: 200},
-    ("GET", "kick_connection"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
-    ("GET", "disable_user"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
-    ("GET", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, NOBODY: 404},
-    ("POST", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, NOBODY: 404},
-    ("GET", "/api/whoami"): {USER: 200, ADMINISTRATOR: 200},
-    ("POST", "/api/whoami"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    ("GET", "list"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 200},
+    ("POST", "list"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 200},
+    ("GET", "get"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 200},
+    ("POST", "get"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 200},
+    ("GET", "list_by_user"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 200},
+    ("POST", "list_by_user"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 200},
+    ("GET", "download"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},
+    ("POST", "download"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},
+    ("POST", "kick_connection"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},
+    ("POST", "disable_user"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},
+    ("GET", "kick_connection"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("GET", "disable_user"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("GET", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, VIEWER: 404, NOBODY: 404},
+    ("POST", "no_such_method"): {USER: 404, ADMINISTRATOR: 404, VIEWER: 404, NOBODY: 404},
+    ("GET", "/api/whoami"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 200},
+    ("POST", "/api/whoami"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
     # Without names.
-    ("POST", "/api/enable"): {USER: 403, ADMINISTRATOR: 400},
-    ("GET", "/api/enable"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
-    ("GET", "/api/disabled"): {USER: 403, ADMINISTRATOR: 200},
-    ("POST", "/api/disabled"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
-    ("GET", "/api/openapi.json"): {USER: 200, ADMINISTRATOR: 200, NOBODY: 200},
-    ("GET", "/api/login"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
+    ("POST", "/api/enable"): {USER: 403, ADMINISTRATOR: 400, VIEWER: 403},
+    ("GET", "/api/enable"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("GET", "/api/disabled"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},
+    ("POST", "/api/disabled"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("GET", "/api/openapi.json"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 200, NOBODY: 200},
+    ("GET", "/api/login"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
     # Without name and password; over local.sock nobody logs in.
-    ("POST", "/api/login"): {USER: 400, ADMINISTRATOR: 400, NOBODY: 400} | dict.fromkeys(LOCAL, 404),
-    ("GET", "/api/logout"): {USER: 405, ADMINISTRATOR: 405, NOBODY: 405},
-    ("POST", "/api/logout"): {USER: 200, ADMINISTRATOR: 200} | {
+    ("POST", "/api/login"): {USER: 400, ADMINISTRATOR: 400, VIEWER: 400, NOBODY: 400} | dict.fromkeys(LOCAL, 404),
+    ("GET", "/api/logout"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("POST", "/api/logout"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 403} | {
         caller: 404 for caller in LOCAL if CALLERS[caller] != NOBODY},
 }
 
@@ -119,7 +122,24 @@ class WhoMay(HostTest):
             for line in lines), 0o600)
         return self._over_web(login.cookie)
 
+    def _view(self, address, name, end=None):
+        """A login that was made by a link to view, with another end where one is given."""
+        link = listing.run("login-link", "--view", name).stdout
+        client = Client(address)
+        login = client.post("/api/login", {"token": link.strip().split("#login=")[1]})
+        self.assertEqual(200, login.status)
+        if end is not None:
+            lines = namespace.read(SESSIONS).splitlines(keepends=True)
+            own = f'"8":{login.data["viewUntil"]}'
+            namespace.write(SESSIONS, "".join(
+                line.replace(own, f'"8":{end}') if f'"2":"{name}"' in line else line for line in lines), 0o600)
+        return self._over_web(client.cookie)
+
     def _callers(self):
+        namespace.add_account("vera")
+        namespace.run("gpasswd", "--add", "vera", "sudo")
+        changed_view = self._view("10.20.0.8", "vera")
+        namespace.run("chpasswd", text="vera:another one\n")
         alice, bob = self._log_in("alice", "10.20.0.2"), self._log_in("bob", "10.20.0.3")
         ended, idle = self._log_in("bob", "10.20.0.4"), self._log_in("bob", "10.20.0.5")
         changed = {
@@ -139,6 +159,8 @@ class WhoMay(HostTest):
         address = ("REMOTE_ADDR", "10.20.0.2")
         return changed | {
             "nobody": self._over_web(None),
+            "view login": self._view("10.20.0.8", "root"),
+            "view login of a changed password": changed_view,
             "user": self._over_web(alice.cookie),
             "administrator": self._over_web(bob.cookie),
             "root over local.sock": self._over_socket(LOCAL_SOCKET),
@@ -153,6 +175,8 @@ class WhoMay(HostTest):
             "foreign session id": self._over_web("currentconn=" + "f" * 43),
             "id out of the session file": self._over_web("currentconn=" + bobs_id),
             "locked account over local.sock": self._over_socket(LOCAL_SOCKET, uid=uid_of("lena")),
+            # The last one: any further login would sweep it.
+            "ended view login": self._view("10.20.0.8", "bob", int(time.time())),
         }
 
     def test_a_disabled_account_stays_out_whatever_pam_says(self):

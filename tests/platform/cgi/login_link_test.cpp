@@ -60,6 +60,11 @@ TEST_F(LoginLink, WorksOnce) {
   EXPECT_EQ(takeLoginLink(path(), token), std::nullopt);
 }
 
+TEST_F(LoginLink, CarriesTheEndOfAViewLogin) {
+  const LinkAccount view = {"alice", 1000, 1795210000};
+  EXPECT_THAT(takeLoginLink(path(), create(view)), Optional(Eq(view)));
+}
+
 TEST_F(LoginLink, WorksForFiveMinutes) {
   const std::string young = create();
   const std::string old = create();
@@ -79,7 +84,7 @@ TEST_F(LoginLink, FromTheFutureDoesNotWork) {
 TEST_F(LoginLink, KeepsItsTokensHashAlone) {
   const std::string token = create();
   EXPECT_TRUE(std::filesystem::exists(file(token)));
-  EXPECT_EQ(testing_support::contentOf(file(token)), "1000 alice");
+  EXPECT_EQ(testing_support::contentOf(file(token)), "1000 0 alice");
   struct stat status {};
   ASSERT_EQ(::stat(file(token).c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0600U);

@@ -1,4 +1,4 @@
-// Who is logged in. An account is {name, isAdmin, address, idleMinutes}.
+// Who is logged in. An account is {name, isAdmin, isView, address, idleMinutes}; a view login only looks at the list.
 import { post, read } from './call.js';
 
 const kLoginLink = /^#login=([A-Za-z0-9_-]{43})$/;
@@ -29,6 +29,6 @@ export function takeLinkToken() {
   return match[1];
 }
 
-function accountOf({ user, isAdmin, address = '', idleMinutes }) {
-  return { name: user, isAdmin, address, idleMinutes };
+function accountOf({ user, isAdmin, viewUntil, address = '', idleMinutes }) {
+  return { name: user, isAdmin, isView: viewUntil !== undefined, address, idleMinutes };
 }

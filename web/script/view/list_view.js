@@ -55,8 +55,9 @@ export class ListView {
 
   enter() {
     const { account, query } = this.screen;
-    byId('connections').classList.toggle('is-plain', !account.isAdmin);
-    byId('report').hidden = !account.isAdmin;
+    const onlyLooks = !account.isAdmin || account.isView;
+    byId('connections').classList.toggle('is-plain', onlyLooks);
+    byId('report').hidden = onlyLooks;
     dropNotices();
     this.filter.set(query.filter);
     this.show();

@@ -39,7 +39,7 @@ export class RowPanel {
     const choices = filters
       .filter(Boolean)
       .map(([key, values, text]) => this.#choice('filter', say(key, values), () => this.actions.onFilter(text)));
-    if (!account.isAdmin) return choices;
+    if (!account.isAdmin || account.isView) return choices;
     const disable = who ? say('menu.disable', { user: who }) : say('menu.disable_nobody');
     return [
       ...choices,
