@@ -10,6 +10,9 @@ namespace zevo {
 template <typename Entry>
 struct NameServiceAnswer {
   int error = 0;  // errno; 0 also where there is no such entry
+  // Where there is no entry: not 0 where one of the sources could not be asked, so that there may
+  // be one after all.
+  int doubt = 0;
   bool found = false;
   Entry entry{};
   std::vector<char> texts;  // what the entry points to
@@ -37,9 +40,13 @@ NameServiceAnswer<Entry> askNameService(const LookUp& lookUp) {
     answer.texts.resize(answer.texts.size() * 2);
   }
   answer.found = answer.error == 0 && found != nullptr;
-  // Sources differ in how they say that there is no such entry.
+  // Other systems say so of an entry that is nowhere. The C library of ours says 0 then, and gives
+  // these of a source that is not there.
   const int error = answer.error;
-  if (error == ENOENT || error == ESRCH || error == EBADF || error == EPERM) answer.error = 0;
+  if (error == ENOENT || error == ESRCH || error == EBADF || error == EPERM) {
+    answer.doubt = error;
+    answer.error = 0;
+  }
   return answer;
 }
 

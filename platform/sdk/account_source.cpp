@@ -49,7 +49,8 @@ int AccountSource::group(const std::string& name, std::optional<Group>* group) {
       askNameService<::group>([&](::group* entry, char* texts, std::size_t size, ::group** found) {
         return ::getgrnam_r(name.c_str(), entry, texts, size, found);
       });
-  if (!answer.found) return answer.error;
+  // Another source's group would be taken for the administrators' where this one may yet exist.
+  if (!answer.found) return answer.error != 0 ? answer.error : answer.doubt;
   Group read{answer.entry.gr_gid, {}};
   for (char** member = answer.entry.gr_mem; member != nullptr && *member != nullptr; ++member) {
     read.members.emplace(*member);

@@ -90,9 +90,10 @@ int readBatch(const AccountDatabase& database, const std::set<std::string>& name
   const int error = readAdministrators(*database.source, database.administratorsGroup, names,
                                        &batch->administrators);
   if (error != 0) {
-    return notedError(ZEVO_ERR_SYSTEM,
-                      "cannot tell who the administrators are, so no account is changed: " +
-                          errorText(error) + "; check the name service");
+    return notedError(
+        ZEVO_ERR_SYSTEM,
+        "cannot tell who the administrators are, so no account is changed: " + errorText(error) +
+            "; check the name service, or set administrators_group");
   }
   const auto failure = readShells(database.paths.shells, &batch->shells);
   return failure ? notedError(*failure) : ZEVO_ERR_NONE;

@@ -256,6 +256,14 @@ class DirectoryTest(AccountTest):
         self.disable("alice")
         self.disable("bob", status=4)
 
+    def test_while_the_directory_cannot_be_asked_nobody_is_disabled(self):
+        for name in ("passwd", "group", "shadow"):
+            os.unlink(f"{_DIRECTORY}/{name}")
+        before = namespace.read("/etc/shadow")
+        done = self.disable("alice", status=1)
+        self.assertIn("cannot tell who the administrators are", done.stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+
     def test_a_member_of_a_local_group_that_is_not_asked_is_nobodys_last_administrator(self):
         namespace.run("gpasswd", "--members", "carol", "sudo")
         self.disable("carol")

@@ -43,6 +43,13 @@ class ConfinedSsh(OpenSsh):
         return ["unshare", *self._options, *super().command()]
 
 
+class ConfinedFtp(Vsftpd):
+    """vsftpd of this server, in a mount namespace of its own."""
+
+    def command(self):
+        return ["unshare", "--mount", *super().command()]
+
+
 def setUpModule():
     add_users("alice", "bob")
     for name in ("alice", "bob"):
@@ -146,6 +153,15 @@ class ConfinedServiceTest(ServiceTest):
         shell = self.client(ssh.Shell, "bob", "10.20.0.2", OWN_MOUNTS_PORT)
         item = self.assertList([Row("bob", "10.20.0.2", "SSH", shell.terminal())])[0]
         self.assertTrue(item["user_can_be_disabled"])
+
+    def test_so_does_an_ftp_server(self):
+        self.server(ConfinedFtp())
+        client = self.client(Ftp, "bob", "10.20.0.2")
+        self.assertList([Row("bob", "10.20.0.2", "FTP", "/home/bob")])
+        self.addCleanup(listing.run, "enable", "bob")
+        done = listing.run("disable", "--yes", "bob")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertTrue(client.has_ended())
 
     def test_while_accounts_are_added_its_users_stay_this_servers(self):
         self.server(ConfinedSsh(OWN_MOUNTS_PORT, "--mount"))

@@ -11,9 +11,22 @@
 namespace zevo::connections {
 namespace {
 
+constexpr int kLongestWay = 8;  // up through parents: a session has at most four processes
+
 bool listsAsKernels(const Reading<ProcessFiles>& files, std::uint64_t mount) {
   const auto mounts = files.ok() ? files->mounts() : Reading<std::string>::like(files);
   return mounts.ok() && isKernelsMount(*mounts, mount);
+}
+
+// Whether one of the processes from `process` upwards has it among its mounts. A process that is
+// confined has only those below its root; the server above it has all of their common namespace.
+bool isKernelsMountOf(const Sources& sources, const Process& process, std::uint64_t mount) {
+  const Process* step = &process;
+  for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
+    if (listsAsKernels(sources.filesOf(*step), mount)) return true;
+    step = sources.processes().find(step->parent);
+  }
+  return false;
 }
 
 // Takes the next word off `line`.
@@ -47,8 +60,7 @@ bool isKernelsMount(std::string_view mounts, std::uint64_t id) {
   return false;
 }
 
-bool hasEmptyRoot(const Sources& sources, const Process& process, const Process& neighbour,
-                  uid_t uid) {
+bool hasEmptyRoot(const Sources& sources, const Process& process, uid_t uid) {
   const std::string path = sources.paths().proc + "/" + std::to_string(process.pid) + "/root";
   // Neither of these two asks the file system.
   const FileDescriptor root = openFile(path.c_str(), O_PATH | O_DIRECTORY);
@@ -56,7 +68,7 @@ bool hasEmptyRoot(const Sources& sources, const Process& process, const Process&
   constexpr int kHow = AT_EMPTY_PATH | AT_STATX_DONT_SYNC;
   if (!root || ::statx(root.get(), "", kHow, STATX_UID | STATX_MNT_ID, &status) != 0) return false;
   if (status.stx_uid == uid || (status.stx_mask & STATX_MNT_ID) == 0) return false;
-  const bool isKernels = listsAsKernels(sources.filesOf(neighbour), status.stx_mnt_id) ||
+  const bool isKernels = isKernelsMountOf(sources, process, status.stx_mnt_id) ||
                          listsAsKernels(ProcessFiles::open(sources.paths(), 1), status.stx_mnt_id);
   std::error_code error;
   return isKernels &&

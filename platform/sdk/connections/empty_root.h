@@ -15,9 +15,8 @@ namespace zevo::connections {
 bool isKernelsMount(std::string_view mounts, std::uint64_t id);
 
 // Whether the tree of `process` is one empty folder that belongs to somebody else than `uid`. What
-// must not be looked at, or cannot be found among the mounts that the first process or
-// `neighbour` sees, is no such folder.
-bool hasEmptyRoot(const Sources& sources, const Process& process, const Process& neighbour,
-                  uid_t uid);
+// must not be looked at, or cannot be found among the mounts that the processes from `process`
+// upwards or the first process see, is no such folder.
+bool hasEmptyRoot(const Sources& sources, const Process& process, uid_t uid);
 
 }  // namespace zevo::connections

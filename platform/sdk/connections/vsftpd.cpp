@@ -27,8 +27,7 @@ Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& cli
   const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
   if (!waiting.ok()) return Reading<bool>::like(waiting);
   const bool parentWaits = &process != client.processes.front() && *waiting != "/";
-  return parentWaits ? *root == *waiting
-                     : hasEmptyRoot(sources, process, *client.processes.front(), uid);
+  return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
 }
 
 // Whether `process` of `client` works for a user, as far as that shows without titles.

@@ -114,7 +114,7 @@ TEST_F(AccountWrite, RefusesTheBatchWhereNobodyCanTellTheAdministrators) {
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
   EXPECT_EQ(errorTrail().at(0),
             "cannot tell who the administrators are, so no account is changed: Input/output error; "
-            "check the name service");
+            "check the name service, or set administrators_group");
   source_.groupError = 0;
   source_.walkError = EIO;
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
