@@ -159,10 +159,7 @@ Outcome readForAll(int folder, std::string_view key, const ListReader& read, Tim
 // itself, and all others for each other after that.
 void awaitOthers(int folder, std::string_view key) {
   const auto last = load(folder, key, std::chrono::nanoseconds(0));
-  if (!last) return;
-  const auto pause = std::min<std::chrono::nanoseconds>(last->ended - last->began, kLongestPause);
-  const auto rest = std::min(last->ended + pause - timeSinceBoot(), pause);
-  if (rest.count() > 0) std::this_thread::sleep_for(rest);
+  if (last) std::this_thread::sleep_for(restAfter(*last, timeSinceBoot()));
 }
 
 // A link such as "mnt:[4026531841]" of the kernel's.
@@ -173,6 +170,13 @@ std::string linkText(const std::string& path) {
 }
 
 }  // namespace
+
+std::chrono::nanoseconds restAfter(const TimedList& last, std::chrono::nanoseconds now) {
+  const std::chrono::nanoseconds none(0);
+  const auto pause =
+      std::clamp<std::chrono::nanoseconds>(last.ended - last.began, none, kLongestPause);
+  return std::clamp(last.ended + pause - now, none, pause);
+}
 
 std::string sharingKey(const Paths& paths) {
   std::string key;

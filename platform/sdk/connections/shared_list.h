@@ -48,6 +48,10 @@ struct TimedList {
   bool operator==(const TimedList&) const = default;
 };
 
+// How long a reading that would begin `now` waits for more calls to share it, after one that gave
+// `last`.
+std::chrono::nanoseconds restAfter(const TimedList& last, std::chrono::nanoseconds now);
+
 // What somebody else's list has to have in common with ours.
 std::string sharingKey(const Paths& paths);
 

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <stdlib.h>
 #include <sys/stat.h>
-#include <thread>
 #include <time.h>
 
 #include <gmock/gmock.h>
@@ -125,13 +124,17 @@ TEST_F(SharedListTest, NeitherIsOneThatStillGoesOn) {
   EXPECT_EQ(runs(), 2U);
 }
 
-TEST_F(SharedListTest, ARunSoonAfterAnotherBeginsAsLongAfterItAsThatOneTook) {
-  constexpr milliseconds kTaken(100);
-  TimedList first;
-  EXPECT_FALSE(read(callNow(), &first, [=] { std::this_thread::sleep_for(kTaken); }).failed());
-  TimedList second;
-  EXPECT_FALSE(read(callNow(), &second).failed());
-  EXPECT_GE(second.began - first.ended, kTaken);
+TEST(RestAfterTest, ARunBeginsAsLongAfterAnotherAsThatOneTookAtMostAQuarterOfASecond) {
+  const auto rest = [](int began, int ended, int now) {
+    const TimedList last{milliseconds(began), milliseconds(ended), {}};
+    return restAfter(last, milliseconds(now));
+  };
+  EXPECT_EQ(rest(1000, 1080, 1080), milliseconds(80));
+  EXPECT_EQ(rest(1000, 1080, 1100), milliseconds(60));
+  EXPECT_EQ(rest(1000, 1080, 1160), milliseconds(0));
+  EXPECT_EQ(rest(1000, 1080, 9000), milliseconds(0));
+  EXPECT_EQ(rest(1000, 9000, 9000), milliseconds(250));
+  EXPECT_EQ(rest(1000, 1080, 500), milliseconds(80)) << "the time of the list is still to come";
 }
 
 TEST_F(SharedListTest, AnOlderOneServesWhoAcceptsItsAge) {
