@@ -21,8 +21,6 @@ from daemons.vsftpd import Vsftpd
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
-# SIGTERM, five looks a second apart, then SIGKILL.
-
 
 def setUpModule():
     add_users("alice", "bob")
