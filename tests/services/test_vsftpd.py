@@ -54,6 +54,20 @@ class VsftpdThatWritesUtmpTest(FtpBehaviour, ServiceTest):
         cls.server(Vsftpd(titles=True, utmp=True))
 
 
+class VsftpdWithAnEmptyFolderForAllTest(ServiceTest):
+    """Its users are confined as its own helpers are: in an empty folder of root's."""
+
+    @classmethod
+    def setUpClass(cls):
+        os.makedirs("/srv/empty", mode=0o777, exist_ok=True)
+        cls.server(Vsftpd(utmp=True, settings={"chroot_local_user": "YES", "local_root": "/srv/empty",
+                                               "allow_writeable_chroot": "YES"}))
+
+    def test_a_session_is_one_row(self):
+        self.client(Ftp, "alice", "10.20.0.2")
+        self.assertList([Row("alice", "10.20.0.2", "FTP", "/srv/empty")])
+
+
 class VsftpdThatConfinesItsUsersTest(ServiceTest):
 
     @classmethod

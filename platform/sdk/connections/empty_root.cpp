@@ -11,7 +11,7 @@
 namespace zevo::connections {
 namespace {
 
-constexpr int kLongestWay = 8;  // up through parents: a session has at most four processes
+constexpr int kMostAbove = 8;  // a session has at most four processes
 
 bool listsAsKernels(const Reading<ProcessFiles>& files, std::uint64_t mount) {
   const auto mounts = files.ok() ? files->mounts() : Reading<std::string>::like(files);
@@ -22,7 +22,7 @@ bool listsAsKernels(const Reading<ProcessFiles>& files, std::uint64_t mount) {
 // confined has only those below its root; the server above it has all of their common namespace.
 bool isKernelsMountOf(const Sources& sources, const Process& process, std::uint64_t mount) {
   const Process* step = &process;
-  for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
+  for (int i = 0; i < kMostAbove && step != nullptr; ++i) {
     if (listsAsKernels(sources.filesOf(*step), mount)) return true;
     step = sources.processes().find(step->parent);
   }

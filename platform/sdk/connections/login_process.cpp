@@ -36,6 +36,8 @@ std::optional<std::int32_t> deviceOf(std::string_view terminal) {
   return std::nullopt;
 }
 
+constexpr std::size_t kMostChildren = 16;  // a login program has one
+
 bool isLeader(const Process* process) {
   return process != nullptr && process->pid == process->session;
 }
@@ -56,7 +58,11 @@ std::vector<const Process*> candidatesFor(const ProcessTable& processes, const L
     if (isLeader(leader)) candidates.push_back(leader);
   }
   candidates.push_back(&maker);
-  for (const Process* child : processes.children(maker.pid)) candidates.push_back(child);
+  std::size_t left = kMostChildren;
+  for (const Process* child : processes.children(maker.pid)) {
+    if (left-- == 0) break;
+    candidates.push_back(child);
+  }
   return candidates;
 }
 
@@ -78,7 +84,7 @@ const Reading<uid_t>& LoginProcesses::idOf(const std::string& user) {
 
 // By the real user, who may signal the process himself: the effective one is the user's in root's
 // servers, too, while they work for him.
-Reading<bool> LoginProcesses::isUsers(const Process& process, const std::string& user) {
+Reading<bool> LoginProcesses::readIsUsers(const Process& process, const std::string& user) {
   const auto files = sources_.filesOf(process);
   const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
   if (!ids.ok()) return Reading<bool>::like(ids);
@@ -87,6 +93,12 @@ Reading<bool> LoginProcesses::isUsers(const Process& process, const std::string&
                         ? *id == ids->real
                         : user.size() == kLongestUser && accountName(ids->real).starts_with(user);
   return fits ? isOurs(sources_, process, *files) : Reading<bool>(false);
+}
+
+Reading<bool> LoginProcesses::isUsers(const Process& process, const std::string& user) {
+  const auto [found, isNew] = verdicts_.try_emplace({process.pid, user}, Reading<bool>(false));
+  if (isNew) found->second = readIsUsers(process, user);
+  return found->second;
 }
 
 Reading<const Process*> LoginProcesses::of(const LoginEntry& entry, const Process& maker) {

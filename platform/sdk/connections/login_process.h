@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 
 #include "sdk/connections/sources.h"
 #include "sdk/connections/utmp.h"
@@ -17,17 +18,21 @@ class LoginProcesses {
   explicit LoginProcesses(const Sources& sources) : sources_(sources) {}
 
   // The first that is a process of the entry's user among: who leads the session on its terminal,
-  // the session that it names, the session of `maker`, which made it; `maker`; and the children of
-  // `maker`, which may be root's login program. Its real user is the entry's, and it runs beside
-  // this machine's services, in no container. Gone where there is none or no such account.
+  // the session that it names, the session of `maker`, which made it; `maker`; and the first
+  // children of `maker`, which may be root's login program. Its real user is the entry's, and it
+  // runs beside this machine's services, in no container. Gone where there is none or no such
+  // account.
   Reading<const Process*> of(const LoginEntry& entry, const Process& maker);
 
  private:
   Reading<bool> isUsers(const Process& process, const std::string& user);
+  Reading<bool> readIsUsers(const Process& process, const std::string& user);
   const Reading<uid_t>& idOf(const std::string& user);
 
   const Sources& sources_;
   std::map<std::string, Reading<uid_t>> ids_;
+  // Many entries may lead to the same processes.
+  std::map<std::pair<pid_t, std::string>, Reading<bool>> verdicts_;
 };
 
 }  // namespace zevo::connections

@@ -3,6 +3,7 @@
 #include <optional>
 #include <utility>
 
+#include "sdk/connections/account_name.h"
 #include "sdk/connections/containers.h"
 #include "sdk/connections/empty_root.h"
 #include "sdk/connections/served_client.h"
@@ -30,11 +31,26 @@ Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& cli
   return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
 }
 
+// Whether `uid` may be that of processes which work for nobody yet. An orphan's arguments may be
+// anybody's.
+Reading<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t uid,
+                        const Title& arguments) {
+  const VsftpdGuests guests =
+      client.isOrphaned ? VsftpdGuests() : readGuests(arguments.all, sources.paths().vsftpd);
+  const auto helper = accountId(guests.helper);
+  if (helper.failed()) return Reading<bool>::like(helper);
+  return !helper.ok() || *helper == uid;
+}
+
 // Whether `process` of `client` works for a user, as far as that shows without titles.
 Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
-                             const Process& process, const ProcessFiles& files, uid_t uid) {
+                             const Process& process, const ProcessFiles& files, uid_t uid,
+                             const Title& arguments) {
   // The uppermost is root's until somebody logs in.
   if (uid == 0) return &process != client.processes.front();
+  const auto helpers = isHelpers(sources, client, uid, arguments);
+  if (!helpers.ok()) return helpers;
+  if (!*helpers) return true;
   const auto waits = waitsInEmptyFolder(sources, client, process, files, uid);
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
@@ -74,9 +90,9 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
   if (!folder.ok()) return LoginReading::like(folder);
 
   const VsftpdTitle parsed = parseVsftpdTitle(title->first);
-  const auto isUsers = parsed.isTitle
-                           ? Reading<bool>(parsed.isLoggedIn)
-                           : isUsersProcess(sources, client, process, *files, ids->effective);
+  const auto isUsers =
+      parsed.isTitle ? Reading<bool>(parsed.isLoggedIn)
+                     : isUsersProcess(sources, client, process, *files, ids->effective, *title);
   if (!isUsers.ok()) return LoginReading::like(isUsers);
   if (!*isUsers) return std::optional<Login>();
   Login login = parsed.user.empty()

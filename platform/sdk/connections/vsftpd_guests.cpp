@@ -29,6 +29,7 @@ void takeSetting(std::string_view line, VsftpdGuests& guests) {
   if (key == "guest_username") guests.account = value;
   if (key == "anonymous_enable") guests.anonymousServed = isYes(value);
   if (key == "ftp_username") guests.anonymous = value;
+  if (key == "nopriv_user") guests.helper = value;
 }
 
 void takeFile(const std::string& path, VsftpdGuests& guests) {

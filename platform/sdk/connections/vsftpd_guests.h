@@ -13,6 +13,7 @@ struct VsftpdGuests {
   std::string account = "ftp";    // guest_username: the account of their processes
   bool anonymousServed = true;    // anonymous_enable
   std::string anonymous = "ftp";  // ftp_username: the account of anonymous users' processes
+  std::string helper = "nobody";  // nopriv_user: the account of processes that work for nobody yet
 };
 
 // Takes in the settings of a configuration file, or one option of the command line ("-oKEY=VALUE"

@@ -34,6 +34,11 @@ TEST(VsftpdGuestsTest, TheLastSettingHolds) {
   EXPECT_EQ("", guestOf(guestsOf("guest_enable=YES\nguest_enable=NO\n"), "ftp"));
 }
 
+TEST(VsftpdGuestsTest, HelpersHaveAnAccountOfTheirOwn) {
+  EXPECT_EQ("nobody", guestsOf("").helper);
+  EXPECT_EQ("ftphelp", guestsOf("nopriv_user=ftphelp\n").helper);
+}
+
 class VsftpdArgumentsTest : public ::testing::Test {
  protected:
   test::ProcTree tree_;
