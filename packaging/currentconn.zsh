@@ -4,7 +4,7 @@
 _currentconn() {
   local -a common order watched commands
   common=('(-h --help)'{-h,--help}'[show help]' '--config[read this configuration]:file:_files')
-  order=('--sort-by[order]:field:(time who from descr type)' '(--desc)--asc[least first]' '(--asc)--desc[greatest first]')
+  order=('--sort-by[order]:field:(time who from descr type)' '(--desc)--asc[ascending]' '(--asc)--desc[descending]')
   watched=('--start[skip so many connections]:number:' '--limit[show so many connections]:number:' '--json[print JSON]'
     '--watch=-[show it again and again]:seconds:')
   commands=(
@@ -38,7 +38,10 @@ _currentconn() {
           _arguments $common $order '--filter[only where this text occurs]:text:' \
             '(-o --output)'{-o,--output}'[where to]:file:_files' '--mode[who may read the file]:mode:'
           ;;
-        login-link) _arguments $common '--url[where the page is]:url:' '1:user:_users' ;;
+        login-link)
+          _arguments $common '--url[where the page is]:url:' '--view[only show the list]' \
+            '--days[how long it lasts]:days:' '1:user:_users'
+          ;;
       esac
       ;;
   esac

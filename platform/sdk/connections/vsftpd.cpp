@@ -48,7 +48,7 @@ Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                              const Title& arguments) {
   // The uppermost is root's until somebody logs in.
   if (uid == 0) return &process != client.processes.front();
-  const auto helpers = isHelpers(sources, client, uid, arguments);
+  auto helpers = isHelpers(sources, client, uid, arguments);
   if (!helpers.ok()) return helpers;
   if (!*helpers) return true;
   const auto waits = waitsInEmptyFolder(sources, client, process, files, uid);
