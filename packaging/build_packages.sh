@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Builds the Debian packages of the project into build/packages with the tools of the system that it runs on, and holds
+# them to lintian. Objects are kept in build/package-objects: a second run compiles what has changed.
+set -euo pipefail
+project=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
+build=$project/build
+log=$build/packages.log
+
+# Lays the project's files anew. One with the same content keeps its time, so that it is not compiled again; any other
+# gets a new one, since its own may be older than the object of what was there before.
+renew_source() {
+  local fresh=$build/package-fresh file
+  rm -rf "$fresh"
+  mkdir "$fresh"
+  tar -C "$project" --exclude=./build --exclude=./.git --create . | tar -C "$fresh" --extract --touch
+  (cd "$fresh" && find . -type f -print0) | while IFS= read -r -d '' file; do
+    if cmp -s "$fresh/$file" "$build/package-source/$file"; then
+      touch --reference="$build/package-source/$file" "$fresh/$file"
+    fi
+  done
+  rm -rf "$build/package-source"
+  mv "$fresh" "$build/package-source"
+}
+
+build_them() {
+  rm -rf "$build/packages"
+  mkdir -p "$build/package-source" "$build/packages"
+  renew_source
+  cd "$build/package-source"
+  DEB_BUILD_OPTIONS=noautodbgsym BUILD_FOLDER=../package-objects \
+    dpkg-buildpackage --build=binary --no-pre-clean --unsigned-changes
+  mv ../currentconn*_*.deb ../currentconn_*.{changes,buildinfo} "$build/packages/"
+}
+
+if ! build_them >"$log" 2>&1; then
+  cat "$log" >&2
+  echo "the packages could not be built; the whole of it stands above and in $log" >&2
+  exit 1
+fi
+lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$build"/packages/*.changes
