@@ -13,6 +13,7 @@
 #include "platform/connections/callers.h"
 #include "platform/connections/print.h"
 #include "platform/connections/proc_tree.h"
+#include "platform/connections/sample_list.h"
 #include "sdk/connections/boot_clock.h"
 #include "sdk/connections/list_text.h"
 
@@ -25,15 +26,9 @@ using std::chrono::milliseconds;
 using std::chrono::minutes;
 using test::Door;
 using test::resultOf;
+using test::sampleList;
 
 constexpr hours kAnyAge{24 * 365};
-
-ConnectionList sampleList(const std::string& user = "alice") {
-  return {
-      .connections = {{87, "2026-11-21 03:08:35", "10.20.0.2", user, "photos", ZEVO_CURCONN_CIFS},
-                      {0, "", "fd20::2", "", "NFS", ZEVO_CURCONN_NFS}},
-      .notes = {{"details_missing", "CIFS", "the tool is too old"}}};
-}
 
 class SharedListTest : public ::testing::Test {
  protected:
@@ -369,41 +364,6 @@ TEST_F(ForeignFolderTest, MadeWithAllThatIsAboveIt) {
   };
   EXPECT_FALSE(readShared(paths, callNow(), reader, &list).failed());
   EXPECT_TRUE(fs::exists(paths.sharedList + "/list"));
-}
-
-class ListTextTest : public ::testing::Test {
- protected:
-  const TimedList list_{std::chrono::nanoseconds(1000), std::chrono::nanoseconds(2000),
-                        sampleList(std::string("a\0b\n", 4))};
-  const std::string text_ = listText("key", list_);
-};
-
-TEST_F(ListTextTest, ComesBackAsItWas) {
-  EXPECT_EQ(parseListText(text_, "key", std::chrono::nanoseconds(1000)), list_);
-  const TimedList empty;
-  EXPECT_EQ(parseListText(listText("", empty), "", {}), empty);
-}
-
-TEST_F(ListTextTest, OfAnotherKeyOrTooOldIsNone) {
-  EXPECT_FALSE(parseListText(text_, "kez", {}));
-  EXPECT_FALSE(parseListText(text_, "key", std::chrono::nanoseconds(1001)));
-}
-
-TEST_F(ListTextTest, CutAnywhereIsNone) {
-  for (std::size_t size = 0; size < text_.size(); ++size) {
-    EXPECT_FALSE(parseListText(std::string_view(text_).substr(0, size), "key", {})) << size;
-  }
-  EXPECT_FALSE(parseListText(text_ + '\0', "key", {}));
-}
-
-TEST_F(ListTextTest, AnyBytesAreReadWithinTheirBounds) {
-  for (std::size_t at = 0; at < text_.size(); ++at) {
-    for (const char byte : {'\0', '\x01', '\x7F', '\x80', '\xFF'}) {
-      std::string text = text_;
-      text[at] = byte;
-      parseListText(text, "key", {});  // the sanitizers watch
-    }
-  }
 }
 
 }  // namespace

@@ -8,91 +8,23 @@
 
 #include "platform/connections/accounts.h"
 #include "platform/connections/print.h"
-#include "platform/connections/service_fixture.h"
+#include "platform/connections/vsftpd_fixture.h"
 
 namespace zevo::connections {
 namespace {
 
 using test::kAlice;
+using test::kArguments;
 using test::kBob;
+using test::kClient;
 using test::kFtp;
+using test::kListener;
 using test::kNobody;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-constexpr pid_t kListener = 54;
-constexpr std::uint64_t kClient = 900;  // inode of the client's connection
-
-const char* const kArguments = "/usr/sbin/vsftpd";
-
-class VsftpdTest : public test::ServiceFixture {
- protected:
-  void SetUp() override {
-    empty_ = folder("empty");
-    add({.pid = kListener, .name = "vsftpd", .cmdline = kArguments, .sockets = {{3, 35144}}});
-    connect(kClient, "::ffff:10.20.0.2", 21);
-  }
-
-  std::string folder(const std::string& name) const {
-    std::filesystem::create_directory(tree_.folder() + "/" + name);
-    return tree_.folder() + "/" + name;
-  }
-  static std::vector<std::pair<int, std::uint64_t>> standardStreams(std::uint64_t inode) {
-    return {{0, inode}, {1, inode}, {2, inode}};
-  }
-  // The parent of a session: root's before the login, and after it with session_support.
-  void addParent(pid_t pid, uid_t uid, const std::string& text = kArguments) {
-    const std::string place = uid == 0 ? "/" : empty_;
-    add({.pid = pid,
-         .parent = kListener,
-         .name = "vsftpd",
-         .cmdline = title(text),
-         .uid = uid,
-         .startTicks = 100,
-         .cwd = place,
-         .root = place,
-         .sockets = standardStreams(kClient)});
-  }
-  // A process below that parent which waits in the empty folder.
-  void addWaiting(pid_t pid, pid_t parent, const std::string& text = kArguments) {
-    add({.pid = pid,
-         .parent = parent,
-         .name = "vsftpd",
-         .cmdline = title(text),
-         .uid = kNobody,
-         .session = parent,
-         .cwd = empty_,
-         .root = empty_,
-         .sockets = standardStreams(kClient)});
-  }
-  // The user's own process.
-  void addUsers(pid_t pid, pid_t parent, uid_t uid, const std::string& text = kArguments,
-                const std::string& root = "/") {
-    add({.pid = pid,
-         .parent = parent,
-         .name = "vsftpd",
-         .cmdline = title(text),
-         .uid = uid,
-         .startTicks = 900,
-         .session = parent,
-         .cwd = "/home/alice/My Files (x)",
-         .root = root,
-         .sockets = standardStreams(kClient)});
-  }
-  // Lets a process hold a connection under a descriptor, besides those it was added with.
-  void hold(pid_t pid, int descriptor, std::uint64_t inode) const {
-    std::filesystem::create_symlink(
-        "socket:[" + std::to_string(inode) + "]",
-        tree_.paths().proc + "/" + std::to_string(pid) + "/fd/" + std::to_string(descriptor));
-  }
-  static Connection ftp(pid_t pid, const std::string& user,
-                        const std::string& descr = "/home/alice/My Files (x)") {
-    return {pid, test::kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_FTP};
-  }
-
-  std::string empty_;  // the folder of secure_chroot_dir
-};
+using VsftpdTest = test::VsftpdFixture;
 
 TEST_F(VsftpdTest, TheListenerAloneIsNoConnection) {
   EXPECT_THAT(read(readVsftpd), IsEmpty());
@@ -233,105 +165,6 @@ TEST_F(VsftpdTest, OneProcessMayServeASession) {
 TEST_F(VsftpdTest, ALoginInProgressInOneProcessIsNoneWithTitles) {
   addUsers(67, kListener, kFtp, "vsftpd: ::ffff:10.20.0.2: not logged in", "/srv/ftp");
   EXPECT_THAT(read(readVsftpd), IsEmpty());
-}
-
-TEST_F(VsftpdTest, TheAddressIsTheClientsAlsoWhileDataFlows) {
-  connect(35365, "10.20.0.99", 62956);
-  addParent(76, kNobody);
-  addUsers(78, 76, kAlice);
-  hold(78, 5, 35365);
-  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(78, "alice")));
-}
-
-TEST_F(VsftpdTest, WhileDataFlowsOverTlsItsHandlerEndsTheSession) {
-  connect(35365, "10.20.0.99", 62956);
-  addParent(57, kNobody);
-  addUsers(58, 57, kAlice);
-  addWaiting(59, 57);
-  hold(58, 5, 35365);
-  hold(59, 3, 35365);
-  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(59, "alice")));
-}
-
-TEST_F(VsftpdTest, WhileDataFlowsBesideTlsTheUsersProcessEndsTheSession) {
-  connect(35365, "10.20.0.99", 62956);
-  addParent(57, kNobody);
-  addWaiting(58, 57);
-  addUsers(59, 57, kAlice);
-  hold(59, 5, 35365);
-  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(59, "alice")));
-}
-
-TEST_F(VsftpdTest, TheParentThatOpensADataConnectionStillEndsTheSession) {
-  connect(35365, "10.20.0.99", 62956);
-  addParent(76, kNobody);
-  addUsers(78, 76, kAlice);
-  hold(76, 5, 35365);
-  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "alice")));
-}
-
-TEST_F(VsftpdTest, AHalfClosedDataConnectionStillMovesData) {
-  connect(35365, "10.20.0.99", 62956);
-  sockets_.back().isHalfClosed = true;
-  addParent(76, kNobody);
-  addUsers(78, 76, kAlice);
-  hold(78, 5, 35365);
-  EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(78, "alice")));
-}
-
-TEST_F(VsftpdTest, AUsersProcessWhoseParentIsGoneIsASessionOfItsAccount) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
-  addUsers(78, 1, kAlice, "vsftpd: ::ffff:10.20.0.2/root: RETR x");
-  ASSERT_EQ(sockets_.front().owner, 0U);
-  auto found = read(readVsftpd);
-  ASSERT_THAT(found, ::testing::SizeIs(1));
-  found[0].time = test::kStartText;
-  EXPECT_EQ(ftp(78, "alice"), found[0]);
-}
-
-TEST_F(VsftpdTest, OrphansOfOneSessionOverTlsAreOneAndTheHandlerEndsIt) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
-  connect(35365, "10.20.0.99", 62956);
-  for (const pid_t handler : {58, 61}) {
-    addWaiting(handler, 1);
-    addUsers(60, 1, kAlice);
-    hold(handler, 3, 35365);
-    hold(60, 5, 35365);
-    auto found = read(readVsftpd);
-    ASSERT_THAT(found, ::testing::SizeIs(1));
-    EXPECT_EQ(handler, found[0].pid);
-    EXPECT_EQ("alice", found[0].user);
-    tree_.remove(handler);
-    tree_.remove(60);
-  }
-}
-
-TEST_F(VsftpdTest, AnOrphanWhoseConnectionRootDidNotAcceptIsNone) {
-  addUsers(78, 1, kAlice);
-  sockets_.front().owner = kAlice;
-  EXPECT_THAT(read(readVsftpd), IsEmpty());
-}
-
-TEST_F(VsftpdTest, AProcessBelowAUsersProgramIsNoOrphan) {
-  add({.pid = 20, .name = "bash", .uid = kAlice});
-  addUsers(78, 20, kAlice);
-  EXPECT_THAT(read(readVsftpd), IsEmpty());
-}
-
-TEST_F(VsftpdTest, AnOrphanThatRunsAnotherProgramIsNone) {
-  add({.pid = 78,
-       .name = "vsftpd",
-       .uid = kAlice,
-       .program = "python3.11",
-       .sockets = standardStreams(kClient)});
-  EXPECT_THAT(read(readVsftpd), IsEmpty());
-}
-
-TEST_F(VsftpdTest, TheTitleOfAnOrphanIsNotRead) {
-  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
-  addUsers(78, 1, kAlice);
-  tree_.makeUnreadable(78, "cmdline");
-  EXPECT_THAT(read(readVsftpd), ::testing::SizeIs(1));
 }
 
 TEST_F(VsftpdTest, AVirtualUserWithoutATitleIsShownAsOneOfTheirAccount) {

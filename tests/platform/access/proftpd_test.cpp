@@ -1,0 +1,67 @@
+#include "platform/access/services_fixture.h"
+
+namespace zevo::access {
+namespace {
+
+class ProftpdTest : public ServicesTest {
+ protected:
+  Result access(const std::string& configuration) {
+    install("usr/sbin/proftpd");
+    tree.file("etc/proftpd/proftpd.conf", configuration);
+    return proftpdAccess(server());
+  }
+};
+
+TEST_F(ProftpdTest, IsLeftOutWhereItIsNotInstalled) {
+  EXPECT_EQ(proftpdAccess(server()), std::nullopt);
+}
+
+TEST_F(ProftpdTest, LooksAtTheExpiryItself) {
+  EXPECT_EQ(access("AuthOrder mod_auth_unix.c\n"), refused("proftpd", "own-check"));
+  EXPECT_EQ(access("AuthPAM off\n"), refused("proftpd", "own-check"));
+}
+
+TEST_F(ProftpdTest, AsksItsPamService) {
+  EXPECT_EQ(access("AuthOrder mod_auth_pam.c*\n"), refusedByRules("proftpd", "proftpd"));
+  EXPECT_EQ(access("AuthOrder mod_auth_pam.c\nAuthPAMConfig open\n"),
+            passedByRules("proftpd", "open"));
+}
+
+TEST_F(ProftpdTest, WhomPamLetsInFirstIsIn) {
+  EXPECT_EQ(access("AuthPAMConfig open # the usual order\n"), passedByRules("proftpd", "open"));
+  EXPECT_EQ(access("AuthOrder mod_auth_pam.c* mod_auth_unix.c\nAuthPAMConfig open\n"),
+            passedByRules("proftpd", "open"));
+}
+
+TEST_F(ProftpdTest, WhereItsChecksDifferItIsUnknown) {
+  const Result result = access("AuthOrder mod_auth_unix.c mod_auth_pam.c\nAuthPAMConfig open\n");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->access, Access::kUnknown);
+  EXPECT_EQ(result->reason, "rules-pass");
+}
+
+TEST_F(ProftpdTest, UsersOfItsOwnAreUnknown) {
+  const Result own = unknown("proftpd", "own-users", "remove-own-user", "AuthUserFile");
+  EXPECT_EQ(access("AuthPAM off\nAuthUserFile /etc/proftpd/users\n"), own);
+  EXPECT_EQ(access("AuthOrder mod_auth_file.c\nAuthUserFile /etc/proftpd/users\n"), own);
+  EXPECT_EQ(access("AuthOrder mod_auth_unix.c\nAuthUserFile /etc/proftpd/users\n"),
+            refused("proftpd", "own-check"));
+}
+
+TEST_F(ProftpdTest, ReadsWhatItIncludes) {
+  tree.file("etc/proftpd/conf.d/a.conf", "AuthOrder mod_auth_pam.c\n");
+  tree.file("etc/proftpd/conf.d/b.conf", "authpamconfig \"open\"\n");
+  EXPECT_EQ(access("Include /etc/proftpd/conf.d/*.conf\n"), passedByRules("proftpd", "open"));
+  EXPECT_EQ(access("Include /etc/proftpd/proftpd.conf\n"),
+            notRead("proftpd", "/etc/proftpd/proftpd.conf is included too deeply"));
+}
+
+TEST_F(ProftpdTest, AVirtualHostMayHaveAnOrderOfItsOwn) {
+  const Result result =
+      access("AuthOrder mod_auth_unix.c\nAuthPAMConfig open\n<VirtualHost 10.0.0.1>\n");
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->access, Access::kUnknown);
+}
+
+}  // namespace
+}  // namespace zevo::access

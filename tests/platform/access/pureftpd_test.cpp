@@ -1,0 +1,37 @@
+#include "platform/access/services_fixture.h"
+
+namespace zevo::access {
+namespace {
+
+class PureFtpdTest : public ServicesTest {
+ protected:
+  Result access(const std::string& options) {
+    install("usr/sbin/pure-ftpd");
+    program("usr/sbin/pure-ftpd-wrapper", "echo " + options);
+    return pureFtpdAccess(server());
+  }
+};
+
+TEST_F(PureFtpdTest, IsLeftOutWhereItIsNotInstalled) {
+  EXPECT_EQ(pureFtpdAccess(server()), std::nullopt);
+}
+
+TEST_F(PureFtpdTest, JudgesEachOfItsSources) {
+  EXPECT_EQ(access("-l unix -E"), refused("pure-ftpd", "own-check"));
+  EXPECT_EQ(access("-E"), refused("pure-ftpd", "own-check"));
+  EXPECT_EQ(access("-l pam -E"), refusedByRules("pure-ftpd", "pure-ftpd"));
+  EXPECT_EQ(access("-l unix -l puredb:/etc/users.pdb"),
+            unknown("pure-ftpd", "own-users", "remove-own-user", "puredb:/etc/users.pdb"));
+  tree.file("etc/pam.d/pure-ftpd", "account required pam_permit.so\n");
+  EXPECT_EQ(access("-l pam"), passedByRules("pure-ftpd", "pure-ftpd"));
+}
+
+TEST_F(PureFtpdTest, WithoutWhatStartsItItIsUnknown) {
+  install("usr/sbin/pure-ftpd");
+  const Result result = pureFtpdAccess(server());
+  ASSERT_TRUE(result);
+  EXPECT_EQ(result->reason, "not-read");
+}
+
+}  // namespace
+}  // namespace zevo::access

@@ -1,0 +1,113 @@
+#include "platform/access/services_fixture.h"
+
+namespace zevo::access {
+namespace {
+
+class SambaAccessTest : public ServicesTest {
+ protected:
+  SambaAccessTest() { run("smbd", "/usr/sbin/smbd --foreground"); }
+
+  void configure(const std::string& obey, const std::string& security = "AUTO",
+                 const std::string& role = "standalone server") {
+    program("usr/bin/testparm", "cat <<'E'\n[global]\n\tobey pam restrictions = " + obey +
+                                    "\n\tsecurity = " + security + "\n\tserver role = " + role +
+                                    "\n[media]\n\tsecurity = bogus\nE");
+  }
+  void entry(const std::string& flags) {
+    program("usr/bin/pdbedit",
+            "case $* in *--user=alice*) echo 'Unix username:        alice'; echo 'Account Flags:  "
+            "      [" +
+                flags + "]';; *) echo alice:1001:; echo bob:1002:;; esac");
+  }
+  Result access(const std::string& account = "alice", AccessMoment moment = AccessMoment::kNow) {
+    return sambaAccess(server(), account, moment, {tool, {}});
+  }
+
+  std::string tool = "/usr/bin/pdbedit";
+};
+
+TEST_F(SambaAccessTest, IsLeftOutWhereItDoesNotRun) {
+  tree.remove(100);
+  configure("No");
+  entry("U");
+  EXPECT_EQ(access(), std::nullopt);
+}
+
+TEST_F(SambaAccessTest, AsksOnlyItsOwnDatabase) {
+  configure("No");
+  entry("U          ");
+  EXPECT_EQ(access(),
+            (ServiceAccess{
+                "samba", Access::kLetIn, "samba-database", "disable-in-samba", {{"file", ""}}}));
+}
+
+TEST_F(SambaAccessTest, RefusesWhereItsOwnEntryIsDisabledOrMissing) {
+  configure("No");
+  entry("DU         ");
+  EXPECT_EQ(access(), refused("samba", "samba-disabled"));
+  EXPECT_EQ(access("carol"), refused("samba", "no-samba-entry"));
+}
+
+TEST_F(SambaAccessTest, TheUsualEntryWillBeDisabledWithTheAccount) {
+  configure("No");
+  entry("U");
+  EXPECT_EQ(access("alice", AccessMoment::kOnceDisabled), refused("samba", "samba-disabled"));
+  run("smbd", "/usr/sbin/smbd --foreground --configfile=/srv/smb.conf");
+  EXPECT_EQ(access("alice", AccessMoment::kOnceDisabled),
+            (ServiceAccess{"samba",
+                           Access::kLetIn,
+                           "samba-database",
+                           "disable-in-samba",
+                           {{"file", "/srv/smb.conf"}}}));
+}
+
+TEST_F(SambaAccessTest, AsksPamWhereItIsToldTo) {
+  configure("Yes");
+  entry("U");
+  EXPECT_EQ(access(), refusedByRules("samba", "samba"));
+  tree.file("etc/pam.d/samba", "account required pam_permit.so\n");
+  EXPECT_EQ(access(), passedByRules("samba", "samba"));
+}
+
+TEST_F(SambaAccessTest, ADomainsAccountsAreUnknown) {
+  entry("U");
+  configure("No", "ADS", "member server");
+  EXPECT_EQ(access(), unknown("samba", "domain-accounts", "disable-in-domain", "member server"));
+  configure("No", "AUTO", "active directory domain controller");
+  EXPECT_EQ(access()->reason, "domain-accounts");
+}
+
+TEST_F(SambaAccessTest, AskedWithTheFileOfTheRunningServer) {
+  tree.remove(100);
+  run("smbd", "/usr/sbin/smbd --foreground --configfile=/srv/smb.conf");
+  program("usr/bin/testparm",
+          "[ \"$3\" = /srv/smb.conf ] && cat <<'E'\n[global]\nsecurity = user\n"
+          "server role = auto\nobey pam restrictions = No\nE");
+  program("usr/bin/pdbedit",
+          "case $* in *--configfile=/srv/smb.conf*) echo 'Unix username: alice'; echo alice:1:; "
+          "echo 'Account Flags: [DU]';; esac");
+  EXPECT_EQ(access(), refused("samba", "samba-disabled"));
+}
+
+TEST_F(SambaAccessTest, AskedWithTheConfiguredTool) {
+  configure("No");
+  entry("U");
+  tool = "/opt/samba/pdbedit";
+  EXPECT_EQ(access()->reason, "not-read");
+  program("opt/samba/pdbedit", "exec " + tree.folder() + "/usr/bin/pdbedit \"$@\"");
+  EXPECT_EQ(access()->reason, "samba-database");
+}
+
+TEST_F(SambaAccessTest, ToolsThatFailLeaveItUnknown) {
+  EXPECT_EQ(access()->reason, "not-read");
+  configure("No");
+  EXPECT_EQ(access()->reason, "not-read");
+  program("usr/bin/pdbedit", "exit 1");
+  EXPECT_EQ(access(),
+            notRead("samba", "Samba's " + tree.folder() + "/usr/bin/pdbedit ended with status 1"));
+  program("usr/bin/testparm", "echo '[global]'");
+  EXPECT_EQ(access(), notRead("samba", "/usr/bin/testparm does not tell \"security\""));
+}
+
+}  // namespace
+}  // namespace zevo::access
