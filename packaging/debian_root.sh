@@ -4,7 +4,6 @@
 #   packaging/debian_root.sh make ROOT RELEASE PACKAGE…   makes build/roots/ROOT, unless it is there with these packages
 #   packaging/debian_root.sh run ROOT COMMAND…            runs a command in it, without network
 #   packaging/debian_root.sh keep ROOT COMMAND…           the same with the machine's network; changes of the root stay
-#   packaging/debian_root.sh possible                     whether roots can be made here; prints why not
 #
 # A command finds the project under its own path, with build/in-ROOT for its build/. It runs in mount, process and
 # host-name namespaces of its own: whatever it starts ends with it, and its mounts with that. Nothing of the machine is
@@ -134,14 +133,9 @@ run_in() {
 }
 
 case ${1:-} in
-  possible)
-    reason=$(obstacle)
-    echo "$reason"
-    [[ ! $reason ]]
-    ;;
   make) make_root "${@:2}" ;;
   run) run_in "$2" '' "${@:3}" ;;
   keep) run_in "$2" yes "${@:3}" ;;
   enter) enter "${@:2}" ;;
-  *) fail "usage: debian_root.sh make ROOT RELEASE PACKAGE… | run ROOT COMMAND… | keep ROOT COMMAND… | possible" ;;
+  *) fail "usage: debian_root.sh make ROOT RELEASE PACKAGE… | run ROOT COMMAND… | keep ROOT COMMAND…" ;;
 esac

@@ -16,21 +16,6 @@ bool isVsftpd(std::string_view name) {
   return name == "vsftpd";
 }
 
-// Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
-// or never one (the handler of TLS, and the parent once somebody has logged in).
-Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
-                                 const Process& process, const ProcessFiles& files, uid_t uid) {
-  const auto root = files.root();
-  const auto folder = root.ok() ? files.workingDirectory() : Reading<std::string>::like(root);
-  if (!folder.ok()) return Reading<bool>::like(folder);
-  if (*root == "/" || *root != *folder) return false;
-  const auto parent = sources.filesOf(*client.processes.front());
-  const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
-  if (!waiting.ok()) return Reading<bool>::like(waiting);
-  const bool parentWaits = &process != client.processes.front() && *waiting != "/";
-  return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
-}
-
 // Whether `uid` may be that of processes which work for nobody yet. An orphan's arguments may be
 // anybody's.
 Reading<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t uid,
@@ -42,16 +27,31 @@ Reading<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_
   return !helper.ok() || *helper == uid;
 }
 
+// Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
+// or never one (the handler of TLS, and the parent once somebody has logged in).
+Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
+                                 const Process& process, const ProcessFiles& files, uid_t uid,
+                                 const Title& arguments) {
+  const auto root = files.root();
+  const auto folder = root.ok() ? files.workingDirectory() : Reading<std::string>::like(root);
+  if (!folder.ok()) return Reading<bool>::like(folder);
+  if (*root == "/" || *root != *folder) return false;
+  auto helpers = isHelpers(sources, client, uid, arguments);
+  if (!helpers.ok() || !*helpers) return helpers;
+  const auto parent = sources.filesOf(*client.processes.front());
+  const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
+  if (!waiting.ok()) return Reading<bool>::like(waiting);
+  const bool parentWaits = &process != client.processes.front() && *waiting != "/";
+  return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
+}
+
 // Whether `process` of `client` works for a user, as far as that shows without titles.
 Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                              const Process& process, const ProcessFiles& files, uid_t uid,
                              const Title& arguments) {
   // The uppermost is root's until somebody logs in.
   if (uid == 0) return &process != client.processes.front();
-  auto helpers = isHelpers(sources, client, uid, arguments);
-  if (!helpers.ok()) return helpers;
-  if (!*helpers) return true;
-  const auto waits = waitsInEmptyFolder(sources, client, process, files, uid);
+  const auto waits = waitsInEmptyFolder(sources, client, process, files, uid, arguments);
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
 
