@@ -17,6 +17,16 @@ async function endSelected(driver) {
   await driver.page.waitForSelector('#dialog .danger');
 }
 
+// Asks for the end of 100 connections, each of which takes `delay` milliseconds.
+async function endAHundred(driver, page, world, delay) {
+  world.connections = Array.from({ length: 100 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` }));
+  world.kickDelay = delay;
+  await driver.enter();
+  await page.check('#head-row input');
+  await endSelected(driver);
+  await driver.press('End 100 connections');
+}
+
 pageTest('the dialog names everybody who is hit', async ({ driver, page, world }) => {
   world.connections = [
     connection({ pid: 1, who: 'bob', descr: 'photos (bob), music (alice)' }),
@@ -77,12 +87,7 @@ pageTest(
 pageTest(
   'at most sixty-four calls run side by side, and sixty-four do',
   async ({ driver, page, world }) => {
-    world.connections = Array.from({ length: 100 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` }));
-    world.kickDelay = 5000;
-    await driver.enter();
-    await page.check('#head-row input');
-    await endSelected(driver);
-    await driver.press('End 100 connections');
+    await endAHundred(driver, page, world, 5000);
     await driver.dialogTitle('100 of 100 ended');
     assert.equal(world.mostKicksAtOnce, 64);
     assert.equal(kicks(world).length, 100);
@@ -249,12 +254,7 @@ pageTest('a list that cannot be read afterwards leaves open what happened', asyn
 pageTest(
   'stopping lets the calls under way finish and leaves the rest alone',
   async ({ driver, page, world }) => {
-    world.connections = Array.from({ length: 100 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` }));
-    world.kickDelay = 10_000;
-    await driver.enter();
-    await page.check('#head-row input');
-    await endSelected(driver);
-    await driver.press('End 100 connections');
+    await endAHundred(driver, page, world, 10_000);
     await driver.dialogTitle('Ending 100 connections');
     await driver.press('Stop');
     await driver.dialogTitle('64 of 100 ended');
