@@ -14,6 +14,8 @@ import socket
 import subprocess
 import sys
 
+import waiting
+
 INSIDE = "CURRENTCONN_INSIDE_NAMESPACE"
 UNPACKED = os.path.join(os.path.dirname(os.path.abspath(__file__)), "../../build/service-packages/root")
 OVERLAID = ("/etc", "/var", "/home", "/root", "/srv")
@@ -53,12 +55,24 @@ def add_account(name, password=PASSWORD):
     run("chpasswd", text=f"{name}:{password}\n")
 
 
+def add_client_address_v6(address):
+    """Makes one more address that clients can come from. Nothing happens where it is there already."""
+    if not _is_routed(address):
+        run("ip", "address", "add", f"{address}/128", "dev", "lo", "nodad")
+        # The kernel makes the route a moment later, on a busy machine long after `ip` has ended.
+        waiting.until(f"a route to {address}", lambda: _is_routed(address))
+
+
 def run(*argv, text=None):
     """Runs a program to its end and returns its output; a failure is an error that shows what it printed."""
     done = subprocess.run(argv, input=text, capture_output=True, text=True, env=ENVIRONMENT, timeout=60)
     if done.returncode != 0:
         raise RuntimeError(f"{' '.join(argv)} ended with {done.returncode}: {done.stdout}{done.stderr}")
     return done.stdout
+
+
+def _is_routed(address):
+    return run("ip", "-6", "route", "show", "table", "local", address) != ""
 
 
 def read(path):
@@ -92,7 +106,7 @@ def _prepare():
     run("ip", "link", "set", "lo", "up")
     for address in CLIENT_ADDRESSES:
         run("ip", "address", "add", f"{address}/32", "dev", "lo")
-    run("ip", "address", "add", f"{CLIENT_ADDRESS_V6}/128", "dev", "lo", "nodad")
+    add_client_address_v6(CLIENT_ADDRESS_V6)
     socket.sethostname("fileserver")
     write("/etc/hosts", "127.0.0.1 localhost\n::1 localhost\n127.0.1.1 fileserver\n")
     write("/etc/nsswitch.conf", "passwd: files\ngroup: files\nshadow: files\nhosts: files\nservices: files\n")

@@ -20,7 +20,7 @@ def browser(address):
 
 def own_browser(address):
     """A browser at an address that this server gets for it."""
-    namespace.run("ip", "address", "replace", f"{address}/128", "dev", "lo", "nodad")
+    namespace.add_client_address_v6(address)
     return browser(address)
 
 

@@ -149,7 +149,7 @@ class Firewall(HostTest):
 
     def test_the_addresses_of_one_ipv6_client_share_it(self):
         for address in ("fd20::3", "fd21::2"):
-            namespace.run("ip", "address", "add", f"{address}/128", "dev", "lo", "nodad")
+            namespace.add_client_address_v6(address)
         self.assertLimited(namespace.CLIENT_ADDRESS_V6, "fd20::3", "fd21::2")
 
 
