@@ -67,6 +67,19 @@ std::string accessLine(const std::string& user, const ServiceAccess& service, Te
          " in: " + reasonOf(service) + "; " + remedyOf(service, user);
 }
 
+// pkill spares containers, where the user's number is somebody else's. It misses what runs in
+// namespaces of the user's own.
+std::string endingCommand(const std::string& user, const zevo::LeftRunning& left) {
+  std::string command;
+  if (!left.apart.empty()) {
+    command = "kill -KILL";
+    for (const pid_t pid : left.apart) command += " " + std::to_string(pid);
+  }
+  if (left.apart.size() == left.processes) return command;
+  if (!command.empty()) command += "; ";
+  return command + "pkill -KILL -U " + user + " --ns 1 --nslist pid";
+}
+
 }  // namespace
 
 std::vector<std::string> accessLines(const std::string& user,
@@ -91,8 +104,7 @@ std::vector<std::string> leftRunningLines(const std::string& user, const zevo::L
     const bool isNow = tense == Tense::kPresent;
     lines.push_back(std::to_string(left.processes) + (isOne ? " process of " : " processes of ") +
                     user + (isNow ? (isOne ? " still runs" : " still run") : " will still run") +
-                    "; end " + (isOne ? "it" : "them") + " with: pkill -KILL -U " + user +
-                    " --ns 1 --nslist pid");
+                    "; end " + (isOne ? "it" : "them") + " with: " + endingCommand(user, left));
   }
   if (left.hasCrontab) {
     lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + user);

@@ -67,6 +67,11 @@ TEST(AccessReport, CountsWhatStillRuns) {
   EXPECT_EQ(leftRunningLines("alice", {.processes = 1}, Tense::kFuture),
             Lines{"1 process of alice will still run; end it with: pkill -KILL -U alice --ns 1 "
                   "--nslist pid"});
+  EXPECT_EQ(leftRunningLines("alice", {.processes = 3, .apart = {30, 41}}, Tense::kPresent),
+            Lines{"3 processes of alice still run; end them with: kill -KILL 30 41; "
+                  "pkill -KILL -U alice --ns 1 --nslist pid"});
+  EXPECT_EQ(leftRunningLines("alice", {.processes = 1, .apart = {30}}, Tense::kPresent),
+            Lines{"1 process of alice still runs; end it with: kill -KILL 30"});
   EXPECT_EQ(leftRunningLines("alice", {}, Tense::kPresent), Lines{});
 }
 

@@ -18,7 +18,7 @@ installed_packages=(
   samba smbclient python3-samba
   openssh-server openssh-client openssh-sftp-server
   vsftpd
-  inetutils-telnet libutempter0
+  inetutils-telnet libutempter0 uidmap
   nfs-ganesha nfs-ganesha-vfs libnfs-utils
 )
 unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd pure-ftpd-common inetutils-telnetd)

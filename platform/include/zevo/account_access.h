@@ -4,6 +4,7 @@
 
 #include <map>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 #include "zevo/export.h"
@@ -63,9 +64,12 @@ ZEVO_EXPORT std::vector<ServiceAccess> accountAccess(const std::string& account,
 
 // What the account has left running.
 struct LeftRunning {
-  // Whose real user it is, in the process namespace of this machine's first process, zombies aside:
-  // in another one, as containers have, the number is not this account's.
+  // Whose real user it is, and those in user namespaces that it made, zombies aside. In a container
+  // that root made the number is not this account's.
   std::size_t processes = 0;
+  // Those of them that have another real user or process namespace than what the account runs
+  // outside namespaces of its own.
+  std::vector<pid_t> apart = {};
   bool hasCrontab = false;
   std::size_t atJobs = 0;
 

@@ -1,6 +1,5 @@
 #include "sdk/access/left_running.h"
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <set>
@@ -9,11 +8,14 @@
 #include "zevo/account.h"
 
 #include "base/open_folder.h"
-#include "sdk/connections/process_files.h"
+#include "sdk/connections/process_owner.h"
 #include "sdk/connections/process_table.h"
 
 namespace zevo::access {
 namespace {
+
+using connections::Home;
+using connections::ProcessFiles;
 
 constexpr std::array<const char*, 2> kCrontabs = {"/var/spool/cron/crontabs", "/var/spool/cron"};
 constexpr std::array<const char*, 2> kAtJobs = {"/var/spool/cron/atjobs", "/var/spool/at"};
@@ -32,39 +34,35 @@ std::set<pid_t> withDescendants(const connections::ProcessTable& processes,
   return all;
 }
 
-// That of the first process, else our own; 0 where neither can be read.
-std::uint64_t homeNamespace(const connections::Paths& paths) {
-  for (const auto& files :
-       {connections::ProcessFiles::open(paths, 1), connections::ProcessFiles::openOwn(paths)}) {
-    if (!files.ok()) continue;
-    const auto namespaces = files->namespaces();
-    if (namespaces.ok() && namespaces->pid != 0) return namespaces->pid;
-  }
-  return 0;
+bool isOf(const ProcessFiles& process, uid_t uid, const Home& home) {
+  const auto owner = ownerOf(process, home);
+  if (!owner.ok() || *owner != uid) return false;
+  const auto here = runsHere(process, home);
+  return here.ok() && *here;
 }
 
-// Whether it runs as `uid` of this machine: in a container the number is somebody else's.
-bool isOf(const connections::ProcessFiles& process, uid_t uid, std::uint64_t home) {
+// Whether who asks for the processes of a user in the first process's namespace misses it.
+bool isApart(const ProcessFiles& process, uid_t uid, const Home& home) {
   const auto ids = process.userIds();
-  if (!ids.ok() || ids->real != uid) return false;
-  const auto namespaces = process.namespaces();
-  return namespaces.ok() && namespaces->pid == home;
+  const auto number = process.namespaceNumber("pid");
+  return (ids.ok() && ids->real != uid) || (number.ok() && *number != home.namespaces.pid);
 }
 
-std::size_t countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>& except) {
+void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>& except,
+                    LeftRunning* left) {
   connections::Paths paths;
   paths.proc = root + paths.proc;
   const auto table = connections::ProcessTable::scan(paths);
-  if (!table.ok()) return 0;
+  if (!table.ok()) return;
   const std::set<pid_t> others = withDescendants(*table, except);
-  const std::uint64_t home = homeNamespace(paths);
-  const auto all = table->all();
-  const auto count = std::count_if(all.begin(), all.end(), [&](const auto& process) {
-    if (others.contains(process.pid)) return false;
-    const auto files = connections::ProcessFiles::open(paths, process.pid);
-    return files.ok() && isOf(*files, uid, home);
-  });
-  return static_cast<std::size_t>(count);
+  const Home home = readHome(paths);
+  for (const auto& process : table->all()) {
+    if (others.contains(process.pid)) continue;
+    const auto files = ProcessFiles::open(paths, process.pid);
+    if (!files.ok() || !isOf(*files, uid, home)) continue;
+    ++left->processes;
+    if (isApart(*files, uid, home)) left->apart.push_back(process.pid);
+  }
 }
 
 bool isFile(const std::string& path) {
@@ -93,7 +91,7 @@ std::size_t countJobs(const std::string& folder, uid_t uid) {
 LeftRunning leftRunning(const std::string& root, const std::string& name, uid_t uid,
                         const std::vector<pid_t>& except) {
   LeftRunning left;
-  left.processes = countProcesses(root, uid, except);
+  countProcesses(root, uid, except, &left);
   for (const char* folder : kCrontabs)
     left.hasCrontab |= isFile(std::string(root).append(folder).append("/").append(name));
   for (const char* folder : kAtJobs) left.atJobs += countJobs(root + folder, uid);

@@ -10,6 +10,7 @@
 
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/containers.h"
+#include "sdk/connections/process_owner.h"
 
 namespace zevo::connections {
 namespace {
@@ -68,9 +69,8 @@ std::vector<const Process*> candidatesFor(const ProcessTable& processes, const L
 
 // Whether ids of `process` mean this machine's accounts.
 Reading<bool> isOurs(const Sources& sources, const Process& process, const ProcessFiles& files) {
-  const auto namespaces = files.namespaces();
-  if (!namespaces.ok()) return Reading<bool>::like(namespaces);
-  if (namespaces->pid != sources.home().namespaces.pid) return false;
+  auto here = runsHere(files, sources.home());
+  if (!here.ok() || !*here) return here;
   const auto container = containerOf(sources, process);
   return container.ok() ? Reading<bool>(container->empty()) : Reading<bool>::like(container);
 }
@@ -82,16 +82,15 @@ const Reading<uid_t>& LoginProcesses::idOf(const std::string& user) {
   return found != ids_.end() ? found->second : ids_.emplace(user, accountId(user)).first->second;
 }
 
-// By the real user, who may signal the process himself: the effective one is the user's in root's
+// By the owner, who may signal the process himself: the effective user is the user in root's
 // servers, too, while they work for him.
 Reading<bool> LoginProcesses::readIsUsers(const Process& process, const std::string& user) {
   const auto files = sources_.filesOf(process);
-  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-  if (!ids.ok()) return Reading<bool>::like(ids);
+  const auto owner = files.ok() ? ownerOf(*files, sources_.home()) : Reading<uid_t>::like(files);
+  if (!owner.ok()) return Reading<bool>::like(owner);
   const Reading<uid_t>& id = idOf(user);
-  const bool fits = id.ok()
-                        ? *id == ids->real
-                        : user.size() == kLongestUser && accountName(ids->real).starts_with(user);
+  const bool fits = id.ok() ? *id == *owner
+                            : user.size() == kLongestUser && accountName(*owner).starts_with(user);
   return fits ? isOurs(sources_, process, *files) : Reading<bool>(false);
 }
 

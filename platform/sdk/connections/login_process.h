@@ -19,7 +19,7 @@ class LoginProcesses {
 
   // The first that is a process of the entry's user among: who leads the session on its terminal,
   // the session that it names, the session of `maker`, which made it; `maker`; and the first
-  // children of `maker`, which may be root's login program. Its real user is the entry's, and it
+  // children of `maker`, which may be root's login program. Its owner is the entry's user, and it
   // runs beside this machine's services, in no container. Gone where there is none or no such
   // account.
   Reading<const Process*> of(const LoginEntry& entry, const Process& maker);

@@ -212,6 +212,10 @@ Reading<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) co
                 : endedOrFailed<std::uint64_t>(name.c_str(), EBADMSG);
 }
 
+FileDescriptor ProcessFiles::openNamespace(const std::string& kind) const {
+  return openFileAt(folder_.get(), ("ns/" + kind).c_str(), O_RDONLY);
+}
+
 Reading<Namespaces> ProcessFiles::namespaces() const {
   const auto pid = namespaceNumber("pid");
   const auto network = pid.ok() ? namespaceNumber("net") : pid;

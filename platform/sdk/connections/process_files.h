@@ -96,6 +96,11 @@ class ProcessFiles {
   // Name of the program's file, without its folders; also where it has been replaced since.
   [[nodiscard]] Reading<std::string> programName() const;
   [[nodiscard]] Reading<Namespaces> namespaces() const;
+  // The number of its namespace of a `kind` ("user", as the links in /proc/PID/ns are named); 0
+  // where the kernel has none of that kind or the process has ended.
+  [[nodiscard]] Reading<std::uint64_t> namespaceNumber(const std::string& kind) const;
+  // That namespace itself; none where it may not be read.
+  [[nodiscard]] FileDescriptor openNamespace(const std::string& kind) const;
   // The mounts below root(), one a line, as proc(5) has them under "mountinfo".
   [[nodiscard]] Reading<std::string> mounts() const;
   // The lines "HIERARCHY:CONTROLLERS:PATH"; a line that is cut off has no line break.
@@ -116,7 +121,6 @@ class ProcessFiles {
   [[nodiscard]] Reading<std::string> readLongText(const std::string& name) const;
   [[nodiscard]] Reading<std::string> readLink(const char* name) const;
   [[nodiscard]] Reading<struct statx> program() const;
-  [[nodiscard]] Reading<std::uint64_t> namespaceNumber(const std::string& kind) const;
   template <typename T>
   [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
 

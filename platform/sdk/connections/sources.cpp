@@ -9,12 +9,20 @@ std::uint64_t networkOf(const Reading<ProcessFiles>& files) {
   return namespaces.ok() ? namespaces->network : 0;
 }
 
+// The same of the user namespace.
+std::uint64_t userOf(const Reading<ProcessFiles>& files) {
+  const auto number =
+      files.ok() ? files->namespaceNumber("user") : Reading<std::uint64_t>::like(files);
+  return number.ok() ? *number : 0;
+}
+
 }  // namespace
 
-Home Sources::readHome(const Paths& paths) {
+Home readHome(const Paths& paths) {
   Home home;
   auto own = ProcessFiles::openOwn(paths);
   home.network = networkOf(own);
+  home.user = userOf(own);
   auto first = ProcessFiles::open(paths, 1);
   for (auto* files : {&first, &own}) {
     const auto namespaces =

@@ -27,7 +27,11 @@ struct Home {
   ProcessFiles files;         // of the first process, or our own where that cannot be read
   Namespaces namespaces;      // of the same
   std::uint64_t network = 0;  // the namespace of sockets()
+  std::uint64_t user = 0;     // our own user namespace; 0 where it cannot be read
 };
+
+// Not our own process alone: services are often confined to a mount namespace, this one too.
+Home readHome(const Paths& paths);
 
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
 class Sources {
@@ -49,7 +53,6 @@ class Sources {
   [[nodiscard]] const Paths& paths() const { return paths_; }
   [[nodiscard]] const ProcessTable& processes() const { return processes_; }
   [[nodiscard]] const Reading<SocketTable>& sockets() const;
-  // Not our own process alone: services are often confined to a mount namespace, this one too.
   [[nodiscard]] const Home& home() const {
     if (!home_) home_ = readHome(paths_);
     return *home_;
@@ -84,8 +87,6 @@ class Sources {
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
 
  private:
-  static Home readHome(const Paths& paths);
-
   const Paths& paths_;
   const ProcessTable& processes_;
   BootClock clock_;

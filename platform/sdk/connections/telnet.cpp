@@ -1,6 +1,7 @@
 #include "sdk/connections/telnet.h"
 
 #include "sdk/connections/containers.h"
+#include "sdk/connections/process_owner.h"
 #include "sdk/connections/served_client.h"
 
 namespace zevo::connections {
@@ -24,13 +25,13 @@ struct Below {
   uid_t uid = 0;
 };
 
-// The first child of `parent` that still runs, and its real user.
+// The first child of `parent` that still runs, and its owner.
 Reading<Below> firstChild(const Sources& sources, const Process& parent) {
   for (const Process* child : sources.processes().children(parent.pid)) {
     const auto files = sources.filesOf(*child);
-    const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-    if (ids.failed()) return Reading<Below>::failure(ids.cause());
-    if (ids.ok()) return Below{child, ids->real};
+    const auto owner = files.ok() ? ownerOf(*files, sources.home()) : Reading<uid_t>::like(files);
+    if (owner.failed()) return Reading<Below>::failure(owner.cause());
+    if (owner.ok()) return Below{child, *owner};
   }
   return Below{};
 }

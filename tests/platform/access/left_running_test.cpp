@@ -1,16 +1,19 @@
 #include "sdk/access/left_running.h"
 
+#include <sched.h>
 #include <unistd.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/connections/namespaced_process.h"
 #include "platform/connections/proc_tree.h"
 
 namespace zevo {
 
 void PrintTo(const LeftRunning& left, std::ostream* stream) {
   *stream << left.processes << " processes, " << (left.hasCrontab ? "a" : "no") << " crontab, "
-          << left.atJobs << " at jobs";
+          << left.atJobs << " at jobs, apart: " << ::testing::PrintToString(left.apart);
 }
 
 namespace access {
@@ -42,6 +45,26 @@ TEST_F(LeftRunningTest, LeavesOutProcessesOfContainers) {
   tree.add({.pid = 10, .name = "bash", .uid = kAlice});
   tree.add({.pid = 11, .name = "postgres", .uid = kAlice, .namespaces = container});
   EXPECT_EQ(left(), (LeftRunning{.processes = 1}));
+}
+
+TEST(LeftRunningInNamespacesTest, TellsThoseThatNoSelectionByUserFindsApart) {
+  const uid_t nobodys = 70000000 + static_cast<uid_t>(::getpid());
+  const auto layOut = [nobodys](int kinds) {
+    return connections::test::becomeUser(nobodys) && connections::test::unshareKinds(kinds);
+  };
+  const connections::test::NamespacedProcess user([&] { return layOut(CLONE_NEWUSER); });
+  if (::geteuid() != 0 || user.pid() == 0) GTEST_SKIP() << "no user namespaces can be had here";
+  EXPECT_EQ(leftRunning("", "alice", nobodys, {}), (LeftRunning{.processes = 1}));
+  // One of the two waits for the other outside.
+  const connections::test::NamespacedProcess both(
+      [&] { return layOut(CLONE_NEWUSER | CLONE_NEWPID) && connections::test::goOnInChild(); });
+  EXPECT_EQ(leftRunning("", "alice", nobodys, {}),
+            (LeftRunning{.processes = 3, .apart = {both.pid()}}));
+  const connections::test::NamespacedProcess other(
+      [&] { return layOut(CLONE_NEWUSER); }, "0 " + std::to_string(nobodys) + " 1\n1 161235 1\n",
+      [] { return connections::test::becomeUser(1); });
+  auto apart = leftRunning("", "alice", nobodys, {}).apart;
+  EXPECT_THAT(apart, ::testing::UnorderedElementsAre(both.pid(), other.pid()));
 }
 
 TEST_F(LeftRunningTest, LeavesOutSessionsWithWhatRunsBelowThem) {

@@ -43,7 +43,7 @@ std::string statusText(const FakeProcess& process) {
          "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + gids + "\n";
 }
 
-void writeNamespaces(const fs::path& process, const Namespaces& numbers) {
+void writeNamespaces(const fs::path& process, const Namespaces& numbers, std::uint64_t user) {
   fs::create_directories(process / "ns");
   const auto link = [&process](const std::string& kind, std::uint64_t number) {
     fs::create_symlink(kind + ":[" + std::to_string(number) + "]", process / "ns" / kind);
@@ -51,6 +51,7 @@ void writeNamespaces(const fs::path& process, const Namespaces& numbers) {
   link("pid", numbers.pid);
   link("net", numbers.network);
   link("mnt", numbers.mount);
+  link("user", user);
 }
 
 }  // namespace
@@ -72,7 +73,7 @@ ProcTree::ProcTree() {
   paths_.sharedList = folder_ + "/list";
   paths_.vsftpd = folder_ + "/vsftpd.conf";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
-  writeNamespaces(paths_.proc + "/self", kOurNamespaces);
+  writeNamespaces(paths_.proc + "/self", kOurNamespaces, kOurUserNamespace);
   add({.pid = 1, .parent = 0, .name = "systemd", .startTicks = 1, .image = 99});
 }
 
@@ -105,7 +106,7 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   fs::create_symlink(process.cwd, folder / "cwd");
   fs::create_symlink(process.root, folder / "root");
   fs::create_symlink("/proc/self/mountinfo", folder / "mountinfo");  // that of the trees' folders
-  writeNamespaces(folder, process.namespaces);
+  writeNamespaces(folder, process.namespaces, process.userNamespace);
   writeFile(folder / "cgroup", process.cgroup);
   for (const auto& [number, inode] : process.sockets) {
     fs::create_symlink("socket:[" + std::to_string(inode) + "]",

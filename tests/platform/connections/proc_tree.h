@@ -15,6 +15,8 @@ namespace zevo::connections::test {
 // Those of the tree's own services.
 inline constexpr Namespaces kOurNamespaces = {4026531836, 4026531840, 4026531841};
 
+inline constexpr std::uint64_t kOurUserNamespace = 4026531837;
+
 // A process of the tree. The fields that a test does not care about are those of a root daemon.
 struct FakeProcess {
   pid_t pid = 0;
@@ -37,6 +39,7 @@ struct FakeProcess {
   std::string root = "/";
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
   Namespaces namespaces = kOurNamespaces;
+  std::uint64_t userNamespace = kOurUserNamespace;
   std::string cgroup = "0::/system.slice/some.service\n";
 };
 
