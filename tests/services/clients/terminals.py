@@ -17,6 +17,7 @@ import subprocess
 import sys
 
 import namespace
+import waiting
 
 PROGRAM = "/srv/terminals.py"
 _HELPERS = "/usr/lib/*/utempter/utempter"  # gives any user an entry for a terminal that the user has
@@ -25,7 +26,8 @@ _HELPERS = "/usr/lib/*/utempter/utempter"  # gives any user an entry for a termi
 def install():
     """Puts the program where users find it, and the file of logins into the hands of the helper's group."""
     shutil.copy(__file__, PROGRAM)
-    shutil.copy(namespace.__file__, os.path.dirname(PROGRAM))
+    for module in (namespace, waiting):
+        shutil.copy(module.__file__, os.path.dirname(PROGRAM))
     shutil.chown("/run/utmp", group="utmp")
 
 
