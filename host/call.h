@@ -13,7 +13,8 @@
 namespace host {
 
 // Each takes memory and time of a password's hash, and a refused one two seconds.
-inline constexpr LoginPlaces kLoginPlaces = {.all = 16, .ofRefused = 8, .ofOneClient = 4};
+inline constexpr LoginPlaces kLoginPlaces = {
+    .all = 16, .ofStrangers = 12, .ofRefused = 6, .ofOneClient = 4};
 
 // What all calls share.
 struct Service {

@@ -41,6 +41,11 @@ CallBoard::~CallBoard() {
   ::munmap(slots_.data(), slots_.size_bytes());
 }
 
+std::size_t CallBoard::mostFor(std::string_view client, const LoginPlaces& places) const {
+  if (known_.holds(client)) return places.all;
+  return refused_.holds(client) ? places.ofRefused : places.ofStrangers;
+}
+
 bool CallBoard::beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places) {
   const std::uint64_t from = std::hash<std::string_view>()(client) | 1U;  // never 0
   slot.loginFrom = from;
@@ -51,8 +56,7 @@ bool CallBoard::beginLogin(CallSlot& slot, std::string_view client, const LoginP
     if (otherFrom != 0) ++logins;
     if (otherFrom == from) ++fromThere;
   }
-  const std::size_t most = refused_.holds(client) ? places.ofRefused : places.all;
-  if (logins <= most && fromThere <= places.ofOneClient) return true;
+  if (logins <= mostFor(client, places) && fromThere <= places.ofOneClient) return true;
   slot.loginFrom = 0;
   return false;
 }

@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "refused_clients.h"
+#include "recent_clients.h"
 
 namespace host {
 
@@ -33,8 +33,9 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
 
 // How many logins may go on at once.
 struct LoginPlaces {
-  std::size_t all;
-  std::size_t ofRefused;    // with a refusal not long ago: the others are kept for everybody else
+  std::size_t all;          // some are kept for clients that have logged in before
+  std::size_t ofStrangers;  // which have not; a guesser may have any number of addresses
+  std::size_t ofRefused;    // strangers with a refusal not long ago
   std::size_t ofOneClient;  // one guesser does not keep everybody out
 };
 
@@ -52,11 +53,15 @@ class CallBoard {
   // Marks the call as a login of `client` (clientOf). False, and not marked, where the others leave
   // no place for it. Of several that try at the same time all may be turned away.
   bool beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places);
-  // Remembers that a login of the client was refused.
+  // Remembers that a login of the client was refused, or succeeded.
   void noteRefusal(std::string_view client) { refused_.note(client); }
+  void noteLogin(std::string_view client) { known_.note(client); }
 
  private:
-  RefusedClients refused_;
+  [[nodiscard]] std::size_t mostFor(std::string_view client, const LoginPlaces& places) const;
+
+  RecentClients refused_{kRefusalsRemembered};
+  RecentClients known_{kLoginsRemembered};
   std::span<CallSlot> slots_;
 };
 

@@ -9,6 +9,7 @@
 namespace host {
 
 std::string clientOf(const std::string& address) {
+  if (address.starts_with("127.")) return "127.0.0.0/8";
   constexpr std::size_t kNetworkBytes = 8;
   in6_addr v6{};
   if (::inet_pton(AF_INET6, address.c_str(), &v6) != 1) return address;

@@ -44,7 +44,8 @@ LoginTools systemLoginTools(Accounts& accounts, CallBoard& board) {
           [file](const std::string& token) { return zevo::takeLoginLink(file, token); },
           [file](zevo::WebLogin* login) { return zevo::addWebLogin(file, login); },
           [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); },
-          [&board](const std::string& address) { board.noteRefusal(clientOf(address)); }};
+          [&board](const std::string& address) { board.noteRefusal(clientOf(address)); },
+          [&board](const std::string& address) { board.noteLogin(clientOf(address)); }};
 }
 
 std::filesystem::path moduleFolder() {

@@ -173,6 +173,7 @@ Answer letIn(const Account& account, std::optional<std::time_t> viewUntil,
                                   inQuotes(login.user));
     return problemAnswer(Problem::kWorkFailed);
   }
+  tools.noteLogin(login.address);
   logAuthorisation(LOG_INFO, "login from " + login.address + ": user " + inQuotes(login.user));
   Answer answer = successAnswer(identityText({login.user, account.isAdministrator, Entrance::kWeb,
                                               login.address, login.id, login.viewUntil}));

@@ -27,6 +27,7 @@ struct LoginTools {
   std::function<bool(zevo::WebLogin* login)> addLogin;
   std::function<void(std::chrono::milliseconds)> wait;
   std::function<void(const std::string& address)> noteRefusal;  // before the wait
+  std::function<void(const std::string& address)> noteLogin;
 };
 
 // A refused login is answered this long after it began, whatever the reason, so that neither the

@@ -39,7 +39,7 @@ TEST(CallBoard, CutsASummaryThatIsTooLong) {
 
 TEST(CallBoard, LetsAsManyLoginsBeginAsItMay) {
   CallBoard board(4);
-  constexpr LoginPlaces kPlaces = {.all = 2, .ofRefused = 2, .ofOneClient = 1};
+  constexpr LoginPlaces kPlaces = {.all = 2, .ofStrangers = 2, .ofRefused = 2, .ofOneClient = 1};
   EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces));
   EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.2", kPlaces));
   EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.3", kPlaces));
@@ -50,7 +50,7 @@ TEST(CallBoard, LetsAsManyLoginsBeginAsItMay) {
 
 TEST(CallBoard, LetsSomeOfTheLoginsComeFromOneClient) {
   CallBoard board(8);
-  constexpr LoginPlaces kPlaces = {.all = 4, .ofRefused = 4, .ofOneClient = 2};
+  constexpr LoginPlaces kPlaces = {.all = 4, .ofStrangers = 4, .ofRefused = 4, .ofOneClient = 2};
   for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_TRUE(board.beginLogin(board.slot(i), "10.0.0.1", kPlaces));
   }
@@ -61,7 +61,7 @@ TEST(CallBoard, LetsSomeOfTheLoginsComeFromOneClient) {
 
 TEST(CallBoard, KeepsPlacesForClientsWithoutARefusal) {
   CallBoard board(8);
-  constexpr LoginPlaces kPlaces = {.all = 4, .ofRefused = 2, .ofOneClient = 4};
+  constexpr LoginPlaces kPlaces = {.all = 4, .ofStrangers = 4, .ofRefused = 2, .ofOneClient = 4};
   board.noteRefusal("10.0.0.1");
   EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces));
   EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.1", kPlaces));
@@ -71,9 +71,22 @@ TEST(CallBoard, KeepsPlacesForClientsWithoutARefusal) {
   EXPECT_FALSE(board.beginLogin(board.slot(4), "10.0.0.4", kPlaces));
 }
 
-TEST(RefusedClients, AreForgottenAfterAWhile) {
-  RefusedClients refused;
-  const auto now = RefusedClients::Clock::now();
+TEST(CallBoard, KeepsPlacesForClientsThatHaveLoggedIn) {
+  CallBoard board(8);
+  constexpr LoginPlaces kPlaces = {.all = 4, .ofStrangers = 2, .ofRefused = 1, .ofOneClient = 2};
+  board.noteLogin("10.0.0.1");
+  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.1.1", kPlaces));
+  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.1.2", kPlaces));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.1.3", kPlaces)) << "never seen before";
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.1", kPlaces));
+  board.noteRefusal("10.0.0.1");
+  EXPECT_TRUE(board.beginLogin(board.slot(3), "10.0.0.1", kPlaces)) << "a slip of the finger";
+  EXPECT_FALSE(board.beginLogin(board.slot(4), "10.0.0.1", kPlaces));
+}
+
+TEST(RecentClients, AreForgottenAfterAWhile) {
+  RecentClients refused(kRefusalsRemembered);
+  const auto now = RecentClients::Clock::now();
   EXPECT_FALSE(refused.holds("10.0.0.1", now));
   refused.note("10.0.0.1", now);
   EXPECT_TRUE(refused.holds("10.0.0.1", now));
@@ -82,8 +95,8 @@ TEST(RefusedClients, AreForgottenAfterAWhile) {
   EXPECT_FALSE(refused.holds("10.0.0.2", now));
 }
 
-TEST(RefusedClients, AreKnownToAllProcesses) {
-  RefusedClients refused;
+TEST(RecentClients, AreKnownToAllProcesses) {
+  RecentClients refused(kRefusalsRemembered);
   if (::fork() == 0) {
     refused.note("10.0.0.1");
     ::_exit(0);
@@ -92,8 +105,8 @@ TEST(RefusedClients, AreKnownToAllProcesses) {
   EXPECT_TRUE(refused.holds("10.0.0.1"));
 }
 
-TEST(RefusedClients, AreRememberedByTheHundreds) {
-  RefusedClients refused;
+TEST(RecentClients, AreRememberedByTheHundreds) {
+  RecentClients refused(kRefusalsRemembered);
   int held = 0;
   for (int i = 0; i < 200; ++i) refused.note("10.0.0." + std::to_string(i));
   for (int i = 0; i < 200; ++i) held += refused.holds("10.0.0." + std::to_string(i)) ? 1 : 0;
@@ -106,6 +119,11 @@ TEST(Client, IsAnAddressOrANetworkOfIpv6) {
   EXPECT_EQ(clientOf("fd20::1"), clientOf("fd20::ffff:1:2:3"));
   EXPECT_NE(clientOf("fd20:0:0:5::1"), clientOf("fd20:0:0:6::1"));
   EXPECT_EQ(clientOf(""), "");
+}
+
+TEST(Client, IsTheWholeLoopback) {
+  EXPECT_EQ(clientOf("127.0.0.1"), clientOf("127.255.3.4"));
+  EXPECT_NE(clientOf("127.0.0.1"), clientOf("12.70.0.1"));
 }
 
 }  // namespace

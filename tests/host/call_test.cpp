@@ -78,6 +78,7 @@ class Calls : public testing::Test {
                     [](const std::string&) { return std::nullopt; },
                     [](zevo::WebLogin*) { return true; },
                     [](std::chrono::milliseconds) {},
+                    [](const std::string&) {},
                     [](const std::string&) {}};
   Service service_{modules_, board_, accounts_, logins_, login_, sessionFile_};
 };
@@ -150,7 +151,7 @@ TEST_F(Calls, FromAPageOfAnotherOriginAreRefused) {
 }
 
 TEST_F(Calls, AboveTheNumberOfLoginsAreTurnedAway) {
-  for (std::size_t i = 1; i <= kLoginPlaces.all; ++i) board_.slot(i).loginFrom = 1;
+  for (std::size_t i = 1; i <= kLoginPlaces.ofStrangers; ++i) board_.slot(i).loginFrom = 1;
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 503);
   board_.slot(1).clear();
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 200);

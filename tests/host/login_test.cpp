@@ -71,6 +71,7 @@ class Logging : public testing::Test {
   std::vector<zevo::WebLogin> added_;
   std::vector<std::chrono::milliseconds> waited_;
   std::vector<std::string> refused_;
+  std::vector<std::string> letIn_;
   std::optional<zevo::LinkAccount> link_;
   std::string log_;
   LoginTools tools_{accounts_,
@@ -86,7 +87,8 @@ class Logging : public testing::Test {
                       return true;
                     },
                     [this](std::chrono::milliseconds time) { waited_.push_back(time); },
-                    [this](const std::string& address) { refused_.push_back(address); }};
+                    [this](const std::string& address) { refused_.push_back(address); },
+                    [this](const std::string& address) { letIn_.push_back(address); }};
 };
 
 TEST_F(Logging, InRecordsTheLoginUnderTheHashOfItsToken) {
@@ -98,6 +100,7 @@ TEST_F(Logging, InRecordsTheLoginUnderTheHashOfItsToken) {
   EXPECT_EQ(added_[0].address, "10.20.0.2");
   EXPECT_EQ(added_[0].browser, "curl");
   EXPECT_EQ(added_[0].passwordMark, "mark of alice");
+  EXPECT_EQ(letIn_, std::vector<std::string>{"10.20.0.2"});
   ASSERT_THAT(answer.headers, SizeIs(2));
   const std::string cookie = answer.headers[1].second;
   EXPECT_EQ(answer.headers[1].first, "Set-Cookie");

@@ -1,16 +1,48 @@
 """Guessers at many addresses, and whether the others still get in."""
 
+import http.client
+import itertools
+import json
 import threading
 import time
 
 import host_test
 from host_test import HostTest
 import namespace
-from daemons_of_host import Currentconnd, PlainLighttpd
+import waiting
+from daemons_of_host import Currentconnd, PLAIN_PORT, PlainLighttpd
 from http_client import Client
 
 ADDRESSES = [f"10.30.0.{number}" for number in range(1, 201)]
 AT_ONCE = 40
+NETWORK = "10.40.0.0/16"  # of a guesser who tries from no address twice
+HONEST = [f"10.20.0.{2 + number % 7}" for number in range(12)]
+
+
+def try_from(address):
+    """Tries a wrong password from this address, and returns the status."""
+    connection = http.client.HTTPConnection("127.0.0.1", PLAIN_PORT, timeout=60, source_address=(address, 0))
+    try:
+        connection.request("POST", "/api/login", json.dumps({"name": "bob", "password": "wrong"}),
+                           {"Content-Type": "application/json"})
+        return connection.getresponse().status
+    finally:
+        connection.close()
+
+
+class Shared:
+    """An iterator that several threads take from."""
+
+    def __init__(self, values):
+        self._values = iter(values)
+        self._lock = threading.Lock()
+
+    def __iter__(self):
+        return self
+
+    def __next__(self):
+        with self._lock:
+            return next(self._values)
 
 
 class Flood(HostTest):
@@ -19,8 +51,12 @@ class Flood(HostTest):
         host_test.add_accounts()
         for address in ADDRESSES:
             namespace.run("ip", "address", "add", f"{address}/32", "dev", "lo")
-        cls.server(Currentconnd())
+        namespace.run("ip", "route", "add", "local", NETWORK, "dev", "lo")
         cls.server(PlainLighttpd())
+
+    def setUp(self):
+        daemon = Currentconnd().start()  # one that remembers no client
+        self.addCleanup(daemon.stop)
 
     def guess(self, addresses):
         """Tries passwords from all of these in turn, until the test is over."""
@@ -46,14 +82,45 @@ class Flood(HostTest):
             for _ in guessers:
                 self.assertTrue(self.all_refused.acquire(timeout=300), "a guesser was never refused")
             before = len(self.refusals)
-            statuses = [Client(f"10.20.0.{2 + number % 7}").log_in("alice", namespace.PASSWORD).status
-                        for number in range(12)]
+            statuses = [Client(address).log_in("alice", namespace.PASSWORD).status for address in HONEST]
             self.assertGreater(len(self.refusals), before, "nobody guessed meanwhile")
         finally:
             self.is_over.set()
             for guesser in guessers:
                 guesser.join()
         self.assertEqual([200] * 12, statuses)
+
+    def logins_during(self, addresses):
+        """What the honest are answered while wrong passwords come from these, each used once."""
+        is_over, turned_away = threading.Event(), []
+
+        def guess():
+            for address in addresses:
+                if is_over.is_set():
+                    return
+                if try_from(address) == 503:
+                    turned_away.append(address)
+                    time.sleep(0.05)
+        guessers = [threading.Thread(target=guess) for _ in range(AT_ONCE)]
+        for guesser in guessers:
+            guesser.start()
+        try:
+            waiting.until("as many guesses as are let in", lambda: len(turned_away) > AT_ONCE)
+            return [Client(address).log_in("alice", namespace.PASSWORD).status for address in HONEST]
+        finally:
+            is_over.set()
+            for guesser in guessers:
+                guesser.join()
+
+    def test_whoever_has_logged_in_before_does_so_past_a_guesser_with_endless_addresses(self):
+        for address in HONEST[:7]:
+            self.assertEqual(200, Client(address).log_in("alice", namespace.PASSWORD).status)
+        fresh = Shared(f"10.40.{block}.{number}" for block, number in itertools.product(range(256), range(1, 255)))
+        self.assertEqual([200] * 12, self.logins_during(fresh))
+
+    def test_a_user_of_this_machine_is_one_guesser(self):
+        fresh = Shared(f"127.{block}.1.{number}" for block, number in itertools.product(range(256), range(1, 255)))
+        self.assertEqual([200] * 12, self.logins_during(fresh))
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// Clients whose logins were refused not long ago.
+// Clients to whom something happened not long ago.
 #pragma once
 
 #include <atomic>
@@ -11,17 +11,19 @@
 namespace host {
 
 inline constexpr std::chrono::minutes kRefusalsRemembered{10};
+inline constexpr std::chrono::days kLoginsRemembered{90};
 
 // What all processes of the daemon remember of them, in memory that they share. It has its size: of
 // clients that share a place in it the last one stays. Nobody can choose whose place that is.
-class RefusedClients {
+class RecentClients {
  public:
   using Clock = std::chrono::steady_clock;
 
-  RefusedClients();  // aborts where there is no memory: only called at start
-  ~RefusedClients();
-  RefusedClients(const RefusedClients&) = delete;
-  RefusedClients& operator=(const RefusedClients&) = delete;
+  // Aborts where there is no memory: only made at start.
+  explicit RecentClients(std::chrono::seconds remembered);
+  ~RecentClients();
+  RecentClients(const RecentClients&) = delete;
+  RecentClients& operator=(const RecentClients&) = delete;
 
   void note(std::string_view client, Clock::time_point now = Clock::now());
   [[nodiscard]] bool holds(std::string_view client, Clock::time_point now = Clock::now()) const;
@@ -29,8 +31,9 @@ class RefusedClients {
  private:
   [[nodiscard]] std::uint64_t hashOf(std::string_view client) const;
 
+  std::chrono::seconds remembered_;
   std::string key_;
-  // Half a client's hash, then the second of its last refusal; 0: nobody.
+  // Half a client's hash, then the second when it was noted last; 0: nobody.
   std::span<std::atomic<std::uint64_t>> places_;
 };
 
