@@ -42,14 +42,16 @@ std::optional<std::string> unescaped(std::string_view text) {
 }
 
 // No less than the number of values in the JSON text: each but the first stands behind a comma, or
-// is the first one in a bracket.
-std::size_t mostValuesIn(std::string_view text) {
+// is the first one in a bracket. None where it has a comment: that is no JSON, but the reader takes
+// it, and a quote in it would hide what follows.
+std::optional<std::size_t> mostValuesIn(std::string_view text) {
   std::size_t values = 1;
   bool isInside = false;  // of a text
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char letter = text[i];
     if (letter == '\\' && isInside) ++i;
     if (letter == '"') isInside = !isInside;
+    if (letter == '/' && !isInside) return std::nullopt;
     if (!isInside && (letter == ',' || letter == '[' || letter == '{')) ++values;
   }
   return values;
@@ -78,7 +80,8 @@ std::optional<Json::Value> queryParameters(std::string_view query) {
 
 std::optional<Json::Value> bodyParameters(std::string_view body) {
   if (body.empty()) return Json::Value(Json::objectValue);
-  if (!zevo::validUtf8(body) || mostValuesIn(body) > kMostValues) return std::nullopt;
+  const auto values = mostValuesIn(body);
+  if (!zevo::validUtf8(body) || !values || *values > kMostValues) return std::nullopt;
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
   builder["stackLimit"] = kDeepest;

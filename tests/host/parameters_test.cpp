@@ -75,6 +75,16 @@ TEST(BodyParameters, HoldSoManyValuesAndNoMore) {
       << "what stands in a text is no value";
 }
 
+TEST(BodyParameters, HideNoValuesBehindAComment) {
+  std::string values;
+  for (std::size_t i = 0; i < kMostValues; ++i) values += "[0],";
+  EXPECT_EQ(bodyParameters(R"({/*"*/"a":[)" + values + "0]}"), std::nullopt);
+  for (const char* text : {R"({/*c*/"a":1})", "{\"a\":1//c\n}", R"({"a":/**/1})"}) {
+    EXPECT_EQ(bodyParameters(text), std::nullopt) << text;
+  }
+  EXPECT_TRUE(bodyParameters(R"({"a":"//"})"));
+}
+
 TEST(JsonType, IsTakenWithItsParameters) {
   EXPECT_TRUE(isJsonType("application/json"));
   EXPECT_TRUE(isJsonType("Application/JSON ; charset=utf-8"));
