@@ -10,6 +10,8 @@
 #include "zevo/error_trail.h"
 #include "zevo/login_link.h"
 #include "zevo/login_state.h"
+#include "zevo/session_file.h"
+#include "zevo/web_login.h"
 
 #include "output.h"
 #include "table_output.h"
@@ -40,8 +42,7 @@ ExitCode fail(const std::string& reason) {
 }
 
 // Why the account cannot log in to the page; empty where nothing is known to be in the way.
-std::string objectionTo(const UserRecord& user) {
-  const zevo::LoginState state = zevo::loginState(user);
+std::string objectionTo(const UserRecord& user, const zevo::LoginState& state) {
   if (state.isExpired) return "the account is disabled or has expired";
   if (user.uid != 0 && state.isLocked) return "the account is locked: give it a password";
   if (user.uid != 0 && !state.hasLoginShell) return "the account has no login shell";
@@ -58,18 +59,30 @@ std::optional<std::time_t> endOf(const LoginLink& request) {
   return std::time(nullptr) + *request.viewDays * kSecondsADay;
 }
 
+// False with the last error set where it cannot be written.
+bool create(const zevo::LinkAccount& account, const std::string& passwordField,
+            std::string* token) {
+  const std::string& file = zevo::config().sessionFile;
+  if (ZEVOCgiSessionFileCreate(file.c_str()) != 0) return false;
+  const auto key = zevo::loginKey(file);
+  if (!key) return false;
+  zevo::LinkAccount marked = account;
+  marked.passwordMark = zevo::passwordMark(*key, account.name, passwordField);
+  return zevo::createLoginLink(file, marked, token);
+}
+
 }  // namespace
 
 ExitCode makeLoginLink(const LoginLink& request) {
   const std::string name = request.user.value_or("root");
   const User user = lookUp(name);
   if (!user) return fail("there is no account \"" + name + "\"");
-  const std::string objection = objectionTo(*user);
+  const zevo::LoginState state = zevo::loginState(*user);
+  const std::string objection = objectionTo(*user, state);
   if (!objection.empty()) return fail(objection);
   std::string token;
   zevo::clearErrorTrail();
-  const zevo::LinkAccount account = {user->name, user->uid, endOf(request)};
-  if (!zevo::createLoginLink(zevo::config().sessionFile, account, &token)) {
+  if (!create({user->name, user->uid, endOf(request)}, state.passwordField, &token)) {
     const auto causes = zevo::errorTrail();
     return fail(causes.empty() ? "it could not be written" : causes.back());
   }

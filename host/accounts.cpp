@@ -7,7 +7,7 @@
 #include "zevo/account.h"
 #include "zevo/administrators.h"
 #include "zevo/login_state.h"
-#include "zevo/login_token.h"
+#include "zevo/web_login.h"
 
 namespace host {
 namespace {
@@ -40,7 +40,7 @@ std::optional<Account> SystemAccounts::byName(const std::string& name) {
                  .isAdministrator = zevo::isAdministrator(*user),
                  .isLocked = state.isLocked,
                  .hasLoginShell = state.hasLoginShell,
-                 .passwordMark = zevo::keyedHash(key_, user->name + (':' + state.passwordField))};
+                 .passwordMark = zevo::passwordMark(key_, user->name, state.passwordField)};
 }
 
 std::optional<Account> SystemAccounts::byUid(uid_t uid) {

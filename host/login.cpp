@@ -107,6 +107,9 @@ Verdict checkToken(const std::string& token, const LoginTools& tools) {
   if (account && account->uid != link->uid) {
     return {std::nullopt, link->name, "the account is another one than the link was made for"};
   }
+  if (account && account->passwordMark != link->passwordMark) {
+    return {std::nullopt, link->name, "the password was changed after the link was made"};
+  }
   if (link->viewUntil && *link->viewUntil <= std::time(nullptr)) {
     return {std::nullopt, link->name, "the view login has ended"};
   }

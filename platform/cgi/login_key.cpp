@@ -37,6 +37,11 @@ std::optional<FileFailure> readKey(const std::string& path, std::string* key) {
 
 }  // namespace
 
+std::string passwordMark(const std::string& key, const std::string& name,
+                         const std::string& passwordField) {
+  return keyedHash(key, name + ':' + passwordField);
+}
+
 std::optional<std::string> loginKey(const std::string& path) {
   const std::string keyFile = keyFileOf(path);
   std::string key;

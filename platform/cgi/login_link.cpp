@@ -45,17 +45,21 @@ std::optional<Number> takeNumber(std::string_view& text) {
   return number;
 }
 
-// "UID END NAME"; the end is 0 for any other than a view login.
+// "UID END MARK NAME"; the end is 0 for any other than a view login.
 std::string contentOf(const LinkAccount& account) {
   return std::to_string(account.uid) + " " + std::to_string(account.viewUntil.value_or(0)) + " " +
-         account.name;
+         account.passwordMark + " " + account.name;
 }
 
 std::optional<LinkAccount> parseAccount(std::string_view content) {
   const auto uid = takeNumber<uid_t>(content);
   const auto end = uid ? takeNumber<std::time_t>(content) : std::nullopt;
-  if (!end || content.empty()) return std::nullopt;
-  return LinkAccount{std::string(content), *uid, *end == 0 ? std::nullopt : end};
+  const std::size_t space = end ? content.find(' ') : std::string_view::npos;
+  if (space == std::string_view::npos || space + 1 == content.size()) return std::nullopt;
+  return LinkAccount{.name = std::string(content.substr(space + 1)),
+                     .uid = *uid,
+                     .viewUntil = *end == 0 ? std::nullopt : end,
+                     .passwordMark = std::string(content.substr(0, space))};
 }
 
 void removeOldLinks(int folder) {

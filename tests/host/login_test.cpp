@@ -25,6 +25,11 @@ Json::Value json(const std::string& text) {
   return value;
 }
 
+zevo::LinkAccount linkOf(const std::string& name, uid_t uid,
+                         std::optional<std::time_t> viewUntil = std::nullopt) {
+  return {name, uid, viewUntil, "mark of " + name};
+}
+
 class Logging : public testing::Test {
  protected:
   ~Logging() override {
@@ -150,7 +155,7 @@ TEST_F(Logging, InIsRefusedToAccountsThatAreLockedOrHaveNoLoginShell) {
   EXPECT_THAT(log_, HasSubstr("user \"alice\": the account is locked\n"));
   waited_.clear();
   accounts_.add({.name = "alice", .uid = 1000, .hasLoginShell = false});
-  link_ = zevo::LinkAccount{"alice", 1000};
+  link_ = linkOf("alice", 1000);
   expectRefusal(post(R"({"token":"T"})"));
   EXPECT_THAT(log_, HasSubstr("user \"alice\": the account has no login shell\n"));
 }
@@ -201,7 +206,7 @@ TEST_F(Logging, InAsRootIsRefusedWhereAnAccountHasItsAlias) {
 
 TEST_F(Logging, InWithALinkNeedsNoPassword) {
   accounts_.add({.name = "root", .uid = 0, .isLocked = true, .hasLoginShell = false});
-  link_ = zevo::LinkAccount{"root", 0};
+  link_ = linkOf("root", 0);
   const Answer answer = post(R"({"token":"T"})");
   EXPECT_EQ(json(answer.body)["data"]["user"], "admin");
   EXPECT_EQ(added_.at(0).uid, 0U);
@@ -210,25 +215,32 @@ TEST_F(Logging, InWithALinkNeedsNoPassword) {
 
 TEST_F(Logging, InWithALinkToViewEndsOnItsDate) {
   const std::time_t end = std::time(nullptr) + 86400;
-  link_ = zevo::LinkAccount{"root", 0, end};
+  link_ = linkOf("root", 0, end);
   const Answer answer = post(R"({"token":"T"})");
   EXPECT_EQ(json(answer.body)["data"]["viewUntil"].asInt64(), end);
   EXPECT_EQ(added_.at(0).viewUntil, end);
   EXPECT_EQ(added_.at(0).browser, "curl (view only)");
   EXPECT_THAT(answer.headers[1].second, testing::MatchesRegex(".*; Max-Age=86(400|39[0-9])"));
   added_.clear();
-  link_ = zevo::LinkAccount{"root", 0, std::time(nullptr)};
+  link_ = linkOf("root", 0, std::time(nullptr));
   expectRefusal(post(R"({"token":"T"})"));
 }
 
 TEST_F(Logging, InWithALinkThatIsNoneIsRefused) {
   expectRefusal(post(R"({"token":"T"})"));
   waited_.clear();
-  link_ = zevo::LinkAccount{"alice", 4711};
+  link_ = linkOf("alice", 4711);
   expectRefusal(post(R"({"token":"T"})"));
   waited_.clear();
-  link_ = zevo::LinkAccount{"bob", 1001};
+  link_ = linkOf("bob", 1001);
   expectRefusal(post(R"({"token":"T"})"));
+}
+
+TEST_F(Logging, InWithALinkIsRefusedOnceThePasswordWasChanged) {
+  accounts_.add({.name = "alice", .uid = 1000, .passwordMark = "of another password"});
+  link_ = linkOf("alice", 1000);
+  expectRefusal(post(R"({"token":"T"})"));
+  EXPECT_THAT(log_, HasSubstr("the password was changed after the link was made"));
 }
 
 TEST_F(Logging, InNeedsANameAndAPasswordOrAToken) {

@@ -13,13 +13,14 @@ namespace zevo {
 
 inline constexpr int kLoginLinkSeconds = 300;
 
-// Whom a link logs in. The number is kept beside the name, so that an account that takes the name
-// over later gets nothing.
+// Whom a link logs in. The number and the mark are kept beside the name, so that an account that
+// takes the name over later gets nothing, and nobody does once the password was changed.
 struct LinkAccount {
   std::string name;  // the account's own: "root" for uid 0
   uid_t uid = 0;
   // When the login ends that the link makes. Only that of a view login has it (zevo/web_login.h).
   std::optional<std::time_t> viewUntil = std::nullopt;
+  std::string passwordMark = {};  // of the account when the link was made (zevo/web_login.h)
 
   bool operator==(const LinkAccount&) const = default;
 };

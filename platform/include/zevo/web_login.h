@@ -19,7 +19,7 @@ struct WebLogin {
   std::string address;       // of the client, numeric
   std::string browser = {};  // short name; shortened further until the record's line fits
   std::time_t started = 0;
-  std::string passwordMark = {};  // keyedHash of the account's password field when it logged in
+  std::string passwordMark = {};  // of the account when it logged in
   // When it ends. Only a view login has it: it lists and changes nothing, and does not idle out.
   std::optional<std::time_t> viewUntil = std::nullopt;
   int number = 0;  // the login's own, 1 or more: what lists show as its pid
@@ -51,6 +51,11 @@ ZEVO_EXPORT bool removeWebLogin(const std::string& path, const std::string& id);
 // long, so that logins outlive a restart of the host, and made where there is none that only its
 // owner could have read. None with the last error set where it can be neither read nor made.
 ZEVO_EXPORT std::optional<std::string> loginKey(const std::string& path);
+
+// The mark of the account `name` whose password field this is (zevo/login_state.h): another one
+// after each change of either.
+ZEVO_EXPORT std::string passwordMark(const std::string& key, const std::string& name,
+                                     const std::string& passwordField);
 
 // Short name of the browser for a User-Agent header: "Firefox", "Chrome", "curl", …; the first
 // word, made printable, where it is none that is known.

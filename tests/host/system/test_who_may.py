@@ -215,6 +215,15 @@ class WhoMay(HostTest):
         namespace.run("chpasswd", text=f"root:{PASSWORD}\n")
         self.assertEqual(401, client.get("list").status, "another password ends root's logins too")
 
+    def test_a_link_does_not_outlive_the_password(self):
+        namespace.add_account("ingo")
+        links = [listing.run("login-link", *view, "ingo").stdout.strip() for view in ((), (), ("--view",))]
+        tokens = [{"token": link.split("#login=")[1]} for link in links]
+        self.assertEqual(200, Client("10.20.0.7").post("/api/login", tokens[0]).status)
+        namespace.run("chpasswd", text="ingo:another one\n")
+        for token in tokens[1:]:
+            self.assertEqual(401, Client("10.20.0.7").post("/api/login", token).status)
+
     def test_every_method_for_every_caller(self):
         asked = self._callers()
         self.assertEqual(set(CALLERS), set(asked))

@@ -61,7 +61,7 @@ TEST_F(LoginLink, WorksOnce) {
 }
 
 TEST_F(LoginLink, CarriesTheEndOfAViewLogin) {
-  const LinkAccount view = {"alice", 1000, 1795210000};
+  const LinkAccount view = {"alice", 1000, 1795210000, "mark"};
   EXPECT_THAT(takeLoginLink(path(), create(view)), Optional(Eq(view)));
 }
 
@@ -82,9 +82,9 @@ TEST_F(LoginLink, FromTheFutureDoesNotWork) {
 }
 
 TEST_F(LoginLink, KeepsItsTokensHashAlone) {
-  const std::string token = create();
+  const std::string token = create({"alice", 1000, std::nullopt, "mark"});
   EXPECT_TRUE(std::filesystem::exists(file(token)));
-  EXPECT_EQ(testing_support::contentOf(file(token)), "1000 0 alice");
+  EXPECT_EQ(testing_support::contentOf(file(token)), "1000 0 mark alice");
   struct stat status {};
   ASSERT_EQ(::stat(file(token).c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0600U);
