@@ -12,6 +12,8 @@ foreach(subject account api_request api_response api_table cgi connections error
     login_log read_notes session_file string_bundle string_list unicode web_utils)
   install(FILES platform/include/zevo/${subject}.h DESTINATION include/currentconn/zevo)
 endforeach()
+install(FILES docs/hosting.md DESTINATION share/doc/currentconn-dev)
+install(DIRECTORY examples/maker DESTINATION share/doc/currentconn-dev/examples PATTERN .clang-format EXCLUDE)
 foreach(file currentconn.pc currentconn-config.cmake)
   configure_file(packaging/${file}.in ${CMAKE_BINARY_DIR}/${file} @ONLY)
 endforeach()
