@@ -70,9 +70,9 @@ int ZEVOCgiLoginUserCurrentLog(const char* sessionFilePath, _tag_ZEVO_CURCONN_**
     json_object* record = nullptr;
     for (std::string line; std::getline(file, line);) {
       if (ZevoCgiJsonRecordInit(&record, line.c_str()) == 0) continue;
-      logins.push_back({std::atoi(textOf(record, "number")), ZEVO_CURCONN_HTTP,
-                        textOf(record, "since"), textOf(record, "client"), textOf(record, "user"),
-                        "browser"});
+      logins.push_back({json_object_get_int(json_object_object_get(record, "number")),
+                        ZEVO_CURCONN_HTTP, textOf(record, "since"), textOf(record, "client"),
+                        textOf(record, "user"), "browser"});
     }
     json_object_put(record);
     return handOut(logins, records);

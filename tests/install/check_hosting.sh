@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # check_hosting.sh SOURCE BUILD: what the guide for makers lists is what the built module asks for, no more and no less.
 set -euo pipefail
+export LC_ALL=C
 guide=$1/docs/hosting.md
 module=$2/modules/ZEVO.Core.CurrentConnection.so
 libraries=$2/lib
