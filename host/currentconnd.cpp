@@ -14,6 +14,7 @@
 #include "zevo/config.h"
 #include "zevo/config_check.h"
 
+#include "base/proc_pids.h"
 #include "call.h"
 #include "client_network.h"
 #include "log.h"
@@ -116,6 +117,7 @@ int main(int argc, char** argv) try {
   if (::geteuid() != 0) {
     return host::fail("it reads other users' connections and needs root: run it as root");
   }
+  if (const auto foreign = zevo::foreignPids()) return host::fail(*foreign);
   ::umask(0077);
   host::openLog();
   return host::serve();

@@ -21,10 +21,14 @@ class Row(NamedTuple):
     descr: str
 
 
+def program():
+    """The path of the program under test."""
+    return os.path.realpath(os.environ.get("CURRENTCONN", DEFAULT_PROGRAM))
+
+
 def run(*arguments):
     """Runs currentconn with arguments to its end, however it ends."""
-    program = os.path.realpath(os.environ.get("CURRENTCONN", DEFAULT_PROGRAM))
-    return subprocess.run([program, *arguments], capture_output=True, text=True, timeout=_LIMIT_SECONDS,
+    return subprocess.run([program(), *arguments], capture_output=True, text=True, timeout=_LIMIT_SECONDS,
                           stdin=subprocess.DEVNULL, env=namespace.ENVIRONMENT)
 
 

@@ -3,6 +3,7 @@
 import subprocess
 
 import listing
+import namespace
 import processes
 import waiting
 from clients import ssh
@@ -115,6 +116,23 @@ class KickTest(ServiceTest):
         done = listing.run("kick", "--yes", str(process.pid))
         self.assertEqual(1, done.returncode, done.stdout + done.stderr)
         self.assertIsNone(process.poll())
+
+    def test_nothing_is_signalled_where_proc_shows_the_pids_of_another_namespace(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        row = Row("alice", "10.20.0.2", "FTP", "/home/alice")
+        pid = self.assertList([row])[0]["pid"]
+        # A process that has the session's pid, but in the namespace inside.
+        victim = f"until sleep 600 & disown; [ $! -ge {pid} ]; do kill -KILL $!; done; victim=$!"
+        for command in (f"kick --yes {pid}", "kick --yes --user alice", "disable --yes alice"):
+            with self.subTest(command):
+                inside = f'{victim}; "$0" {command}; echo "exit $?"; [ $victim = {pid} ] && kill $victim && echo "victim alive"'
+                done = subprocess.run(["unshare", "--pid", "--fork", "--kill-child", "bash", "-c", inside, listing.program()],
+                                      capture_output=True, text=True, timeout=90, stdin=subprocess.DEVNULL,
+                                      env=namespace.ENVIRONMENT)
+                self.assertEqual("exit 1\nvictim alive\n", done.stdout, done.stderr)
+                self.assertRegex(done.stderr, r"/proc is that of another pid namespace: .* mount a /proc of this pid namespace")
+        self.assertFalse(client.has_ended())
+        self.assertList([row])
 
     def test_a_second_kick_of_the_same_row_harms_nothing(self):
         client = self.client(Ftp, "alice", "10.20.0.2")

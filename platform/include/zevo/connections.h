@@ -44,9 +44,10 @@ extern "C" {
 // resource in use. Stores the address of a newly allocated array in *records, or null, and returns
 // the number of records; a service that is not installed or not running has none. What could
 // not be read of a service is left out and stands in the notes of zevo/read_notes.h. Returns a
-// negative number and sets the last error where processes or sockets cannot be read. The caller
-// releases *records with one free(), whatever the result. Needs effective uid 0 to see other users'
-// processes; starts child processes and waits for them (10 s each at most, see the configuration).
+// negative number and sets the last error where processes or sockets cannot be read, or /proc shows
+// other pids than those that kill(2) takes. The caller releases *records with one free(), whatever
+// the result. Needs effective uid 0 to see other users' processes; starts child processes and waits
+// for them (10 s each at most, see the configuration).
 ZEVO_EXPORT int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records);
 
 }  // extern "C"

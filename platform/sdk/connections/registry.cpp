@@ -18,6 +18,7 @@
 #include "zevo/list_age.h"
 #include "zevo/read_notes.h"
 
+#include "base/proc_pids.h"
 #include "base/text.h"
 #include "sdk/connections/afp.h"
 #include "sdk/connections/boot_clock.h"
@@ -151,6 +152,10 @@ int get(_tag_ZEVO_CURCONN_** records) {
     return -1;
   }
   Paths paths;
+  if (const auto foreign = foreignPids(paths.proc)) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, *foreign);
+    return -1;
+  }
   paths.smbstatus = config().smbstatus;
   paths.sharedList = config().listFolder;
   ToolLimits limits;

@@ -117,6 +117,16 @@ class Start(HostTest):
         self.assertEqual((1, f"currentconnd: cannot listen on {LOCAL_SOCKET}: a folder is there; {PATH_OF_ITS_OWN}\n"),
                          (done.returncode, done.stderr))
 
+    def test_pids_of_another_namespace_stop_it(self):
+        namespace.write(CONFIGURATION, "")
+        done = subprocess.run(["unshare", "--pid", "--fork", "--kill-child", os.environ["CURRENTCONND"]],
+                              capture_output=True, text=True, timeout=60, stdin=subprocess.DEVNULL,
+                              env=namespace.ENVIRONMENT, cwd="/")
+        self.assertEqual((1, ""), (done.returncode, done.stdout), done.stderr)
+        self.assertRegex(done.stderr, r"^currentconnd: /proc is that of another pid namespace: this process is 1, and \d+ "
+                                      r"there, so a signal would reach another process; mount a /proc of this pid namespace")
+        self.assertFalse(os.path.exists(WEB_SOCKET))
+
     def test_a_system_without_the_pam_service_is_told_which_file_to_install(self):
         told = 'there is no PAM service "currentconn": install /etc/pam.d/currentconn, or'
         for is_there in (True, False):
