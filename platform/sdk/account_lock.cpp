@@ -1,16 +1,67 @@
 #include "sdk/account_lock.h"
 
 #include <cerrno>
+#include <charconv>
+#include <pwd.h>
+#include <string_view>
 #include <thread>
 
-namespace zevo {
+#include "base/file_failure.h"
+#include "base/name_service.h"
+#include "base/read_file.h"
+#include "base/text.h"
 
-std::optional<FileFailure> lockAccounts(const std::string& path, std::chrono::milliseconds wait,
+namespace zevo {
+namespace {
+
+constexpr std::size_t kLongestStatus = 65536;
+
+// The rest of the line of /proc/PID/status that begins with `key`; a name fakes no line, since the
+// kernel escapes line breaks.
+std::string_view valueOf(std::string_view status, std::string_view key) {
+  const std::size_t begin = status.find(key);
+  if (begin == std::string_view::npos) return {};
+  status.remove_prefix(begin + key.size());
+  return status.substr(0, status.find('\n'));
+}
+
+// Of the user whose number `text` begins with.
+std::string accountName(std::string_view text) {
+  uid_t uid = 0;
+  const auto end = std::from_chars(text.data(), text.data() + text.size(), uid);
+  if (end.ec != std::errc()) return "unknown";
+  const auto answer =
+      askNameService<passwd>([&](passwd* entry, char* texts, std::size_t size, passwd** found) {
+        return ::getpwuid_r(uid, entry, texts, size, found);
+      });
+  return answer.found ? std::string(answer.entry.pw_name) : std::to_string(uid);
+}
+
+// The process, its name and its real user: passwd has root's rights, but its user can stop it.
+std::string describe(pid_t pid) {
+  std::string process = "process " + std::to_string(pid);
+  std::string status;
+  if (readFile("/proc/" + std::to_string(pid) + "/status", kLongestStatus, &status)) return process;
+  return process + " (" + printable(valueOf(status, "Name:\t")) + " of " +
+         accountName(valueOf(status, "\nUid:\t")) + ")";
+}
+
+// Who holds a lock that conflicts with `wanted`, and what to do. The kernel names neither a process
+// of another pid namespace nor the holder of an open file's lock.
+std::string heldBy(int file, struct flock wanted) {
+  const bool isTold = ::fcntl(file, F_GETLK, &wanted) == 0 && wanted.l_type != F_UNLCK;
+  if (!isTold || wanted.l_pid <= 0) return "another process holds it; try again";
+  return describe(wanted.l_pid) + " holds it; end that process and try again";
+}
+
+}  // namespace
+
+std::optional<std::string> lockAccounts(const std::string& path, std::chrono::milliseconds wait,
                                         FileDescriptor* lock) {
   using Clock = std::chrono::steady_clock;
   const auto deadline = Clock::now() + wait;
   *lock = openFile(path.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0600);
-  if (!*lock) return FileFailure{"open", path, errno};
+  if (!*lock) return FileFailure{"open", path, errno}.text();
   struct flock whole {};
   whole.l_type = F_WRLCK;
   whole.l_whence = SEEK_SET;
@@ -18,8 +69,10 @@ std::optional<FileFailure> lockAccounts(const std::string& path, std::chrono::mi
   // also with another of our own.
   while (::fcntl(lock->get(), F_OFD_SETLK, &whole) != 0) {
     if (errno == EINTR) continue;
-    if (errno != EAGAIN && errno != EACCES) return FileFailure{"lock", path, errno};
-    if (Clock::now() >= deadline) return FileFailure{"lock", path, ETIMEDOUT};
+    if (errno != EAGAIN && errno != EACCES) return FileFailure{"lock", path, errno}.text();
+    if (Clock::now() >= deadline) {
+      return "cannot lock " + printable(path, 4096) + ": " + heldBy(lock->get(), whole);
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return std::nullopt;

@@ -163,7 +163,7 @@ int writeShadow(const AccountDatabase& database, const ShadowWrite& write) {
   }
   FileDescriptor lock;
   if (const auto failure = lockAccounts(database.paths.lock, database.lockWait, &lock)) {
-    return notedError(*failure);
+    return notedError(ZEVO_ERR_SYSTEM, *failure);
   }
   return writeLocked(database, write, batch);
 }

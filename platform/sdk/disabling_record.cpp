@@ -124,7 +124,8 @@ std::string textOf(const Disablings& disablings) {
 bool DisablingRecord::open(std::chrono::milliseconds wait) {
   if (!makeFolder(folder_)) return false;
   if (const auto failure = lockAccounts(pathIn(folder_) + ".lock", wait, &lock_)) {
-    return cannot(*failure);
+    notedError(ZEVO_ERR_SYSTEM, *failure);
+    return false;
   }
   return read();
 }

@@ -2,6 +2,8 @@
 
 import json
 import os
+import signal
+import subprocess
 
 import listing
 import namespace
@@ -99,6 +101,23 @@ class UndoingTest(AccountTest):
         self.assertIn("was disabled already: alice; to undo it", self.disable("alice").stdout)
         self.enable("alice")
         self.assertEqual(before, shadow_line("alice"))
+
+    def test_who_keeps_the_account_files_locked_is_named(self):
+        # Root's rights and alice's real user, as in a passwd that alice has stopped.
+        editor = subprocess.Popen(["setpriv", "--ruid", "alice", "vipw", "--shadow"], stdin=subprocess.DEVNULL,
+                                  stdout=subprocess.DEVNULL, env=namespace.ENVIRONMENT | {"VISUAL": "sleep 600 #"})
+        self.addCleanup(editor.wait)
+        self.addCleanup(editor.kill)
+        waiting.until("the lock", lambda: f" {editor.pid} " in namespace.read("/proc/locks"))
+        editor.send_signal(signal.SIGSTOP)
+        before = namespace.read("/etc/shadow")
+        done = self.disable("bob", status=1)
+        self.assertIn(f"cannot lock /etc/.pwd.lock: process {editor.pid} (vipw of alice) holds it; end that process and try "
+                      "again\n", done.stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+        editor.kill()
+        editor.wait()
+        self.disable("bob")
 
     def test_an_account_that_was_not_disabled_here_is_refused_and_so_are_the_others(self):
         namespace.run("chage", "--expiredate", "1", "bob")

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +15,7 @@
 #include "platform/base/failing_operations.h"
 #include "platform/sdk/account_fixture.h"
 #include "sdk/account_lock.h"
+#include "sdk/connections/account_name.h"
 
 namespace zevo {
 namespace {
@@ -161,16 +163,19 @@ TEST_F(AccountWrite, FailsWhileAnotherProgramHoldsTheLock) {
   ASSERT_FALSE(lockAccounts(database_.paths.lock, std::chrono::milliseconds(0), &lock));
   database_.lockWait = std::chrono::milliseconds(30);
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
+  EXPECT_EQ(errorTrail().at(0),
+            "cannot lock " + database_.paths.lock + ": another process holds it; try again");
   lock.reset();
   EXPECT_EQ(disable({"cid"}), ZEVO_ERR_NONE);
 }
 
-TEST_F(AccountWrite, WaitsForTheLockThatOtherProgramsTake) {
+TEST_F(AccountWrite, NamesTheProgramThatHoldsTheLock) {
   struct flock whole {};
   whole.l_type = F_WRLCK;
   whole.l_whence = SEEK_SET;
   const pid_t other = ::fork();
   if (other == 0) {  // what lckpwdf(3) does
+    ::prctl(PR_SET_NAME, "pass\x1bwd");
     const int file = ::open(database_.paths.lock.c_str(), O_WRONLY | O_CREAT, 0600);
     ::_exit(::fcntl(file, F_SETLKW, &whole) == 0 && ::pause() == 0 ? 0 : 1);
   }
@@ -182,6 +187,10 @@ TEST_F(AccountWrite, WaitsForTheLockThatOtherProgramsTake) {
   database_.lockWait = std::chrono::milliseconds(30);
   lock.reset();
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
+  EXPECT_EQ(errorTrail().at(0), "cannot lock " + database_.paths.lock + ": process " +
+                                    std::to_string(other) + " (pass\uFFFDwd of " +
+                                    connections::accountName(::getuid()) +
+                                    ") holds it; end that process and try again");
   ::kill(other, SIGKILL);
   ::waitpid(other, nullptr, 0);
 }
