@@ -1,6 +1,10 @@
 #include "sdk/connections/client_sockets.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <string>
+
+#include "base/text.h"
 
 namespace zevo::connections {
 namespace {
@@ -9,19 +13,39 @@ namespace {
 // below all files. What its listener held at that moment may lie below it: AFP's holds a descriptor
 // for each session.
 constexpr std::size_t kMostOfService = 4096;
-// No more than a quarter of what a user's process may open without asking for more: a user can make
-// processes that look like orphans, as many as he may have.
+// No more than a quarter of what a user's process may open without asking for more.
 constexpr std::size_t kMostOfOrphan = 256;
+// Where many processes look like orphans, each still has these: an FTP server's holds its client
+// under the lowest.
+constexpr std::size_t kLeastOfOrphan = 8;
 
-// How many descriptors of `process` are looked at.
-Reading<std::size_t> descriptorsToAsk(const Sources& sources, const Process& process,
-                                      Family family) {
+// The sockets of an orphan, out of the looks that all of them share.
+Reading<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& process,
+                                       const ProcessFiles& files) {
+  OrphanLooks& looks = sources.orphanLooks();
+  const std::size_t most = std::clamp(looks.left, kLeastOfOrphan, kMostOfOrphan);
+  auto low = files.sockets(most);
+  if (!low.ok()) return low;
+  looks.left -= std::min(looks.left, low->looks);
+  if (low->hasMore && most < kMostOfOrphan && !looks.isNoted) {
+    looks.isNoted = true;
+    sources.note(kConnectionsMissing, "",
+                 "too many processes look like what is left of sessions, process " +
+                     std::to_string(process.pid) + " (" + printable(process.name) +
+                     ") among them; end those that are not");
+  }
+  return low;
+}
+
+// The sockets of `process` as far as it is looked at.
+Reading<LowSockets> askedSockets(const Sources& sources, const Process& process, Family family,
+                                 const ProcessFiles& files) {
   const auto vouched = isVouchedFor(sources, process, family);
-  if (!vouched.ok()) return Reading<std::size_t>::like(vouched);
-  if (*vouched) return kMostOfService;
+  if (!vouched.ok()) return Reading<LowSockets>::like(vouched);
+  if (*vouched) return files.sockets(kMostOfService);
   const auto orphaned = isBelowOrphan(sources, process, family);
-  if (!orphaned.ok()) return Reading<std::size_t>::like(orphaned);
-  return *orphaned ? kMostOfOrphan : 0;
+  if (!orphaned.ok()) return Reading<LowSockets>::like(orphaned);
+  return *orphaned ? lowSocketsOfOrphan(sources, process, files) : Reading<LowSockets>({});
 }
 
 // The connections of the network namespace of a process's server, where that is not ours; null
@@ -45,20 +69,17 @@ const Reading<SocketTable>* otherSockets(const Sources& sources, const Process& 
 Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
                                            Family family) {
   using Result = Reading<std::vector<Socket>>;
-  const auto most = descriptorsToAsk(sources, process, family);
-  if (!most.ok()) return Result::like(most);
-  if (*most == 0) return std::vector<Socket>();
   const auto files = sources.filesOf(process);
-  const auto descriptors =
-      files.ok() ? files->sockets(*most) : Reading<std::vector<SocketDescriptor>>::like(files);
-  if (!descriptors.ok()) return Result::like(descriptors);
-  if (descriptors->empty()) return std::vector<Socket>();
+  const auto low = files.ok() ? askedSockets(sources, process, family, *files)
+                              : Reading<LowSockets>::like(files);
+  if (!low.ok()) return Result::like(low);
+  if (low->sockets.empty()) return std::vector<Socket>();
   const Reading<SocketTable>& ours = sources.sockets();
   if (!ours.ok()) return Result::like(ours);
   const Reading<SocketTable>* others = otherSockets(sources, process, *files);
   if (others != nullptr && !others->ok()) return Result::like(*others);
   std::vector<Socket> sockets;
-  for (const SocketDescriptor& descriptor : *descriptors) {
+  for (const SocketDescriptor& descriptor : low->sockets) {
     const Socket* socket = ours->find(descriptor.inode);
     if (socket == nullptr && others != nullptr) socket = (*others)->find(descriptor.inode);
     if (socket != nullptr) sockets.push_back(*socket);

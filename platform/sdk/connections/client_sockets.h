@@ -11,8 +11,9 @@ namespace zevo::connections {
 
 // The TCP connections of a process of the service, by number of descriptor: those of our network
 // namespace and those of its server's, where that is another one. Only the lowest descriptors are
-// looked at, of what the service vouches for or what may be an orphan of it (or stand below one).
-// Any other process has none, and is not asked: a user's may hold millions.
+// looked at, of what the service vouches for or what may be an orphan of it (or stand below one);
+// where many may be orphans, only a few of each, which is noted. Any other process has none, and is
+// not asked: a user's may hold millions.
 Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
                                            Family family);
 

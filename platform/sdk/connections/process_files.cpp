@@ -260,32 +260,32 @@ Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
   return readLongText("net/" + table);
 }
 
-Reading<std::vector<SocketDescriptor>> ProcessFiles::sockets(std::size_t most) const {
-  using Sockets = std::vector<SocketDescriptor>;
+Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
   FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
-  if (!descriptors) return endedOrFailed<Sockets>("fd", errno);
+  if (!descriptors) return endedOrFailed<LowSockets>("fd", errno);
   const OpenFolder folder(::fdopendir(descriptors.get()));
-  if (!folder) return endedOrFailed<Sockets>("fd", errno);
+  if (!folder) return endedOrFailed<LowSockets>("fd", errno);
   static_cast<void>(descriptors.release());  // the folder closes it
 
-  Sockets sockets;
-  std::size_t seen = 0;  // the kernel lists them in order of numbers
+  LowSockets low;  // the kernel lists descriptors in order of numbers
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     const auto number = descriptorNumber(entry->d_name);
     if (!number) continue;
-    if (++seen > most) break;
+    low.hasMore = low.looks == most;
+    if (low.hasMore) break;
+    ++low.looks;
     std::array<char, 64> target{};  // a socket's is shorter; anything longer is none
     const ssize_t size =
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
     if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
-    if (size < 0) return endedOrFailed<Sockets>("fd", errno);
+    if (size < 0) return endedOrFailed<LowSockets>("fd", errno);
     const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
-    if (inode) sockets.push_back({*number, *inode});
+    if (inode) low.sockets.push_back({*number, *inode});
   }
-  if (errno != 0) return endedOrFailed<Sockets>("fd", errno);
-  std::sort(sockets.begin(), sockets.end(),
+  if (errno != 0) return endedOrFailed<LowSockets>("fd", errno);
+  std::sort(low.sockets.begin(), low.sockets.end(),
             [](const auto& a, const auto& b) { return a.number < b.number; });
-  return sockets;
+  return low;
 }
 
 }  // namespace zevo::connections

@@ -64,6 +64,13 @@ struct SocketDescriptor {
   bool operator==(const SocketDescriptor&) const = default;
 };
 
+// What a look at the lowest descriptors of a process found.
+struct LowSockets {
+  std::vector<SocketDescriptor> sockets;  // in order of numbers
+  std::size_t looks = 0;                  // descriptors that were looked at, of whatever kind
+  bool hasMore = false;                   // the process has descriptors above these
+};
+
 // Everything is read through one open folder, which stands for the process and for no later one of
 // the same pid. Each reading is ok, gone where the process has ended, or failed with its cause.
 class ProcessFiles {
@@ -111,9 +118,9 @@ class ProcessFiles {
   // TCP sockets of the network namespace of the process, as the kernel's text; `table` is "tcp" or
   // "tcp6". Gone also where the kernel has no such table.
   [[nodiscard]] Reading<std::string> tcpText(const std::string& table) const;
-  // Those among the `most` lowest descriptors of a real process, in order of numbers. Looking at a
-  // descriptor costs some 20 microseconds, and a process may hold a million.
-  [[nodiscard]] Reading<std::vector<SocketDescriptor>> sockets(std::size_t most) const;
+  // Those among the `most` lowest descriptors of a real process. Looking at a descriptor costs some
+  // 20 microseconds, and a process may hold a million.
+  [[nodiscard]] Reading<LowSockets> sockets(std::size_t most) const;
 
  private:
   static Reading<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);

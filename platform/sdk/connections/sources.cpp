@@ -1,5 +1,7 @@
 #include "sdk/connections/sources.h"
 
+#include "sdk/connections/trust.h"
+
 namespace zevo::connections {
 namespace {
 
@@ -40,6 +42,14 @@ const Reading<SocketTable>& Sources::socketsOf(std::uint64_t network,
   const auto found = otherSockets_.find(network);
   if (found != otherSockets_.end()) return found->second;
   return otherSockets_.emplace(network, SocketTable::readOf(member)).first->second;
+}
+
+const Reading<bool>& Sources::rootOwned(const Process& process) const {
+  const auto found = rootOwned_.find(process.pid);
+  if (found != rootOwned_.end()) return found->second;
+  const auto files = filesOf(process);
+  auto owned = files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
+  return rootOwned_.emplace(process.pid, std::move(owned)).first->second;
 }
 
 const Reading<SocketTable>& Sources::sockets() const {

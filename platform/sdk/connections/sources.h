@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <optional>
@@ -33,6 +34,12 @@ struct Home {
 // Not our own process alone: services are often confined to a mount namespace, this one too.
 Home readHome(const Paths& paths);
 
+// A user can make processes that look like orphans, as many as he may have.
+struct OrphanLooks {
+  std::size_t left = 8192;
+  bool isNoted = false;  // that these were not enough
+};
+
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
 class Sources {
  public:
@@ -63,6 +70,9 @@ class Sources {
   [[nodiscard]] Reading<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
+  // Whether root started `process`, as isRootOwned() in trust.h has it. Asked once: a user can put
+  // thousands of processes below each other, and each is judged by those above it.
+  [[nodiscard]] const Reading<bool>& rootOwned(const Process& process) const;
   // Start of the process as local time.
   [[nodiscard]] std::string startText(const Process& process) const {
     return clock_.startText(process.startTicks);
@@ -85,6 +95,8 @@ class Sources {
     notes_.push_back({std::string(code), std::string(service), detail});
   }
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
+  // What is left of the looks at descriptors that all orphans of services share (client_sockets.h).
+  [[nodiscard]] OrphanLooks& orphanLooks() const { return orphanLooks_; }
 
  private:
   const Paths& paths_;
@@ -95,6 +107,8 @@ class Sources {
   mutable std::optional<Reading<SocketTable>> sockets_;
   mutable std::map<std::uint64_t, Reading<SocketTable>> otherSockets_;  // by network namespace
   mutable std::optional<Home> home_;
+  mutable std::map<pid_t, Reading<bool>> rootOwned_;
+  mutable OrphanLooks orphanLooks_;
   mutable std::vector<ReadNote> notes_;
 };
 

@@ -16,16 +16,11 @@ bool isSuperServer(std::string_view name) {
   return std::find(kSuperServers.begin(), kSuperServers.end(), name) != kSuperServers.end();
 }
 
-Reading<bool> isRootOwned(const Sources& sources, const Process& process) {
-  const auto files = sources.filesOf(process);
-  return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
-}
-
 // Whether `process` runs what one of root's processes above it runs, as the scan saw them.
 Reading<bool> isRootsImage(const Sources& sources, const Process& process) {
   const Process* step = &process;
   for (int i = 0; i < kLongestAncestry; ++i) {
-    auto owned = isRootOwned(sources, *step);
+    const Reading<bool>& owned = sources.rootOwned(*step);
     if (!owned.ok() || *owned) return owned;
     step = sources.processes().find(step->parent);
     if (step == nullptr || !shareImage(process, *step)) return false;
@@ -58,7 +53,7 @@ Reading<const Process*> serverOf(const Sources& sources, const Process& process)
   const Process* step = &process;
   for (int i = 0; i < kLongestAncestry && step != nullptr; ++i) {
     if (server != nullptr && step->name != server->name) break;
-    const auto owned = isRootOwned(sources, *step);
+    const Reading<bool>& owned = sources.rootOwned(*step);
     if (owned.failed()) return Reading<const Process*>::like(owned);
     if (owned.ok() && *owned) server = step;
     step = sources.processes().find(step->parent);
@@ -71,7 +66,7 @@ Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Famil
   for (int i = 0; i < kLongestAncestry && step != nullptr; ++i) {
     const bool isLast = isSuperServer(step->name);
     if (!isLast && !family(step->name)) return false;
-    auto owned = isRootOwned(sources, *step);
+    const Reading<bool>& owned = sources.rootOwned(*step);
     if (!owned.ok()) return owned;
     if (*owned || isLast) return *owned;
     step = sources.processes().find(step->parent);
@@ -81,7 +76,7 @@ Reading<bool> isVouchedFor(const Sources& sources, const Process& process, Famil
 
 Reading<bool> isOrphan(const Sources& sources, const Process& process, Family family) {
   const Process* parent = sources.processes().find(process.parent);
-  auto inherited = parent != nullptr ? isRootOwned(sources, *parent) : Reading<bool>(true);
+  auto inherited = parent != nullptr ? sources.rootOwned(*parent) : Reading<bool>(true);
   if (inherited.failed() || (inherited.ok() && !*inherited)) return inherited;
   const auto files = sources.filesOf(process);
   auto isRoots = files.ok() ? files->isRootsProgram() : Reading<bool>::like(files);

@@ -184,8 +184,8 @@ TEST_F(ProcessFilesTest, ListsSocketsByDescriptor) {
   }
   const auto sockets = files.sockets(100);
   ASSERT_TRUE(sockets.ok()) << sockets.cause();
-  EXPECT_THAT(*sockets, ElementsAre(SocketDescriptor{0, 7003}, SocketDescriptor{3, 7002},
-                                    SocketDescriptor{10, 7001}));
+  EXPECT_THAT(sockets->sockets, ElementsAre(SocketDescriptor{0, 7003}, SocketDescriptor{3, 7002},
+                                            SocketDescriptor{10, 7001}));
 }
 
 TEST_F(ProcessFilesTest, TellsASetuidProgram) {
@@ -234,9 +234,13 @@ TEST_F(ProcessFilesTest, LooksAtTheLowestDescriptorsOfARealProcess) {
   const auto all = files->sockets(1000);
   const auto some = files->sockets(static_cast<std::size_t>(others[9].get()));
   ASSERT_TRUE(all.ok() && some.ok()) << all.cause() << some.cause();
-  ASSERT_LT(some->size(), all->size());
-  ASSERT_GE(some->size(), 5U);
-  EXPECT_TRUE(std::equal(some->begin(), some->end(), all->begin()));
+  ASSERT_LT(some->sockets.size(), all->sockets.size());
+  ASSERT_GE(some->sockets.size(), 5U);
+  EXPECT_TRUE(std::equal(some->sockets.begin(), some->sockets.end(), all->sockets.begin()));
+  EXPECT_TRUE(some->hasMore);
+  EXPECT_EQ(some->looks, static_cast<std::size_t>(others[9].get()));
+  EXPECT_FALSE(all->hasMore);
+  EXPECT_FALSE(files->sockets(all->looks)->hasMore);
 }
 
 TEST_F(ProcessFilesTest, ReadsASocketOfARealProcess) {
@@ -247,7 +251,7 @@ TEST_F(ProcessFilesTest, ReadsASocketOfARealProcess) {
   ASSERT_TRUE(files.ok());
   const auto sockets = files->sockets(100);
   ASSERT_TRUE(sockets.ok()) << sockets.cause();
-  EXPECT_THAT(*sockets, ::testing::Contains(SocketDescriptor{socket.get(), status.st_ino}));
+  EXPECT_THAT(sockets->sockets, ::testing::Contains(SocketDescriptor{socket.get(), status.st_ino}));
 }
 
 }  // namespace

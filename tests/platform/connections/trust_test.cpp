@@ -143,6 +143,25 @@ TEST_F(TrustTest, AnAncestorThatCannotBeReadIsAFailure) {
   EXPECT_TRUE(isVouchedFor(*sources, *sources.processes().find(10), isFtp).failed());
 }
 
+TEST_F(TrustTest, WhetherRootStartedAProcessIsAskedOnce) {
+  tree_.add({.pid = 10, .name = "vsftpd", .image = 2});
+  for (pid_t pid = 11; pid < 15; ++pid) {
+    tree_.add({.pid = pid, .parent = pid - 1, .name = "vsftpd", .uid = 1000, .image = 2});
+  }
+  const test::FakeSources sources(tree_);
+  const auto process = [&sources](pid_t pid) { return *sources.processes().find(pid); };
+  ASSERT_TRUE(isVouchedFor(*sources, process(14), isFtp).ok());
+  for (pid_t pid = 10; pid < 15; ++pid) tree_.makeUnreadable(pid, "status");
+  for (pid_t pid = 10; pid < 15; ++pid) {
+    const auto vouched = isVouchedFor(*sources, process(pid), isFtp);
+    ASSERT_TRUE(vouched.ok()) << vouched.cause();
+    EXPECT_TRUE(*vouched);
+    EXPECT_TRUE(isBelowOrphan(*sources, process(pid), isFtp).ok());
+    EXPECT_TRUE(serverOf(*sources, process(pid)).ok());
+    EXPECT_TRUE(readTitle(*sources, process(pid)).ok());
+  }
+}
+
 TEST_F(TrustTest, AnAncestorThatEndedMeanwhileIsGone) {
   tree_.add({.pid = 10, .name = "vsftpd", .uid = 1000});
   const test::FakeSources sources(tree_);
