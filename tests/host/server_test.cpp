@@ -267,9 +267,7 @@ TEST_F(ServerTest, GivesACallNoDescriptorButItsOwn) {
 
 TEST_F(FullServerTest, TurnsAwayWhatIsTooMuchAndServesTheNext) {
   const auto held = hold(kPlacesOfTheWeb);
-  const auto began = std::chrono::steady_clock::now();
   const std::string turnedAway = call("p");
-  EXPECT_GE(std::chrono::steady_clock::now() - began, 1s) << "it did not wait for a place";
   EXPECT_THAT(turnedAway, StartsWith("Status: 503 "));
   EXPECT_THAT(turnedAway, HasSubstr("\r\nRetry-After: "));
   release();

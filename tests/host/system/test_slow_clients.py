@@ -5,7 +5,6 @@ import contextlib
 import socket
 import ssl
 import subprocess
-import time
 import unittest
 
 import host_test
@@ -28,10 +27,9 @@ def connected(address, port):
     return context.wrap_socket(socket.create_connection((address, port), timeout=HANG_SECONDS))
 
 
-def slowly(port, sent, trickled, patience=HANG_SECONDS):
-    """Sends the second part a byte a second. What came back, at last within `patience`, and after how many seconds."""
+def slowly(port, sent, trickled):
+    """Sends the second part a byte a second. What came back, empty where nothing did; None where the server waits on."""
     with connected("10.20.0.3", port) as connection:
-        began = time.monotonic()
         try:
             connection.sendall(sent)
             answer = answer_within(1, connection)
@@ -41,10 +39,10 @@ def slowly(port, sent, trickled, patience=HANG_SECONDS):
                 connection.sendall(bytes([byte]))
                 answer = answer_within(1, connection)
             if answer is None:
-                answer = answer_within(patience, connection)
+                answer = answer_within(HANG_SECONDS, connection)
         except OSError:
             answer = b""
-        return answer, time.monotonic() - began
+        return answer
 
 
 def answer_within(seconds, connection):
@@ -79,7 +77,7 @@ class Slow(HostTest):
 
     def test_a_byte_a_second_is_answered_where_it_has_an_end(self):
         for name, client in self.with_an_end.items():
-            self.assertEqual(401, status_of(client.result()[0]), name)
+            self.assertEqual(401, status_of(client.result()), name)
 
     def test_a_byte_a_second_holds_up_nobody(self):
         for name, port in PORTS.items():
@@ -87,15 +85,15 @@ class Slow(HostTest):
 
     def test_header_lines_without_end_are_dropped(self):
         for name, client in self.without_end.items():
-            answer, seconds = client.result()
-            self.assertIn(status_of(answer), (None, 408), name)
-            self.assertTrue(8 < seconds < HANG_SECONDS, f"{name}: {seconds:.1f} s")
+            self.assertDropped(name, client.result())
 
     def test_one_that_falls_silent_is_dropped(self):
         for name, client in self.silent.items():
-            answer, seconds = client.result()
-            self.assertIn(status_of(answer), (None, 408), name)
-            self.assertTrue(8 < seconds < HANG_SECONDS, f"{name}: {seconds:.1f} s")
+            self.assertDropped(name, client.result())
+
+    def assertDropped(self, name, answer):
+        self.assertIsNotNone(answer, f"{name} still waits")
+        self.assertIn(status_of(answer), (None, 408), name)
 
     def _answers_beside_slow_ones(self, port):
         """Whether another client is answered before any of the slow ones has been dropped."""
