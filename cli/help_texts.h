@@ -51,8 +51,9 @@ Examples:
 inline constexpr const char* kDisableHelp = "Disable accounts and end their connections";
 
 inline constexpr const char* kDisableExamples =
-    R"(The accounts expire at once, all or none: nobody logs in to them any more. Then
-all their connections end. "currentconn enable" undoes it.
+    R"(The accounts expire at once, all or none, and their Samba entries are disabled.
+Then all their connections end. A service that asks neither still lets them in:
+each that does, or may, is named. "currentconn enable" undoes it.
 
 Examples:
   currentconn disable alice                  after a question
