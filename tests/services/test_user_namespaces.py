@@ -35,9 +35,9 @@ class UserNamespaceTest(ServiceTest):
     def setUp(self):
         self.addCleanup(listing.run, "enable", "alice")
 
-    def hide(self, client):
+    def hide(self, client, command=f"exec {SUBORDINATE} bash --norc"):
         """Goes on under another real user in a login's shell. Returns its terminal's name and its process."""
-        client.send(f"exec {SUBORDINATE} bash --norc")
+        client.send(command)
         client.send("echo =$(tty) $$=")
         client.expect("=/dev/")
         terminal, pid = client.expect("=").split()
@@ -80,6 +80,15 @@ class UserNamespaceTest(ServiceTest):
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
         waiting.until("the login to end", client.has_ended)
         self.assertList([])
+
+    def test_so_is_one_that_keeps_the_id_outside_of_its_namespace(self):
+        first = next(line.split(":")[1] for line in namespace.read("/etc/subuid").splitlines() if "alice:" in line)
+        client = self.client(Console, "alice")
+        client.send(f"cp /usr/bin/setpriv . && {SUBORDINATE.split(' setpriv')[0]} sh -c"
+                    " 'chown 1 setpriv && chmod 4755 setpriv' && echo re''ady")
+        client.expect("ready")
+        terminal, _ = self.hide(client, f"exec ./setpriv --reuid {first} bash --norc -p")
+        self.assertList([Row("alice", "", "LOGIN", terminal)])
 
     def test_a_console_login_under_a_subordinate_id_is_the_users_and_is_named(self):
         terminal, pid = self.hide(self.client(Console, "alice"))

@@ -52,6 +52,7 @@ void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>
                     LeftRunning* left) {
   connections::Paths paths;
   paths.proc = root + paths.proc;
+  paths.subuid = root + paths.subuid;
   const auto table = connections::ProcessTable::scan(paths);
   if (!table.ok()) return;
   const std::set<pid_t> others = withDescendants(*table, except);

@@ -8,12 +8,24 @@
 #include "base/text.h"
 
 namespace zevo::connections {
+namespace {
 
-std::string accountName(uid_t uid) {
-  const auto answer =
-      askNameService<passwd>([&](passwd* entry, char* texts, std::size_t size, passwd** found) {
+auto accountWith(uid_t uid) {
+  return askNameService<passwd>(
+      [uid](passwd* entry, char* texts, std::size_t size, passwd** found) {
         return ::getpwuid_r(uid, entry, texts, size, found);
       });
+}
+
+}  // namespace
+
+bool isNobodys(uid_t uid) {
+  const auto answer = accountWith(uid);
+  return !answer.found && answer.error == 0;
+}
+
+std::string accountName(uid_t uid) {
+  const auto answer = accountWith(uid);
   return answer.found ? std::string(answer.entry.pw_name) : std::to_string(uid);
 }
 

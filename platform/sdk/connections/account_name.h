@@ -16,6 +16,9 @@ inline constexpr std::string_view kUnknownUser = "unknown";
 // name service does not answer, as ps writes it.
 std::string accountName(uid_t uid);
 
+// Whether no account has the id `uid`. False where the name service fails.
+bool isNobodys(uid_t uid);
+
 // Id of the account `name`; gone where there is none, failed where the name service does not
 // answer.
 Reading<uid_t> accountId(const std::string& name);

@@ -20,6 +20,7 @@ struct Paths {
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
   // Folder of the list that calls of the same moment share; empty: each call reads for itself.
   std::string sharedList = "/run/currentconn/list";
+  std::string subuid = "/etc/subuid";
   std::string vsftpd = "/etc/vsftpd.conf";  // read where it was started without naming a file
 };
 

@@ -56,7 +56,8 @@ Reading<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
   const auto maker = makerAround(process, home);
   if (maker && *maker != 0) return *maker;
   const auto ids = process.userIds();
-  return ids.ok() ? Reading<uid_t>(ids->real) : Reading<uid_t>::like(ids);
+  if (!ids.ok()) return Reading<uid_t>::like(ids);
+  return maker ? ids->real : home.subordinates.ownerOf(ids->real).value_or(ids->real);
 }
 
 Reading<bool> runsHere(const ProcessFiles& process, const Home& home) {

@@ -25,6 +25,7 @@ Home readHome(const Paths& paths) {
   auto own = ProcessFiles::openOwn(paths);
   home.network = networkOf(own);
   home.user = userOf(own);
+  home.subordinates = SubordinateIds(paths.subuid);
   auto first = ProcessFiles::open(paths, 1);
   for (auto* files : {&first, &own}) {
     const auto namespaces =

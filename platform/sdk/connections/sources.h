@@ -20,6 +20,7 @@
 #include "sdk/connections/process_files.h"
 #include "sdk/connections/process_table.h"
 #include "sdk/connections/socket_table.h"
+#include "sdk/connections/subordinate_ids.h"
 
 namespace zevo::connections {
 
@@ -29,6 +30,7 @@ struct Home {
   Namespaces namespaces;      // of the same
   std::uint64_t network = 0;  // the namespace of sockets()
   std::uint64_t user = 0;     // our own user namespace; 0 where it cannot be read
+  SubordinateIds subordinates;
 };
 
 // Not our own process alone: services are often confined to a mount namespace, this one too.

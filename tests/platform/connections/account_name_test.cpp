@@ -46,5 +46,11 @@ TEST(AccountIdTest, WhereTheNameServiceFailsNothingIsTold) {
             accountId(std::string(test::kBrokenName)).cause());
 }
 
+TEST(AccountNameTest, AnIdIsNobodysWhereTheNameServiceSaysSo) {
+  EXPECT_TRUE(isNobodys(test::kNoAccount));
+  EXPECT_FALSE(isNobodys(test::kAlice));
+  EXPECT_FALSE(isNobodys(test::kBrokenAccount));
+}
+
 }  // namespace
 }  // namespace zevo::connections

@@ -71,6 +71,7 @@ ProcTree::ProcTree() {
   paths_.sftpServers = {folder_ + "/other/sftp-server", folder_ + "/sftp-server"};
   paths_.pureFtpwho = folder_ + "/pure-ftpwho";
   paths_.sharedList = folder_ + "/list";
+  paths_.subuid = folder_ + "/subuid";
   paths_.vsftpd = folder_ + "/vsftpd.conf";
   writeFile(paths_.proc + "/stat", "cpu  1 2 3\nbtime " + std::to_string(kBootTime) + "\n");
   writeNamespaces(paths_.proc + "/self", kOurNamespaces, kOurUserNamespace);

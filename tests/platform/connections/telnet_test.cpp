@@ -43,6 +43,27 @@ TEST_F(TelnetTest, ASessionIsTheUsersWhoseShellRunsBelowLogin) {
   EXPECT_THAT(read(readTelnet), ElementsAre(telnet("bob")));
 }
 
+TEST_F(TelnetTest, AnIdThatIsAllottedToAnAccountIsThatAccounts) {
+  tree_.file("subuid",
+             "carol:90000:10000\nroot:100000:1\nbroken\nalice:100001:x\nbob:100001:9\n"
+             "1001:100010:10\nalice:1002:1");
+  addBelow(65, 64, "login", 0);
+  const auto userOf = [this](uid_t uid) {
+    tree_.remove(70);
+    addBelow(70, 65, "bash", uid);
+    const auto connections = read(readTelnet);
+    return connections.size() == 1 ? connections.front().user : "";
+  };
+  EXPECT_EQ(userOf(100000), "100000") << "root's, for a container";
+  EXPECT_EQ(userOf(100001), "bob");
+  EXPECT_EQ(userOf(100009), "bob");
+  EXPECT_EQ(userOf(100010), "alice");
+  EXPECT_EQ(userOf(100019), "alice");
+  EXPECT_EQ(userOf(100020), "100020") << "nobody's";
+  EXPECT_EQ(userOf(95000), "95000") << "of an account that is not there any longer";
+  EXPECT_EQ(userOf(kBob), "bob") << "an account's own";
+}
+
 TEST_F(TelnetTest, LoginsInProgressAreNoConnections) {
   EXPECT_THAT(read(readTelnet), IsEmpty());
   addBelow(65, 64, "login", 0);
