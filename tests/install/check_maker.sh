@@ -30,12 +30,27 @@ build_example() {
     cmake --build "$scratch/maker"
 }
 
-# The same host on the installed platform, with the build line of the guide.
+# The same host on the installed platform, by the build line of the guide.
 build_stock_host() {
   local line
   line=$(zcat -f "$documents"/hosting.md* | grep '^g++ ')
   (cd "$documents/examples/maker" &&
     PKG_CONFIG_PATH=$tree/share/pkgconfig bash -ec "${line/-o host/$flags -o $scratch/stock_host}")
+}
+
+# And by CMake.
+build_cmake_host() {
+  mkdir "$scratch/cmake_host"
+  cat >"$scratch/cmake_host/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(host LANGUAGES CXX)
+set(CMAKE_CXX_STANDARD 20)
+find_package(currentconn REQUIRED)
+add_executable(host $documents/examples/maker/host.cpp)
+target_link_libraries(host PRIVATE currentconn::host)
+END
+  cmake -S "$scratch/cmake_host" -B "$scratch/cmake_host" -DCMAKE_PREFIX_PATH="$tree" -DCMAKE_CXX_FLAGS="$flags" &&
+    cmake --build "$scratch/cmake_host"
 }
 
 call() { "$scratch/maker/bin/host" "$scratch/maker/modules/${module##*/}" "$MAKER_STATE/sessions" "$@"; }
@@ -54,8 +69,9 @@ row() {
     "$7" "$6" "$1" "$2" "$3" "$4" "$7" "$5"
 }
 
-build_example >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
-build_stock_host >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
+for part in build_example build_stock_host build_cmake_host; do
+  "$part" >"$scratch/log" 2>&1 || fail "$(cat "$scratch/log")"
+done
 
 export MAKER_STATE=$scratch/state
 mkdir "$MAKER_STATE"
@@ -110,5 +126,7 @@ answers "the last administrator is not" "7100 null" admin boss disable_user '{"u
 rm "$MAKER_STATE/connections"
 answers "connections that cannot be read fail the list" "117 null" admin admin list
 
-answer=$("$scratch/stock_host" "$module" "$scratch/run/sessions" admin root list '{"limit":1}') || fail "no answer: $answer"
-[[ $answer == '0 {"items":['*'"total":'* ]] || fail "the installed platform does not list" "$answer"
+for host in "$scratch/stock_host" "$scratch/cmake_host/host"; do
+  answer=$("$host" "$module" "$scratch/run/sessions" admin root list '{"limit":1}') || fail "no answer: $answer"
+  [[ $answer == '0 {"items":['*'"total":'* ]] || fail "the installed platform does not list" "$answer"
+done
