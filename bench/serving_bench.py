@@ -119,7 +119,8 @@ def show(text):
 
 def measure_throughput(cookie, daemon):
     static, echo = "/answer.json", "/echo"
-    show(f"{'clients':>7} {'call':>9} {'daemon/s':>9} {'CGI/s':>9} {'echo/s':>9} {'static/s':>9} {'daemon/CGI':>10} {'daemon/echo':>11}")
+    show(f"{'clients':>7} {'call':>9} {'daemon/s':>9} {'CGI/s':>9} {'echo/s':>9} {'static/s':>9} "
+         f"{'daemon/CGI':>10} {'daemon/echo':>11}")
     for clients in CLIENTS:
         for method in ("list", "nothing"):
             rates = median_rates((API + method, CGI + method, echo, static), clients, cookie, daemon)

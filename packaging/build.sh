@@ -1,10 +1,13 @@
-# What ./run and ./test share: the packages that a build needs, and one build. Sourced by bash with $here set to the
-# project's folder.
+# shellcheck shell=bash disable=SC2154,SC2034
+# What ./run, ./test and ./package share: the packages that a build needs, and one build. Sourced by bash with $here set
+# to the project's folder.
 
 build_packages=(
   ca-certificates cmake esbuild g++ ninja-build pkg-config
   libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libpam0g-dev libsystemd-dev libtomlplusplus-dev nettle-dev
 )
+test_packages=(abigail-tools binutils libbenchmark-dev libgmock-dev libgtest-dev)
+style_packages=(clang-format clang-tidy flake8 shellcheck)
 
 install_build_packages() {
   "$here/packaging/install_packages.sh" "${build_packages[@]}" "$@"

@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # bash completion for currentconn
 
 # The words that may follow, for the command (or '') $1.

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# check_tidy.sh BUILD: clang-tidy finds nothing in the product's own code.
+# check_tidy.sh BUILD: clang-tidy finds nothing in the product's own code. Exit status 77: not with this one.
 set -euo pipefail
+source "$(dirname "${BASH_SOURCE[0]}")/version.sh"
+require_version clang-tidy
 build=$1
 report=$(mktemp)
 trap 'rm -f "$report"' EXIT

@@ -27,7 +27,7 @@ async function endAHundred(driver, page, world, delay) {
   await driver.press('End 100 connections');
 }
 
-pageTest('the dialog names everybody who is hit', async ({ driver, page, world }) => {
+pageTest('the dialog names everybody who is hit', async ({ driver, world }) => {
   world.connections = [
     connection({ pid: 1, who: 'bob', descr: 'photos (bob), music (alice)' }),
     webLogin({ pid: 2, who: 'carol', from: '10.0.0.8', descr: 'Firefox, Chrome' }),
@@ -266,7 +266,7 @@ pageTest(
   { isSecure: true },
 );
 
-pageTest('one connection is ended from its row, without selecting it', async ({ driver, page, world }) => {
+pageTest('one connection is ended from its row, without selecting it', async ({ driver, world }) => {
   world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
   await driver.enter();
   await driver.openPanel('bob');

@@ -258,7 +258,7 @@ pageTest(
   },
 );
 
-pageTest('selected rows that have ended are no longer selected', async ({ driver, page, world }) => {
+pageTest('selected rows that have ended are no longer selected', async ({ driver, world }) => {
   world.connections = people(3);
   await driver.enter();
   await driver.select('user0001');

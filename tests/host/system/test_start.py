@@ -20,7 +20,6 @@ ROOM = "/srv/start"
 PATH_OF_ITS_OWN = "give the socket a path of its own"
 
 
-
 def program(name, *arguments):
     """Runs a program that is to end."""
     return subprocess.run([os.environ[name], *arguments], capture_output=True, text=True, timeout=60,

@@ -2,7 +2,7 @@
 import { isWeb } from '../model/connection.js';
 import { element, icon } from './element.js';
 import { familyOf, namesOf } from './row.js';
-import { say, sayNodes } from './texts.js';
+import { sayNodes } from './texts.js';
 
 // `targets` are those of planEnding(); who else is hit stands below each as long as it is a question. Returns
 // {node, mark}; mark(target, kind, text, more) writes behind a target.
