@@ -12,8 +12,8 @@ set -euo pipefail
 
 project=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 roots=$project/build/roots
-# Everything that a command starts ends when this program does, however that ends.
-namespaces=(unshare --mount --pid --uts --ipc --cgroup --fork --kill-child --propagation private)
+# Everything that a command starts ends when this program does, and this when its caller does, however they end.
+namespaces=(setpriv --pdeathsig KILL unshare --mount --pid --uts --ipc --cgroup --fork --kill-child --propagation private)
 
 say() { printf 'root: %s\n' "$*" >&2; }
 
@@ -25,7 +25,7 @@ fail() {
 # Prints why no root can be made here, or nothing.
 obstacle() {
   if [[ $EUID -ne 0 ]]; then
-    echo "only root can make one"
+    echo "only root can make one; run this with sudo"
   elif ! command -v apt-get >/dev/null; then
     echo "there is no apt-get"
   elif ! "${namespaces[@]}" sh -c 'mount -t tmpfs tmpfs /mnt && mkdir /mnt/1 /mnt/2 /mnt/3 &&
@@ -75,7 +75,7 @@ make_root() {
   mkdir -p "$roots"
   # The lists stay, so that later packages of the same root match the ones that are there.
   apt-config dump Acquire | grep -E '::(Proxy|Check-Valid-Until|Check-Date)\b' >"$root.apt" || true
-  package_sources "$release" | mmdebstrap --quiet --mode=root --variant=minbase --aptopt="$root.apt" \
+  package_sources "$release" | mmdebstrap --quiet --mode=root --variant=minbase --aptopt="$root.apt" --dpkgopt=force-unsafe-io \
     --skip=cleanup/apt/lists --include="$(IFS=,; echo "$*")" "$release" "$root.new" - >&2 ||
     fail "mmdebstrap could not make a root of Debian $release"
   # The installer of a package must not start a daemon, here as little as on the machine.
@@ -126,6 +126,7 @@ enter() {
 
 # run_in ROOT KEEP COMMAND…
 run_in() {
+  [[ $EUID -eq 0 ]] || fail "only root can run commands in a root: run this with sudo"
   [[ -d $roots/$1 ]] || fail "there is no root $1; make it first"
   local -a network=(--net)
   [[ ! $2 ]] || network=()

@@ -5,6 +5,7 @@
 #
 #   tests/browser/packages.sh            installs what is missing
 #   tests/browser/packages.sh --missing  prints what is missing, one name a line, and changes nothing
+#   tests/browser/packages.sh --names    prints the Debian packages that a system without any of them needs
 #
 # Exit status: 0 all there, 1 something could not be had (the reason is printed).
 set -euo pipefail
@@ -15,9 +16,11 @@ module_folder=$source_folder/build/browser
 
 say() { printf 'browser packages: %s\n' "$*" >&2; }
 
+always=(chromium lighttpd lighttpd-mod-deflate openssl)
+
 # Node of any origin will do, as long as it is there.
 debian_packages() {
-  printf '%s\n' chromium lighttpd lighttpd-mod-deflate openssl
+  printf '%s\n' "${always[@]}"
   command -v node >/dev/null || echo nodejs
   command -v npm >/dev/null || echo npm
 }
@@ -41,6 +44,10 @@ install_modules() {
 
 main() {
   local -a wanted
+  if [[ ${1:-} == --names ]]; then
+    printf '%s\n' "${always[@]}" nodejs npm
+    return
+  fi
   mapfile -t wanted < <(debian_packages)
   if [[ ${1:-} == --missing ]]; then
     "$source_folder/packaging/install_packages.sh" --missing "${wanted[@]}"

@@ -64,6 +64,15 @@ connect_alice() {
   until_true "alice's SSH session is listed" sh -c 'currentconn list | grep -E "^alice +SSH +127.0.0.1"'
 }
 
+# A login at the machine itself, which logind learns of.
+log_in_at_console() {
+  { sleep 300 | script --quiet --command 'login -f alice' "$scratch/console" >/dev/null 2>&1; } &
+}
+
+has_one_login() {
+  [[ $(currentconn list | grep -cE '^alice +LOGIN ') == 1 ]] && loginctl list-sessions --no-legend | grep -q alice
+}
+
 ssh_has_ended() { ! kill -0 "$ssh_client" 2>/dev/null; }
 
 call() { curl -sS --fail-with-body --insecure -b "$scratch/jar" -c "$scratch/jar" -H 'Content-Type: application/json' "$@"; }
@@ -72,12 +81,12 @@ log_in() { call -d '{"name":"boss","password":"Correct-Horse-7"}' "$page/api/log
 
 is_logged_in() { call "$page/api/whoami" | grep -q '"user":"boss"'; }
 
-row_of_alice() {
-  call "$page/api/ZEVO.Core.CurrentConnection/1/list?filter=alice" | sed -E 's/.*"items":\[(\{[^}]*\}).*/\1/'
+ssh_row_of_alice() {
+  call "$page/api/ZEVO.Core.CurrentConnection/1/list?filter=alice" | grep -oE '\{[^{}]*"SSH"[^{}]*\}'
 }
 
 end_alice_over_the_page() {
-  call -d "{\"service_conn\":[$(row_of_alice)]}" "$page/api/ZEVO.Core.CurrentConnection/1/kick_connection"
+  call -d "{\"service_conn\":[$(ssh_row_of_alice)]}" "$page/api/ZEVO.Core.CurrentConnection/1/kick_connection"
 }
 
 # The same packages as the next version.
@@ -109,6 +118,9 @@ connect_alice
 check "the command line ends it" currentconn kick --user alice --yes
 until_true "its client has ended" ssh_has_ended
 
+log_in_at_console
+until_true "a console login is one row" has_one_login
+
 check "the page's package installs" install_packages "$packages"/currentconn-page_*.deb
 until_true "the page is served" listens_on 8443
 check "no site is served on port 80" never listens_on 80
@@ -116,7 +128,7 @@ check "nor is one after the next start" never systemctl is-enabled --quiet light
 check "the page is the page" sh -c "curl -sS --insecure $page/ | grep -q '<html'"
 check "an administrator logs in" log_in
 connect_alice
-check "the page ends her session" end_alice_over_the_page
+check "the page ends her SSH session" end_alice_over_the_page
 until_true "her client has ended" ssh_has_ended
 
 make_next_version

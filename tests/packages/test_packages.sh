@@ -3,6 +3,7 @@
 # says. The first run downloads what such a server installs; later ones need no network. Needs root.
 set -euo pipefail
 here=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/../.." && pwd)
+source "$here/packaging/build.sh"
 source "$here/packaging/release.sh"
 release=$(chosen_release "${1:-}")
 root=$release-server
@@ -17,7 +18,11 @@ remove_groups() {
 }
 
 "$here/package" --release "$release"
-"$debian_root" make "$root" "$release" ca-certificates curl dbus iproute2 openssh-client openssh-server procps systemd systemd-sysv
+# A maker's host builds from what the packages install.
+"$debian_root" run "$release" sh -c "dpkg --install build/packages/currentconn_*.deb build/packages/currentconn-dev_*.deb >/dev/null &&
+  tests/install/check_maker.sh /usr"
+"$debian_root" make "$root" "$release" \
+  ca-certificates curl dbus iproute2 libpam-systemd login openssh-client openssh-server procps systemd systemd-sysv
 rm -rf "$build/packages"
 mkdir -p "$build"
 cp -r "$here/build/packages/$release" "$build/packages"

@@ -1,6 +1,13 @@
 """A login at the machine itself."""
 
+import os
+import pwd
+import time
+
+import namespace
 from clients.dialogue import Dialogue
+
+SESSIONS = "/run/systemd/sessions"
 
 
 class Console(Dialogue):
@@ -12,9 +19,29 @@ class Console(Dialogue):
         self.expect("$ ")
         self.send("echo re''ady")
         self.expect("ready")
+        self._record = None
+        if not self._is_in_utmp():
+            self._record = f"{SESSIONS}/{self.process.pid}"
+            self._write_record(user)
 
     def terminal(self):
         """The name of the terminal, such as "pts/1"."""
         self.send("echo =$(tty)=")
         self.expect("=/dev/")
         return self.expect("=")
+
+    def close(self):
+        super().close()
+        if self._record:
+            os.unlink(self._record)
+            self._record = None
+
+    def _is_in_utmp(self):
+        with open("/run/utmp", "rb") as utmp:
+            return f"{self.terminal()}\0".encode() in utmp.read()
+
+    def _write_record(self, user):
+        # Where login no longer writes utmp, logind alone knows of logins, and there is none in these namespaces.
+        namespace.write(self._record, f"UID={pwd.getpwnam(user).pw_uid}\nUSER={user}\nSTATE=active\nTTY={self.terminal()}\n"
+                                      f"TYPE=tty\nCLASS=user\nSERVICE=login\nLEADER={self.process.pid}\n"
+                                      f"REALTIME={int(time.time() * 1e6)}\n")
