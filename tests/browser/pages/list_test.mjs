@@ -75,7 +75,13 @@ pageTest('the list is filtered as one types, once the typing pauses', async ({ d
   world.connections = people(30);
   await driver.enter();
   const before = world.callsOf('list').length;
-  await page.locator('#filter').pressSequentially('USER0007', { delay: 20 });
+  // Letter after letter faster than the page can pause, however busy the machine is.
+  await page.locator('#filter').evaluate((field, word) => {
+    for (const letter of word) {
+      field.value += letter;
+      field.dispatchEvent(new Event('input', { bubbles: true }));
+    }
+  }, 'USER0007');
   await eventually(() => users(driver), ['user0007']);
   assert.equal(await driver.text('#total'), '1 connection found');
   assert.ok(world.callsOf('list').length - before <= 2, 'not a call for each letter');
