@@ -50,14 +50,19 @@ std::optional<uid_t> makerAround(const ProcessFiles& process, const Home& home) 
   return makerOf(process.openNamespace("user"), home);
 }
 
+// The account that may give the number `uid` away, else `uid` itself.
+uid_t accountBehind(uid_t uid, const Home& home) {
+  return home.subordinates.ownerOf(uid).value_or(uid);
+}
+
 }  // namespace
 
 Reading<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
   const auto maker = makerAround(process, home);
-  if (maker && *maker != 0) return *maker;
+  if (maker && *maker != 0) return accountBehind(*maker, home);
   const auto ids = process.userIds();
   if (!ids.ok()) return Reading<uid_t>::like(ids);
-  return maker ? ids->real : home.subordinates.ownerOf(ids->real).value_or(ids->real);
+  return maker ? ids->real : accountBehind(ids->real, home);
 }
 
 Reading<bool> runsHere(const ProcessFiles& process, const Home& home) {

@@ -77,6 +77,18 @@ TEST_F(ProcessOwnerTest, AFurtherNamespaceWithinItChangesNothing) {
       kUser, true);
 }
 
+TEST_F(ProcessOwnerTest, OneMadeUnderASubordinateIdOfAUsersIsThatUsers) {
+  const test::ProcTree tree;
+  home_.subordinates = SubordinateIds(tree.file("subuid", "61234:161234:10\n"));
+  expect(NamespacedProcess([] { return becomeUser(kSubordinate) && unshareKinds(CLONE_NEWUSER); }),
+         kUser, true);
+  expect(NamespacedProcess([] {
+           return becomeUser(kSubordinate) && unshareKinds(CLONE_NEWUSER | CLONE_NEWPID) &&
+                  goOnInChild();
+         }),
+         kUser, true);
+}
+
 TEST_F(ProcessOwnerTest, InANamespaceOfRootsTheRealUserCounts) {
   expect(NamespacedProcess([] { return unshareKinds(CLONE_NEWUSER); }, "0 161234 2\n",
                            [] { return becomeUser(kInside); }),
