@@ -37,10 +37,9 @@ void skipWords(std::string_view& rest, int count) {
 }
 
 // The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 7 terminal,
-// 9 flags, 22 start, 26 code, 28 stack, 31 pending signals.
+// 9 flags, 20 threads, 22 start, 26 code, 28 stack, 31 pending signals.
 bool parseFieldsAfterName(std::string_view rest, Process* process) {
   const std::string_view state = nextWord(rest);
-  process->hasEnded = state == "Z" || state == "X";
   if (!parseNumber(nextWord(rest), &process->parent)) return false;
   skipWords(rest, 1);
   if (!parseNumber(nextWord(rest), &process->session)) return false;
@@ -49,7 +48,13 @@ bool parseFieldsAfterName(std::string_view rest, Process* process) {
   std::uint64_t flags = 0;
   if (!parseNumber(nextWord(rest), &flags)) return false;
   process->isKernelThread = (flags & kKernelThreadFlag) != 0;
-  skipWords(rest, 12);
+  skipWords(rest, 10);
+  std::uint64_t threads = 0;
+  if (!parseNumber(nextWord(rest), &threads)) return false;
+  // The state is that of the first thread, which may end before the others.
+  const bool isFirstEnded = state == "Z";
+  process->hasEnded = state == "X" || (isFirstEnded && threads <= 1);
+  skipWords(rest, 1);
   if (!parseNumber(nextWord(rest), &process->startTicks)) return false;
   skipWords(rest, 3);
   if (!parseNumber(nextWord(rest), &process->codeAddress)) return false;
@@ -58,7 +63,8 @@ bool parseFieldsAfterName(std::string_view rest, Process* process) {
   skipWords(rest, 2);
   std::uint64_t signals = 0;
   if (!parseNumber(nextWord(rest), &signals)) return false;
-  process->isEnding = (flags & kExitingFlag) != 0 || (signals & kKillSignal) != 0;
+  const bool isExiting = (flags & kExitingFlag) != 0 && !isFirstEnded;
+  process->isEnding = isExiting || (signals & kKillSignal) != 0;
   return true;
 }
 

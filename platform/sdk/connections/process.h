@@ -26,7 +26,9 @@ struct Process {
   std::uint64_t codeAddress = 0;
   std::uint64_t stackAddress = 0;
   bool isKernelThread = false;
-  bool hasEnded = false;  // a zombie: it serves nothing, though its pid is still taken
+  // A zombie with all its threads: it serves nothing, though its pid is still taken. Where its
+  // first thread alone has ended it goes on, without the addresses above.
+  bool hasEnded = false;
   bool isEnding = false;  // SIGKILL was sent to it, or it exits: it is a zombie soon
 };
 

@@ -23,7 +23,8 @@ namespace {
 
 constexpr std::size_t kTextLimit = 4095;
 constexpr std::size_t kLongTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
-constexpr uid_t kNoLogin = static_cast<uid_t>(-1);          // of the kernel's loginuid
+constexpr int kMostThreads = 64;  // a tracer may keep any number of ended ones before the others
+constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
 
 // "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
 // NULs behind it.
@@ -65,11 +66,39 @@ std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view k
   return inode;
 }
 
-std::optional<int> descriptorNumber(std::string_view entry) {
+std::optional<int> entryNumber(std::string_view entry) {
   int number = 0;
   const auto [end, error] = std::from_chars(entry.data(), entry.data() + entry.size(), number);
   if (error != std::errc() || end != entry.data() + entry.size()) return std::nullopt;
   return number;
+}
+
+OpenFolder openFolderAt(int parent, const char* name) {
+  FileDescriptor descriptor = openFileAt(parent, name, O_RDONLY | O_DIRECTORY);
+  OpenFolder folder(descriptor ? ::fdopendir(descriptor.get()) : nullptr);
+  if (folder) static_cast<void>(descriptor.release());  // the folder closes it
+  return folder;
+}
+
+// Whether the thread (of a folder "TID/", else the first one) runs: one that has ended has no root.
+bool runsThread(int folder, const std::string& thread = "") {
+  char byte = 0;
+  return ::readlinkat(folder, (thread + "root").c_str(), &byte, 1) >= 0 || errno != ENOENT;
+}
+
+// The folder of a thread that goes on where the first one has ended; none where that runs, or all
+// have ended.
+FileDescriptor openOtherThread(int process) {
+  if (runsThread(process)) return {};
+  const OpenFolder threads = openFolderAt(process, "task");
+  for (int i = 0; threads && i < kMostThreads; ++i) {
+    const dirent* entry = ::readdir(threads.get());
+    if (entry == nullptr) break;
+    if (!entryNumber(entry->d_name)) continue;
+    if (!runsThread(::dirfd(threads.get()), std::string(entry->d_name) + "/")) continue;
+    return openFileAt(::dirfd(threads.get()), entry->d_name, O_RDONLY | O_DIRECTORY);
+  }
+  return {};
 }
 
 }  // namespace
@@ -97,11 +126,12 @@ Reading<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
   const std::string folder = paths.proc + "/" + name;
   files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
   if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
+  files.thread_ = openOtherThread(files.folder_.get());
   return files;
 }
 
-Reading<std::string> ProcessFiles::readText(const char* name) const {
-  const FileDescriptor file = openFileAt(folder_.get(), name, O_RDONLY);
+Reading<std::string> ProcessFiles::readText(int folder, const char* name) const {
+  const FileDescriptor file = openFileAt(folder, name, O_RDONLY);
   if (!file) return endedOrFailed<std::string>(name, errno);
   std::string text(kTextLimit, '\0');
   const ssize_t size = ::read(file.get(), text.data(), text.size());
@@ -110,9 +140,9 @@ Reading<std::string> ProcessFiles::readText(const char* name) const {
   return text;
 }
 
-Reading<std::string> ProcessFiles::readLink(const char* name) const {
+Reading<std::string> ProcessFiles::readLink(int folder, const char* name) const {
   std::array<char, 4096> target{};
-  const ssize_t size = ::readlinkat(folder_.get(), name, target.data(), target.size());
+  const ssize_t size = ::readlinkat(folder, name, target.data(), target.size());
   // A user may go down as deep as no path can name; that must not hide the connection.
   if (size < 0 && errno == ENAMETOOLONG) return std::string();
   if (size < 0) return endedOrFailed<std::string>(name, errno);
@@ -120,13 +150,13 @@ Reading<std::string> ProcessFiles::readLink(const char* name) const {
 }
 
 Reading<Title> ProcessFiles::title() const {
-  const Reading<std::string> bytes = readText("cmdline");
+  const Reading<std::string> bytes = readText(running(), "cmdline");
   if (!bytes.ok()) return Reading<Title>::like(bytes);
   return parseTitle(*bytes);
 }
 
 Reading<UserIds> ProcessFiles::userIds() const {
-  const Reading<std::string> status = readText("status");
+  const Reading<std::string> status = readText(folder_.get(), "status");
   if (!status.ok()) return Reading<UserIds>::like(status);
   const auto ids = parseIds<UserIds>(*status, "\nUid:");
   if (!ids) return endedOrFailed<UserIds>("status", EBADMSG);
@@ -134,7 +164,7 @@ Reading<UserIds> ProcessFiles::userIds() const {
 }
 
 Reading<GroupIds> ProcessFiles::groupIds() const {
-  const Reading<std::string> status = readText("status");
+  const Reading<std::string> status = readText(folder_.get(), "status");
   if (!status.ok()) return Reading<GroupIds>::like(status);
   const auto ids = parseIds<GroupIds>(*status, "\nGid:");
   if (!ids) return endedOrFailed<GroupIds>("status", EBADMSG);
@@ -143,7 +173,7 @@ Reading<GroupIds> ProcessFiles::groupIds() const {
 
 Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
   using Result = Reading<std::optional<uid_t>>;
-  const Reading<std::string> text = readText("loginuid");
+  const Reading<std::string> text = readText(folder_.get(), "loginuid");
   if (text.failed()) return Result::like(text);
   if (!text.ok()) return std::optional<uid_t>();  // a kernel without it has no such file
   uid_t uid = kNoLogin;
@@ -153,20 +183,20 @@ Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
 }
 
 Reading<std::string> ProcessFiles::workingDirectory() const {
-  auto folder = readLink("cwd");
+  auto folder = readLink(running(), "cwd");
   if (folder.ok() && folder->empty()) *folder = kUnknownFolder;
   return folder;
 }
 
 Reading<std::string> ProcessFiles::root() const {
-  return readLink("root");
+  return readLink(running(), "root");
 }
 
 // As the kernel knows it already: a file system that a user serves is not asked.
 Reading<struct statx> ProcessFiles::program() const {
   struct statx file {};
   constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
-  if (::statx(folder_.get(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
+  if (::statx(running(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
     return endedOrFailed<struct statx>("exe", errno);
   }
   return file;
@@ -195,7 +225,7 @@ Reading<bool> ProcessFiles::isRootsProgram() const {
 
 Reading<std::string> ProcessFiles::programName() const {
   constexpr std::string_view kReplaced = " (deleted)";
-  auto path = readLink("exe");
+  auto path = readLink(running(), "exe");
   if (!path.ok()) return path;
   if (path->ends_with(kReplaced)) (*path).resize(path->size() - kReplaced.size());
   return path->substr(path->rfind('/') + 1);
@@ -203,7 +233,8 @@ Reading<std::string> ProcessFiles::programName() const {
 
 Reading<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) const {
   const std::string name = "ns/" + kind;
-  const Reading<std::string> target = readLink(name.c_str());
+  const bool endsWithThread = kind == "net" || kind == "mnt";
+  const auto target = readLink(endsWithThread ? running() : folder_.get(), name.c_str());
   if (target.failed()) return Reading<std::uint64_t>::like(target);
   // Both a kernel without this kind and a process that has ended have no such link.
   if (!target.ok()) return 0;
@@ -225,12 +256,12 @@ Reading<Namespaces> ProcessFiles::namespaces() const {
 }
 
 Reading<std::string> ProcessFiles::cgroups() const {
-  return readText("cgroup");
+  return readText(running(), "cgroup");
 }
 
 Reading<FileIdentity> ProcessFiles::accountsFile() const {
   constexpr const char* kName = "root/etc/passwd";
-  const FileDescriptor root = openFileAt(folder_.get(), "root", O_PATH | O_DIRECTORY);
+  const FileDescriptor root = openFileAt(running(), "root", O_PATH | O_DIRECTORY);
   if (!root) return endedOrFailed<FileIdentity>("root", errno);
   // Without this a link of that tree to an absolute path would lead into ours.
   open_how how{};
@@ -244,7 +275,7 @@ Reading<FileIdentity> ProcessFiles::accountsFile() const {
 }
 
 Reading<std::string> ProcessFiles::readLongText(const std::string& name) const {
-  const FileDescriptor file = openFileAt(folder_.get(), name.c_str(), O_RDONLY);
+  const FileDescriptor file = openFileAt(running(), name.c_str(), O_RDONLY);
   if (!file) return endedOrFailed<std::string>(name.c_str(), errno);
   std::string text;
   const auto failure = readDescriptor(file.get(), name, kLongTextLimit, &text);
@@ -261,15 +292,12 @@ Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
 }
 
 Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
-  FileDescriptor descriptors = openFileAt(folder_.get(), "fd", O_RDONLY | O_DIRECTORY);
-  if (!descriptors) return endedOrFailed<LowSockets>("fd", errno);
-  const OpenFolder folder(::fdopendir(descriptors.get()));
+  const OpenFolder folder = openFolderAt(running(), "fd");
   if (!folder) return endedOrFailed<LowSockets>("fd", errno);
-  static_cast<void>(descriptors.release());  // the folder closes it
 
   LowSockets low;  // the kernel lists descriptors in order of numbers
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
-    const auto number = descriptorNumber(entry->d_name);
+    const auto number = entryNumber(entry->d_name);
     if (!number) continue;
     low.hasMore = low.looks == most;
     if (low.hasMore) break;

@@ -124,15 +124,20 @@ class ProcessFiles {
 
  private:
   static Reading<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);
-  [[nodiscard]] Reading<std::string> readText(const char* name) const;
+  [[nodiscard]] Reading<std::string> readText(int folder, const char* name) const;
   [[nodiscard]] Reading<std::string> readLongText(const std::string& name) const;
-  [[nodiscard]] Reading<std::string> readLink(const char* name) const;
+  [[nodiscard]] Reading<std::string> readLink(int folder, const char* name) const;
   [[nodiscard]] Reading<struct statx> program() const;
   template <typename T>
   [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
 
+  // Where the kernel shows what ends with a thread: memory, program, folders, descriptors, mount
+  // and network namespace.
+  [[nodiscard]] int running() const { return thread_ ? thread_.get() : folder_.get(); }
+
   pid_t pid_ = 0;
   FileDescriptor folder_;
+  FileDescriptor thread_;  // of a thread that goes on, where the first one has ended
 };
 
 }  // namespace zevo::connections

@@ -36,7 +36,8 @@ TEST_F(LeftRunningTest, CountsTheAccountsOwnProcesses) {
   tree.add({.pid = 13, .name = "smbd", .uids = "0\t1001\t0\t1001"});
   tree.add({.pid = 14, .name = "bash", .uid = 1002});
   tree.add({.pid = 15, .name = "sleep", .uid = kAlice, .state = 'Z'});
-  EXPECT_EQ(left(), (LeftRunning{.processes = 3}));
+  tree.add({.pid = 16, .name = "python3", .uid = kAlice, .state = 'Z', .threads = 2});
+  EXPECT_EQ(left(), (LeftRunning{.processes = 4}));
 }
 
 TEST_F(LeftRunningTest, LeavesOutProcessesOfContainers) {

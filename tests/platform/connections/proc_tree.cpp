@@ -26,8 +26,8 @@ std::string statLine(const FakeProcess& process) {
                      " " + std::to_string(process.parent) + " " + std::to_string(session) + " " +
                      std::to_string(session) + " " + std::to_string(process.terminal) + " -1 " +
                      std::to_string(process.flags);
-  for (int field = 10; field <= 21; ++field) line += " 0";
-  line += " " + std::to_string(process.startTicks);
+  for (int field = 10; field <= 19; ++field) line += " 0";
+  line += " " + std::to_string(process.threads) + " 0 " + std::to_string(process.startTicks);
   const std::string image = std::to_string(process.image * 4096);
   for (int field = 23; field <= 52; ++field)
     line += field == 26 || field == 28 ? " " + image : " 0";

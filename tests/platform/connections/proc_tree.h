@@ -30,6 +30,7 @@ struct FakeProcess {
   pid_t session = 0;          // the pid itself where 0
   std::int32_t terminal = 0;  // device number
   char state = 'S';
+  int threads = 1;
   std::uint64_t flags = 0;
   std::uint64_t image = 1;   // the same for what was forked and has run no other program since
   bool setuid = false;       // the program's file, which belongs to who runs the test

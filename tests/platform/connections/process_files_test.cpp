@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <optional>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 
@@ -223,6 +227,39 @@ TEST_F(ProcessFilesTest, EveryReadingThatIsRefusedIsAFailureThatNamesTheFile) {
   EXPECT_NE(files.userIds().cause().find("/proc/9/status"), std::string::npos);
   EXPECT_NE(files.sockets(100).cause().find("/proc/9/fd"), std::string::npos);
   EXPECT_NE(files.isSetuidProgram().cause().find("/proc/9/exe"), std::string::npos);
+}
+
+// A child whose first thread has ended while another one goes on, as /proc shows it by now.
+pid_t forkWithoutFirstThread() {
+  const pid_t child = ::fork();
+  if (child == 0) {
+    std::thread([] { ::pause(); }).detach();
+    ::syscall(SYS_exit, 0);  // of this thread alone
+  }
+  const std::string root = "/proc/" + std::to_string(child) + "/root";
+  std::array<char, 2> target{};
+  while (::readlink(root.c_str(), target.data(), target.size()) > 0) ::sched_yield();
+  return child;
+}
+
+TEST(ProcessFilesOfThreadsTest, WhatEndsWithTheFirstThreadIsThatOfAnother) {
+  const pid_t child = forkWithoutFirstThread();
+  const auto files = ProcessFiles::open(Paths{}, child);
+  const auto ours = ProcessFiles::openOwn(Paths{});
+  ASSERT_TRUE(files.ok() && ours.ok());
+  EXPECT_EQ(*files->namespaces(), *ours->namespaces());
+  EXPECT_EQ(*files->root(), *ours->root());
+  EXPECT_EQ(*files->workingDirectory(), *ours->workingDirectory());
+  EXPECT_EQ(files->title()->all, ours->title()->all);
+  EXPECT_EQ(*files->mounts(), *ours->mounts());
+  EXPECT_EQ(*files->cgroups(), *ours->cgroups());
+  EXPECT_EQ(files->userIds()->real, ::getuid());
+  EXPECT_EQ(*files->namespaceNumber("user"), *ours->namespaceNumber("user"));
+  EXPECT_TRUE(*files->runs("/proc/self/exe"));
+  EXPECT_GT(files->sockets(3)->looks, 0U);
+  ::kill(child, SIGKILL);
+  ::waitpid(child, nullptr, 0);
+  EXPECT_TRUE(files->root().isGone());
 }
 
 TEST_F(ProcessFilesTest, LooksAtTheLowestDescriptorsOfARealProcess) {

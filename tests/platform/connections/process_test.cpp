@@ -72,6 +72,18 @@ TEST(ProcessStatTest, AZombieHasEnded) {
   EXPECT_TRUE(process->hasEnded);
 }
 
+TEST(ProcessStatTest, WhereOnlyItsFirstThreadHasEndedItGoesOnUntilItIsKilled) {
+  std::string line = statOf("vi");
+  line.replace(line.find(") S"), 3, ") Z");
+  line.replace(line.find("4194560"), 7, "4194564");
+  ASSERT_TRUE(parseStat(line)->hasEnded);
+  line.replace(line.find(" 20 0 1 0 26243"), 7, " 20 0 2");
+  EXPECT_FALSE(parseStat(line)->hasEnded);
+  EXPECT_FALSE(parseStat(line)->isEnding);
+  line.replace(line.find(" 0 0 4096 65536"), 2, " 256");
+  EXPECT_TRUE(parseStat(line)->isEnding);
+}
+
 TEST(ProcessReadTest, AForkedProcessSharesItsParentsImageUntilItRunsAnotherProgram) {
   std::array<int, 2> pipe{};
   ASSERT_EQ(::pipe2(pipe.data(), O_CLOEXEC), 0);
