@@ -19,6 +19,7 @@ from service_test import ServiceTest, add_users, main
 
 OWN_MOUNTS_PORT = 2201
 OWN_NETWORK_PORT = 2202
+OTHER_MOUNTS_PORT = 2203
 
 # What a user can do in namespaces of their own: a process named like a server that serves a client there.
 PRETENDER = """\
@@ -164,8 +165,8 @@ class ConfinedServiceTest(ServiceTest):
         self.assertTrue(client.has_ended())
 
     def test_while_accounts_are_added_its_users_stay_this_servers(self):
-        self.server(ConfinedSsh(OWN_MOUNTS_PORT, "--mount"))
-        shell = self.client(ssh.Shell, "bob", "10.20.0.2", OWN_MOUNTS_PORT)
+        self.server(ConfinedSsh(OTHER_MOUNTS_PORT, "--mount"))
+        shell = self.client(ssh.Shell, "bob", "10.20.0.2", OTHER_MOUNTS_PORT)
         add_users("carol")
         self.assertList([Row("bob", "10.20.0.2", "SSH", shell.terminal())])
 

@@ -1,6 +1,7 @@
 """SSH and SFTP on a real sshd."""
 
 import os
+import signal
 import threading
 
 import deep_folder
@@ -9,12 +10,13 @@ import namespace
 import processes
 import waiting
 from clients import hoarding, ssh, stalling
-from daemons.openssh import EXTERNAL, OpenSsh
+from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
 INTERNAL_PORT = 22
 EXTERNAL_PORT = 2222
+USERS_PORT = 2223
 CONTROL = "/run/test-control"
 # How long a list may take that waits for a tool's limit; one that waits for longer waits for a user.
 HANG_SECONDS = 60
@@ -28,6 +30,14 @@ def setUpModule():
     add_users("alice", "bob")
     for name in ("alice", "bob", "root"):
         ssh.allow(name)
+
+
+def kill_guards():
+    """Ends the processes above those that serve alice."""
+    guards = waiting.until("guards", lambda: processes.titled("alice [priv]"))
+    for pid in guards:
+        os.kill(pid, signal.SIGKILL)
+    waiting.until("the guards to end", lambda: not any(map(processes.runs, guards)))
 
 
 class OpenSshTest(ServiceTest):
@@ -197,6 +207,58 @@ class OpenSshTest(ServiceTest):
         found = self.assertList([Row("bob", "10.20.0.4", "SSH", "SFTP (sftp-server)")])
         self.assertEndsAtOnce(found[0], EXTERNAL_PORT)
         self.assertEmptiesAfterwards()
+
+    def test_sessions_whose_guards_were_killed_are_listed_and_end_with_a_kick(self):
+        clients, pids = self.unguarded()
+        self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
+        self.assertEnded(clients, pids)
+
+    def test_sessions_whose_guards_were_killed_end_where_their_user_is_disabled(self):
+        clients, pids = self.unguarded()
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertEnded(clients, pids)
+
+    def test_what_is_left_of_a_login_in_progress_is_not_listed(self):
+        self.client(ssh.PasswordPrompt, "alice", "10.20.0.2")
+        kill_guards()
+        self.assertEqual([], listing.rows())
+        self.assertEqual(1, processes.established(INTERNAL_PORT))
+
+    def unguarded(self):
+        """Sessions of three kinds, of which only the processes of their user are left, and these processes' ids."""
+        shell = self.client(ssh.Shell, "alice", "10.20.0.2")
+        clients = [shell, self.client(ssh.Forwarding, "alice", "10.20.0.3"),
+                   self.client(ssh.Sftp, "alice", "10.20.0.4")]
+        before = self.assertList([Row("alice", "10.20.0.2", "SSH", shell.terminal()),
+                                  Row("alice", "10.20.0.3", "SSH", "no terminal"),
+                                  Row("alice", "10.20.0.4", "SSH", "SFTP"),
+                                  Row("alice", "10.20.0.4", "SFTP", "/home/alice")])
+        kill_guards()
+        found = self.assertList([Row("alice", address, "SSH", "terminal not known")
+                                 for address in ("10.20.0.2", "10.20.0.3", "10.20.0.4")])
+        self.assertEqual({item["pid"] for item in before if item["type"] == "SSH"}, {item["pid"] for item in found})
+        self.assertFalse(any(client.has_ended() for client in clients))
+        return clients, [item["pid"] for item in before]
+
+    def assertEnded(self, clients, pids):
+        for client in clients:
+            waiting.until("a client to end", client.has_ended)
+        waiting.until("their processes to end", lambda: not any(map(processes.runs, pids)))
+        self.assertEmptiesAfterwards()
+
+
+class ServerOfAUserTest(ServiceTest):
+    """A user can run the very program of root's server, and kill its processes."""
+
+    def test_what_is_left_of_its_sessions_is_none_of_this_server(self):
+        self.server(OpenSshOfUser("alice", USERS_PORT))
+        client = self.client(ssh.Shell, "alice", "10.20.0.2", USERS_PORT)
+        self.assertEqual([], listing.rows())
+        kill_guards()
+        self.assertEqual([], listing.rows())
+        self.assertFalse(client.has_ended())
 
 
 if __name__ == "__main__":

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "sdk/connections/client_sockets.h"
+#include "sdk/connections/containers.h"
 #include "sdk/connections/trust.h"
 
 namespace zevo::connections {
@@ -13,6 +14,9 @@ namespace {
 constexpr std::string_view kNoTerminal = "notty";
 constexpr std::string_view kInternalSftp = "internal-sftp";
 constexpr std::string_view kExternalSftp = "sftp-server";
+constexpr std::string_view kTerminals = "pts/";
+constexpr std::string_view kUnknownTerminal = "terminal not known";
+constexpr std::string_view kLoginHelper = "sshd";  // the account of what serves logins in progress
 
 // sshd, or sshd-session of newer releases; not sshd-auth, which serves logins in progress.
 bool isSshd(std::string_view name) {
@@ -24,7 +28,7 @@ struct Session {
   const Process* process = nullptr;  // its SIGTERM ends the connection
   const Process* owner = nullptr;    // root's process that holds the connection's socket
   std::string user;
-  std::string use;  // as sessionUse says
+  std::string use;  // as sshSession() tells it
   std::string from;
 };
 
@@ -38,31 +42,57 @@ Reading<std::string> titleText(const Sources& sources, const Process* process) {
 
 // Whether root's own process with this text serves a session. While a child of one has not become
 // a program yet, it bears its title.
-Reading<bool> isUnguarded(const Sources& sources, const Process& process, const std::string& text,
+Reading<bool> isUnguarded(const Sources& sources, const Process& process, const SshSession& told,
                           const std::string& parentText) {
-  if (monitoredUser(text) || !unguardedUser(text) || unguardedUser(parentText)) return false;
+  if (told.use == kInternalSftp || sshSession(parentText)) return false;
   const auto files = sources.filesOf(process);
   return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
 }
 
+// The client's connection that `process` still holds though the guard of its session was killed;
+// nothing where it is no such process.
+Reading<std::optional<Socket>> orphansClient(const Sources& sources, const Process& process) {
+  using Result = Reading<std::optional<Socket>>;
+  const Reading<bool>& owned = sources.rootOwned(process);
+  if (!owned.ok()) return Result::like(owned);
+  if (*owned) return std::optional<Socket>();
+  const auto orphaned = isOrphan(sources, process, isSshd);
+  if (!orphaned.ok()) return Result::like(orphaned);
+  if (!*orphaned) return std::optional<Socket>();
+  auto socket = clientSocket(sources, process, isSshd);
+  if (socket.ok() && socket->has_value() && (*socket)->owner != 0) return std::optional<Socket>();
+  return socket;
+}
+
+// The session of which only `process` is left. Its title may be anybody's, and reading it may never
+// return, so its user id alone tells whom it serves.
+Reading<Session> identifyOrphan(const Sources& sources, const Process& process) {
+  const auto client = orphansClient(sources, process);
+  if (!client.ok()) return Reading<Session>::like(client);
+  if (!client->has_value()) return Session();
+  const auto files = sources.filesOf(process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  if (!ids.ok()) return Reading<Session>::like(ids);
+  std::string user = accountOf(sources, process, ids->real);
+  if (user == kLoginHelper) return Session();
+  return Session{&process, &process, std::move(user), std::string(kUnknownTerminal), {}};
+}
+
 // The session that `process` serves; its owner is null where it serves none.
 Reading<Session> identify(const Sources& sources, const Process& process) {
-  Session session;
-  session.process = &process;
-  const Process* parent = sources.processes().find(process.parent);
   const auto text = titleText(sources, &process);
-  const auto parentText = text.ok() ? titleText(sources, parent) : text;
+  if (!text.ok()) return Reading<Session>::like(text);
+  if (text->empty()) return identifyOrphan(sources, process);
+  const auto told = sshSession(*text);
+  if (!told) return Session();
+  const Process* parent = sources.processes().find(process.parent);
+  const auto parentText = titleText(sources, parent);
   if (!parentText.ok()) return Reading<Session>::like(parentText);
-  if (const auto user = monitoredUser(*parentText)) {
-    session.owner = sessionUse(*text, *user) ? parent : nullptr;
-    session.user = *user;
-  } else {
-    const auto unguarded = isUnguarded(sources, process, *text, *parentText);
-    if (!unguarded.ok()) return Reading<Session>::like(unguarded);
-    session.owner = *unguarded ? &process : nullptr;
-    session.user = unguardedUser(*text).value_or("");
-  }
-  session.use = sessionUse(*text, session.user).value_or("");
+  Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
+  if (isSshGuard(*parentText)) return session;
+  const auto unguarded = isUnguarded(sources, process, *told, *parentText);
+  if (!unguarded.ok()) return Reading<Session>::like(unguarded);
+  session.owner = *unguarded ? &process : nullptr;
   return session;
 }
 
@@ -111,7 +141,8 @@ Outcome readBelow(const Sources& sources, const Session& session, Below* below) 
     const auto text = titleText(sources, child);
     if (text.failed()) outcome.add(Outcome::failure(text.cause()));
     if (text.isGone()) continue;
-    if (text.ok() && sessionUse(*text, session.user) == kInternalSftp) {
+    const auto told = text.ok() ? sshSession(*text) : std::nullopt;
+    if (told && told->use == kInternalSftp) {
       below->internalSftp.push_back(child);
     } else {
       addProgram(sources, *child, below);
@@ -182,26 +213,20 @@ std::optional<std::string_view> sshTitleText(std::string_view title) {
   return title.substr(colon + 2);
 }
 
-std::optional<std::string_view> monitoredUser(std::string_view text) {
-  constexpr std::string_view kMark = " [priv]";
-  if (!text.ends_with(kMark) || text.size() == kMark.size()) return std::nullopt;
-  return text.substr(0, text.size() - kMark.size());
+bool isSshGuard(std::string_view text) {
+  return text.ends_with(" [priv]");
 }
 
-std::optional<std::string_view> sessionUse(std::string_view text, std::string_view user) {
-  if (!text.starts_with(user)) return std::nullopt;
-  text.remove_prefix(user.size());
-  if (text.empty()) return text;
-  if (text.front() != '@') return std::nullopt;
-  return text.substr(1);
-}
-
-std::optional<std::string_view> unguardedUser(std::string_view text) {
+std::optional<SshSession> sshSession(std::string_view text) {
   // The listener shows its arguments, and brackets mark every stage before a session.
-  if (text.find('[') != std::string_view::npos || text.starts_with('/')) return std::nullopt;
-  const std::string_view user = text.substr(0, text.rfind('@'));
-  if (user.empty() || sessionUse(text, user) == kInternalSftp) return std::nullopt;
-  return user;
+  if (text.empty() || text.starts_with('/') || text.starts_with('[') || text.ends_with(']')) {
+    return std::nullopt;
+  }
+  const std::size_t at = text.rfind('@');
+  if (at == std::string_view::npos || at == 0) return SshSession{text, {}};
+  const std::string_view use = text.substr(at + 1);
+  const bool isUse = use == kNoTerminal || use == kInternalSftp || use.starts_with(kTerminals);
+  return isUse ? SshSession{text.substr(0, at), use} : SshSession{text, {}};
 }
 
 Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections) {

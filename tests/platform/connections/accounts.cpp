@@ -12,8 +12,8 @@ using namespace zevo::connections::test;
 
 const std::map<uid_t, const char*>& names() {
   static const std::map<uid_t, const char*> names = {
-      {0, "root"},         {kFtp, "ftp"},          {kAlice, "alice"},           {kBob, "bob"},
-      {kNobody, "nobody"}, {kLongAccount, "long"}, {kWordy, kWordyName.data()},
+      {0, "root"},         {kFtp, "ftp"},       {kAlice, "alice"},      {kBob, "bob"},
+      {kSshdUser, "sshd"}, {kNobody, "nobody"}, {kLongAccount, "long"}, {kWordy, kWordyName.data()},
   };
   return names;
 }

@@ -8,6 +8,7 @@
 namespace zevo::connections::test {
 
 inline constexpr uid_t kFtp = 102;
+inline constexpr uid_t kSshdUser = 103;
 inline constexpr uid_t kAlice = 1001;
 inline constexpr uid_t kBob = 1002;
 inline constexpr uid_t kWordy = 1003;

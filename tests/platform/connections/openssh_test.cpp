@@ -1,20 +1,22 @@
 #include "sdk/connections/openssh.h"
 
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/connections/accounts.h"
 #include "platform/connections/print.h"
 #include "platform/connections/proc_tree.h"
 
 namespace zevo::connections {
 namespace {
 
+using test::kAlice;
+using test::kSshdUser;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
-
-constexpr uid_t kAlice = 1001;
-constexpr uid_t kSshdUser = 103;
 
 // A title as the kernel shows it: NULs up to the length of the arguments that it replaced.
 std::string title(const std::string& text) {
@@ -60,6 +62,19 @@ class OpensshTest : public ::testing::Test {
          .uid = kAlice,
          .image = 1000 + static_cast<std::uint64_t>(pid),
          .cwd = "/home/alice"});
+  }
+  // A session's process that holds the client's connection, its guard being gone.
+  void addOrphan(pid_t pid, uid_t uid = kAlice, pid_t parent = 1, const std::string& program = "") {
+    add({.pid = pid,
+         .parent = parent,
+         .name = "sshd",
+         .cmdline = title("sshd: root@pts/9"),
+         .uid = uid,
+         .image = 1000 + static_cast<std::uint64_t>(pid),
+         .program = program,
+         .sockets = {{4, 9000U + static_cast<std::uint64_t>(pid)}}});
+    sockets_.push_back(
+        test::establishedSocket(9000U + static_cast<std::uint64_t>(pid), "10.20.0.2", 22));
   }
   // OpenSSH's own SFTP server.
   void addSftpServer(pid_t pid, pid_t parent) {
@@ -277,6 +292,55 @@ TEST_F(OpensshTest, NamesOfUsersMayHoldBlanksBracketsAndAtSigns) {
   EXPECT_THAT(read(),
               ElementsAre(ssh(67, "pts/1", "alice liddell"), ssh(77, "pts/2", "bob@example.com"),
                           ssh(87, "pts/3", "carol [net]"), ssh(97, "no terminal", "DOM\\dave")));
+}
+
+TEST_F(OpensshTest, TheUserIsTheAccountUnderWhateverNameTheClientGave) {
+  addMonitor(66, "ALICE");
+  addChild(72, 66, "sshd: alice@pts/1");
+  addMonitor(76, "alice@example.com");
+  addChild(77, 76, "sshd: alice");
+  addMonitor(86, "EXAMPLE\\alice");
+  addChild(87, 86, "sshd: alice@notty");
+  addChild(88, 87, "sshd: alice@internal-sftp");
+  addMonitor(96, "bob");
+  addChild(97, 96, "sshd: bob@example.com");
+  EXPECT_THAT(read(),
+              ElementsAre(ssh(72, "pts/1"), ssh(77, "no terminal"), ssh(87, "SFTP"),
+                          sftp(88, "/home/alice"), ssh(97, "no terminal", "bob@example.com")));
+}
+
+TEST_F(OpensshTest, ASessionWhoseGuardIsGoneIsOneOfItsAccountAndItsTitleIsNotRead) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
+  addOrphan(72);
+  tree_.makeUnreadable(72, "cmdline");
+  addOrphan(82);
+  addSftpServer(83, 82);
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "terminal not known"), ssh(82, "terminal not known"),
+                                  ssh(82, "SFTP (sftp-server)")));
+}
+
+TEST_F(OpensshTest, WhatIsLeftOfALoginInProgressIsNoConnection) {
+  addOrphan(72, kSshdUser);
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AnOrphanWhoseConnectionRootDidNotAcceptIsNone) {
+  addOrphan(72);
+  sockets_.back().owner = kAlice;
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AnOrphanWithoutAConnectionIsNone) {
+  addOrphan(72);
+  sockets_.clear();
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshTest, AnOrphanThatRunsAnotherProgramOrStandsBelowAUsersIsNone) {
+  addProgram(70, 1, "-bash", "bash");
+  addOrphan(72, kAlice, 1, "python3.11");
+  addOrphan(74, kAlice, 70);
+  EXPECT_THAT(read(), IsEmpty());
 }
 
 TEST_F(OpensshTest, AUsersOwnProgramOfThatNameIsNoConnection) {

@@ -40,3 +40,22 @@ class OpenSsh(Daemon):
 
     def command(self):
         return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]
+
+
+class OpenSshOfUser(OpenSsh):
+    """The same program, run by a user who can log in as nobody else."""
+
+    def __init__(self, user, port):
+        super().__init__(port)
+        self._user = user
+
+    def configure(self):
+        super().configure()
+        self._key = f"/home/{self._user}/host_key"
+        if not os.path.exists(self._key):
+            namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self._key)
+        namespace.run("chown", self._user, self._key)
+
+    def command(self):
+        return ["setpriv", f"--reuid={self._user}", f"--regid={self._user}", "--init-groups", *super().command(),
+                "-h", self._key, "-o", "UsePAM=no"]
