@@ -20,7 +20,7 @@ import threading
 import time
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path[:0] = [os.path.join(_HERE, "../tests/services"), os.path.join(_HERE, "../tests/host/system")]
+sys.path[:0] = [os.path.join(_HERE, "../tests/services"), os.path.join(_HERE, "../tests/daemon/system")]
 sys.dont_write_bytecode = True
 os.environ.setdefault("CURRENTCONN", os.path.join(_HERE, "../build/release/bin/currentconn"))
 os.environ.setdefault("CURRENTCONND", os.path.join(os.path.dirname(os.environ["CURRENTCONN"]), "currentconnd"))

@@ -16,7 +16,7 @@ import threading
 import time
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path[:0] = [os.path.join(_HERE, "../tests/host/system"), os.path.join(_HERE, "../tests/services")]
+sys.path[:0] = [os.path.join(_HERE, "../tests/daemon/system"), os.path.join(_HERE, "../tests/services")]
 
 import namespace  # noqa: E402
 

@@ -47,13 +47,13 @@ std::vector<AccountChange> accountsBefore(const std::vector<std::string>& users)
   return changes;
 }
 
-Answer callDisable(const std::vector<std::string>& users, Backend& backend) {
+Answer callDisable(const std::vector<std::string>& users, Client& client) {
   Json::Value parameters(Json::objectValue);
   for (const std::string& user : users) parameters["users"].append(user);
   const std::vector<Call> calls = {{"disable_user", std::move(parameters)}};
   Progress progress("waiting for connections to end", calls.size());
   const auto answers =
-      callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
+      callSideBySide(client, calls, [&](std::size_t done) { progress.show(done); });
   return answers.front().value_or(failedAnswer("it was interrupted"));
 }
 
@@ -95,11 +95,11 @@ bool areTheirConnectionsGone(const Answer& answer, const Attempt& attempt, const
 
 // What became of it all, from the accounts and the list as they are now.
 ExitCode reportOn(const Answer& answer, const std::vector<AccountChange>& accounts,
-                  const Attempt& attempt, Backend& backend) {
+                  const Attempt& attempt, Client& client) {
   const bool isWritten = std::all_of(accounts.begin(), accounts.end(), isDisabled);
   std::vector<std::string> lines = accountLines(accounts);
   Failure failure;
-  const std::optional<Page> page = readAfter(attempt, backend, &failure);
+  const std::optional<Page> page = readAfter(attempt, client, &failure);
   if (page) {
     for (std::string& line : linesOf(endingsOf(attempt, *page))) lines.push_back(std::move(line));
   }
@@ -155,13 +155,13 @@ std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::
   return {};
 }
 
-ExitCode disable(const Disable& request, Backend& backend) {
+ExitCode disable(const Disable& request, Client& client) {
   if (!request.isDryRun && !request.isConfirmed && !canAsk()) {
     complain("standard input is no terminal on which to ask: add --yes, or --dry-run to look only");
     return kExitUsage;
   }
   Failure failure;
-  const std::optional<Page> page = readList(backend, "", &failure);
+  const std::optional<Page> page = readList(client, "", &failure);
   if (!page) {
     complain(failure.lines);
     return failure.exitCode;
@@ -180,12 +180,12 @@ ExitCode disable(const Disable& request, Backend& backend) {
                   .before = page->connections,
                   .begin = beginOfAttempt(),
                   .warnings = {}};
-  const Answer answer = callDisable(request.users, backend);
+  const Answer answer = callDisable(request.users, client);
   attempt.warnings = answer.warnings;
   for (const Connection& connection : theirs) {
     attempt.targets.push_back({connection, hindranceOf(answer)});
   }
-  return reportOn(answer, accountsAfter(std::move(accounts)), attempt, backend);
+  return reportOn(answer, accountsAfter(std::move(accounts)), attempt, client);
 }
 
 }  // namespace cli

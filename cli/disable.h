@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "exit_code.h"
 
 namespace cli {
@@ -24,6 +24,6 @@ std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::
 
 // Shows whose accounts and which connections `request` means, asks, and reports what became of each
 // account and each connection, with the commands that would undo it.
-ExitCode disable(const Disable& request, Backend& backend);
+ExitCode disable(const Disable& request, Client& client);
 
 }  // namespace cli

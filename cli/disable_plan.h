@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "answer.h"
+#include "cli/client/answer.h"
 #include "connection.h"
 #include "exit_code.h"
 #include "failure.h"

@@ -3,13 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "zevo/disabled_accounts.h"
-#include "zevo/error_trail.h"
-
 #include "columns.h"
-#include "enforcement_log.h"
 #include "json_text.h"
-#include "listing.h"
 #include "output.h"
 #include "table_output.h"
 
@@ -26,16 +21,9 @@ constexpr std::array<Column, 6> kDisabledColumns = {{
     {"NOW", "what the account is now", nullptr, 8, false, 1},
 }};
 
-std::string stateText(zevo::DisabledAccount::State state) {
-  switch (state) {
-    case zevo::DisabledAccount::State::kChanged:
-      return "expiry changed since";
-    case zevo::DisabledAccount::State::kGone:
-      return "no such account";
-    case zevo::DisabledAccount::State::kDisabled:
-      break;
-  }
-  return "disabled";
+std::string stateText(const std::string& state) {
+  if (state == "changed") return "expiry changed since";
+  return state == "gone" ? "no such account" : "disabled";
 }
 
 std::string countText(std::size_t count) {
@@ -43,31 +31,24 @@ std::string countText(std::size_t count) {
   return count == 1 ? "1 account is disabled" : std::to_string(count) + " accounts are disabled";
 }
 
-std::string textOf(const std::vector<zevo::DisabledAccount>& accounts) {
+std::string textOf(const Json::Value& accounts) {
   std::string count = countText(accounts.size()) + "\n";
   if (accounts.empty()) return count;
   std::vector<std::vector<std::string>> rows;
   rows.reserve(accounts.size());
-  for (const zevo::DisabledAccount& account : accounts) {
-    rows.push_back({account.user, account.time, account.by, account.from,
-                    account.expiryBefore.empty() ? "never" : account.expiryBefore,
-                    stateText(account.state)});
+  for (const Json::Value& account : accounts) {
+    const Json::Value& expiry = account["expiry_before"];
+    rows.push_back({account["user"].asString(), account["time"].asString(),
+                    account["by"].asString(), account["from"].asString(),
+                    expiry.isString() ? expiry.asString() : "never",
+                    stateText(account["state"].asString())});
   }
   return tableText(makeTextTable(kDisabledColumns, rows, lookOfOutput())) + count;
 }
 
-void log(const Enable& request, bool isDone) {
-  Json::Value parameters(Json::objectValue);
-  for (const std::string& user : request.users) parameters["users"].append(user);
-  Answer answer;
-  answer.status = isDone ? Answer::Status::kDone : Answer::Status::kRefused;
-  answer.code = isDone ? 0 : kCodeFailed;
-  logEnforcement(askerOf(kNameOfRoot), "enable", parameters, answer);
-}
-
-ExitCode failWithTrail(const std::string& first) {
+ExitCode failWith(const std::string& first, const Answer& answer) {
   std::vector<std::string> lines = {first};
-  for (const std::string& cause : zevo::errorTrail()) lines.push_back(cause);
+  lines.insert(lines.end(), answer.causes.begin(), answer.causes.end());
   complain(lines);
   return kExitFailed;
 }
@@ -93,28 +74,34 @@ std::string enablingCommand(const std::string& user) {
   return "currentconn enable " + std::string(user.starts_with('-') ? "-- " : "") + user;
 }
 
-ExitCode enable(const Enable& request) {
-  zevo::clearErrorTrail();
-  const zevo::Enabling done = zevo::enableAccounts(request.users);
-  log(request, done.status == zevo::Enabling::Status::kDone);
-  if (done.status != zevo::Enabling::Status::kDone) return failWithTrail("no account was enabled:");
+ExitCode enable(const Enable& request, Client& client) {
+  Json::Value parameters(Json::objectValue);
+  for (const std::string& user : request.users) parameters["users"].append(user);
+  const Answer answer = client.post("enable", parameters);
+  const auto accounts = parseJson(answer.data);
+  if (answer.status != Answer::Status::kDone || !accounts) {
+    return failWith("no account was enabled:", answer);
+  }
   std::vector<std::string> lines;
   bool areComplete = true;
-  for (const zevo::EnabledAccount& account : done.accounts) {
-    lines.push_back((account.isComplete ? "enabled: " : "not enabled in full: ") + account.user);
-    for (const std::string& note : account.notes) lines.push_back("  " + note);
-    areComplete = areComplete && account.isComplete;
+  for (const Json::Value& account : (*accounts)["accounts"]) {
+    const bool isComplete = account["complete"].asBool();
+    lines.push_back((isComplete ? "enabled: " : "not enabled in full: ") +
+                    account["user"].asString());
+    for (const Json::Value& note : account["notes"]) lines.push_back("  " + note.asString());
+    areComplete = areComplete && isComplete;
   }
   const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
   return areComplete ? written : kExitFailed;
 }
 
-ExitCode showDisabled(const ShowDisabled& request) {
-  zevo::clearErrorTrail();
-  const auto accounts = zevo::disabledAccounts();
-  if (!accounts) return failWithTrail("cannot tell which accounts are disabled:");
-  if (request.asJson) return printText(compactJson(zevo::disabledAccountsAsJson(*accounts)) + "\n");
-  return printText(textOf(*accounts));
+ExitCode showDisabled(const ShowDisabled& request, Client& client) {
+  const Answer answer = client.get("disabled");
+  const auto list = parseJson(answer.data);
+  if (answer.status != Answer::Status::kDone || !list) {
+    return failWith("cannot tell which accounts are disabled:", answer);
+  }
+  return printText(request.asJson ? answer.data + "\n" : textOf((*list)["items"]));
 }
 
 }  // namespace cli

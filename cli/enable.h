@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/client/client.h"
 #include "exit_code.h"
 
 namespace cli {
@@ -27,11 +28,10 @@ std::optional<Enable> checkEnable(const std::vector<std::string>& users, std::st
 // The command line that undoes the disabling of `user`.
 std::string enablingCommand(const std::string& user);
 
-// Undoes the disabling of the accounts, all or none, and reports what became of each. Leaves a line
-// in the authorisation log.
-ExitCode enable(const Enable& request);
+// Undoes the disabling of the accounts, all or none, and reports what became of each.
+ExitCode enable(const Enable& request, Client& client);
 
 // Prints the accounts that are disabled.
-ExitCode showDisabled(const ShowDisabled& request);
+ExitCode showDisabled(const ShowDisabled& request, Client& client);
 
 }  // namespace cli

@@ -194,16 +194,16 @@ std::vector<Ending> endingsOf(const Attempt& attempt, const Page& now) {
   return Comparison(attempt, now).endings();
 }
 
-std::optional<Page> readAfter(const Attempt& attempt, Backend& backend, Failure* failure) {
+std::optional<Page> readAfter(const Attempt& attempt, Client& client, Failure* failure) {
   constexpr int kMoreLooks = 5;
   constexpr std::chrono::milliseconds kTimeBetweenLooks{200};
-  std::optional<Page> page = readList(backend, "", failure);
+  std::optional<Page> page = readList(client, "", failure);
   for (int look = 0; page && look < kMoreLooks; ++look) {
     const std::vector<Ending> endings = endingsOf(attempt, *page);
     if (!hasFate(endings, Fate::kStillThere) && !hasFate(endings, Fate::kNotKnown)) break;
     // A process that was killed at the end of its grace period may take a moment to go.
     std::this_thread::sleep_for(kTimeBetweenLooks);
-    page = readList(backend, "", failure);
+    page = readList(client, "", failure);
   }
   return page;
 }

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "answer.h"
-#include "backend.h"
+#include "cli/client/answer.h"
+#include "cli/client/client.h"
 #include "connection.h"
 #include "failure.h"
 
@@ -59,7 +59,7 @@ std::vector<std::string> linesOf(const std::vector<Ending>& endings);
 bool hasFate(const std::vector<Ending>& endings, Fate fate);
 bool haveAllEnded(const std::vector<Ending>& endings);
 // The list after `attempt`, read until none is there that may still go.
-std::optional<Page> readAfter(const Attempt& attempt, Backend& backend, Failure* failure);
+std::optional<Page> readAfter(const Attempt& attempt, Client& client, Failure* failure);
 
 // The services of which `now` has connections but cannot tell the users.
 std::vector<std::string> servicesWithoutUsers(const Page& now);

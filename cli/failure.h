@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "answer.h"
+#include "cli/client/answer.h"
 #include "exit_code.h"
 #include "listing.h"
 

@@ -80,17 +80,17 @@ std::vector<Call> callsFor(const KickPlan& plan) {
 }
 
 ExitCode endConnections(const KickPlan& plan, const std::vector<Connection>& before,
-                        Backend& backend) {
+                        Client& client) {
   const std::vector<Call> calls = callsFor(plan);
   const std::string begin = beginOfAttempt();
   Answers answers;
   {
     Progress progress("waiting for connections to end", calls.size());
-    answers = callSideBySide(backend, calls, [&](std::size_t done) { progress.show(done); });
+    answers = callSideBySide(client, calls, [&](std::size_t done) { progress.show(done); });
   }
   const Attempt attempt = attemptOf(plan, answers, before, begin);
   Failure failure;
-  const std::optional<Page> page = readAfter(attempt, backend, &failure);
+  const std::optional<Page> page = readAfter(attempt, client, &failure);
   if (!page) {
     complain("the connections were told to end, but whether they did is not known");
     complain(failure.lines);
@@ -121,9 +121,9 @@ std::string objection(const KickPlan& plan, const Kick& request) {
 
 }  // namespace
 
-ExitCode kick(const Kick& request, Backend& backend) {
+ExitCode kick(const Kick& request, Client& client) {
   Failure failure;
-  const std::optional<Page> page = readList(backend, request.selection.filter, &failure);
+  const std::optional<Page> page = readList(client, request.selection.filter, &failure);
   if (!page) {
     complain(failure.lines);
     return failure.exitCode;
@@ -147,7 +147,7 @@ ExitCode kick(const Kick& request, Backend& backend) {
     complain("nothing was ended");
     return kExitFailed;
   }
-  return endConnections(plan, page->connections, backend);
+  return endConnections(plan, page->connections, client);
 }
 
 }  // namespace cli

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "exit_code.h"
 #include "selection.h"
 
@@ -19,6 +19,6 @@ struct Kick {
 
 // Shows what `request` selects of a fresh list, asks, ends it, and reports from another fresh list
 // what ended and what is still there.
-ExitCode kick(const Kick& request, Backend& backend);
+ExitCode kick(const Kick& request, Client& client);
 
 }  // namespace cli

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "answer.h"
+#include "cli/client/answer.h"
 #include "ending.h"
 #include "kick_plan.h"
 

@@ -4,10 +4,10 @@
 
 namespace cli {
 
-std::optional<Page> readList(Backend& backend, const std::string& filter, Failure* failure) {
+std::optional<Page> readList(Client& client, const std::string& filter, Failure* failure) {
   Listing listing;
   listing.filter = filter;
-  const Answer answer = backend.call(methodOf(listing), parametersOf(listing));
+  const Answer answer = client.call(methodOf(listing), parametersOf(listing));
   if (answer.status != Answer::Status::kDone) {
     *failure = explainListFailure(answer, listing);
     return {};

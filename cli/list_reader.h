@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "connection.h"
 #include "failure.h"
 
@@ -12,6 +12,6 @@ namespace cli {
 
 // Asks "list" for everything that matches `filter` (empty: everything). Nothing, with `*failure`
 // set, where that fails.
-std::optional<Page> readList(Backend& backend, const std::string& filter, Failure* failure);
+std::optional<Page> readList(Client& client, const std::string& filter, Failure* failure);
 
 }  // namespace cli

@@ -1,22 +1,26 @@
 #include "program.h"
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <optional>
 #include <pwd.h>
 #include <string>
+#include <string_view>
 #include <unistd.h>
 #include <variant>
 
+#include <climits>
+
 #include "zevo/config.h"
 #include "zevo/config_check.h"
-#include "zevo/disabled_accounts.h"
 
 #include "arguments.h"
-#include "daemon_backend.h"
-#include "enforcement_log.h"
+#include "calls/log.h"
+#include "calls/system_service.h"
+#include "cli/client/child_transport.h"
+#include "cli/client/daemon_transport.h"
 #include "exit_code.h"
-#include "module_backend.h"
 #include "output.h"
 #include "show_listing.h"
 #include "table_output.h"
@@ -68,32 +72,41 @@ std::string purposeOf(const Command& command) {
   return "reading who is connected";
 }
 
-Caller callerFor(const Command& command) {
+// The terminal of standard input, "pts/3"; empty where it is none.
+std::string terminalName() {
+  constexpr std::string_view kFolder = "/dev/";
+  std::array<char, PATH_MAX> name = {};
+  if (ttyname_r(STDIN_FILENO, name.data(), name.size()) != 0) return "";
+  const std::string_view path = name.data();
+  return std::string(path.starts_with(kFolder) ? path.substr(kFolder.size()) : path);
+}
+
+calls::RootsWord wordOfRoot(const Command& command) {
+  const char* sudoUser = std::getenv("SUDO_USER");
   const auto* listing = std::get_if<Listing>(&command.request);
-  if (listing && listing->user) return {*listing->user, false};
-  return {kNameOfRoot, true};
+  return {listing && listing->user ? *listing->user : "", sudoUser ? sudoUser : "", terminalName()};
 }
 
-ExitCode perform(const Listing& listing, Backend& backend) {
-  return listing.watch ? watch(listing, backend) : showListing(listing, backend);
+ExitCode perform(const Listing& listing, Client& client) {
+  return listing.watch ? watch(listing, client) : showListing(listing, client);
 }
-ExitCode perform(const Kick& request, Backend& backend) {
-  return kick(request, backend);
+ExitCode perform(const Kick& request, Client& client) {
+  return kick(request, client);
 }
-ExitCode perform(const Disable& request, Backend& backend) {
-  return disable(request, backend);
+ExitCode perform(const Disable& request, Client& client) {
+  return disable(request, client);
 }
-ExitCode perform(const Enable& request, Backend& /*backend*/) {
-  return enable(request);
+ExitCode perform(const Enable& request, Client& client) {
+  return enable(request, client);
 }
-ExitCode perform(const ShowDisabled& request, Backend& /*backend*/) {
-  return showDisabled(request);
+ExitCode perform(const ShowDisabled& request, Client& client) {
+  return showDisabled(request, client);
 }
-ExitCode perform(const Report& request, Backend& backend) {
-  return writeReport(request, backend);
+ExitCode perform(const Report& request, Client& client) {
+  return writeReport(request, client);
 }
 
-ExitCode perform(const LoginLink& request, Backend& /*backend*/) {
+ExitCode perform(const LoginLink& request, Client& /*client*/) {
   return makeLoginLink(request);
 }
 
@@ -109,16 +122,18 @@ std::optional<Listing> ownListing(const Command& command) {
 ExitCode runWithoutRoot(const Command& command) {
   std::string needed = " needs root";
   if (const std::optional<Listing> own = ownListing(command)) {
-    DaemonBackend backend(zevo::config().localSocket, zevo::config().callLimit + kBeyondCall);
-    if (backend.isThere()) return perform(*own, backend);
+    const std::chrono::seconds limit = zevo::config().callLimit + kBeyondCall;
+    DaemonTransport daemon(zevo::config().localSocket, limit);
+    Client client(daemon, {}, limit);
+    if (daemon.isThere()) return perform(*own, client);
     needed += ", or currentconnd to be running";
   }
   return refuse(kExitNotAdministrator,
                 purposeOf(command) + needed + ": run '" + commandAsRoot(command) + "'");
 }
 
-// Root's calls are made in this process: its line in the authorisation log says who became root and
-// at which terminal, and it works while the daemon does not.
+// Root's calls are served by processes of this program, so that they work while the daemon does
+// not.
 ExitCode runCommand(const Command& command) {
   std::string sentence = objectionToTerminal(command);
   if (!sentence.empty()) return refuse(kExitUsage, sentence);
@@ -130,13 +145,13 @@ ExitCode runCommand(const Command& command) {
     return refuse(kExitUsage, sentence);
   }
   if (!isRoot) return runWithoutRoot(command);
-  const Asker asker = askerOf(kNameOfRoot);
-  zevo::setActor({asker.sudoUser.empty() ? "root" : asker.sudoUser, asker.terminal});
-  const std::string module = modulePathOfProgram(&sentence);
-  if (module.empty()) return refuse(kExitFailed, sentence);
-  ModuleBackend backend(module, zevo::config().sessionFile, callerFor(command));
-  return std::visit([&](const auto& request) { return perform(request, backend); },
-                    command.request);
+  // It knows nobody by a password: these calls come from root alone.
+  calls::SystemService system(1, "");
+  if (!system.loadModules("", &sentence)) return refuse(kExitFailed, sentence);
+  calls::openLog("currentconn", calls::LogTo::kSystemLog);
+  ChildTransport transport(system, zevo::config().callLimit);
+  Client client(transport, wordOfRoot(command), zevo::config().callLimit + kBeyondCall);
+  return std::visit([&](const auto& request) { return perform(request, client); }, command.request);
 }
 
 }  // namespace

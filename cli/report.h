@@ -4,7 +4,7 @@
 #include <string>
 #include <sys/types.h>
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "exit_code.h"
 #include "listing.h"
 
@@ -21,6 +21,6 @@ struct Report {
 // Has the module write its page of the current connections and puts it into the file: the whole
 // page, or the file stays as it was. The file belongs to the caller, whoever laid one there before:
 // it names everybody's connections.
-ExitCode writeReport(const Report& request, Backend& backend);
+ExitCode writeReport(const Report& request, Client& client);
 
 }  // namespace cli

@@ -41,9 +41,8 @@ ExitCode explain(const Answer& answer, const Listing& listing) {
 
 }  // namespace
 
-ExitCode showListing(const Listing& listing, Backend& backend) {
-  const Answer answer = backend.call(methodOf(listing), parametersOf(listing));
-  if (answer.status == Answer::Status::kOwnOutput) return kExitDone;
+ExitCode showListing(const Listing& listing, Client& client) {
+  const Answer answer = client.call(methodOf(listing), parametersOf(listing));
   if (answer.status != Answer::Status::kDone) return explain(answer, listing);
   if (listing.asJson) return printJson(answer);
   complainOfWarnings(answer.warnings);

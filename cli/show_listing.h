@@ -1,13 +1,13 @@
 // The commands "list" and "mine".
 #pragma once
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "exit_code.h"
 #include "listing.h"
 
 namespace cli {
 
 // Asks for `listing` once and writes it to standard output, or says on standard error why not.
-ExitCode showListing(const Listing& listing, Backend& backend);
+ExitCode showListing(const Listing& listing, Client& client);
 
 }  // namespace cli

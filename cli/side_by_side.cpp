@@ -6,7 +6,6 @@
 #include <unistd.h>
 #include <utility>
 
-#include "forked_call.h"
 #include "signals.h"
 
 namespace cli {
@@ -16,13 +15,13 @@ constexpr int kTickMs = 1000;
 
 struct Running {
   std::size_t index;
-  ForkedCall call;
+  PendingCall call;
 };
 
 class SideBySide {
  public:
-  SideBySide(Backend& backend, const std::vector<Call>& calls)
-      : backend_(backend), calls_(calls), answers_(calls.size()) {}
+  SideBySide(Client& client, const std::vector<Call>& calls)
+      : client_(client), calls_(calls), answers_(calls.size()) {}
 
   std::vector<std::optional<Answer>> run(const std::function<void(std::size_t)>& isWaiting) {
     startCalls();
@@ -39,22 +38,17 @@ class SideBySide {
   void startCalls() {
     while (!isInterrupted_ && next_ < calls_.size() && running_.size() < kMostCalls) {
       const Call& call = calls_[next_];
-      std::string cause;
-      std::optional<ForkedCall> started =
-          ForkedCall::start(backend_, call.method, call.parameters, {Bond::kGoesOn}, &cause);
-      if (started) {
-        running_.push_back({next_, std::move(*started)});
+      zevo::Result<PendingCall> begun = client_.begin(call.method, call.parameters);
+      if (begun) {
+        running_.push_back({next_, std::move(*begun)});
       } else {
-        take(next_, failedAnswer(std::move(cause)));
+        take(next_, failedAnswer(begun.error().sentence));
       }
       ++next_;
     }
   }
 
   void take(std::size_t index, Answer answer) {
-    if (answer.status == Answer::Status::kFailed) {
-      backend_.noteUnanswered(calls_[index].method, calls_[index].parameters, answer);
-    }
     answers_[index] = std::move(answer);
     ++done_;
   }
@@ -63,12 +57,11 @@ class SideBySide {
     std::vector<pollfd> waiting = {{signals_.descriptor(), POLLIN, 0}};
     for (const Running& running : running_)
       waiting.push_back({running.call.descriptor(), POLLIN, 0});
-    if (poll(waiting.data(), waiting.size(), kTickMs) <= 0) return;
-    if (waiting[0].revents != 0) takeSignals();
+    poll(waiting.data(), waiting.size(), kTickMs);
+    takeSignals();
     std::vector<Running> left;
     for (std::size_t i = 0; i < running_.size(); ++i) {
-      std::optional<Answer> answer;
-      if (waiting[i + 1].revents != 0) answer = running_[i].call.advance();
+      std::optional<Answer> answer = running_[i].call.advance();
       if (answer) {
         take(running_[i].index, std::move(*answer));
       } else {
@@ -88,7 +81,7 @@ class SideBySide {
     }
   }
 
-  Backend& backend_;
+  Client& client_;
   const std::vector<Call>& calls_;
   Signals signals_{SIGINT, SIGTERM};
   std::vector<std::optional<Answer>> answers_;
@@ -101,9 +94,9 @@ class SideBySide {
 }  // namespace
 
 std::vector<std::optional<Answer>> callSideBySide(
-    Backend& backend, const std::vector<Call>& calls,
+    Client& client, const std::vector<Call>& calls,
     const std::function<void(std::size_t)>& isWaiting) {
-  return SideBySide(backend, calls).run(isWaiting);
+  return SideBySide(client, calls).run(isWaiting);
 }
 
 }  // namespace cli

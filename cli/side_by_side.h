@@ -9,8 +9,8 @@
 
 #include <json/value.h>
 
-#include "answer.h"
-#include "backend.h"
+#include "cli/client/answer.h"
+#include "cli/client/client.h"
 
 namespace cli {
 
@@ -25,7 +25,7 @@ struct Call {
 // running ones go on to their end: nothing for a call that was not made. A second signal ends the
 // program, though not the running calls.
 std::vector<std::optional<Answer>> callSideBySide(
-    Backend& backend, const std::vector<Call>& calls,
+    Client& client, const std::vector<Call>& calls,
     const std::function<void(std::size_t done)>& isWaiting);
 
 inline constexpr std::size_t kMostCalls = 64;

@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
 #include <optional>
 #include <poll.h>
 #include <string>
@@ -12,10 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "base/file_descriptor.h"
 #include "connection.h"
 #include "failure.h"
-#include "forked_call.h"
 #include "output.h"
 #include "screen.h"
 #include "signals.h"
@@ -34,8 +31,8 @@ constexpr milliseconds kLeastPause{100};
 
 class Watch {
  public:
-  Watch(const Listing& listing, Backend& backend)
-      : listing_(listing), whole_(listing), backend_(backend) {
+  Watch(const Listing& listing, Client& client)
+      : listing_(listing), whole_(listing), client_(client) {
     // Rows that only move to another page have neither come nor gone: so every read is whole.
     whole_.start.reset();
     whole_.limit.reset();
@@ -46,6 +43,7 @@ class Watch {
 
   ExitCode run() {
     while (!exit_) step();
+    if (call_) call_->giveUp();
     screen_.leave();
     complainOf(failure_);
     return *exit_;
@@ -63,14 +61,15 @@ class Watch {
     std::array<pollfd, 3> waiting = {{{signals_.descriptor(), POLLIN, 0},
                                       {isTyping_ ? STDIN_FILENO : -1, POLLIN, 0},
                                       {call_ ? call_->descriptor() : -1, POLLIN, 0}}};
-    const int ready = poll(waiting.data(), waiting.size(), call_ ? -1 : untilNextRead());
+    const int ready =
+        poll(waiting.data(), waiting.size(), call_ ? call_->patience() : untilNextRead());
     if (ready < 0 && errno != EINTR) {
       failure_ = {kExitFailed, {"cannot wait for the next read"}};
       return end(kExitFailed);
     }
     if (ready > 0 && waiting[0].revents != 0) takeSignals();
     if (ready > 0 && waiting[1].revents != 0) takeKeys();
-    if (ready > 0 && waiting[2].revents != 0) takeAnswer();
+    if (call_) takeAnswer();
     if (!exit_ && !call_ && untilNextRead() == 0) startRead();
   }
 
@@ -111,13 +110,11 @@ class Watch {
 
   void startRead() {
     nextRead_ = Clock::now() + view_.interval;
-    std::string cause;
-    std::optional<ForkedCall> call = ForkedCall::start(
-        backend_, methodOf(whole_), parametersOf(whole_), {Bond::kEnds, nowhere_.get()}, &cause);
+    zevo::Result<PendingCall> call = client_.begin(methodOf(whole_), parametersOf(whole_));
     if (call) {
       call_.emplace(std::move(*call));
     } else {
-      show(failedAnswer(std::move(cause)));
+      show(failedAnswer(call.error().sentence));
     }
   }
 
@@ -170,14 +167,13 @@ class Watch {
 
   const Listing& listing_;
   Listing whole_;
-  Backend& backend_;
+  Client& client_;
   Signals signals_{SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGWINCH, SIGTSTP};
   Screen screen_{STDIN_FILENO, STDOUT_FILENO};
-  zevo::FileDescriptor nowhere_ = zevo::openFile("/dev/null", O_WRONLY);
   Look look_;
   WatchView view_;
   std::vector<Connection> before_;
-  std::optional<ForkedCall> call_;
+  std::optional<PendingCall> call_;
   Clock::time_point nextRead_ = Clock::now();
   bool isTyping_ = isatty(STDIN_FILENO) == 1;
   bool isShown_ = false;
@@ -187,8 +183,8 @@ class Watch {
 
 }  // namespace
 
-ExitCode watch(const Listing& listing, Backend& backend) {
-  return Watch(listing, backend).run();
+ExitCode watch(const Listing& listing, Client& client) {
+  return Watch(listing, client).run();
 }
 
 }  // namespace cli

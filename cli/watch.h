@@ -1,7 +1,7 @@
 // The list, kept on the screen.
 #pragma once
 
-#include "backend.h"
+#include "cli/client/client.h"
 #include "exit_code.h"
 #include "listing.h"
 
@@ -10,6 +10,6 @@ namespace cli {
 // Shows `listing` on the terminal that standard output is, again and again, until it is told to
 // end: by "q", or by a signal that ends programs. Each read is a process of its own, so a read that
 // hangs or crashes keeps nobody from leaving. The terminal is given back on every way out.
-ExitCode watch(const Listing& listing, Backend& backend);
+ExitCode watch(const Listing& listing, Client& client);
 
 }  // namespace cli

@@ -9,12 +9,16 @@
 #include <unistd.h>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace cli {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 class ProgramTest : public ::testing::Test {
  protected:
@@ -187,8 +191,8 @@ TEST_F(ProgramTest, WhatTheModuleDoesWrongIsToldInWords) {
   for (const auto& [answer, cause] :
        {std::pair{R"({"data":{"total":1}})", "the answer of \"list\" is no list of connections"},
         std::pair{R"({"data":null})", "the answer of \"list\" is no list of connections"},
-        std::pair{R"({"silent":true})", "the module gave no answer"},
-        std::pair{R"({"throw":true})", "the module gave up: an exception that escaped"}}) {
+        std::pair{R"({"silent":true})", "the method recorded no outcome"},
+        std::pair{R"({"throw":true})", "the method threw \"an exception that escaped\""}}) {
     program.answer("list", {answer});
     const Outcome run = program.run({"list"});
     EXPECT_EQ(run.err,
@@ -198,40 +202,21 @@ TEST_F(ProgramTest, WhatTheModuleDoesWrongIsToldInWords) {
   }
 }
 
-TEST_F(ProgramTest, WhatTheMethodPrintsItselfComesOutAsItIs) {
-  program.answer("list", {R"({"print":"its own words"})"});
-  const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.out, "its own words");
-  EXPECT_EQ(run.exitCode, 0);
-}
-
-TEST_F(ProgramTest, AMissingModuleIsNamedWithTheRemedy) {
+TEST_F(ProgramTest, AModuleThatCannotBeLoadedIsNamedWithTheRemedy) {
+  const std::string remedy = "; reinstall currentconn\n";
+  const std::string folder = (program.folder() / "modules").string();
   fs::remove(program.modulePath());
-  const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  the module " +
-                         program.modulePath().string() + " is missing: reinstall currentconn\n");
-  EXPECT_EQ(run.exitCode, 1);
-}
-
-TEST_F(ProgramTest, AModuleThatIsNoLibraryIsNamedWithTheRemedy) {
-  fs::remove(program.modulePath());
+  EXPECT_EQ(program.run({"list"}).err,
+            "currentconn: cannot find a module in " + folder + ": no *.so is there" + remedy);
   std::ofstream(program.modulePath()) << "no library";
   const Outcome run = program.run({"list"});
-  EXPECT_NE(run.err.find("the module cannot be loaded, reinstall currentconn: " +
-                         program.modulePath().string()),
-            std::string::npos)
-      << run.err;
+  EXPECT_THAT(run.err, StartsWith("currentconn: cannot load the module " +
+                                  program.modulePath().string() + ": "));
+  EXPECT_THAT(run.err, EndsWith(remedy));
   EXPECT_EQ(run.exitCode, 1);
-}
-
-TEST_F(ProgramTest, ALibraryThatIsNoModuleIsNamedWithTheRemedy) {
   fs::remove(program.modulePath());
   fs::copy(program.folder() / "lib" / "libzevowebapi.so", program.modulePath());
-  const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  " +
-                         program.modulePath().string() +
-                         " offers no methods: reinstall currentconn\n");
-  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(program.run({"list"}).err, HasSubstr("it does not export GetAPITable" + remedy));
 }
 
 TEST_F(ProgramTest, NoEnvironmentVariableChoosesTheModule) {
@@ -244,10 +229,8 @@ TEST_F(ProgramTest, NoEnvironmentVariableChoosesTheModule) {
 TEST_F(ProgramTest, ASessionFileThatCannotBeCreatedIsNamed) {
   std::ofstream(program.folder() / "run") << "a file where the folder should be";
   const Outcome run = program.run({"list"});
-  EXPECT_NE(run.err.find("the session file " + (program.folder() / "run/sessions").string() +
-                         " cannot be created"),
-            std::string::npos)
-      << run.err;
+  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  cannot open " +
+                         (program.folder() / "run").string() + ": Not a directory\n");
   EXPECT_EQ(run.exitCode, 1);
 }
 
@@ -307,13 +290,6 @@ TEST_F(ProgramTest, AFullDiskIsAFailure) {
     EXPECT_EQ(run.err, "currentconn: cannot write to standard output: No space left on device\n");
     EXPECT_EQ(run.exitCode, 1);
   }
-}
-
-TEST_F(ProgramTest, AFullDiskIsAFailureOfWhatTheMethodPrintsToo) {
-  program.answer("list", {R"({"print":"its own words"})"});
-  const Outcome run = program.run({"list"}, writeToFullDisk);
-  EXPECT_NE(run.err.find("No space left on device"), std::string::npos) << run.err;
-  EXPECT_EQ(run.exitCode, 1);
 }
 
 TEST_F(ProgramTest, AReaderThatWentAwayIsNoNoise) {

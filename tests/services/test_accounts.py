@@ -75,12 +75,12 @@ class UndoingTest(AccountTest):
         alice, bob = self.disabled()
         time = alice.pop("time")
         self.assertRegex(time, r"^\d{4}-\d\d-\d\d \d\d:\d\d:\d\d$")
-        self.assertEqual({"user": "alice", "by": "root", "from": "", "expiry_before": "2030-01-31",
+        self.assertEqual({"user": "alice", "by": "root", "from": "local", "expiry_before": "2030-01-31",
                           "state": "disabled"}, alice)
         self.assertEqual((None, "changed"), (bob["expiry_before"], bob["state"]))
         table = self.currentconn("disabled").stdout.splitlines()
         self.assertEqual(["USER", "DISABLED", "BY", "FROM", "EXPIRY", "BEFORE", "NOW"], table[0].split())
-        self.assertEqual(["alice", *time.split(), "root", "-", "2030-01-31", "disabled"], table[1].split())
+        self.assertEqual(["alice", *time.split(), "root", "local", "2030-01-31", "disabled"], table[1].split())
         self.assertEqual("2 accounts are disabled", table[-1])
 
     def test_the_record_names_who_became_root(self):

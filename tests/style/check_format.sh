@@ -4,4 +4,4 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/version.sh"
 require_version clang-format
 cd "$1"
-find bench cli examples host module platform tests -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run --Werror
+find bench calls cli daemon examples module platform tests -name '*.cpp' -o -name '*.h' | sort | xargs clang-format --dry-run --Werror

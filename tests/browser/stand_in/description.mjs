@@ -3,7 +3,7 @@ import { readFile } from 'node:fs/promises';
 import { requirePackage } from '../packages.mjs';
 
 const Ajv = requirePackage('ajv/dist/2020').default;
-const kDescription = new URL('../../../host/openapi.json', import.meta.url);
+const kDescription = new URL('../../../calls/openapi.json', import.meta.url);
 
 export class Description {
   #ajv = new Ajv({ strict: false, allErrors: true });

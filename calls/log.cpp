@@ -1,0 +1,85 @@
+#include "calls/log.h"
+
+#include <cstdlib>
+#include <poll.h>
+#include <sys/stat.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#define SD_JOURNAL_SUPPRESS_LOCATION
+#include <systemd/sd-journal.h>
+
+#include "base/text.h"
+
+namespace calls {
+namespace {
+
+constexpr int kPatienceOfSink = 50;  // ms
+
+struct Sink {
+  const char* program = "currentconnd";
+  LogTo where = LogTo::kStandardError;
+  bool isJournal = false;
+  pid_t owner = 0;  // who opened it: the daemon itself
+};
+
+Sink& sink() {
+  static Sink value;
+  return value;
+}
+
+// Whether standard error is the stream that systemd names in the environment.
+bool isJournalStream() {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  if (stream == nullptr || ::fstat(STDERR_FILENO, &status) != 0) return false;
+  return std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
+}
+
+}  // namespace
+
+void openLog(const char* program, LogTo where) {
+  sink() = {program, where, where == LogTo::kStandardError && isJournalStream(), ::getpid()};
+  ::openlog(program, LOG_PID, LOG_DAEMON);
+}
+
+void logLine(int priority, const std::string& line) {
+  if (sink().where == LogTo::kSystemLog) {
+    if (priority <= LOG_WARNING) ::syslog(LOG_DAEMON | priority, "%s", line.c_str());
+    return;
+  }
+  const std::string prefix =
+      sink().isJournal ? "<" + std::to_string(LOG_PRI(priority)) + ">"
+                       : std::string(sink().program) + "[" + std::to_string(::getpid()) + "]: ";
+  const std::string text = prefix + line + "\n";
+  // Calls are more than their lines: where nobody takes these any more, they are lost.
+  pollfd taker{STDERR_FILENO, POLLOUT, 0};
+  if (::poll(&taker, 1, kPatienceOfSink) <= 0) return;
+  // In one piece, so that lines of several processes do not mix; nobody could be told of a failure.
+  static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
+}
+
+void logAuthorisation(int priority, const std::string& line) {
+  if (!sink().isJournal) {
+    ::syslog(LOG_AUTHPRIV | priority, "%s", line.c_str());
+    if (sink().where == LogTo::kStandardError) logLine(priority, line);
+    return;
+  }
+  // A call's process is gone before the journal can look up its unit, which is the daemon's.
+  const int failure =
+      ::sd_journal_send("MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i",
+                        LOG_FAC(LOG_AUTHPRIV), "SYSLOG_IDENTIFIER=%s", sink().program,
+                        "OBJECT_PID=%i", static_cast<int>(sink().owner), nullptr);
+  if (failure < 0) logLine(priority, line);
+}
+
+std::string inQuotes(std::string_view text, std::size_t limit) {
+  std::string shown = "\"";
+  for (const char c : zevo::printable(text, limit)) {
+    if (c == '"' || c == '\\') shown += '\\';
+    shown += c;
+  }
+  return shown + '"';
+}
+
+}  // namespace calls

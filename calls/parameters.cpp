@@ -1,0 +1,109 @@
+#include "calls/parameters.h"
+
+#include <algorithm>
+#include <charconv>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <json/reader.h>
+
+#include "base/text.h"
+
+namespace calls {
+namespace {
+
+constexpr Json::ArrayIndex kMostParameters = 64;
+constexpr int kDeepest = 32;
+
+// The byte of an escape's two digits; none where they are not that.
+std::optional<char> escapedByte(std::string_view digits) {
+  unsigned value = 0;
+  if (digits.size() != 2) return std::nullopt;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, value, 16);
+  if (error != std::errc() || end != digits.data() + 2) return std::nullopt;
+  return static_cast<char>(value);
+}
+
+std::optional<std::string> unescaped(std::string_view text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '%') {
+      plain += text[i] == '+' ? ' ' : text[i];
+      continue;
+    }
+    const auto byte = escapedByte(text.substr(i + 1, 2));
+    if (!byte) return std::nullopt;
+    plain += *byte;
+    i += 2;
+  }
+  const bool isText = zevo::validUtf8(plain) && plain.find('\0') == std::string::npos;
+  return isText ? std::optional(plain) : std::nullopt;
+}
+
+// No less than the number of values in the JSON text: each but the first stands behind a comma, or
+// is the first one in a bracket. None where it has a comment: that is no JSON, but the reader takes
+// it, and a quote in it would hide what follows.
+std::optional<std::size_t> mostValuesIn(std::string_view text) {
+  std::size_t values = 1;
+  bool isInside = false;  // of a text
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char letter = text[i];
+    if (letter == '\\' && isInside) ++i;
+    if (letter == '"') isInside = !isInside;
+    if (letter == '/' && !isInside) return std::nullopt;
+    if (!isInside && (letter == ',' || letter == '[' || letter == '{')) ++values;
+  }
+  return values;
+}
+
+bool addPair(std::string_view pair, Json::Value& parameters) {
+  const std::size_t equals = std::min(pair.find('='), pair.size());
+  const auto name = unescaped(pair.substr(0, equals));
+  const auto value = unescaped(pair.substr(std::min(equals + 1, pair.size())));
+  if (!name || !value || name->empty() || parameters.isMember(*name)) return false;
+  parameters[*name] = *value;
+  return parameters.size() <= kMostParameters;
+}
+
+}  // namespace
+
+std::optional<Json::Value> queryParameters(std::string_view query) {
+  Json::Value parameters(Json::objectValue);
+  while (!query.empty()) {
+    const std::string_view pair = query.substr(0, query.find('&'));
+    query.remove_prefix(std::min(pair.size() + 1, query.size()));
+    if (!pair.empty() && !addPair(pair, parameters)) return std::nullopt;
+  }
+  return parameters;
+}
+
+std::optional<Json::Value> bodyParameters(std::string_view body) {
+  if (body.empty()) return Json::Value(Json::objectValue);
+  const auto values = mostValuesIn(body);
+  if (!zevo::validUtf8(body) || !values || *values > kMostValues) return std::nullopt;
+  Json::CharReaderBuilder builder;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["stackLimit"] = kDeepest;
+  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
+  Json::Value parameters;
+  try {
+    if (!reader->parse(body.data(), body.data() + body.size(), &parameters, nullptr)) {
+      return std::nullopt;
+    }
+  } catch (const Json::Exception&) {  // nested deeper than the limit
+    return std::nullopt;
+  }
+  return parameters.isObject() ? std::optional(std::move(parameters)) : std::nullopt;
+}
+
+bool isJsonType(std::string_view contentType) {
+  std::string_view type = contentType.substr(0, contentType.find(';'));
+  while (type.ends_with(' ')) type.remove_suffix(1);
+  std::string lower(type);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return lower == "application/json";
+}
+
+}  // namespace calls

@@ -1,0 +1,86 @@
+#include "calls/route.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <optional>
+
+namespace calls {
+namespace {
+
+constexpr const char* kGet = "GET";
+constexpr const char* kPost = "POST";
+constexpr const char* kGetAndPost = "GET, POST";
+constexpr std::string_view kPrefix = "/api/";
+
+struct FixedRoute {
+  std::string_view path;
+  Endpoint endpoint;
+  const char* allowed;
+};
+
+constexpr std::array<FixedRoute, 6> kFixedRoutes = {{
+    {kLoginPath, Endpoint::kLogin, kPost},
+    {"/api/logout", Endpoint::kLogout, kPost},
+    {"/api/whoami", Endpoint::kWhoAmI, kGet},
+    {"/api/enable", Endpoint::kEnable, kPost},
+    {"/api/disabled", Endpoint::kDisabled, kGet},
+    {"/api/openapi.json", Endpoint::kDescription, kGet},
+}};
+
+// Methods that only read may be called with GET. A method that does not stand here changes
+// something as far as this daemon knows.
+constexpr std::array<std::string_view, 4> kReadingMethods = {"list", "get", "list_by_user",
+                                                             "download"};
+
+// What a view login may do: look at the list. A report is a file that would leave with whoever
+// stands before the display.
+constexpr std::array<std::string_view, 3> kViewMethods = {"list", "get", "list_by_user"};
+
+template <std::size_t kSize>
+bool contains(const std::array<std::string_view, kSize>& names, std::string_view name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string_view takeSegment(std::string_view& path) {
+  const std::string_view segment = path.substr(0, path.find('/'));
+  path.remove_prefix(std::min(segment.size() + 1, path.size()));
+  return segment;
+}
+
+std::optional<std::int64_t> versionOf(std::string_view text) {
+  std::int64_t version = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), version);
+  const bool whole = error == std::errc() && end == text.data() + text.size();
+  return whole && std::to_string(version) == text ? std::optional(version) : std::nullopt;
+}
+
+Route methodRoute(std::string_view path, const Modules& modules) {
+  const std::string_view api = takeSegment(path);
+  const auto version = versionOf(takeSegment(path));
+  const ApiHandler handler = version ? modules.find(api, *version, path) : nullptr;
+  if (handler == nullptr) return {};
+  const bool reads = contains(kReadingMethods, path);
+  return {Endpoint::kMethod, reads ? kGetAndPost : kPost, handler, !reads,
+          contains(kViewMethods, path)};
+}
+
+}  // namespace
+
+bool Route::allows(std::string_view httpMethod) const {
+  const std::string_view all = allowed;
+  return httpMethod == all || (all == kGetAndPost && (httpMethod == kGet || httpMethod == kPost));
+}
+
+Route routeOf(std::string_view path, const Modules& modules) {
+  for (const FixedRoute& route : kFixedRoutes) {
+    if (route.path != path) continue;
+    return {.endpoint = route.endpoint,
+            .allowed = route.allowed,
+            .isForView = route.endpoint == Endpoint::kWhoAmI};
+  }
+  if (!path.starts_with(kPrefix)) return {};
+  return methodRoute(path.substr(kPrefix.size()), modules);
+}
+
+}  // namespace calls

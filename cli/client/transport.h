@@ -1,0 +1,27 @@
+// Ways to somebody who serves calls.
+#pragma once
+
+#include <sys/types.h>
+
+#include "base/file_descriptor.h"
+#include "base/result.h"
+
+namespace cli {
+
+// A connection that takes one request and gives one answer.
+struct Link {
+  zevo::FileDescriptor connection;
+  pid_t child = -1;  // a process of ours that serves it; -1: none
+};
+
+class Transport {
+ public:
+  Transport() = default;
+  virtual ~Transport() = default;
+  Transport(const Transport&) = delete;
+  Transport& operator=(const Transport&) = delete;
+
+  virtual zevo::Result<Link> connect() = 0;
+};
+
+}  // namespace cli

@@ -1,0 +1,33 @@
+// Which calls are served when many come at once.
+#pragma once
+
+#include <cstddef>
+#include <sys/types.h>
+
+#include "calls/identity.h"
+
+namespace currentconnd {
+
+// Calls in flight, or waiting.
+struct Load {
+  std::size_t web = 0;
+  std::size_t local = 0;     // of local users other than root
+  std::size_t root = 0;      // of root over the local socket
+  std::size_t samePeer = 0;  // of `local`: those of the user who asks now
+
+  // Adds one of user `peer` through `socketKind`, where user `asking` asks now.
+  void add(calls::SocketKind socketKind, uid_t peer, uid_t asking);
+};
+
+// Places that calls over the web never take, so that the command line works while the page is
+// overrun; and those among them that only root takes.
+inline constexpr std::size_t kKeptForLocal = 12;
+inline constexpr std::size_t kKeptForRoot = 4;
+// One local user cannot keep the others out.
+inline constexpr std::size_t kMostOfOnePeer = 8;
+
+// Whether a call of user `peer` through `socketKind` may begin while `load` is in flight and `most`
+// are served at once. All local users together leave half of the places to the web.
+bool isAdmitted(calls::SocketKind socketKind, uid_t peer, const Load& load, std::size_t most);
+
+}  // namespace currentconnd

@@ -1,0 +1,23 @@
+// What our own functions return where they may fail.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include <tl/expected.hpp>
+
+namespace zevo {
+
+struct Error {
+  int code = 0;          // of the API, or an errno; 0 where nobody asks for one
+  std::string sentence;  // names the thing and the remedy; without a full stop
+};
+
+template <typename T>
+using Result = tl::expected<T, Error>;
+
+[[nodiscard]] inline tl::unexpected<Error> failure(std::string sentence, int code = 0) {
+  return tl::unexpected<Error>(Error{code, std::move(sentence)});
+}
+
+}  // namespace zevo

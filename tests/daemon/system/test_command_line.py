@@ -1,0 +1,79 @@
+"""currentconn without root's rights: everybody sees their own connections through the daemon."""
+
+import json
+import os
+import shutil
+import signal
+import subprocess
+
+import host_test
+from host_test import HostTest, uid_of
+import listing
+import namespace
+from clients import ssh
+from daemons.openssh import OpenSsh
+from daemons_of_host import Currentconnd
+
+_BUILD = os.path.dirname(os.path.dirname(os.path.realpath(os.environ["CURRENTCONN"])))
+_INSTALLED = "/srv/currentconn"
+
+
+def as_user(name, *arguments):
+    """Runs currentconn as a local account."""
+    return subprocess.run([f"{_INSTALLED}/bin/currentconn", *arguments], user=uid_of(name), group=uid_of(name),
+                          extra_groups=[], capture_output=True, text=True, timeout=60, stdin=subprocess.DEVNULL,
+                          env=namespace.ENVIRONMENT, cwd="/")
+
+
+class CommandLine(HostTest):
+    @classmethod
+    def setUpClass(cls):
+        host_test.add_accounts()
+        for name in ("alice", "bob"):
+            ssh.allow(name)
+        for folder in ("bin", "lib", "modules"):  # where accounts without rights can reach it
+            shutil.copytree(f"{_BUILD}/{folder}", f"{_INSTALLED}/{folder}")
+        namespace.run("chmod", "-R", "u=rwX,go=rX", _INSTALLED)
+        cls.server(OpenSsh())
+
+    def setUp(self):
+        self.client(ssh.Shell, "alice", "10.20.0.2")
+        self.client(ssh.Shell, "bob", "10.20.0.3")
+
+    def test_everybody_sees_their_own_connections(self):
+        daemon = Currentconnd().start()
+        self.addCleanup(daemon.stop)
+        for name, address in (("alice", "10.20.0.2"), ("bob", "10.20.0.3")):
+            done = as_user(name, "mine", "--json")
+            self.assertEqual((0, ""), (done.returncode, done.stderr))
+            rows = [listing.row(item) for item in json.loads(done.stdout)["items"]]
+            self.assertEqual([(name, address, "SSH")], [row[:3] for row in rows])
+        daemon.wait_for_line('method="list_by_user" user="bob" .*')
+        self.assertNotIn("not sent to its end", daemon.log_text())
+
+    def test_more_than_that_needs_root(self):
+        daemon = Currentconnd().start()
+        self.addCleanup(daemon.stop)
+        for arguments in (("list",), ("mine", "--user", "bob"), ("kick", "--user", "bob", "--yes"),
+                          ("disable", "bob", "--yes"), ("report", "-o", "-"), ("login-link",)):
+            done = as_user("alice", *arguments)
+            self.assertEqual((3, ""), (done.returncode, done.stdout), arguments)
+            self.assertIn("needs root", done.stderr)
+
+    def test_a_daemon_that_does_not_answer_is_not_waited_for_without_end(self):
+        daemon = Currentconnd("call_seconds = 1").start()
+        self.addCleanup(daemon.stop)
+        daemon.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(daemon.process.send_signal, signal.SIGCONT)
+        done = as_user("alice", "mine")
+        self.assertEqual((1, ""), (done.returncode, done.stdout))
+        self.assertIn("no answer came within 21 seconds", done.stderr)
+
+    def test_without_the_daemon_it_says_what_is_missing(self):
+        done = as_user("alice", "mine")
+        self.assertEqual((3, ""), (done.returncode, done.stdout))
+        self.assertIn("needs root, or currentconnd to be running", done.stderr)
+
+
+if __name__ == "__main__":
+    host_test.main()
