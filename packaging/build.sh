@@ -4,7 +4,7 @@
 
 build_packages=(
   ca-certificates cmake esbuild g++ ninja-build pkg-config
-  libcli11-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libpam0g-dev libsystemd-dev libtomlplusplus-dev nettle-dev
+  libcli11-dev libexpected-dev libicu-dev libjson-c-dev libjsoncpp-dev libmnl-dev libpam0g-dev libsystemd-dev libtomlplusplus-dev nettle-dev
 )
 test_packages=(abigail-tools binutils libbenchmark-dev libgmock-dev libgtest-dev)
 style_packages=(clang-format clang-tidy flake8 shellcheck)

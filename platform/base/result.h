@@ -2,9 +2,8 @@
 #pragma once
 
 #include <string>
-#include <utility>
-
 #include <tl/expected.hpp>
+#include <utility>
 
 namespace zevo {
 
