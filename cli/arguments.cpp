@@ -1,4 +1,4 @@
-#include "arguments.h"
+#include "cli/arguments.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -9,10 +9,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "columns.h"
-#include "help_texts.h"
-#include "numbers.h"
-#include "text.h"
+#include "cli/help_texts.h"
+#include "cli/numbers.h"
+#include "cli/terminal/columns.h"
+#include "cli/terminal/text.h"
 
 namespace cli {
 namespace {

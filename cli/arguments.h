@@ -5,12 +5,12 @@
 #include <string>
 #include <variant>
 
-#include "disable.h"
-#include "enable.h"
-#include "kick.h"
-#include "listing.h"
-#include "login_link.h"
-#include "report.h"
+#include "cli/commands/disable.h"
+#include "cli/commands/enable.h"
+#include "cli/commands/kick.h"
+#include "cli/commands/listing.h"
+#include "cli/commands/login_link.h"
+#include "cli/commands/report.h"
 
 namespace cli {
 

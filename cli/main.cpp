@@ -1,4 +1,4 @@
-#include "program.h"
+#include "cli/program.h"
 
 int main(int argc, char** argv) {
   return cli::runProgram(argc, argv);

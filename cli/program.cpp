@@ -1,4 +1,4 @@
-#include "program.h"
+#include "cli/program.h"
 
 #include <array>
 #include <chrono>
@@ -15,17 +15,17 @@
 #include "zevo/config.h"
 #include "zevo/config_check.h"
 
-#include "arguments.h"
 #include "calls/log.h"
 #include "calls/system_service.h"
+#include "cli/arguments.h"
 #include "cli/client/child_transport.h"
 #include "cli/client/daemon_transport.h"
-#include "exit_code.h"
-#include "output.h"
-#include "show_listing.h"
-#include "table_output.h"
-#include "terminal.h"
-#include "watch.h"
+#include "cli/commands/show_listing.h"
+#include "cli/commands/watch.h"
+#include "cli/exit_code.h"
+#include "cli/terminal/output.h"
+#include "cli/terminal/table_output.h"
+#include "cli/terminal/terminal.h"
 
 namespace cli {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "zevo/disabled_accounts.h"
 
-#include "json_text.h"
+#include "cli/client/json_text.h"
 
 namespace cli {
 namespace {

@@ -14,7 +14,7 @@
 
 #include "base/file_failure.h"
 #include "calls/scgi.h"
-#include "json_text.h"
+#include "cli/client/json_text.h"
 
 namespace cli {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "connection.h"
+#include "cli/client/connection.h"
 
 namespace cli {
 

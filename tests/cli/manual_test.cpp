@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "arguments.h"
+#include "cli/arguments.h"
 
 namespace cli {
 namespace {

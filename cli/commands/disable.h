@@ -1,0 +1,29 @@
+// The command "disable".
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/client/client.h"
+#include "cli/exit_code.h"
+
+namespace cli {
+
+struct Disable {
+  std::vector<std::string> users;  // each once
+  bool isConfirmed = false;        // do not ask
+  bool isDryRun = false;           // only show
+
+  bool operator==(const Disable&) const = default;
+};
+
+// The request for `users`, as typed. Nothing, with `*wrong` a sentence, where the method would pass
+// over one of them without a word.
+std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::string* wrong);
+
+// Shows whose accounts and which connections `request` means, asks, and reports what became of each
+// account and each connection, with the commands that would undo it.
+ExitCode disable(const Disable& request, Client& client);
+
+}  // namespace cli

@@ -1,0 +1,137 @@
+#include "cli/commands/listing.h"
+
+#include <array>
+#include <limits>
+#include <string_view>
+
+#include "cli/numbers.h"
+
+namespace cli {
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr milliseconds kWatchDefault{2000};
+// A read scans /proc; oftener than this it would mostly watch itself.
+constexpr double kWatchLeast = 0.2;
+constexpr double kWatchMost = 86400;
+constexpr int kGreatest = std::numeric_limits<int>::max();
+
+struct SortWord {
+  std::string_view typed;
+  const char* field;
+};
+
+// The method's own words first, then the names of the table's columns.
+constexpr std::array<SortWord, 10> kSortWords = {{{"time", "time"},
+                                                  {"who", "who"},
+                                                  {"from", "from"},
+                                                  {"descr", "descr"},
+                                                  {"type", "type"},
+                                                  {"since", "time"},
+                                                  {"user", "who"},
+                                                  {"client", "from"},
+                                                  {"resource", "descr"},
+                                                  {"service", "type"}}};
+
+bool takeCount(const char* option, const std::optional<std::string>& word,
+               std::optional<int>* count, std::string* wrong) {
+  if (!word) return true;
+  *count = parseNumber<int>(*word);
+  if (*count && **count >= 0) return true;
+  *wrong = std::string(option) + " must be a whole number from 0 to " + std::to_string(kGreatest) +
+           ", found \"" + *word + "\"";
+  return false;
+}
+
+bool takeSortField(const std::optional<std::string>& word, std::string* field, std::string* wrong) {
+  if (!word) return true;
+  for (const SortWord& known : kSortWords) {
+    if (*word != known.typed) continue;
+    *field = known.field;
+    return true;
+  }
+  *wrong =
+      "--sort-by must be time, who, from, descr or type (or since, user, client, resource, "
+      "service), found \"" +
+      *word + "\"";
+  return false;
+}
+
+bool takeDirection(const ListingWords& words, std::string* direction, std::string* wrong) {
+  if (words.ascending && words.descending) {
+    *wrong = "--asc and --desc exclude each other: give one of them";
+    return false;
+  }
+  if (words.ascending) *direction = "ASC";
+  if (words.descending) *direction = "DESC";
+  return true;
+}
+
+bool takeWatch(const ListingWords& words, std::optional<milliseconds>* watch, std::string* wrong) {
+  if (!words.watch) return true;
+  if (words.asJson) {
+    *wrong = "--watch and --json exclude each other: --json is for programs, which call again";
+    return false;
+  }
+  *watch = kWatchDefault;
+  if (words.watch->empty()) return true;
+  const std::optional<double> seconds = parseNumber<double>(*words.watch);
+  if (!seconds || !(*seconds >= kWatchLeast && *seconds <= kWatchMost)) {
+    *wrong = "--watch must be 0.2 to 86400 seconds, found \"" + *words.watch + "\"";
+    return false;
+  }
+  *watch = milliseconds(static_cast<milliseconds::rep>(*seconds * 1000));
+  return true;
+}
+
+bool takeUser(const std::optional<std::string>& word, std::optional<std::string>* user,
+              std::string* wrong) {
+  if (!word) return true;
+  // The method reads an empty name as everybody.
+  if (word->empty()) {
+    *wrong = "--user must be the name of an account, found an empty text";
+    return false;
+  }
+  *user = *word == "root" ? kNameOfRoot : *word;
+  return true;
+}
+
+// The method adds both as 32-bit numbers, and a page that would end beyond them as empty.
+void keepEndInRange(Listing* listing) {
+  if (!listing->start || !listing->limit || *listing->limit == 0) return;
+  if (*listing->limit > kGreatest - *listing->start) listing->limit = kGreatest - *listing->start;
+}
+
+}  // namespace
+
+const char* methodOf(const Listing& listing) {
+  return listing.user ? "list_by_user" : "list";
+}
+
+Json::Value parametersOf(const Listing& listing) {
+  Json::Value parameters(Json::objectValue);
+  if (!listing.filter.empty()) parameters["filter"] = listing.filter;
+  if (!listing.sortBy.empty()) parameters["sort_by"] = listing.sortBy;
+  if (!listing.direction.empty()) parameters["sort_direction"] = listing.direction;
+  if (listing.start) parameters["start"] = *listing.start;
+  if (listing.limit) parameters["limit"] = *listing.limit;
+  return parameters;
+}
+
+std::optional<Listing> checkListing(const ListingWords& words, std::string* wrong) {
+  Listing listing;
+  listing.asJson = words.asJson;
+  listing.filter = words.filter.value_or("");
+  const bool isRight = takeUser(words.user, &listing.user, wrong) &&
+                       takeSortField(words.sortBy, &listing.sortBy, wrong) &&
+                       takeDirection(words, &listing.direction, wrong) &&
+                       takeCount("--start", words.start, &listing.start, wrong) &&
+                       takeCount("--limit", words.limit, &listing.limit, wrong) &&
+                       takeWatch(words, &listing.watch, wrong);
+  if (!isRight) return {};
+  keepEndInRange(&listing);
+  return listing;
+}
+
+}  // namespace cli

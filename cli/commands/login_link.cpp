@@ -1,0 +1,92 @@
+#include "cli/commands/login_link.h"
+
+#include <array>
+#include <ctime>
+#include <memory>
+#include <unistd.h>
+
+#include "zevo/account.h"
+#include "zevo/config.h"
+#include "zevo/error_trail.h"
+#include "zevo/login_link.h"
+#include "zevo/login_state.h"
+#include "zevo/session_file.h"
+#include "zevo/web_login.h"
+
+#include "cli/terminal/output.h"
+#include "cli/terminal/table_output.h"
+
+namespace cli {
+namespace {
+
+constexpr const char* kRootAlias = "admin";
+
+using User = std::unique_ptr<UserRecord, void (*)(UserRecord*)>;
+
+User lookUp(const std::string& name) {
+  UserRecord* record = nullptr;
+  ZEVOUserGet(name.c_str(), &record);
+  return {record, &ZEVOUserFree};
+}
+
+// Where the page of a usual installation is.
+std::string usualUrl() {
+  std::array<char, 256> name{};
+  const bool isNamed = gethostname(name.data(), name.size() - 1) == 0 && name.front() != '\0';
+  return std::string("https://") + (isNamed ? name.data() : "localhost") + ":8443/";
+}
+
+ExitCode fail(const std::string& reason) {
+  complain("no link was made: " + reason);
+  return kExitFailed;
+}
+
+// Why the account cannot log in to the page; empty where nothing is known to be in the way.
+std::string objectionTo(const UserRecord& user, const zevo::LoginState& state) {
+  if (state.isExpired) return "the account is disabled or has expired";
+  if (user.uid != 0 && state.isLocked) return "the account is locked: give it a password";
+  if (user.uid != 0 && !state.hasLoginShell) return "the account has no login shell";
+  if (user.uid != 0) return "";
+  const User alias = lookUp(kRootAlias);
+  return alias && alias->uid != 0 ? "an account \"admin\" is there, and root is \"admin\" on the "
+                                    "page: name another account, as in 'login-link admin'"
+                                  : "";
+}
+
+std::optional<std::time_t> endOf(const LoginLink& request) {
+  constexpr std::time_t kSecondsADay = 86400;
+  if (!request.viewDays) return std::nullopt;
+  return std::time(nullptr) + *request.viewDays * kSecondsADay;
+}
+
+// False with the last error set where it cannot be written.
+bool create(const zevo::LinkAccount& account, const std::string& passwordField,
+            std::string* token) {
+  const std::string& file = zevo::config().sessionFile;
+  if (ZEVOCgiSessionFileCreate(file.c_str()) != 0) return false;
+  const auto key = zevo::loginKey(file);
+  if (!key) return false;
+  zevo::LinkAccount marked = account;
+  marked.passwordMark = zevo::passwordMark(*key, account.name, passwordField);
+  return zevo::createLoginLink(file, marked, token);
+}
+
+}  // namespace
+
+ExitCode makeLoginLink(const LoginLink& request) {
+  const std::string name = request.user.value_or("root");
+  const User user = lookUp(name);
+  if (!user) return fail("there is no account \"" + name + "\"");
+  const zevo::LoginState state = zevo::loginState(*user);
+  const std::string objection = objectionTo(*user, state);
+  if (!objection.empty()) return fail(objection);
+  std::string token;
+  zevo::clearErrorTrail();
+  if (!create({user->name, user->uid, endOf(request)}, state.passwordField, &token)) {
+    const auto causes = zevo::errorTrail();
+    return fail(causes.empty() ? "it could not be written" : causes.back());
+  }
+  return printText(request.url.value_or(usualUrl()) + "#login=" + token + "\n");
+}
+
+}  // namespace cli

@@ -1,0 +1,92 @@
+#include "cli/commands/warnings.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "zevo/disabled_accounts.h"
+
+#include "cli/terminal/output.h"
+
+namespace cli {
+namespace {
+
+bool tellsOfAccount(const zevo::ReadNote& warning) {
+  return warning.code == zevo::kStillLetIn;
+}
+
+std::string lineOf(const zevo::ReadNote& warning) {
+  if (tellsOfAccount(warning)) {
+    return warning.detail.empty() ? warning.service + " still lets a disabled account in"
+                                  : warning.detail;
+  }
+  const std::string which = warning.service.empty() ? "" : warning.service + " ";
+  std::string line = which + "connections may be missing";
+  if (warning.code == zevo::kDetailsMissing) {
+    line = "not everything is known about the " + which + "connections";
+  }
+  return warning.detail.empty() ? line : line + ": " + warning.detail;
+}
+
+bool tellsOfMissing(const zevo::ReadNote& warning) {
+  return warning.code != zevo::kDetailsMissing && !tellsOfAccount(warning);
+}
+
+// A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
+bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
+  if (type == "HTTP/HTTPS") return false;
+  return warning.service.empty() || warning.service == type ||
+         (warning.service == "SSH" && type == "SFTP");
+}
+
+}  // namespace
+
+std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<std::string> lines;
+  lines.reserve(warnings.size());
+  for (const zevo::ReadNote& warning : warnings) lines.push_back(lineOf(warning));
+  return lines;
+}
+
+void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings) {
+  std::string all;
+  for (const std::string& line : warningLines(warnings)) all += (all.empty() ? "" : "; ") + line;
+  if (!all.empty()) complain(all);
+}
+
+void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<std::string> lines = {doubt};
+  for (std::string& line : warningLines(warnings)) lines.push_back(std::move(line));
+  complain(lines);
+}
+
+std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnings) {
+  std::vector<zevo::ReadNote> found;
+  std::copy_if(warnings.begin(), warnings.end(), std::back_inserter(found), tellsOfAccount);
+  return found;
+}
+
+std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& warnings,
+                                          const std::string& type) {
+  std::vector<zevo::ReadNote> found;
+  std::copy_if(warnings.begin(), warnings.end(), std::back_inserter(found),
+               [&](const zevo::ReadNote& warning) {
+                 return !tellsOfAccount(warning) && isAbout(warning, type);
+               });
+  return found;
+}
+
+bool mayLack(const std::vector<zevo::ReadNote>& warnings) {
+  return std::any_of(warnings.begin(), warnings.end(), tellsOfMissing);
+}
+
+bool mayLack(const std::vector<zevo::ReadNote>& warnings,
+             const std::vector<Connection>& connections) {
+  return std::any_of(warnings.begin(), warnings.end(), [&](const zevo::ReadNote& warning) {
+    return tellsOfMissing(warning) &&
+           std::any_of(connections.begin(), connections.end(),
+                       [&](const Connection& c) { return isAbout(warning, c.type); });
+  });
+}
+
+}  // namespace cli
