@@ -54,6 +54,13 @@ Currency AccessTimes::useOf(const char* id) const {
   return S_ISREG(status.st_mode) && isRecent ? Currency::kCurrent : Currency::kEnded;
 }
 
+std::int64_t AccessTimes::lastUse(const char* id) const {
+  constexpr std::int64_t kNanoseconds = 1000L * 1000 * 1000;
+  struct stat status {};
+  if (!folder_ || ::fstatat(folder_.get(), id, &status, AT_SYMLINK_NOFOLLOW) != 0) return 0;
+  return status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec;
+}
+
 void AccessTimes::touch(const char* id) const {
   if (folder_) ::utimensat(folder_.get(), id, nullptr, AT_SYMLINK_NOFOLLOW);
 }

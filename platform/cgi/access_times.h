@@ -1,6 +1,7 @@
 // Which logins of a session file are in use.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string>
 
@@ -22,6 +23,8 @@ class AccessTimes {
   // is missing, or it began before the configuration's login limit. Unknown, with the last error
   // set, where the access time cannot be read: that says nothing about the login.
   [[nodiscard]] Currency currencyOf(json_object* record) const;
+  // When a login was used last, in nanoseconds since 1970; 0 where that cannot be told.
+  [[nodiscard]] std::int64_t lastUse(const char* id) const;
   // Makes now the access time of a login that has one. Another one stays without.
   void touch(const char* id) const;
   void remove(const char* id) const;

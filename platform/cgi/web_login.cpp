@@ -1,12 +1,15 @@
 #include "zevo/web_login.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdint>
 #include <dirent.h>
 #include <functional>
 #include <set>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include <climits>
@@ -56,6 +59,24 @@ std::optional<WebLogin> loginOf(json_object* record) {
                   .passwordMark = mark != nullptr ? mark : "",
                   .viewUntil = isView ? std::optional<std::time_t>(end) : std::nullopt,
                   .number = static_cast<int>(number)};
+}
+
+// Those of the user's logins that end so that one more can begin: the longest unused.
+std::set<std::string> loginsToEnd(std::string_view content, const std::string& user,
+                                  const AccessTimes& times) {
+  std::vector<std::pair<std::int64_t, std::string>> logins;  // by their last use
+  for (const std::string_view line : linesOf(content)) {
+    const JsonObject record = parseSessionRecord(line);
+    const auto login = record ? loginOf(record.get()) : std::nullopt;
+    if (!login || login->user != user || login->viewUntil) continue;
+    logins.emplace_back(times.lastUse(login->id.c_str()), login->id);
+  }
+  std::set<std::string> ids;
+  if (logins.size() < kMostLogins) return ids;
+  std::sort(logins.begin(), logins.end());
+  logins.resize(logins.size() - kMostLogins + 1);
+  for (auto& [use, id] : logins) ids.insert(std::move(id));
+  return ids;
 }
 
 // Access times without a login are left by a crash between the two writes.
@@ -111,9 +132,16 @@ bool removeLogins(const std::string& path, const Judgement& judge) {
 
 bool addWebLogin(const std::string& path, WebLogin* login) {
   if (ZEVOCgiSessionFileCreate(path.c_str()) != 0) return false;
+  std::string content;
+  if (const auto failure = readFile(path, kLongestSessionFile, &content))
+    return failAtFile(*failure);
   const AccessTimes times(path);
-  const bool isSwept =
-      removeLogins(path, [&times](json_object* record) { return times.currencyOf(record); });
+  // Of several logins at once each may find the same ones; the next login ends what is left.
+  const std::set<std::string> ending =
+      login->viewUntil ? std::set<std::string>() : loginsToEnd(content, login->user, times);
+  const bool isSwept = removeLogins(path, [&](json_object* record) {
+    return ending.contains(sessionIdOf(record)) ? Currency::kEnded : times.currencyOf(record);
+  });
   if (!isSwept) return false;
   const int number = appendLogin(path,
                                  {.id = login->id,

@@ -27,9 +27,14 @@ struct WebLogin {
   bool operator==(const WebLogin&) const = default;
 };
 
+// So many logins that are no view logins may one account have: with logins without end it would
+// make the file so long that nobody's calls, and no disabling, would come to their end.
+inline constexpr int kMostLogins = 64;
+
 // Writes a login that begins now: gives it the lowest number that no other has, and its access
 // time. Logins that have ended by the configuration's limits or on their date go at the same time,
-// and so do access times that belong to none. Returns false with the last error set, and the file
+// and so do access times that belong to none, and of an account with too many logins those that
+// were not used for the longest time. Returns false with the last error set, and the file
 // unchanged, on failure; that an access time cannot be read is one.
 ZEVO_EXPORT bool addWebLogin(const std::string& path, WebLogin* login);
 

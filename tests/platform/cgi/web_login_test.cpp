@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <ctime>
+#include <string>
 #include <sys/stat.h>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -37,6 +39,14 @@ class WebLogins : public SessionFixture {
                    .passwordMark = "mark"};
     EXPECT_TRUE(addWebLogin(path(), &login));
     return login;
+  }
+  static WebLogin loginOfAlice(const std::string& token) {
+    return {.id = tokenHash(token),
+            .user = "alice",
+            .uid = 1000,
+            .address = "10.20.0.2",
+            .started = std::time(nullptr),
+            .passwordMark = "mark"};
   }
   [[nodiscard]] std::optional<WebLogin> find(const WebLogin& login) const {
     return findId(login.id);
@@ -185,6 +195,28 @@ TEST_F(WebLogins, ThatWereIdleGoAtTheNextLogin) {
   EXPECT_FALSE(std::filesystem::exists(accessFile(idle.id)));
   EXPECT_FALSE(std::filesystem::exists(accessFile(tokenHash("nobody"))));
   EXPECT_TRUE(find(used));
+}
+
+TEST_F(WebLogins, OfOneAccountAreSoManyAndTheLongestUnusedEndsForTheNext) {
+  const WebLogin bob = add("bob");
+  setAge(bob.id, std::chrono::minutes(14));
+  WebLogin view = loginOfAlice("view");
+  view.viewUntil = std::time(nullptr) + 3600;
+  ASSERT_TRUE(addWebLogin(path(), &view));
+  std::vector<WebLogin> logins;
+  for (int i = 0; i < kMostLogins; ++i) {
+    logins.push_back(loginOfAlice(std::to_string(i)));
+    ASSERT_TRUE(addWebLogin(path(), &logins.back()));
+    setAge(logins.back().id, std::chrono::seconds(i == 5 ? 500 : 300));
+  }
+  for (const WebLogin& login : logins) EXPECT_TRUE(find(login));
+  WebLogin next = loginOfAlice("next");
+  ASSERT_TRUE(addWebLogin(path(), &next));
+  EXPECT_FALSE(find(logins[5])) << "the longest unused";
+  logins[5] = next;
+  for (const WebLogin& login : logins) EXPECT_TRUE(find(login));
+  EXPECT_TRUE(find(bob)) << "another account's";
+  EXPECT_TRUE(find(view)) << "a view login ends on its date";
 }
 
 TEST_F(WebLogins, KeepTheFileOfARefusedLogin) {
