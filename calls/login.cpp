@@ -133,6 +133,11 @@ Verdict checkCredentials(const Credentials& credentials, const std::string& addr
   const auto account = tools.accounts.byName(result.account);
   objection = objectionToPassword(account);
   if (!objection.empty()) return {std::nullopt, name, objection};
+  // The login would go on with the new password's mark. PAM can take as long as its user likes.
+  if (known && account && known->name == account->name &&
+      known->passwordMark != account->passwordMark) {
+    return {std::nullopt, name, "the password was changed meanwhile"};
+  }
   return judge(name, account, tools.accounts);
 }
 

@@ -160,6 +160,15 @@ TEST_F(Logging, InIsRefusedToAccountsThatAreLockedOrHaveNoLoginShell) {
   EXPECT_THAT(log_, HasSubstr("user \"alice\": the account has no login shell\n"));
 }
 
+TEST_F(Logging, InIsRefusedWhereThePasswordWasChangedWhilePamTookTheOldOne) {
+  tools_.checkPassword = [this](const std::string& name, const Secret&, const std::string&) {
+    accounts_.add({.name = name, .uid = 1000, .passwordMark = "another one"});
+    return PamResult{true, name, ""};
+  };
+  expectRefusal(postName("alice"));
+  EXPECT_THAT(log_, HasSubstr("user \"alice\": the password was changed meanwhile\n"));
+}
+
 TEST_F(Logging, InWithRootsPasswordIsRefusedUnlessItIsAllowed) {
   for (const char* name : {"root", "admin"}) {
     waited_.clear();

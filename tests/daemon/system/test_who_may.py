@@ -1,7 +1,10 @@
 """Who may do what: every method times every kind of caller, as one table."""
 
+import concurrent.futures
 import os
 import re
+import shutil
+import tempfile
 import time
 
 import host_test
@@ -9,6 +12,7 @@ from host_test import HostTest, uid_of
 import listing
 import namespace
 import scgi_client
+import waiting
 from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, SESSIONS, WEB_SOCKET
 from http_client import API, Client
 
@@ -223,6 +227,25 @@ class WhoMay(HostTest):
         namespace.run("chpasswd", text="ingo:another one\n")
         for token in tokens[1:]:
             self.assertEqual(401, Client("10.20.0.7").post("/api/login", token).status)
+
+    def test_a_login_under_way_does_not_outlive_the_password(self):
+        # Its user can hold up some modules of PAM, such as one whose lock is a file of the account.
+        namespace.add_account("jana")
+        rules = namespace.read("/etc/pam.d/currentconn")
+        self.addCleanup(namespace.write, "/etc/pam.d/currentconn", rules)
+        folder = tempfile.mkdtemp()
+        self.addCleanup(shutil.rmtree, folder)
+        namespace.write(f"{folder}/hold", f"#!/bin/sh\n>{folder}/held\nuntil [ -e {folder}/go ]; do sleep 0.1; done\n", 0o755)
+        namespace.write("/etc/pam.d/currentconn", f"auth required pam_unix.so\nauth required pam_exec.so quiet {folder}/hold\n"
+                        "account required pam_unix.so\n")
+        client = Client("10.20.0.7")
+        with concurrent.futures.ThreadPoolExecutor(1) as pool:
+            login = pool.submit(client.log_in, "jana", PASSWORD)
+            waiting.until("PAM to have taken the password", lambda: os.path.exists(f"{folder}/held"))
+            namespace.run("chpasswd", text="jana:another one\n")
+            namespace.write(f"{folder}/go", "")
+            self.assertEqual(401, login.result().status)
+        self.assertEqual(401, client.get("/api/whoami").status)
 
     def test_every_method_for_every_caller(self):
         asked = self._callers()
