@@ -34,13 +34,16 @@ obstacle() {
   fi
 }
 
+# apt's own account could not write where it goes, and would say so.
+download() { apt-get -qq -o APT::Sandbox::User=root download "$@"; }
+
 # The program that makes roots: the machine's, or the one of its package, which is not installed for this.
 mmdebstrap() {
   local unpacked=$roots/tools
   if [[ ! -x $unpacked/usr/bin/mmdebstrap ]] && ! type -P mmdebstrap >/dev/null; then
     say "unpacking mmdebstrap"
     mkdir -p "$unpacked"
-    (cd "$unpacked" && { apt-get -qq download mmdebstrap || { apt-get -qq update && apt-get -qq download mmdebstrap; }; }) ||
+    (cd "$unpacked" && { download mmdebstrap || { apt-get -qq update && download mmdebstrap; }; }) ||
       fail "apt-get could not download mmdebstrap"
     dpkg -x "$unpacked"/mmdebstrap_*.deb "$unpacked"
   fi

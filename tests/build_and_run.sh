@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Builds the project and runs its tests on the system that this runs on: the machine, or a root that ./test made.
 #
-#   tests/build_and_run.sh [--install]           every test, each where it finds most
-#   tests/build_and_run.sh [--install] --short   units and services, in one build without sanitizers
-#   tests/build_and_run.sh [--install] --quick   the unit tests alone, under the sanitizers
+#   tests/build_and_run.sh           every test, each where it finds most
+#   tests/build_and_run.sh --short   units and services, in one build without sanitizers
+#   tests/build_and_run.sh --quick   the unit tests alone, under the sanitizers
 #
-# --install: installs what is missing before.
+# What they need has to be there.
 set -euo pipefail
 here=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$here/packaging/build.sh"
@@ -15,20 +15,9 @@ side_by_side=$((2 * $(nproc)))
 # run_tests PRESET [ctest options]
 run_tests() { (cd "$here/build/$1" && ctest --output-on-failure --no-tests=error -j"$side_by_side" "${@:2}"); }
 
-install=
-if [[ ${1:-} == --install ]]; then
-  install=yes
-  shift
-fi
-if [[ ${1:-} != --quick && $EUID -ne 0 ]]; then
-  echo "the tests start real servers in namespaces of their own and need root for that: run 'sudo ./test'," >&2
-  echo "or './test --quick' for the unit tests alone" >&2
-  exit 1
-fi
 failed=
 case ${1:-} in
   --quick)
-    [[ ! $install ]] || install_build_packages "${test_packages[@]}"
     build_preset asan -DCURRENTCONN_TESTS=ON
     run_tests asan -L unit || failed=yes
     ;;
@@ -37,11 +26,6 @@ case ${1:-} in
     run_tests strict -LE browser || failed=yes
     ;;
   *)
-    if [[ $install ]]; then
-      install_build_packages "${test_packages[@]}" "${style_packages[@]}"
-      "$here/tests/services/packages.sh"
-      "$here/tests/browser/packages.sh"
-    fi
     build_preset asan -DCURRENTCONN_TESTS=ON
     build_preset strict -DCURRENTCONN_TESTS=ON -DCURRENTCONN_UNIT_TESTS=OFF
     echo "== under AddressSanitizer and UndefinedBehaviorSanitizer"

@@ -52,8 +52,9 @@ export class PageDriver {
     await this.page.waitForSelector('#live-text:not(:empty)');
   }
 
-  take(name) {
-    return this.page.screenshot({ path: `${kPictures}/${name}.png`, animations: 'disabled' });
+  // `what` is the page, or a part of it.
+  take(name, what = this.page) {
+    return what.screenshot({ path: `${kPictures}/${name}.png`, animations: 'disabled' });
   }
 
   row(text) {

@@ -5,7 +5,6 @@ import subprocess
 import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-ROOT = os.path.realpath(os.path.join(HERE, "../.."))
 sys.path.insert(0, os.path.join(HERE, "../services"))
 
 import namespace  # noqa: E402
@@ -15,9 +14,9 @@ from clients import ssh  # noqa: E402
 from clients.smb import Smb  # noqa: E402
 from daemons.openssh import OpenSsh  # noqa: E402
 from daemons.samba import Samba  # noqa: E402
+from served_page import ServedPage  # noqa: E402
 from service_test import ServiceTest, add_users, main  # noqa: E402
 
-BUILD = os.environ.get("CURRENTCONN_BUILD", os.path.join(ROOT, "build/release"))
 VISIT_SECONDS = 180
 
 
@@ -43,27 +42,14 @@ class ServedPageTest(ServiceTest):
         for daemon in (Samba(), OpenSsh()):
             cls.server(daemon)
 
-    def setUp(self):
-        self.served = subprocess.Popen([f"{ROOT}/packaging/serve.sh", BUILD], env=namespace.ENVIRONMENT,
-                                       stdout=subprocess.PIPE, text=True)
-        self.addCleanup(self.served.wait)
-        self.addCleanup(self.served.terminate)
-        self.addCleanup(self.served.stdout.close)
-
     def test_a_visit_ends_connections_and_disables_an_account(self):
-        link = self._link()
+        link = ServedPage(self).link()
         self.client(Smb, "alice", "10.20.0.2", "media")
         self.client(ssh.Shell, "carol", "10.20.0.3")
         self._visit(link)
         for port in (445, 22):
             waiting.until(f"the connection on port {port} to end", lambda port=port: processes.established(port) == 0)
         self.assertEqual({"alice": "", "carol": "1"}, {name: expiry(name) for name in ("alice", "carol")})
-
-    def _link(self):
-        for line in self.served.stdout:
-            if "#login=" in line:
-                return line.strip()
-        self.fail("no login link was printed")
 
     def _visit(self, link):
         environment = namespace.ENVIRONMENT | {"CURRENTCONN_LINK": link, "CURRENTCONN_PASSWORD": namespace.PASSWORD}
