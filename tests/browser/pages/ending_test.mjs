@@ -38,7 +38,7 @@ pageTest('the dialog names everybody who is hit', async ({ driver, world }) => {
   await endSelected(driver);
   const text = await driver.dialogText();
   assert.match(text, /^End 2 connections\?/);
-  assert.match(text, /The same process also serves alice\. They are cut off, too\./);
+  assert.match(text, /The same process also serves alice, who will be disconnected too\./);
   assert.match(text, /Ends all logins of carol at 10\.0\.0\.8\./);
   assert.match(text, /Firefox, Chrome/);
   assert.deepEqual(kicks(world), [], 'nothing is ended before it is confirmed');
@@ -106,7 +106,7 @@ pageTest(
     await driver.press('End 2 connections');
     await driver.dialogTitle('Ending 2 connections');
     await eventually(async () => (await targets(page)).map(([, mark]) => mark), ['Ending…', 'Ending…']);
-    assert.match(await driver.dialogText(), /0 of 2 answered\. The server gives each process up to five seconds\./);
+    assert.match(await driver.dialogText(), /0 of 2 answered\. Each process has up to five seconds to end\./);
     await page.keyboard.press('Escape');
     assert.equal(await page.isVisible('#dialog'), true);
     await driver.dialogTitle('2 of 2 ended');
@@ -127,8 +127,8 @@ pageTest('the result says of each row what happened to it', async ({ driver, pag
   await driver.dialogTitle('2 of 3 ended');
   assert.deepEqual(await targets(page), [
     ['ended', 'Ended'],
-    ['returned', 'Ended, and connected again'],
-    ['stubborn', 'Still connected\nThe server found nothing to end, or the process did not end in time.'],
+    ['returned', 'Ended, then connected again'],
+    ['stubborn', 'Still connected\nThere was nothing to end, or the process did not end in time.'],
   ]);
   await driver.press('Done');
   await eventually(async () => (await driver.rows()).map(([user]) => user), ['returned', 'stubborn']);
@@ -138,11 +138,11 @@ pageTest('the result says of each row what happened to it', async ({ driver, pag
 const kRefusals = [
   [
     { status: 500, code: 117, causes: ['cannot lock the session file'] },
-    /could not complete it.*The server says: cannot lock the session file/s,
+    /could not complete the request.*The server reports: cannot lock the session file/s,
   ],
-  [{ status: 403, code: 105 }, /Only administrators may do this/],
+  [{ status: 403, code: 105 }, /Administrator rights are required/],
   [{ status: 504, code: 504 }, /did not answer in time/],
-  [{ status: 500, code: 500 }, /an answer that this page does not understand \(500\)/],
+  [{ status: 500, code: 500 }, /Unexpected answer from the server \(500\)/],
 ];
 
 for (const [problem, sentence] of kRefusals) {
@@ -174,7 +174,7 @@ pageTest(
     await driver.openPanel('bob');
     await driver.choose('End this connection…');
     await page.waitForTimeout(2500);
-    await driver.dialogTitle('Looking at what is connected now');
+    await driver.dialogTitle('Checking current connections');
     await driver.dialogTitle('End 1 connection?');
     assert.deepEqual(await targets(page), [['bob', '']]);
   },
@@ -198,7 +198,7 @@ pageTest('what has ended before it was confirmed is said and not asked for', asy
   await page.check('#head-row input');
   world.connections = world.connections.slice(1);
   await endSelected(driver);
-  assert.match(await driver.dialogText(), /^End 1 connection\?[^]*1 selected connection has ended by itself\./);
+  assert.match(await driver.dialogText(), /^End 1 connection\?[^]*1 selected connection has already ended\./);
   await driver.press('End 1 connection');
   await driver.dialogTitle('1 of 1 ended');
   assert.equal(kicks(world).length, 1);
@@ -236,7 +236,7 @@ pageTest('a list that may lack the row afterwards leaves open what happened', as
   world.warnings = [{ code: 'connections_missing', service: 'CIFS', detail: 'Samba: no reason' }];
   await driver.press('End 1 connection');
   await driver.dialogTitle('0 of 1 ended');
-  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read again in full']]);
+  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read in full']]);
 });
 
 pageTest('a list that cannot be read afterwards leaves open what happened', async ({ driver, page, world }) => {
@@ -248,7 +248,7 @@ pageTest('a list that cannot be read afterwards leaves open what happened', asyn
   world.fail('list', { status: 500, code: 117 });
   await driver.press('End 1 connection');
   await driver.dialogTitle('0 of 1 ended');
-  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read again in full']]);
+  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read in full']]);
 });
 
 pageTest(
@@ -259,7 +259,7 @@ pageTest(
     await driver.press('Stop');
     await driver.dialogTitle('64 of 100 ended');
     assert.equal(kicks(world).length, 64);
-    assert.match(await driver.dialogText(), /Stopped: connections that had not been asked for were left alone\./);
+    assert.match(await driver.dialogText(), /Stopped\. The remaining connections were left alone\./);
     const marks = (await targets(page)).map(([, mark]) => mark);
     assert.equal(marks.filter((mark) => mark === 'Left alone').length, 36);
   },
@@ -286,8 +286,8 @@ pageTest(
     await driver.openPanel('olga');
     const choices = await page.$$eval('#row-panel [aria-disabled]', (all) => all.map((one) => one.innerText));
     assert.deepEqual(choices, [
-      'End this connection…\nThis is the login you are using. Log out instead.',
-      'Disable olga…\nYou cannot disable the account that you are logged in with.',
+      'End this connection…\nYou are using this login. Log out instead.',
+      'Disable olga…\nYou cannot disable the account you are logged in with.',
     ]);
   },
 );

@@ -321,7 +321,7 @@ pageTest('a row that cannot be ended says why and cannot be selected', async ({ 
   await box.click({ force: true });
   assert.equal(await box.isChecked(), false);
   assert.equal(await page.isVisible('#selection'), false);
-  const reason = 'NFS has no process of its own for each client, so there is nothing to end.';
+  const reason = 'NFS has no separate process for each client, so there is nothing to end.';
   assert.equal(await driver.text('#tip'), reason);
   assert.equal(await box.getAttribute('aria-description'), reason);
   await driver.openPanel('NFS');

@@ -11,7 +11,7 @@ pageTest(
     await driver.logIn('olga', 'wrong');
     await eventually(
       () => driver.text('#login-notice'),
-      'User name and password do not match, or the account may not log in.',
+      'The user name or password is wrong, or the account may not log in.',
     );
     assert.equal(await page.inputValue('#login-name'), 'olga');
     assert.equal(await page.evaluate(() => document.activeElement.id), 'login-password');
@@ -69,7 +69,7 @@ pageTest('a login link logs in, names the account and leaves the address', async
 pageTest('a login link that was used says so and leads to the form', async ({ driver, world, page }) => {
   await driver.visit(`/#login=${kToken}`);
   await page.waitForSelector('#login-notice .trouble');
-  assert.match(await driver.text('#login-notice'), /^This login link was used already or is older than five minutes\./);
+  assert.match(await driver.text('#login-notice'), /^This login link has already been used or is older than five minutes\./);
   assert.equal(world.callsOf('login').length, 1);
   assert.equal(page.url(), `${driver.base}/`);
 });
@@ -115,7 +115,7 @@ pageTest('a session that has ended leads back to the login with a sentence', asy
   await page.waitForSelector('#login:not([hidden])');
   assert.match(
     await driver.text('#login-notice'),
-    /^Your session has ended: nothing was done for 15 minutes, or an administrator ended it\./,
+    /^Your session has ended after 15 minutes without activity, or because an administrator ended it\./,
   );
   const calls = world.calls.length;
   await page.waitForTimeout(6000);
@@ -190,12 +190,12 @@ pageTest('a view login shows the list and nothing that changes it', async ({ dri
   ]);
   await page.keyboard.press('Escape');
   await page.click('#account-button');
-  assert.equal(await page.innerText('#account-role'), 'Only shows the list');
+  assert.equal(await page.innerText('#account-role'), 'View only');
   assert.equal(await page.isVisible('#log-out'), false);
   await page.keyboard.press('Escape');
   world.sessions.clear();
   await eventually(
     () => driver.text('#login-notice'),
-    'This login, which only shows the list, has ended. Have a new link made on the server: currentconn login-link --view',
+    'This view-only login has ended. Create a new link on the server: currentconn login-link --view',
   );
 });

@@ -41,7 +41,7 @@ pageTest(
     await eventually(() => page.innerText('#state h2').catch(() => ''), 'The connections could not be read');
     assert.match(
       await driver.text('#state'),
-      /Its system log tells why\. The server says: smbstatus did not end within 10 s/,
+      /Its system log has the reason\. The server reports: smbstatus did not end within 10 s/,
     );
     world.failures.clear();
     await page.click('#state button');
@@ -58,8 +58,8 @@ pageTest('what may be missing from the list is said above it as long as it may',
   await driver.enter();
   await eventually(
     () => page.innerText('#notices .notice-text').catch(() => ''),
-    'Connections may be missing from the list: LOGIN. Not everything is known about these connections: CIFS. ' +
-      'The server says: cannot read /run/utmp: Is a directory; smbstatus did not answer',
+    'Connections may be missing from the list: LOGIN. Some details of these connections are not known: CIFS. ' +
+      'The server reports: cannot read /run/utmp: Is a directory; smbstatus did not answer',
   );
   assert.equal((await driver.rows()).length, 1);
   const notices = await page.locator('#notices').boundingBox();
@@ -171,7 +171,7 @@ pageTest('a report that would be incomplete is not downloaded', async ({ driver,
   await page.click('#report');
   await eventually(
     () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
-    'The report was not made. The server could not complete it. Its system log tells why.',
+    'The report could not be created. The server could not complete the request. Its system log has the reason.',
   );
   assert.deepEqual(world.callsOf('download'), []);
   await page.click('#notices [aria-label="Close"]');

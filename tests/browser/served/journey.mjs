@@ -196,6 +196,6 @@ async function beRefused() {
   const late = await open();
   await late.visit(`/${hash}`);
   await late.page.waitForSelector('#login-notice .trouble', { timeout: 20_000 });
-  assert.match(await late.text('#login-notice'), /^This login link was used already/);
+  assert.match(await late.text('#login-notice'), /^This login link has already been used/);
   await take(late, 'used-link');
 }
