@@ -39,18 +39,25 @@ Reply replyOf(Problem problem) {
   return replyOf(problemAnswer(problem));
 }
 
+// The level of a state-changing call's lines in the authorisation log. The journal drops the lines
+// of a unit that writes too many, counted by level, so a caller who will be refused, however often,
+// has another one.
+int levelFor(const Caller& caller) {
+  return caller.isAdmin ? LOG_NOTICE : LOG_DEBUG;
+}
+
 // Says in the authorisation log what a state-changing call is about, before it runs: its process
 // may not come back. All of it, on as many lines as that takes, or padding could push a name out;
 // of a caller whom the method will refuse the first line is enough.
-void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin) {
+void logBeginning(const std::string& summary, const Json::Value& parameters, const Caller& caller) {
   Json::StreamWriterBuilder builder;
   builder["indentation"] = "";
   const std::string text = Json::writeString(builder, parameters);  // ASCII on one line
   for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
     const bool isCut = text.size() - at > kLoggedAtOnce;
-    logAuthorisation(LOG_NOTICE, summary + (at == 0 ? " begins with " : " goes on with ") +
-                                     text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
-    if (!isAdmin) return;
+    logAuthorisation(levelFor(caller), summary + (at == 0 ? " begins with " : " goes on with ") +
+                                           text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
+    if (!caller.isAdmin) return;
   }
 }
 
@@ -84,11 +91,11 @@ Reply enable(const Caller& caller, const HttpRequest& request) {
   if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
   const Json::Value& values = std::get<Parameters>(parameters).values;
   const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, values, caller.isAdmin);
+  logBeginning(summary, values, caller);
   setActor(caller);
   Reply reply =
       replyOf(caller.isAdmin ? enableAccounts(values) : problemAnswer(Problem::kNotAdministrator));
-  logAuthorisation(LOG_NOTICE, summary + resultText(reply.status, reply.code));
+  logAuthorisation(levelFor(caller), summary + resultText(reply.status, reply.code));
   return reply;
 }
 
@@ -120,9 +127,9 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   }
   setActor(caller);
   const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, context.parameters, caller.isAdmin);
+  logBeginning(summary, context.parameters, caller);
   Reply reply = runMethod(route.handler, std::move(context));
-  logAuthorisation(LOG_NOTICE, summary + resultText(reply.status, reply.code));
+  logAuthorisation(levelFor(caller), summary + resultText(reply.status, reply.code));
   return reply;
 }
 
@@ -213,7 +220,7 @@ void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Se
   ScgiParser parser;
   if (!readRequest(connection, kReadLimit, parser)) {
     slot.isAnswering = true;  // nobody is to be answered
-    logLine(LOG_INFO, slot.shownSummary() + spent() + ": not sent to its end; dropped");
+    logLine(LOG_DEBUG, slot.shownSummary() + spent() + ": not sent to its end; dropped");
     return;
   }
   zevo::clearErrorTrail();
@@ -227,7 +234,7 @@ void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Se
     for (const std::string& cause : zevo::errorTrail())
       line += ": " + zevo::printable(cause, kLongestCause);
   }
-  logLine(reply.status == kFailed ? LOG_ERR : LOG_INFO, line);
+  logLine(reply.status == kFailed ? LOG_ERR : LOG_DEBUG, line);
 }
 
 }  // namespace calls

@@ -7,11 +7,12 @@ import socket
 import subprocess
 
 import host_test
-from host_test import HostTest
+from host_test import HostTest, uid_of
 import namespace
 import scgi_client
 import waiting
 from daemons_of_host import PACKAGING
+from http_client import API
 
 JOURNAL = "/run/systemd/journal/socket"
 NOTIFY = "/run/notify.sock"
@@ -113,8 +114,21 @@ class HandedOver(HostTest):
                                  "SYSLOG_FACILITY=10", "SYSLOG_IDENTIFIER=currentconnd", f"OBJECT_PID={self.pid}"]),
                          sorted(lines))
         waiting.until("the call's line with its priority", lambda: re.search(
-            r'^<6>method="login" user=- from=10\.20\.0\.2 status=401 code=401 ms=\d+$',
+            r'^<7>method="login" user=- from=10\.20\.0\.2 status=401 code=401 ms=\d+$',
             namespace.read("/var/log/stream.log"), re.MULTILINE))
+        os.kill(self.pid, 15)
+        self.assertEqual(0, self.end())
+
+    def test_who_may_end_nothing_uses_up_no_level_of_the_authorisation_lines(self):
+        # The journal drops lines of a unit that writes too many, counted by level.
+        self.start("web", "local")
+        self.notified.recv(100)
+        kick = ("/run/elsewhere/local.sock", "POST", API + "kick_connection")
+        self.assertEqual(403, scgi_client.as_user(uid_of("alice"), lambda: scgi_client.call(*kick, body=b"{}").status))
+        self.assertEqual(200, scgi_client.call(*kick, body=b"{}").status)
+        lines = [self.journal.recv(65536).decode() for _ in range(4)]  # before and after each call
+        self.assertEqual([("alice", "7")] * 2 + [("admin", "5")] * 2, [
+            (re.search(r'user="(\w+)"', line)[1], re.search("PRIORITY=(.)", line)[1]) for line in lines])
         os.kill(self.pid, 15)
         self.assertEqual(0, self.end())
 
