@@ -8,7 +8,7 @@ import deep_folder
 import listing
 import namespace
 from clients import stalling
-from clients.ftp import Ftp
+from clients.ftp import Ftp, Greeted
 from daemons.vsftpd import Vsftpd
 from ftp_test import FtpBehaviour, prepare_accounts
 from listing import Row
@@ -16,6 +16,8 @@ from service_test import ServiceTest, main
 
 # How long a list may take; one that takes longer waits for a user.
 HANG_SECONDS = 60
+# So many that a look-up of one behind them takes long enough to be seen.
+SLOW_ACCOUNTS = 200_000
 
 
 def setUpModule():
@@ -66,6 +68,36 @@ class VsftpdWithAnEmptyFolderForAllTest(ServiceTest):
     def test_a_session_is_one_row(self):
         self.client(Ftp, "alice", "10.20.0.2")
         self.assertList([Row("alice", "10.20.0.2", "FTP", "/srv/empty")])
+
+
+class LoginsOnTheirWayTest(ServiceTest):
+    """Each process of a session begins as root's and looks up the account that it works for from then on."""
+
+    def setUp(self):
+        before = namespace.read("/etc/passwd")
+        self.addCleanup(namespace.write, "/etc/passwd", before)
+        others = "".join(f"other{number}:x:{SLOW_ACCOUNTS + number}:100::/:/bin/false\n" for number in range(SLOW_ACCOUNTS))
+        namespace.write("/etc/passwd", others + before)
+        daemon = Vsftpd()
+        daemon.start()
+        self.addCleanup(daemon.stop)
+
+    def test_are_nobodys_rows(self):
+        stop = threading.Event()
+
+        def come_and_go(make, *arguments):
+            while not stop.is_set():
+                make(*arguments).close()
+
+        threads = [threading.Thread(target=come_and_go, args=client)
+                   for client in ((Greeted, "10.20.0.4"), (Ftp, "alice", "10.20.0.2"))]
+        for thread in threads:
+            thread.start()
+        found = set().union(*(listing.rows() for _ in range(10)))
+        stop.set()
+        for thread in threads:
+            thread.join()
+        self.assertLessEqual(found, {Row("alice", "10.20.0.2", "FTP", "/home/alice")})
 
 
 class VsftpdThatConfinesItsUsersTest(ServiceTest):

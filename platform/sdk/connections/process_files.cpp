@@ -255,6 +255,17 @@ Reading<Namespaces> ProcessFiles::namespaces() const {
   return Namespaces{*pid, *network, *mount};
 }
 
+// In the line "Max processes             0                    0                    processes".
+Reading<bool> ProcessFiles::mayMakeProcesses() const {
+  constexpr std::string_view kKey = "\nMax processes ";
+  const Reading<std::string> limits = readText(folder_.get(), "limits");
+  if (!limits.ok()) return Reading<bool>::like(limits);
+  const std::size_t line = limits->find(kKey);
+  if (line == std::string::npos) return endedOrFailed<bool>("limits", EBADMSG);
+  const std::size_t limit = limits->find_first_not_of(' ', line + kKey.size());
+  return limits->substr(std::min(limit, limits->size()), 2) != "0 ";
+}
+
 Reading<std::string> ProcessFiles::cgroups() const {
   return readText(running(), "cgroup");
 }

@@ -102,6 +102,8 @@ class ProcessFiles {
   [[nodiscard]] Reading<bool> isRootsProgram() const;
   // Name of the program's file, without its folders; also where it has been replaced since.
   [[nodiscard]] Reading<std::string> programName() const;
+  // Whether its limit on processes lets it make another one. The kernel lets root all the same.
+  [[nodiscard]] Reading<bool> mayMakeProcesses() const;
   [[nodiscard]] Reading<Namespaces> namespaces() const;
   // The number of its namespace of a `kind` ("user", as the links in /proc/PID/ns are named); 0
   // where the kernel has none of that kind or the process has ended.

@@ -45,12 +45,18 @@ Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& cli
   return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
 }
 
+// Each process begins as root's, and makes no other one once it has taken its user's rights. So one
+// that still may is on its way to be somebody else's, or the uppermost.
+Reading<bool> worksForRoot(const ProcessFiles& files) {
+  const auto mayMake = files.mayMakeProcesses();
+  return mayMake.ok() ? Reading<bool>(!*mayMake) : mayMake;
+}
+
 // Whether `process` of `client` works for a user, as far as that shows without titles.
 Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                              const Process& process, const ProcessFiles& files, uid_t uid,
                              const Title& arguments) {
-  // The uppermost is root's until somebody logs in.
-  if (uid == 0) return &process != client.processes.front();
+  if (uid == 0) return worksForRoot(files);
   const auto waits = waitsInEmptyFolder(sources, client, process, files, uid, arguments);
   return waits.ok() ? Reading<bool>(!*waits) : waits;
 }
@@ -99,6 +105,9 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
                     ? untitledLogin(sources, process, *title, ids->effective, std::move(*folder))
                     : Login{.user = parsed.user, .descr = std::move(*folder)};
   login.process = endingProcess(client, process);
+  // What one that ends meanwhile looked like proves nothing.
+  const auto root = files->root();
+  if (!root.ok()) return LoginReading::like(root);
   return std::optional<Login>(std::move(login));
 }
 

@@ -109,6 +109,11 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   fs::create_symlink("/proc/self/mountinfo", folder / "mountinfo");  // that of the trees' folders
   writeNamespaces(folder, process.namespaces, process.userNamespace);
   writeFile(folder / "cgroup", process.cgroup);
+  const std::string limit = std::to_string(process.processLimit);
+  writeFile(folder / "limits",
+            "Limit                     Soft Limit           Hard Limit           Units     \n"
+            "Max processes             " +
+                limit + "                    " + limit + "                    processes \n");
   for (const auto& [number, inode] : process.sockets) {
     fs::create_symlink("socket:[" + std::to_string(inode) + "]",
                        folder / "fd" / std::to_string(number));

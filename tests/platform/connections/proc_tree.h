@@ -41,6 +41,7 @@ struct FakeProcess {
   std::vector<std::pair<int, std::uint64_t>> sockets = {};  // descriptor number and inode
   Namespaces namespaces = kOurNamespaces;
   std::uint64_t userNamespace = kOurUserNamespace;
+  int processLimit = 1000;
   std::string cgroup = "0::/system.slice/some.service\n";
 };
 

@@ -69,7 +69,8 @@ class VsftpdFixture : public ServiceFixture {
          .session = parent,
          .cwd = "/home/alice/My Files (x)",
          .root = root,
-         .sockets = standardStreams(kClient)});
+         .sockets = standardStreams(kClient),
+         .processLimit = 0});
   }
   // Lets a process hold a connection under a descriptor, besides those it was added with.
   void hold(pid_t pid, int descriptor, std::uint64_t inode) const {

@@ -108,6 +108,18 @@ TEST_F(VsftpdTest, RootMayLogIn) {
   EXPECT_THAT(read(readVsftpd), ElementsAre(ftp(76, "root")));
 }
 
+TEST_F(VsftpdTest, AProcessThatIsStillRootsOnItsWayToItsAccountIsNoLoginOfRoots) {
+  addParent(76, 0);
+  add({.pid = 78,
+       .parent = 76,
+       .name = "vsftpd",
+       .cmdline = title(kArguments),
+       .startTicks = 900,
+       .session = 76,
+       .sockets = standardStreams(kClient)});
+  EXPECT_THAT(read(readVsftpd), IsEmpty());
+}
+
 TEST_F(VsftpdTest, AUserConfinedToAnEmptyFolderOfHisOwnHasLoggedIn) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can give a folder away; run this as root";
   const std::string home = folder("home");
