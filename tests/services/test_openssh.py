@@ -10,7 +10,7 @@ import namespace
 import processes
 import waiting
 from clients import hoarding, ssh, stalling
-from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser
+from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser, OpenSshWithoutEnvironment
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
@@ -247,6 +247,35 @@ class OpenSshTest(ServiceTest):
             waiting.until("a client to end", client.has_ended)
         waiting.until("their processes to end", lambda: not any(map(processes.runs, pids)))
         self.assertEmptiesAfterwards()
+
+
+class NoRoomForTitlesTest(ServiceTest):
+    """sshd's titles stand where its arguments and environment were."""
+
+    LONG_NAME = "bartholomew"
+
+    @classmethod
+    def setUpClass(cls):
+        add_users(cls.LONG_NAME)
+        ssh.allow(cls.LONG_NAME)
+        cls.server(OpenSshWithoutEnvironment())
+
+    def test_its_sessions_are_those_of_their_accounts_and_end_where_these_are_disabled(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", self.LONG_NAME)
+        self.client(ssh.PasswordPrompt, self.LONG_NAME, "10.20.0.8")
+        shell = self.client(ssh.Shell, self.LONG_NAME, "10.20.0.2")
+        self.assertNotIn(f"{self.LONG_NAME} [priv]", "".join(map(processes.title, processes.named("sshd"))))
+        clients = [shell, self.client(ssh.Command, self.LONG_NAME, "10.20.0.3"),
+                   self.client(ssh.Forwarding, self.LONG_NAME, "10.20.0.4"), self.client(ssh.Sftp, self.LONG_NAME, "10.20.0.5")]
+        root = self.client(ssh.Command, "root", "10.20.0.6")
+        addresses = [f"10.20.0.{number}" for number in range(2, 6)]
+        self.assertList([Row("admin", "10.20.0.6", "SSH", "no terminal")]
+                        + [Row(self.LONG_NAME, address, "SSH", "no terminal") for address in addresses])
+        done = listing.run("disable", "--yes", self.LONG_NAME)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        for client in clients:
+            waiting.until("a client to end", client.has_ended)
+        self.assertFalse(root.has_ended())
 
 
 class ServerOfAUserTest(ServiceTest):

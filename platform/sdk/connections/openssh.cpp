@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "sdk/connections/account_name.h"
 #include "sdk/connections/client_sockets.h"
 #include "sdk/connections/containers.h"
 #include "sdk/connections/trust.h"
@@ -40,13 +41,10 @@ Reading<std::string> titleText(const Sources& sources, const Process* process) {
   return std::string(sshTitleText(title->first).value_or(""));
 }
 
-// Whether root's own process with this text serves a session. While a child of one has not become
+// Whether root's own process with this title serves a session. While a child of one has not become
 // a program yet, it bears its title.
-Reading<bool> isUnguarded(const Sources& sources, const Process& process, const SshSession& told,
-                          const std::string& parentText) {
-  if (told.use == kInternalSftp || sshSession(parentText)) return false;
-  const auto files = sources.filesOf(process);
-  return files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
+bool isUnguarded(const SshSession& told, const std::string& parentText) {
+  return told.use != kInternalSftp && !sshSession(parentText);
 }
 
 // The client's connection that `process` still holds though the guard of its session was killed;
@@ -78,6 +76,49 @@ Reading<Session> identifyOrphan(const Sources& sources, const Process& process) 
   return Session{&process, &process, std::move(user), std::string(kUnknownTerminal), {}};
 }
 
+// Whether `user` in a title is the account with the number `uid`. Where that cannot be told, as in
+// a container, the title is believed.
+Reading<bool> isAccount(const Sources& sources, const Process& process, const std::string& user,
+                        uid_t uid) {
+  const auto id = accountId(user);
+  if (id.failed() || (id.ok() && *id == uid)) return true;
+  const auto container = containerOf(sources, process);
+  return container.ok() ? Reading<bool>(!container->empty()) : Reading<bool>::like(container);
+}
+
+// The process of root's that guards the session of a user's process: its parent. Null where that
+// serves a session itself, or the login is still going on.
+Reading<const Process*> guardOf(const Sources& sources, const Process* parent,
+                                const std::string& user) {
+  if (parent == nullptr || !isSshd(parent->name) || user == kLoginHelper) return nullptr;
+  const Reading<bool>& owned = sources.rootOwned(*parent);
+  if (!owned.ok()) return Reading<const Process*>::like(owned);
+  return *owned ? parent : nullptr;
+}
+
+// A session whose title, or that of its guard, may have been cut off: sshd has room for titles
+// where its arguments and environment were.
+Reading<Session> identifyByIds(const Sources& sources, Session session, const SshSession& told,
+                               const std::string& parentText) {
+  const Process& process = *session.process;
+  const Reading<bool>& owned = sources.rootOwned(process);
+  if (!owned.ok()) return Reading<Session>::like(owned);
+  const auto files = sources.filesOf(process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto isTold =
+      ids.ok() ? isAccount(sources, process, session.user, ids->real) : Reading<bool>::like(ids);
+  if (!isTold.ok()) return Reading<Session>::like(isTold);
+  if (*owned) {
+    session.owner = *isTold && isUnguarded(told, parentText) ? &process : nullptr;
+    return session;
+  }
+  if (!*isTold) session.user = accountOf(sources, process, ids->real);
+  const auto guard = guardOf(sources, session.owner, session.user);
+  if (!guard.ok()) return Reading<Session>::like(guard);
+  session.owner = *guard;
+  return session;
+}
+
 // The session that `process` serves; its owner is null where it serves none.
 Reading<Session> identify(const Sources& sources, const Process& process) {
   const auto text = titleText(sources, &process);
@@ -90,10 +131,7 @@ Reading<Session> identify(const Sources& sources, const Process& process) {
   if (!parentText.ok()) return Reading<Session>::like(parentText);
   Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
   if (isSshGuard(*parentText)) return session;
-  const auto unguarded = isUnguarded(sources, process, *told, *parentText);
-  if (!unguarded.ok()) return Reading<Session>::like(unguarded);
-  session.owner = *unguarded ? &process : nullptr;
-  return session;
+  return identifyByIds(sources, std::move(session), *told, *parentText);
 }
 
 // Address of the client, empty where it did not come over TCP.

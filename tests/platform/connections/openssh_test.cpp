@@ -309,6 +309,21 @@ TEST_F(OpensshTest, TheUserIsTheAccountUnderWhateverNameTheClientGave) {
                           sftp(88, "/home/alice"), ssh(97, "no terminal", "bob@example.com")));
 }
 
+TEST_F(OpensshTest, WhereTitlesAreCutOffTheIdsTellTheUser) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: al");
+  tree_.write(66, "cmdline", title("sshd: alice [pr"));
+  addChild(73, 72, "sshd: alice@intern");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTest, ALoginInProgressWhoseTitleIsCutOffIsNoConnection) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alic", kSshdUser);
+  tree_.write(66, "cmdline", title("sshd: alic"));
+  EXPECT_THAT(read(), IsEmpty());
+}
+
 TEST_F(OpensshTest, ASessionWhoseGuardIsGoneIsOneOfItsAccountAndItsTitleIsNotRead) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root's programs count; run this as root";
   addOrphan(72);

@@ -42,6 +42,17 @@ class OpenSsh(Daemon):
         return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]
 
 
+class OpenSshWithoutEnvironment(OpenSsh):
+    """The real sshd with as little as can be before its titles."""
+
+    def configure(self):
+        super().configure()
+        namespace.write("/etc/ssh/sshd_config", namespace.read(f"/etc/ssh/test_{self.ports[0]}_config"))
+
+    def command(self):
+        return ["env", "-i", "/usr/sbin/sshd", "-D"]
+
+
 class OpenSshOfUser(OpenSsh):
     """The same program, run by a user who can log in as nobody else."""
 
