@@ -3,6 +3,7 @@
 import os
 import signal
 import threading
+from concurrent import futures
 
 import deep_folder
 import listing
@@ -156,14 +157,14 @@ class OpenSshTest(ServiceTest):
                 ssh.sftp_batch("alice", "10.20.0.2", CONTROL)
                 batches.append(1)
 
-        thread = threading.Thread(target=run_batches)
-        thread.start()
-        try:
-            waiting.until("the first batch to end", lambda: batches)
-            lists = [listing.rows() for _ in range(60)]
-        finally:
-            stop.set()
-            thread.join()
+        with futures.ThreadPoolExecutor() as pool:
+            running = pool.submit(run_batches)
+            try:
+                waiting.until("the first batch to end", lambda: batches)
+                lists = [listing.rows() for _ in range(60)]
+            finally:
+                stop.set()
+        running.result()  # fails where a batch did
         without = [rows for rows in lists if [row[:3] for row in rows].count(("alice", "10.20.0.2", "SSH")) != 1]
         self.assertEqual([], without)
 

@@ -5,6 +5,7 @@ import pwd
 import shlex
 import shutil
 import socket
+import tempfile
 
 import namespace
 import waiting
@@ -59,8 +60,24 @@ class Forwarding(Dialogue):
     """ssh that has logged in and asks for no session, as for port forwarding. `control` as for a Shell."""
 
     def __init__(self, user, address, port=22, control=None):
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-N", "-v", f"{user}@{address}"])
-        self.expect("Entering interactive session")
+        # What -v says of each session would fill a terminal that nobody reads, and stop the client.
+        self._log = tempfile.NamedTemporaryFile(prefix="ssh-log-")
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-N", "-v", "-E", self._log.name,
+                          f"{user}@{address}"])
+        try:
+            waiting.until("ssh to log in", lambda: self._has_logged_in() or self.has_ended())
+            if not self._has_logged_in():
+                raise AssertionError(f"ssh never logged in, but: {namespace.read(self._log.name)}")
+        except AssertionError:
+            self.close()
+            raise
+
+    def close(self):
+        super().close()
+        self._log.close()
+
+    def _has_logged_in(self):
+        return "Entering interactive session" in namespace.read(self._log.name)
 
 
 class Command(Dialogue):
