@@ -79,8 +79,8 @@ Reply runMethod(ApiHandler handler, ZEVO::RequestContext context) {
   zevo::clearReadNotes();
   zevo::clearAccountNotes();
   const std::string thrown = run(handler, request, response);
-  if (!thrown.empty()) return failed(thrown, isAdmin);
   const std::string printed = output.text();
+  if (!thrown.empty()) return failed(thrown, isAdmin);
   if (!response.IsOutputEnabled()) return ownOutput(printed, isAdmin);
   if (!printed.empty()) {
     logLine(LOG_WARNING, "the method printed " + std::to_string(printed.size()) +

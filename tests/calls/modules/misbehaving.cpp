@@ -54,6 +54,11 @@ void printGarbage(APIRequest* /*request*/, APIResponse* response) {
   response->SetSuccess(Json::Value("fine"));
 }
 
+void printWithoutEnd(APIRequest* /*request*/, APIResponse* /*response*/) {
+  const std::string text(1024UL * 1024, 'x');
+  for (;;) std::fputs(text.c_str(), stdout);
+}
+
 void printGarbageAsAnswer(APIRequest* /*request*/, APIResponse* response) {
   response->SetEnableOutput(false);
   std::printf("\x01\x02 no header lines\n\n");
@@ -110,6 +115,7 @@ ApiMethodRow table[] = {{"Test", 1, "crash", &crash},
                         {"Test", 1, "leave_at_once", &leaveAtOnce},
                         {"Test", 1, "print_garbage", &printGarbage},
                         {"Test", 1, "print_garbage_as_answer", &printGarbageAsAnswer},
+                        {"Test", 1, "print_without_end", &printWithoutEnd},
                         {"Test", 1, "print_answer", &printAnswer},
                         {"Test", 1, "print_a_lot", &printALot},
                         {"Test", 1, "throw_something", &throwSomething},

@@ -227,6 +227,10 @@ class Modules(HostTest):
         self.assertEqual("fine", self.call("print_garbage").data)
         self.assertEqual(500, self.call("print_garbage_as_answer").status)
 
+    def test_one_that_prints_without_end_is_ended(self):
+        self.assertEqual(500, self.call("print_without_end").status)
+        self.daemon.wait_for_line(r'method="print_without_end" .* signal 25 before it answered')
+
     def test_one_that_throws_is_answered_for(self):
         for method in ("throw_something", "throw_exception", "record_nothing"):
             self.assertEqual(500, self.call(method).status, method)
@@ -271,6 +275,8 @@ class Log(HostTest):
         for _ in range(times):
             self.assertEqual(500, call(LOCAL_SOCKET, "POST", "/api/Test/1/crash", body=b"{}").status)
             self.assertEqual(200, call(LOCAL_SOCKET, "GET", "/api/whoami").status)
+            # It may change something, so it has a line before it begins.
+            self.assertEqual(200, call(LOCAL_SOCKET, "POST", "/api/Test/1/echo", body=b"{}").status)
 
     def test_a_reader_that_has_gone_does_not_end_the_daemon(self):
         reader, writer = os.pipe()
@@ -279,6 +285,16 @@ class Log(HostTest):
         os.close(writer)
         self.crash_and_ask(3)
         self.assertIsNone(daemon.poll())
+
+    def test_a_file_of_any_length_takes_its_lines(self):
+        with open("/var/log/long.log", "wb") as log:
+            log.truncate(300 * 1024 * 1024)
+        with open("/var/log/long.log", "ab") as log:
+            self.daemon_with(log)
+        self.crash_and_ask(1)
+        with open("/var/log/long.log", "rb") as log:
+            log.seek(300 * 1024 * 1024)
+            self.assertRegex(log.read().decode(), r'method="echo" .* status=200')
 
     def test_a_reader_that_does_not_read_does_not_stop_the_daemon(self):
         reader, writer = os.pipe()
