@@ -1,9 +1,8 @@
 #include "calls/call.h"
 
 #include <chrono>
+#include <sys/socket.h>
 #include <syslog.h>
-
-#include <json/writer.h>
 
 #include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
@@ -18,6 +17,7 @@
 #include "calls/client_network.h"
 #include "calls/connection.h"
 #include "calls/cookie.h"
+#include "calls/enforce/enforcement.h"
 #include "calls/log.h"
 #include "calls/parameters.h"
 #include "calls/route.h"
@@ -29,7 +29,6 @@ namespace {
 constexpr int kFailed = 500;
 constexpr std::chrono::seconds kListAgeOfRefreshes{2};  // the page asks again a few seconds later
 constexpr std::size_t kLongestCause = 512;
-constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cut on its way
 
 Reply replyOf(const Answer& answer) {
   return {scgiText(answer), answer.status, answer.code};
@@ -37,28 +36,6 @@ Reply replyOf(const Answer& answer) {
 
 Reply replyOf(Problem problem) {
   return replyOf(problemAnswer(problem));
-}
-
-// The level of a state-changing call's lines in the authorisation log. The journal drops the lines
-// of a unit that writes too many, counted by level, so a caller who will be refused, however often,
-// has another one.
-int levelFor(const Caller& caller) {
-  return caller.isAdmin ? LOG_NOTICE : LOG_DEBUG;
-}
-
-// Says in the authorisation log what a state-changing call is about, before it runs: its process
-// may not come back. All of it, on as many lines as that takes, or padding could push a name out;
-// of a caller whom the method will refuse the first line is enough.
-void logBeginning(const std::string& summary, const Json::Value& parameters, const Caller& caller) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  const std::string text = Json::writeString(builder, parameters);  // ASCII on one line
-  for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
-    const bool isCut = text.size() - at > kLoggedAtOnce;
-    logAuthorisation(levelFor(caller), summary + (at == 0 ? " begins with " : " goes on with ") +
-                                           text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
-    if (!caller.isAdmin) return;
-  }
 }
 
 struct Parameters {
@@ -86,16 +63,54 @@ void setActor(const Caller& caller) {
   zevo::setActor({caller.sudoUser.empty() ? "root" : caller.sudoUser, place});
 }
 
+// Somebody may have removed it while the daemon ran.
+bool hasSessionFile(const Service& service) {
+  return ZEVOCgiSessionFileCreate(service.sessionFile.c_str()) == 0;
+}
+
 Reply enable(const Caller& caller, const HttpRequest& request) {
   auto parameters = parametersOf(request);
   if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
   const Json::Value& values = std::get<Parameters>(parameters).values;
   const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, values, caller);
+  logBeginning(summary, values, caller.isAdmin);
   setActor(caller);
   Reply reply =
       replyOf(caller.isAdmin ? enableAccounts(values) : problemAnswer(Problem::kNotAdministrator));
-  logAuthorisation(levelFor(caller), summary + resultText(reply.status, reply.code));
+  logEnd(summary, reply.status, reply.code, caller.isAdmin);
+  return reply;
+}
+
+enforce::Request enforceRequest(const Caller& caller, const HttpRequest& request,
+                                const Service& service) {
+  return {caller, service.modules, service.sessionFile,
+          [&](std::string_view method) { return summaryOf(request, &caller, method); }};
+}
+
+Reply plan(const Caller& caller, const HttpRequest& request, const Service& service) {
+  auto parameters = parametersOf(request);
+  if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
+  if (!caller.isAdmin) return replyOf(Problem::kNotAdministrator);
+  if (!hasSessionFile(service))
+    return replyOf(problemAnswer(Problem::kWorkFailed, zevo::errorTrail()));
+  const Json::Value& values = std::get<Parameters>(parameters).values;
+  return replyOf(enforce::plan(enforceRequest(caller, request, service), values));
+}
+
+Reply perform(const Caller& caller, const HttpRequest& request, const Service& service) {
+  auto parameters = parametersOf(request);
+  if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
+  const Json::Value& values = std::get<Parameters>(parameters).values;
+  const std::string summary = summaryOf(request, &caller);
+  logBeginning(summary, values, caller.isAdmin);
+  setActor(caller);
+  const auto answer = [&] {
+    if (!caller.isAdmin) return problemAnswer(Problem::kNotAdministrator);
+    if (!hasSessionFile(service)) return problemAnswer(Problem::kWorkFailed, zevo::errorTrail());
+    return enforce::perform(enforceRequest(caller, request, service), values);
+  };
+  Reply reply = replyOf(answer());
+  logEnd(summary, reply.status, reply.code, caller.isAdmin);
   return reply;
 }
 
@@ -116,8 +131,7 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   context.sessionFilePath = service.sessionFile;
   context.textual = given.textual;
   context.parameters = std::move(given.values);
-  // Somebody may have removed it while the daemon ran.
-  if (ZEVOCgiSessionFileCreate(service.sessionFile.c_str()) != 0) {
+  if (!hasSessionFile(service)) {
     return replyOf(problemAnswer(Problem::kWorkFailed,
                                  caller.isAdmin ? zevo::errorTrail() : std::vector<std::string>()));
   }
@@ -127,9 +141,9 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
   }
   setActor(caller);
   const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, context.parameters, caller);
+  logBeginning(summary, context.parameters, caller.isAdmin);
   Reply reply = runMethod(route.handler, std::move(context));
-  logAuthorisation(levelFor(caller), summary + resultText(reply.status, reply.code));
+  logEnd(summary, reply.status, reply.code, caller.isAdmin);
   return reply;
 }
 
@@ -171,6 +185,10 @@ Reply answerCaller(const Caller& caller, const HttpRequest& request, const Route
       return runAs(caller, request, route, service);
     case Endpoint::kLogout:
       return logOut(caller, request, service);
+    case Endpoint::kPlan:
+      return plan(caller, request, service);
+    case Endpoint::kPerform:
+      return perform(caller, request, service);
     case Endpoint::kEnable:
       return enable(caller, request);
     case Endpoint::kDisabled:
@@ -182,19 +200,26 @@ Reply answerCaller(const Caller& caller, const HttpRequest& request, const Route
   }
 }
 
+// The process at the other end of the connection; 0 where nothing tells it.
+pid_t processOf(int connection) {
+  ucred peer{};
+  socklen_t size = sizeof peer;
+  return ::getsockopt(connection, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 ? peer.pid : 0;
+}
+
 Reply replyTo(ScgiParser& parser, SocketKind socketKind, uid_t peer, const Service& service,
-              CallSlot& slot) {
+              CallSlot& slot, pid_t process) {
   if (parser.state() == ScgiParser::State::kTooLarge) return replyOf(Problem::kTooLarge);
   if (parser.state() != ScgiParser::State::kComplete) return replyOf(Problem::kMalformed);
   auto request = httpRequest(std::move(parser.request()));
   if (!request) return replyOf(Problem::kMalformed);
-  return answerCall(*request, socketKind, peer, service, slot);
+  return answerCall(*request, socketKind, peer, service, slot, process);
 }
 
 }  // namespace
 
 Reply answerCall(HttpRequest& request, SocketKind socketKind, uid_t peer, const Service& service,
-                 CallSlot& slot) {
+                 CallSlot& slot, pid_t process) {
   slot.setSummary(summaryOf(request, nullptr));
   const Route route = routeOf(request.path, service.modules);
   if (route.endpoint == Endpoint::kNone) return replyOf(Problem::kNotFound);
@@ -204,11 +229,12 @@ Reply answerCall(HttpRequest& request, SocketKind socketKind, uid_t peer, const 
   }
   if (route.endpoint == Endpoint::kDescription) return describe();
   if (route.endpoint == Endpoint::kLogin) return answerLogin(request, socketKind, service, slot);
-  const Identity identity = socketKind == SocketKind::kWeb
-                                ? whoAsksOverWeb(request, service.accounts, service.logins)
-                                : whoAsksLocally(request, peer, service.accounts);
+  Identity identity = socketKind == SocketKind::kWeb
+                          ? whoAsksOverWeb(request, service.accounts, service.logins)
+                          : whoAsksLocally(request, peer, service.accounts);
   if (const auto* problem = std::get_if<Problem>(&identity)) return replyOf(*problem);
-  const Caller& caller = std::get<Caller>(identity);
+  Caller& caller = std::get<Caller>(identity);
+  caller.process = process;
   slot.setSummary(summaryOf(request, &caller));
   return answerCaller(caller, request, route, service);
 }
@@ -224,7 +250,7 @@ void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Se
     return;
   }
   zevo::clearErrorTrail();
-  const Reply reply = replyTo(parser, socketKind, peer, service, slot);
+  const Reply reply = replyTo(parser, socketKind, peer, service, slot, processOf(connection));
   if (slot.isAnswering.exchange(true)) return;  // it took too long, and the daemon has answered
   const bool sent =
       sendAnswer(connection, reply.bytes, parser.state() != ScgiParser::State::kComplete);

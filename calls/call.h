@@ -27,9 +27,9 @@ struct Service {
 };
 
 // Answers `request`, which came through `socketKind` from a process of user `peer`, and notes in
-// `slot` what it is about.
+// `slot` what it is about. `process`: that one, where it is known.
 Reply answerCall(HttpRequest& request, SocketKind socketKind, uid_t peer, const Service& service,
-                 CallSlot& slot);
+                 CallSlot& slot, pid_t process = 0);
 
 // The whole of a call on `connection`: reads, answers, sends, writes its line to the log.
 void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Service& service,

@@ -1,13 +1,38 @@
 #include "calls/call_line.h"
 
+#include <cstddef>
+#include <syslog.h>
+
+#include <json/writer.h>
+
 #include "calls/log.h"
 
 namespace calls {
+namespace {
 
-std::string summaryOf(const HttpRequest& request, const Caller* caller) {
+constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cut on its way
+
+// The level of a state-changing call's lines in the authorisation log. The journal drops the lines
+// of a unit that writes too many, counted by level, so a caller who will be refused, however often,
+// has another one.
+int levelFor(bool isAdmin) {
+  return isAdmin ? LOG_NOTICE : LOG_DEBUG;
+}
+
+// On one line, with escapes for whatever is no ASCII.
+std::string asciiText(const Json::Value& value) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  return Json::writeString(builder, value);
+}
+
+}  // namespace
+
+std::string summaryOf(const HttpRequest& request, const Caller* caller, std::string_view method) {
   std::string from = "local";
   if (request.remoteAddress) from = *request.remoteAddress;
-  std::string line = "method=" + inQuotes(request.path.substr(request.path.rfind('/') + 1), 64) +
+  if (method.empty()) method = std::string_view(request.path).substr(request.path.rfind('/') + 1);
+  std::string line = "method=" + inQuotes(method, 64) +
                      " user=" + (caller == nullptr ? "-" : inQuotes(caller->user));
   if (caller != nullptr && !caller->sudoUser.empty()) line += " sudo=" + inQuotes(caller->sudoUser);
   line += " from=" + from;
@@ -29,6 +54,24 @@ std::string resultText(int status, int code) {
 std::string timeText(std::chrono::steady_clock::duration spent) {
   const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(spent);
   return " ms=" + std::to_string(ms.count());
+}
+
+void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin) {
+  const std::string text = asciiText(parameters);
+  for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
+    const bool isCut = text.size() - at > kLoggedAtOnce;
+    logAuthorisation(levelFor(isAdmin), summary + (at == 0 ? " begins with " : " goes on with ") +
+                                            text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
+    if (!isAdmin) return;
+  }
+}
+
+void logLeftOut(const std::string& summary, const Json::Value& what) {
+  logAuthorisation(LOG_NOTICE, summary + " left out: " + asciiText(what).substr(0, kLoggedAtOnce));
+}
+
+void logEnd(const std::string& summary, int status, int code, bool isAdmin) {
+  logAuthorisation(levelFor(isAdmin), summary + resultText(status, code));
 }
 
 }  // namespace calls

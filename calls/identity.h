@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 #include <variant>
 
 #include "zevo/web_login.h"
@@ -27,6 +28,7 @@ struct Caller {
   std::optional<std::time_t> viewUntil = std::nullopt;
   std::string sudoUser = {};  // who became root to make a local call
   std::string terminal = {};  // at which
+  pid_t process = 0;          // that makes a local call; 0: not known
 
   bool operator==(const Caller&) const = default;
 };

@@ -19,10 +19,12 @@ struct FixedRoute {
   const char* allowed;
 };
 
-constexpr std::array<FixedRoute, 6> kFixedRoutes = {{
+constexpr std::array<FixedRoute, 8> kFixedRoutes = {{
     {kLoginPath, Endpoint::kLogin, kPost},
     {"/api/logout", Endpoint::kLogout, kPost},
     {"/api/whoami", Endpoint::kWhoAmI, kGet},
+    {"/api/plan", Endpoint::kPlan, kPost},
+    {"/api/perform", Endpoint::kPerform, kPost},
     {"/api/enable", Endpoint::kEnable, kPost},
     {"/api/disabled", Endpoint::kDisabled, kGet},
     {"/api/openapi.json", Endpoint::kDescription, kGet},

@@ -11,7 +11,18 @@ namespace calls {
 
 inline constexpr std::string_view kLoginPath = "/api/login";
 
-enum class Endpoint { kLogin, kLogout, kWhoAmI, kEnable, kDisabled, kDescription, kMethod, kNone };
+enum class Endpoint {
+  kLogin,
+  kLogout,
+  kWhoAmI,
+  kPlan,
+  kPerform,
+  kEnable,
+  kDisabled,
+  kDescription,
+  kMethod,
+  kNone
+};
 
 struct Route {
   Endpoint endpoint = Endpoint::kNone;

@@ -1,37 +1,15 @@
 // The outcome of one call of a method.
 #pragma once
 
-#include <string>
-#include <vector>
-
-#include "zevo/read_notes.h"
+#include "calls/method_answer.h"
 
 namespace cli {
 
-struct Answer {
-  enum class Status {
-    kDone,       // `data` is the method's result as JSON text
-    kRefused,    // the method answered with the error `code`
-    kOwnOutput,  // `data` is what the method wrote itself, without its header lines
-    kFailed,     // there is no answer
-  };
-  Status status = Status::kFailed;
-  int code = 0;
-  std::string data;
-  std::vector<std::string> causes = {};       // of kRefused and kFailed, in words; may be empty
-  std::vector<zevo::ReadNote> warnings = {};  // of kDone: what the read of connections lacks
-
-  bool operator==(const Answer&) const = default;
-};
-
-// Error codes of the API.
-inline constexpr int kCodeNotAdministrator = 105;
-inline constexpr int kCodeFailed = 117;
-inline constexpr int kCodeTooFewAdministrators = 7100;
-
-Answer failedAnswer(std::string cause);
-
-// The answer in what an SCGI server sent: header lines, an empty line, a body.
-Answer answerFromScgi(const std::string& received);
+using Answer = calls::MethodAnswer;
+using calls::answerFromScgi;
+using calls::failedAnswer;
+using calls::kCodeFailed;
+using calls::kCodeNotAdministrator;
+using calls::kCodeTooFewAdministrators;
 
 }  // namespace cli

@@ -121,6 +121,27 @@ DisablingTools DisablingTools::system() {
   return tools;
 }
 
+int disablingRefusal(const DisablingTools& tools, const std::set<std::string>& names) {
+  bool isAllowed = false;
+  ShadowWrite write;
+  write.names = names;
+  write.decide = [](ExpiryFields& fields) -> int {
+    for (auto& [name, expiry] : fields) expiry = kDisablingField;
+    return ZEVO_ERR_NONE;
+  };
+  // Past all rules, and short of the file: whatever this gives stops the write.
+  write.prepare = [&isAllowed]() -> int {
+    isAllowed = true;
+    return ZEVO_ERR_SYSTEM;
+  };
+  const int code = writeShadow(tools.accounts, write);
+  return isAllowed ? ZEVO_ERR_NONE : code;
+}
+
+int disablingRefusal(const std::vector<std::string>& users) {
+  return disablingRefusal(DisablingTools::system(), {users.begin(), users.end()});
+}
+
 int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
                     std::vector<StillLetIn>* stillLetIn) {
   stillLetIn->clear();

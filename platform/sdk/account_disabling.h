@@ -54,7 +54,8 @@ struct StillLetIn {
 int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
                     std::vector<StillLetIn>* stillLetIn);
 
-// enableAccounts and disabledAccounts of zevo/disabled_accounts.h.
+// disablingRefusal, enableAccounts and disabledAccounts of zevo/disabled_accounts.h.
+int disablingRefusal(const DisablingTools& tools, const std::set<std::string>& names);
 Enabling enableAccounts(const DisablingTools& tools, const std::set<std::string>& names);
 std::optional<std::vector<DisabledAccount>> disabledAccounts(const DisablingTools& tools);
 

@@ -29,6 +29,8 @@ TEST_F(Routes, LeadToTheEndpoints) {
   EXPECT_EQ(at("/api/login"), Endpoint::kLogin);
   EXPECT_EQ(at("/api/logout"), Endpoint::kLogout);
   EXPECT_EQ(at("/api/whoami"), Endpoint::kWhoAmI);
+  EXPECT_EQ(at("/api/plan"), Endpoint::kPlan);
+  EXPECT_EQ(at("/api/perform"), Endpoint::kPerform);
   EXPECT_EQ(at("/api/enable"), Endpoint::kEnable);
   EXPECT_EQ(at("/api/disabled"), Endpoint::kDisabled);
   EXPECT_EQ(at("/api/openapi.json"), Endpoint::kDescription);
@@ -87,6 +89,7 @@ TEST_F(Routes, ChangeStateWithPostAlone) {
     EXPECT_FALSE(route.allows("GET")) << path;
   }
   EXPECT_FALSE(routeOf("/api/login", modules_).allows("GET"));
+  EXPECT_FALSE(routeOf("/api/perform", modules_).allows("GET"));
   EXPECT_FALSE(routeOf("/api/whoami", modules_).allows("POST"));
 }
 

@@ -30,6 +30,13 @@ inline constexpr std::string_view kStillLetIn = "still_let_in";
 ZEVO_EXPORT std::vector<ReadNote> accountNotes();
 ZEVO_EXPORT void clearAccountNotes();
 
+// Whether disabling the accounts would be refused, by the rules of the account write and in its
+// order: ZEVO_ERR_NONE where it would not be, ZEVO_ERR_NO_SUCH_USER where one of `users` is no
+// local account, ZEVO_ERR_TOO_FEW_ADMINISTRATORS where one is root's or too few administrators
+// would be left, or ZEVO_ERR_SYSTEM where that cannot be told. The cause is noted. It changes
+// nothing, and waits for the lock of the shadow file. Needs effective uid 0.
+ZEVO_EXPORT int disablingRefusal(const std::vector<std::string>& users);
+
 struct DisabledAccount {
   enum class State {
     kDisabled,

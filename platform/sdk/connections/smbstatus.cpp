@@ -8,9 +8,11 @@
 #include <json/value.h>
 
 #include "base/local_time.h"
+#include "base/text.h"
 #include "sdk/connections/address.h"
 #include "sdk/connections/boot_clock.h"
 #include "sdk/connections/iso_time.h"
+#include "sdk/connections/process.h"
 
 namespace zevo::connections {
 namespace {
@@ -76,20 +78,26 @@ void takeHostname(std::string_view hostname, SmbSession* session) {
   if (port && *port > 0 && *port <= 65535) session->clientPort = static_cast<std::uint16_t>(*port);
 }
 
+struct SmbServer {
+  std::string node;
+  std::int64_t pid = 0;
+};
+
 // In a cluster the pid reads "node:pid"; a task of its own follows as ".task".
-bool takeServer(const Json::Value& server, SmbSession* session) {
-  if (!server.isObject()) return false;
-  const std::string text = textOf(server, "pid");
+std::optional<SmbServer> parseServer(const Json::Value& object) {
+  if (!object.isObject()) return std::nullopt;
+  SmbServer server;
+  const std::string text = textOf(object, "pid");
   std::string_view pid = text;
   const std::size_t colon = pid.find(':');
   if (colon != std::string_view::npos) {
-    session->node = pid.substr(0, colon);
+    server.node = pid.substr(0, colon);
     pid.remove_prefix(colon + 1);
   }
   const auto number = parseInteger(pid.substr(0, pid.find('.')));
-  if (!number) return false;
-  session->pid = *number;
-  return true;
+  if (!number) return std::nullopt;
+  server.pid = *number;
+  return server;
 }
 
 bool isLoginInProgress(const Json::Value& session) {
@@ -100,7 +108,10 @@ bool isLoginInProgress(const Json::Value& session) {
 std::optional<SmbSession> parseSession(const Json::Value& object) {
   SmbSession session;
   if (!object.isObject() || isLoginInProgress(object)) return std::nullopt;
-  if (!takeServer(object["server_id"], &session)) return std::nullopt;
+  const auto server = parseServer(object["server_id"]);
+  if (!server) return std::nullopt;
+  session.node = server->node;
+  session.pid = server->pid;
   session.id = textOf(object, "session_id");
   session.user = textOf(object, "username");
   takeHostname(textOf(object, "hostname"), &session);
@@ -129,6 +140,15 @@ std::optional<std::vector<Record>> parseRecords(
   return records;
 }
 
+void addFile(const std::string& path, const Json::Value& opens, OpenFiles* files) {
+  if (!opens.isObject()) return;
+  for (const Json::Value& open : opens) {
+    const auto server = open.isObject() ? parseServer(open["server_id"]) : std::nullopt;
+    if (!server || !server->node.empty() || server->pid < 2 || server->pid > kPidMax) continue;
+    (*files)[static_cast<pid_t>(server->pid)].insert(path);
+  }
+}
+
 }  // namespace
 
 std::optional<std::vector<SmbSession>> parseSmbSessions(std::string_view text) {
@@ -137,6 +157,16 @@ std::optional<std::vector<SmbSession>> parseSmbSessions(std::string_view text) {
 
 std::optional<std::vector<SmbShare>> parseSmbShares(std::string_view text) {
   return parseRecords<SmbShare>(text, "tcons", parseShare);
+}
+
+std::optional<OpenFiles> parseSmbOpenFiles(std::string_view text) {
+  const auto members = parseMember(text, "open_files");
+  if (!members) return std::nullopt;
+  OpenFiles files;
+  for (auto member = members->begin(); member != members->end(); ++member) {
+    if (member->isObject()) addFile(printable(member.name()), (*member)["opens"], &files);
+  }
+  return files;
 }
 
 }  // namespace zevo::connections

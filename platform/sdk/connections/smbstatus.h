@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "zevo/open_files.h"
+
 namespace zevo::connections {
 
 // One login of one client. Texts may hold any byte.
@@ -36,5 +38,8 @@ struct SmbShare {
 // Nothing where the text as a whole is no such answer.
 std::optional<std::vector<SmbSession>> parseSmbSessions(std::string_view text);
 std::optional<std::vector<SmbShare>> parseSmbShares(std::string_view text);
+// The same of `smbstatus --json --locks`, as zevo/open_files.h says. Those of other nodes of a
+// cluster are left out.
+std::optional<OpenFiles> parseSmbOpenFiles(std::string_view text);
 
 }  // namespace zevo::connections

@@ -67,6 +67,10 @@ METHODS = {
     ("GET", "/api/whoami"): {USER: 200, ADMINISTRATOR: 200, VIEWER: 200},
     ("POST", "/api/whoami"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
     # Without names.
+    ("POST", "/api/plan"): {USER: 403, ADMINISTRATOR: 400, VIEWER: 403},
+    ("GET", "/api/plan"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
+    ("POST", "/api/perform"): {USER: 403, ADMINISTRATOR: 400, VIEWER: 403},
+    ("GET", "/api/perform"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
     ("POST", "/api/enable"): {USER: 403, ADMINISTRATOR: 400, VIEWER: 403},
     ("GET", "/api/enable"): {USER: 405, ADMINISTRATOR: 405, VIEWER: 405, NOBODY: 405},
     ("GET", "/api/disabled"): {USER: 403, ADMINISTRATOR: 200, VIEWER: 403},

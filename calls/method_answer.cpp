@@ -1,4 +1,4 @@
-#include "cli/client/answer.h"
+#include "calls/method_answer.h"
 
 #include <optional>
 #include <string_view>
@@ -6,9 +6,9 @@
 
 #include "zevo/disabled_accounts.h"
 
-#include "cli/client/json_text.h"
+#include "calls/json_text.h"
 
-namespace cli {
+namespace calls {
 namespace {
 
 constexpr std::string_view kDataStart = R"({"data":)";
@@ -30,9 +30,9 @@ int statusOf(std::string_view headers) {
 
 // The answer in `body`, {"data":…} or {"data":…,"warnings":[…]}: the data stays the text that it
 // is.
-Answer answerOfSuccess(const std::string& body) {
-  Answer answer;
-  answer.status = Answer::Status::kDone;
+MethodAnswer answerOfSuccess(const std::string& body) {
+  MethodAnswer answer;
+  answer.status = MethodAnswer::Status::kDone;
   std::size_t end = body.size() - 1;
   const std::size_t warnings = body.rfind(kWarningsStart);
   if (warnings != std::string::npos) {
@@ -46,12 +46,12 @@ Answer answerOfSuccess(const std::string& body) {
 }
 
 // A host's own problem has the number of its HTTP status for a code; a method's has another.
-Answer answerOfProblem(const Json::Value& document, int status) {
-  Answer answer;
+MethodAnswer answerOfProblem(const Json::Value& document, int status) {
+  MethodAnswer answer;
   const Json::Value code = document.get("code", Json::Value());
   answer.code = code.isInt() ? code.asInt() : 0;
   if (answer.code == status) answer.code = 0;
-  if (answer.code != 0) answer.status = Answer::Status::kRefused;
+  if (answer.code != 0) answer.status = MethodAnswer::Status::kRefused;
   const Json::Value causes = document.get("causes", Json::Value());
   for (const Json::Value& cause : causes) {
     if (cause.isString()) answer.causes.push_back(cause.asString());
@@ -59,27 +59,27 @@ Answer answerOfProblem(const Json::Value& document, int status) {
   for (const zevo::ReadNote& note : zevo::readNotesFromJson(document["warnings"])) {
     if (note.code == zevo::kStillLetIn) answer.causes.push_back(note.detail);
   }
-  if (answer.status == Answer::Status::kRefused || !answer.causes.empty()) return answer;
+  if (answer.status == MethodAnswer::Status::kRefused || !answer.causes.empty()) return answer;
   const Json::Value detail = document.get("detail", Json::Value());
   return failedAnswer(detail.isString() ? detail.asString() : "no reason was given");
 }
 
 }  // namespace
 
-Answer failedAnswer(std::string cause) {
-  Answer answer;
+MethodAnswer failedAnswer(std::string cause) {
+  MethodAnswer answer;
   answer.causes.push_back(std::move(cause));
   return answer;
 }
 
-Answer answerFromScgi(const std::string& received) {
+MethodAnswer answerFromScgi(const std::string& received) {
   constexpr std::string_view kEnd = "\r\n\r\n";
   const std::size_t end = received.find(kEnd);
   if (end == std::string::npos) return failedAnswer("the call ended before it answered");
   const int status = statusOf(std::string_view(received).substr(0, end));
   std::string body = received.substr(end + kEnd.size());
   if (status == kOk && received.find(kJsonType) > end) {
-    return {.status = Answer::Status::kOwnOutput, .data = std::move(body)};
+    return {.status = MethodAnswer::Status::kOwnOutput, .data = std::move(body)};
   }
   if (body.ends_with('\n')) body.pop_back();
   if (status == kOk && body.starts_with(kDataStart) && body.ends_with('}')) {
@@ -92,4 +92,4 @@ Answer answerFromScgi(const std::string& received) {
   return answerOfProblem(*document, status);
 }
 
-}  // namespace cli
+}  // namespace calls

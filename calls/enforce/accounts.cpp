@@ -1,0 +1,163 @@
+#include "calls/enforce/accounts.h"
+
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <shadow.h>
+#include <thread>
+
+#include "zevo/account.h"
+#include "zevo/account_access.h"
+#include "zevo/disabled_accounts.h"
+#include "zevo/error.h"
+#include "zevo/error_trail.h"
+
+#include "base/account_name.h"
+#include "calls/enforce/kick_plan.h"
+
+namespace calls::enforce {
+namespace {
+
+constexpr long kDisabledExpiry = 1;  // the day that disabling sets
+
+std::optional<uid_t> uidOf(const std::string& user) {
+  UserRecord* record = nullptr;
+  if (!zevo::canBeAccountName(user) || ZEVOUserGet(user.c_str(), &record) < 0) return {};
+  const std::unique_ptr<UserRecord, void (*)(UserRecord*)> owned(record, &ZEVOUserFree);
+  return record != nullptr ? std::optional(record->uid) : std::nullopt;
+}
+
+// The day of the account's expiry since 1970, -1 where it has none; nothing without an entry.
+std::optional<long> expiryOf(const std::string& user) {
+  if (!zevo::canBeAccountName(user)) return {};
+  const spwd* entry = ::getspnam(user.c_str());
+  return entry ? std::optional(entry->sp_expire) : std::nullopt;
+}
+
+const char* refusalOf(const std::string& user, const std::set<std::string>& own) {
+  if (own.contains(user)) return "own_account";
+  if (user.find_first_of("\\@") != std::string::npos) return "directory_account";
+  const std::optional<uid_t> uid = uidOf(user);
+  if (user == "root" || (uid && *uid == 0)) return "root_account";
+  if (!uid) return "unknown_account";
+  return expiryOf(user) ? nullptr : "not_local";
+}
+
+Json::Value withCauses(Json::Value value) {
+  value["causes"] = Json::Value(Json::arrayValue);
+  for (const std::string& cause : zevo::errorTrail()) value["causes"].append(cause);
+  return value;
+}
+
+const char* wordOf(zevo::Access access) {
+  switch (access) {
+    case zevo::Access::kRefused:
+      return "refused";
+    case zevo::Access::kLetIn:
+      return "let_in";
+    case zevo::Access::kUnknown:
+      break;
+  }
+  return "unknown";
+}
+
+// The services that let the account in, or may do so.
+Json::Value accessOf(const std::string& user, zevo::AccessMoment moment) {
+  Json::Value all(Json::arrayValue);
+  for (const zevo::ServiceAccess& service : zevo::accountAccess(user, moment)) {
+    if (service.access == zevo::Access::kRefused) continue;
+    Json::Value& item = all.append(reason(service.reason.c_str()));
+    item["service"] = service.service;
+    item["access"] = wordOf(service.access);
+    item["remedy"] = service.remedy;
+    item["values"] = Json::Value(Json::objectValue);
+    for (const auto& [name, value] : service.values) item["values"][name] = value;
+  }
+  return all;
+}
+
+Json::Value asJson(const zevo::LeftRunning& left) {
+  Json::Value value(Json::objectValue);
+  value["processes"] = static_cast<Json::UInt64>(left.processes);
+  value["apart"] = Json::Value(Json::arrayValue);
+  for (const pid_t pid : left.apart) value["apart"].append(pid);
+  value["crontab"] = left.hasCrontab;
+  value["at_jobs"] = static_cast<Json::UInt64>(left.atJobs);
+  return value;
+}
+
+// What still runs once those that end with their connection have had the time to.
+zevo::LeftRunning leftRunningSoon(const std::string& user) {
+  constexpr int kLooks = 10;
+  constexpr std::chrono::milliseconds kBetweenLooks{100};
+  zevo::LeftRunning left = zevo::leftRunning(user, {});
+  for (int look = 1; look < kLooks && left.processes > 0; ++look) {
+    std::this_thread::sleep_for(kBetweenLooks);
+    left = zevo::leftRunning(user, {});
+  }
+  return left;
+}
+
+// How the disabling of the account can be undone; null where it cannot.
+Json::Value undoOf(const std::string& user) {
+  const auto accounts = zevo::disabledAccounts();
+  if (!accounts) return {};
+  const auto account =
+      std::find_if(accounts->begin(), accounts->end(),
+                   [&](const zevo::DisabledAccount& known) { return known.user == user; });
+  if (account == accounts->end()) return {};
+  Json::Value undo(Json::objectValue);
+  const std::string& day = account->expiryBefore;
+  undo["expiry_before"] = day.empty() ? Json::Value() : Json::Value(day);
+  return undo;
+}
+
+}  // namespace
+
+Refusals refusalsOf(const std::vector<std::string>& users, const std::set<std::string>& own) {
+  Refusals refusals;
+  for (const std::string& user : users) {
+    const char* key = refusalOf(user, own);
+    if (!key) continue;
+    refusals.ofAccounts[user] = reason(key);
+    if (!refusals.ofAll.isNull()) continue;
+    refusals.ofAll = reason(key);
+    refusals.ofAll["user"] = user;
+  }
+  if (!refusals.ofAll.isNull()) return refusals;
+  zevo::clearErrorTrail();
+  const int code = zevo::disablingRefusal(users);
+  if (code == ZEVO_ERR_NONE) return refusals;
+  const bool isGuard = code == ZEVO_ERR_TOO_FEW_ADMINISTRATORS;
+  refusals.ofAll = withCauses(reason(isGuard ? "too_few_administrators" : "failed"));
+  return refusals;
+}
+
+std::optional<bool> isDisabled(const std::string& user) {
+  const std::optional<long> expiry = expiryOf(user);
+  return expiry ? std::optional(*expiry == kDisabledExpiry) : std::nullopt;
+}
+
+Json::Value accountPlan(const std::string& user, const std::vector<pid_t>& ending) {
+  Json::Value account(Json::objectValue);
+  account["user"] = user;
+  account["exists"] = uidOf(user).has_value();
+  account["disabled"] = isDisabled(user).value_or(false);
+  account["access"] = accessOf(user, zevo::AccessMoment::kOnceDisabled);
+  account["left_running"] = asJson(zevo::leftRunning(user, ending));
+  return account;
+}
+
+Json::Value accountResult(const std::string& user) {
+  Json::Value account(Json::objectValue);
+  account["user"] = user;
+  const bool isOut = isDisabled(user).value_or(false);
+  account["disabled"] = isOut;
+  if (!isOut) return account;
+  account["access"] = accessOf(user, zevo::AccessMoment::kNow);
+  account["left_running"] = asJson(leftRunningSoon(user));
+  if (Json::Value undo = undoOf(user); !undo.isNull()) account["undo"] = undo;
+  return account;
+}
+
+}  // namespace calls::enforce

@@ -1,0 +1,41 @@
+// The accounts that are to be disabled.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include <json/value.h>
+
+namespace calls::enforce {
+
+// Why accounts would not be disabled.
+struct Refusals {
+  // Of single accounts: {"reason": key}, with the key own_account, directory_account (an account of
+  // a directory or a container), unknown_account, not_local (without a line of its own in the
+  // shadow file) or root_account.
+  std::map<std::string, Json::Value> ofAccounts;
+  // Of the batch, all or none: one of those with "user"; too_few_administrators with "causes"; or
+  // failed with "causes", where that cannot be told. Null where it would be disabled.
+  Json::Value ofAll;
+};
+
+// What the guard of the account write would say to disabling `users`, and what the method would
+// pass over without a word. `own`: names of the caller's account.
+Refusals refusalsOf(const std::vector<std::string>& users, const std::set<std::string>& own);
+
+// Whether the account is disabled now; nothing where there is no such account.
+std::optional<bool> isDisabled(const std::string& user);
+
+// {"user", "exists", "disabled", "access", "left_running"}, as they would be once `user` is
+// disabled and the processes `ending` have gone.
+Json::Value accountPlan(const std::string& user, const std::vector<pid_t>& ending);
+
+// {"user", "disabled", "access", "left_running", "undo"} of an account that was to be disabled. The
+// last one has "expiry_before", a day or null, and is there where the disabling can be undone.
+Json::Value accountResult(const std::string& user);
+
+}  // namespace calls::enforce
