@@ -8,11 +8,11 @@ inline constexpr const char* kProgramHelp =
     "since when. Ends connections, and disables the accounts behind them.";
 
 inline constexpr const char* kProgramExamples = R"(Examples:
-  currentconn list                  everybody, the newest connection first
-  currentconn list --filter cifs    only where a text occurs
-  currentconn list --watch          keep the list on the screen
+  currentconn list                  all connections, newest first
+  currentconn list --filter cifs    connections that contain a text
+  currentconn list --watch          refresh the list on the screen
   currentconn kick --user alice     end alice's connections
-  currentconn list --help           more on one command
+  currentconn list --help           help on one command
 
 Exit status: 0 done, 1 the work failed, 2 wrong usage or configuration,
 3 not an administrator, 4 too few administrators would be left.)";
@@ -21,9 +21,9 @@ inline constexpr const char* kListHelp = "Show the connections of all users";
 
 inline constexpr const char* kListExamples = R"(Examples:
   currentconn list --sort-by who --asc      by user name
-  currentconn list --filter 10.20.0.7       whoever works from this address
+  currentconn list --filter 10.20.0.7       clients at this address
   currentconn list --start 50 --limit 50    the second page of 50
-  currentconn list --watch=0.5              look twice a second; Ctrl-C ends it
+  currentconn list --watch=0.5              refresh twice a second; Ctrl-C quits
   currentconn list --json                   for programs
 )";
 
@@ -32,21 +32,21 @@ inline constexpr const char* kMineHelp = "Show the connections of one user, by d
 inline constexpr const char* kMineExamples = R"(Examples:
   currentconn mine                          the caller's own connections
   currentconn mine --user alice             alice's
-  currentconn mine --user alice --watch     keep them on the screen
+  currentconn mine --user alice --watch     refresh them on the screen
 )";
 
 inline constexpr const char* kKickHelp = "End connections";
 
 inline constexpr const char* kKickExamples =
-    R"(Only connections that meet all conditions end. They are shown first, and a
-question is asked. Ending takes 1 to 6 seconds. NFS and console logins cannot
-be ended; one SMB process can serve several users, who then go together.
+    R"(Ends the connections that meet all conditions, after showing them and asking.
+This takes 1 to 6 seconds. NFS and console logins cannot be ended. One SMB
+process can serve several users, whose connections then end together.
 
 Examples:
-  currentconn kick 4711                      what the process 4711 serves
-  currentconn kick --user alice              all that alice does here
+  currentconn kick 4711                      the connection of process 4711
+  currentconn kick --user alice              all of alice's connections
   currentconn kick --service ssh --from 10.20.0.7
-  currentconn kick --user alice --dry-run    only show what would end)";
+  currentconn kick --user alice --dry-run    show what would end)";
 
 inline constexpr const char* kDisableHelp = "Disable accounts and end their connections";
 
@@ -56,9 +56,9 @@ Then all their connections end. A service that asks neither still lets them in:
 each that does, or may, is named. "currentconn enable" undoes it.
 
 Examples:
-  currentconn disable alice                  after a question
-  currentconn disable alice bob --yes        without one
-  currentconn disable alice --dry-run        only show what would be done)";
+  currentconn disable alice                  asks before it begins
+  currentconn disable alice bob --yes        does not ask
+  currentconn disable alice --dry-run        show what would be done)";
 
 inline constexpr const char* kEnableHelp = "Undo the disabling of accounts";
 
@@ -89,13 +89,13 @@ inline constexpr const char* kReportExamples = R"(Examples:
 inline constexpr const char* kLoginLinkHelp = "Print a link that logs in to the page, once";
 
 inline constexpr const char* kLoginLinkExamples =
-    R"(The link is good for five minutes. Whoever opens it first is logged in, without
-a password: send it to nobody else.
+    R"(The link is valid for five minutes. Whoever opens it first is logged in without
+a password, so do not share it.
 
 Examples:
   currentconn login-link                     as root
   currentconn login-link alice
-  currentconn login-link --view --days 90    for a display on the wall
+  currentconn login-link --view --days 90    for a wall display
   currentconn login-link --url https://files.example.org/connections/)";
 
 inline constexpr const char* kNoFilterInMine =
