@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "sdk/account_disabling.h"
 #include "sdk/account_files.h"
+#include "sdk/login_state.h"
 #include "sdk/noted_error.h"
 
 namespace zevo {
@@ -47,8 +48,11 @@ bool areRecorded(const Undoing& undoing) {
 bool readSambaEntries(Undoing& undoing) {
   std::vector<std::string> names;
   for (const std::string& name : undoing.names) {
-    const Disabling& disabling = undoing.record.disablings().at(name);
-    if (disabling.samba == SambaBefore::kEnabled) names.push_back(name);
+    const SambaBefore before = undoing.record.disablings().at(name).samba;
+    if (before == SambaBefore::kEnabled) names.push_back(name);
+    if (before != SambaBefore::kDisabled) continue;
+    undoing.accounts[name].notes.emplace_back(
+        "its entry in Samba's database was disabled before, so nothing was undone there");
   }
   if (names.empty()) return true;
   std::string cause;
@@ -70,6 +74,9 @@ void restoreExpiry(Undoing& undoing, const std::string& name, std::string& expir
   const std::string& before = undoing.record.disablings().at(name).expiry;
   if (expiry == kDisablingField) {
     expiry = before;
+    if (!isExpired(before, undoing.tools.accounts.today)) return;
+    undoing.accounts[name].notes.push_back("it had expired before it was disabled, on " +
+                                           dayText(before) + ", and is expired as it was then");
   } else if (expiry != before) {
     const std::string day = dayText(expiry);
     undoing.accounts[name].notes.push_back(

@@ -67,6 +67,14 @@ class UndoingTest(AccountTest):
         self.assertEqual(before, namespace.read("/etc/shadow"))
         self.assertEqual([], self.disabled())
 
+    def test_an_account_that_had_expired_before_is_not_said_to_be_let_in(self):
+        namespace.run("chage", "--expiredate", "2020-01-31", "alice")
+        before = namespace.read("/etc/shadow")
+        self.disable("alice")
+        self.assertEqual("enabled: alice\n  it had expired before it was disabled, on 2020-01-31, and is expired as it was then\n",
+                         self.enable("alice").stdout)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+
     def test_the_disabled_accounts_are_listed(self):
         self.assertEqual("no account is disabled\n", self.currentconn("disabled").stdout)
         namespace.run("chage", "--expiredate", "2030-01-31", "alice")
@@ -196,7 +204,8 @@ class SambaTest(AccountTest):
     def test_an_entry_that_was_disabled_before_stays_disabled(self):
         namespace.run("smbpasswd", "-d", "alice")
         self.disable("alice")
-        self.enable("alice")
+        self.assertEqual("enabled: alice\n  its entry in Samba's database was disabled before, so nothing was undone there\n",
+                         self.enable("alice").stdout)
         self.assertIn("D", samba_flags("alice"))
 
     def test_nothing_changes_where_sambas_tool_does_not_work(self):

@@ -58,7 +58,9 @@ ZEVO_EXPORT std::optional<std::vector<DisabledAccount>> disabledAccounts();
 struct EnabledAccount {
   std::string user;
   // What is not as it was before: another expiry that somebody has set since and that stays; a
-  // Samba entry that is gone; a service that could not be undone. Sentences without a full stop.
+  // Samba entry that is gone; a service that could not be undone. And what keeps the account out as
+  // it did then: an expiry that was over, a Samba entry that was disabled. Sentences without a full
+  // stop.
   std::vector<std::string> notes;
   bool isComplete = true;  // nothing is left to undo, and the record knows the account no longer
 };

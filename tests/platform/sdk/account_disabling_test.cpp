@@ -24,6 +24,9 @@ using State = DisabledAccount::State;
 constexpr const char* kNoSambaEntry =
     "no entry of it was found in Samba's database, so nothing was undone there";
 
+constexpr const char* kSambaWasDisabled =
+    "its entry in Samba's database was disabled before, so nothing was undone there";
+
 // Of the accounts of the fixture, cid and ben have entries in Samba's database; ben's is disabled.
 class Disabling : public testing_support::AccountFixture {
  protected:
@@ -98,10 +101,10 @@ TEST_F(Disabling, IsUndoneExactly) {
   const Enabling done = enable({"ben", "cid"});
   EXPECT_EQ(done.status, Enabling::Status::kDone);
   ASSERT_EQ(done.accounts.size(), 2U);
-  for (const EnabledAccount& account : done.accounts) {
-    EXPECT_TRUE(account.isComplete);
-    EXPECT_THAT(account.notes, IsEmpty());
-  }
+  EXPECT_TRUE(done.accounts.at(0).isComplete);
+  EXPECT_THAT(done.accounts.at(0).notes, ElementsAre(kSambaWasDisabled));
+  EXPECT_TRUE(done.accounts.at(1).isComplete);
+  EXPECT_THAT(done.accounts.at(1).notes, IsEmpty());
   expectNothingChanged();
 }
 
@@ -313,6 +316,17 @@ TEST_F(Disabling, LeavesAnExpiryThatSomebodyHasSetSince) {
   EXPECT_EQ(expiryOf("cid"), "40000");
   EXPECT_EQ(samba_.flagsOf("cid"), "UX");
   EXPECT_THAT(record(), IsEmpty());
+}
+
+TEST_F(Disabling, LeavesAnAccountExpiredThatWasSoBefore) {
+  setExpiry("cid", "18292");
+  ASSERT_EQ(disable({"cid"}), "");
+  const Enabling done = enable({"cid"});
+  ASSERT_EQ(done.status, Enabling::Status::kDone);
+  EXPECT_THAT(done.accounts.at(0).notes,
+              ElementsAre("it had expired before it was disabled, on 2020-01-31, and is expired as "
+                          "it was then"));
+  EXPECT_EQ(expiryOf("cid"), "18292");
 }
 
 TEST_F(Disabling, OfAnAccountThatIsGoneIsForgotten) {
