@@ -1,11 +1,7 @@
 // A server that stands in for the daemon and the web server before it: serves web/ with the strictest headers that the
 // page has to live with, and answers the API out of a World that the tests write.
-import { execFileSync } from 'node:child_process';
-import { mkdtempSync, readFileSync, rmSync } from 'node:fs';
 import { readFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
-import { createSecureServer } from 'node:http2';
-import { tmpdir } from 'node:os';
 import { extname, join, normalize } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { answer } from './stand_in/api.mjs';
@@ -30,9 +26,8 @@ const kHeaders = {
   'Cache-Control': 'no-cache',
 };
 
-// Returns {url, world, complaints, reset(), close()}; `complaints` are calls and answers that break the description. With
-// `isSecure` it speaks TLS and HTTP/2, over which a browser makes more than six calls at once.
-export async function startStandIn({ port = 0, isSecure = false } = {}) {
+// Returns {url, world, complaints, reset(), close()}; `complaints` are calls and answers that break the description.
+export async function startStandIn({ port = 0 } = {}) {
   const description = await Description.load();
   const standIn = { world: new World(), complaints: [] };
   const listener = (request, response) => {
@@ -41,27 +36,15 @@ export async function startStandIn({ port = 0, isSecure = false } = {}) {
     else if (isApi) serveCall(standIn, description, request, response);
     else serveFile(request, response);
   };
-  const server = isSecure ? createSecureServer(throwAwayKey(), listener) : createServer(listener);
+  const server = createServer(listener);
   await new Promise((resolve) => server.listen(port, '127.0.0.1', resolve));
-  standIn.url = `${isSecure ? 'https' : 'http'}://127.0.0.1:${server.address().port}`;
+  standIn.url = `http://127.0.0.1:${server.address().port}`;
   standIn.reset = () => (standIn.world = new World());
   standIn.close = () => {
-    server.closeAllConnections?.();
+    server.closeAllConnections();
     return new Promise((resolve) => server.close(resolve));
   };
   return standIn;
-}
-
-// A certificate that nobody trusts, made for this run.
-function throwAwayKey() {
-  const folder = mkdtempSync(join(tmpdir(), 'stand-in-'));
-  const [keyFile, certificateFile] = [join(folder, 'key.pem'), join(folder, 'certificate.pem')];
-  const key = ['-newkey', 'ec', '-pkeyopt', 'ec_paramgen_curve:prime256v1', '-nodes', '-keyout', keyFile];
-  const certificate = ['-out', certificateFile, '-days', '2', '-subj', '/CN=stand-in'];
-  execFileSync('openssl', ['req', '-x509', ...key, ...certificate], { stdio: 'ignore' });
-  const pair = { key: readFileSync(keyFile), cert: readFileSync(certificateFile) };
-  rmSync(folder, { recursive: true });
-  return pair;
 }
 
 async function serveFile(request, response) {
@@ -103,8 +86,8 @@ async function serveCall(standIn, description, request, response) {
   response.end(text);
 }
 
-function isSameOrigin({ origin, host, ':authority': authority = host }) {
-  return origin !== undefined && new URL(origin).host === authority;
+function isSameOrigin({ origin, host }) {
+  return origin !== undefined && new URL(origin).host === host;
 }
 
 function written({ status, data, warnings, code, causes, retryAfter, file, cookie }) {

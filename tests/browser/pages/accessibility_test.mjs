@@ -35,6 +35,11 @@ function someConnections(world) {
     connection({ pid: 0, who: '', type: 'NFS' }),
     ...Array.from({ length: 120 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` })),
   ];
+  world.effects.set(1, [{ reason: 'same_process', user: 'alice' }]);
+  world.openFiles.set(1, ['/srv/photos/a.jpg']);
+  const values = { pam: 'sshd' };
+  world.access = [{ service: 'ssh', access: 'let_in', reason: 'rules-pass', remedy: 'add-account-check', values }];
+  world.leftRunning = { processes: 2, apart: [], crontab: true, at_jobs: 1 };
 }
 
 async function askToDisable({ driver, page }) {
@@ -47,6 +52,7 @@ async function askToDisable({ driver, page }) {
 async function askToEnd({ driver, page }) {
   await driver.enter();
   await driver.select('bob');
+  await driver.select('carol');
   await page.click('#selection-end');
   await page.waitForSelector('#dialog .danger');
 }
@@ -132,17 +138,18 @@ const kStates = {
   },
   'the progress of ending': async (given) => {
     someConnections(given.world);
-    given.world.kickDelay = 12_000;
+    given.world.performDelay = 12_000;
     await askToEnd(given);
-    await given.driver.press('End 1 connection');
+    await given.driver.press('End 2 connections');
     await given.driver.dialogTitle('Ending');
   },
   'the result of ending': async (given) => {
     someConnections(given.world);
-    given.world.whenKicked.set(1, 'stays');
+    given.world.fates.set(1, { fate: 'still_there', reason: { reason: 'not_in_time' } });
+    given.world.fates.set(2, { fate: 'connected_again' });
     await askToEnd(given);
-    await given.driver.press('End 1 connection');
-    await given.driver.dialogTitle('0 of 1 ended');
+    await given.driver.press('End 2 connections');
+    await given.driver.dialogTitle('1 of 2 ended');
   },
   'the question before disabling': async (given) => {
     someConnections(given.world);
@@ -150,14 +157,14 @@ const kStates = {
   },
   'the progress of disabling': async (given) => {
     someConnections(given.world);
-    given.world.kickDelay = 12_000;
+    given.world.performDelay = 12_000;
     await askToDisable(given);
     await given.driver.press('Disable carol');
     await given.driver.dialogTitle('Disabling carol');
   },
   'the result of disabling': async (given) => {
     someConnections(given.world);
-    given.world.whenKicked.set(2, 'stays');
+    given.world.fates.set(2, { fate: 'still_there', reason: { reason: 'not_in_time' } });
     await askToDisable(given);
     await given.driver.press('Disable carol');
     await given.driver.dialogTitle('carol is disabled');

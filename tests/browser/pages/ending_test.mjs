@@ -2,46 +2,68 @@ import assert from 'node:assert/strict';
 import { connection, webLogin } from '../page_driver.mjs';
 import { eventually, pageTest } from './setup.mjs';
 
-// Each target of the dialog as what it says and what came of it.
+// Each connection of the dialog as what it says and what came of it.
 const targets = (page) =>
   page.$$eval('#dialog .target', (items) =>
     items.map((item) => [
       item.querySelector('.target-who .name').textContent,
-      item.querySelector('.target-mark').innerText,
+      item.querySelector('.target-mark')?.innerText ?? '',
     ]),
   );
-const kicks = (world) => world.callsOf('kick_connection').map((call) => call.parameters);
+const tasks = (world, resource) => world.callsOf(resource).map((call) => call.parameters);
 
 async function endSelected(driver) {
   await driver.page.click('#selection-end');
   await driver.page.waitForSelector('#dialog .danger');
 }
 
-// Asks for the end of 100 connections, each of which takes `delay` milliseconds.
-async function endAHundred(driver, page, world, delay) {
-  world.connections = Array.from({ length: 100 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` }));
-  world.kickDelay = delay;
+async function endAlice(driver) {
   await driver.enter();
-  await page.check('#head-row input');
+  await driver.select('alice');
   await endSelected(driver);
-  await driver.press('End 100 connections');
+  await driver.press('End 1 connection');
 }
 
-pageTest('the dialog names everybody who is hit', async ({ driver, world }) => {
+pageTest('the dialog names all that ends, and why', async ({ driver, world }) => {
+  const sftp = connection({ pid: 4, who: 'dave', type: 'SFTP', descr: '/home/dave' });
   world.connections = [
     connection({ pid: 1, who: 'bob', descr: 'photos (bob), music (alice)' }),
     webLogin({ pid: 2, who: 'carol', from: '10.0.0.8', descr: 'Firefox, Chrome' }),
+    connection({ pid: 3, who: 'dave', type: 'SSH', descr: 'pts/1' }),
+    sftp,
   ];
+  world.effects
+    .set(1, [{ reason: 'same_process', user: 'alice' }])
+    .set(2, [{ reason: 'further_web_logins', count: 1 }])
+    .set(3, [{ reason: 'same_ssh_connection', connection: sftp }]);
+  world.openFiles.set(1, ['/srv/photos/a.jpg', '/srv/photos/b.jpg', '/srv/photos/c.jpg', '/srv/photos/d.jpg']);
   await driver.enter();
-  await driver.select('bob');
-  await driver.select('carol');
+  for (const row of ['bob', 'carol', 'pts/1']) await driver.select(row);
   await endSelected(driver);
   const text = await driver.dialogText();
-  assert.match(text, /^End 2 connections\?/);
-  assert.match(text, /The same process also serves alice, who will be disconnected too\./);
-  assert.match(text, /Ends all logins of carol at 10\.0\.0\.8\./);
-  assert.match(text, /Firefox, Chrome/);
-  assert.deepEqual(kicks(world), [], 'nothing is ended before it is confirmed');
+  assert.match(text, /^End 3 connections\?/);
+  for (const sentence of [
+    'The same process also serves alice, who will be disconnected too.',
+    '4 files are open: /srv/photos/a.jpg, /srv/photos/b.jpg, /srv/photos/c.jpg, …',
+    '1 more login of carol at 10.0.0.8 ends too.',
+    'An SFTP session of dave over the same SSH connection ends too.',
+    'Firefox, Chrome',
+  ]) {
+    assert.ok(text.includes(sentence), sentence);
+  }
+  assert.deepEqual(tasks(world, 'perform'), [], 'nothing is ended before it is confirmed');
+});
+
+pageTest('what the plan may lack is said in the dialog', async ({ driver, world }) => {
+  world.connections = [connection({ pid: 1 })];
+  world.warnings = [{ code: 'open_files_missing', service: 'CIFS', detail: 'smbstatus did not answer' }];
+  await driver.enter();
+  await driver.select('alice');
+  await endSelected(driver);
+  assert.match(
+    await driver.dialogText(),
+    /Samba does not report which files are open\. The server reports: smbstatus did not answer/,
+  );
 });
 
 pageTest('nothing is ended when the dialog is cancelled, by button or by key', async ({ driver, page, world }) => {
@@ -53,124 +75,153 @@ pageTest('nothing is ended when the dialog is cancelled, by button or by key', a
   await endSelected(driver);
   await page.keyboard.press('Escape');
   assert.equal(await page.isVisible('#dialog'), false);
-  assert.deepEqual(kicks(world), []);
+  assert.deepEqual(tasks(world, 'perform'), []);
   assert.equal(await driver.text('#selection-count'), '1 selected');
   assert.equal(await page.evaluate(() => document.activeElement.id), 'selection-end');
 });
 
-pageTest(
-  'each row is a call of its own: a service with all its keys, a web login with user and address',
-  async ({ driver, page, world }) => {
-    world.connections = [
-      connection({ pid: 11, who: 'alice', from: '10.0.0.1', type: 'CIFS' }),
-      connection({ pid: 12, who: 'bob', from: '10.0.0.2', type: 'SSH' }),
-      webLogin({ pid: 13, who: 'carol', from: '10.0.0.3' }),
-      webLogin({ pid: 14, who: 'dave', from: '10.0.0.4' }),
-      webLogin({ pid: 15, who: 'dave', from: '10.0.0.4', descr: 'Chrome' }),
-    ];
-    world.kickDelay = 500;
-    await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
-    await page.check('#head-row input');
-    await endSelected(driver);
-    await driver.press('End 5 connections');
-    await driver.dialogTitle('5 of 5 ended');
-    assert.equal(world.mostKicksAtOnce, 4);
-    assert.deepEqual(kicks(world), [
-      { service_conn: [{ pid: 11, who: 'alice', from: '10.0.0.1', type: 'CIFS' }] },
-      { service_conn: [{ pid: 12, who: 'bob', from: '10.0.0.2', type: 'SSH' }] },
-      { http_conn: [{ who: 'carol', from: '10.0.0.3' }] },
-      { http_conn: [{ who: 'dave', from: '10.0.0.4' }] },
-    ]);
-  },
-);
-
-pageTest(
-  'at most sixty-four calls run side by side, and sixty-four do',
-  async ({ driver, page, world }) => {
-    await endAHundred(driver, page, world, 5000);
-    await driver.dialogTitle('100 of 100 ended');
-    assert.equal(world.mostKicksAtOnce, 64);
-    assert.equal(kicks(world).length, 100);
-  },
-  { isSecure: true },
-);
-
-pageTest(
-  'while the server waits the dialog shows how far it is, and cannot be lost',
-  async ({ driver, page, world }) => {
-    world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
-    world.kickDelay = 2500;
-    await driver.enter();
-    await page.check('#head-row input');
-    await endSelected(driver);
-    await driver.press('End 2 connections');
-    await driver.dialogTitle('Ending 2 connections');
-    await eventually(async () => (await targets(page)).map(([, mark]) => mark), ['Ending…', 'Ending…']);
-    assert.match(await driver.dialogText(), /0 of 2 answered\. Each process has up to five seconds to end\./);
-    await page.keyboard.press('Escape');
-    assert.equal(await page.isVisible('#dialog'), true);
-    await driver.dialogTitle('2 of 2 ended');
-  },
-);
-
-pageTest('the result says of each row what happened to it', async ({ driver, page, world }) => {
+pageTest('all rows are one call, each named by its four keys', async ({ driver, page, world }) => {
   world.connections = [
-    connection({ pid: 1, who: 'ended' }),
-    connection({ pid: 2, who: 'returned' }),
-    connection({ pid: 3, who: 'stubborn' }),
+    connection({ pid: 11, who: 'alice', from: '10.0.0.1', type: 'CIFS' }),
+    connection({ pid: 12, who: 'bob', from: '10.0.0.2', type: 'SSH' }),
+    webLogin({ pid: 13, who: 'carol', from: '10.0.0.3' }),
   ];
-  world.whenKicked.set(2, 'comes back').set(3, 'stays');
   await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
   await page.check('#head-row input');
   await endSelected(driver);
   await driver.press('End 3 connections');
-  await driver.dialogTitle('2 of 3 ended');
-  assert.deepEqual(await targets(page), [
-    ['ended', 'Ended'],
-    ['returned', 'Ended, then connected again'],
-    ['stubborn', 'Still connected\nThere was nothing to end, or the process did not end in time.'],
-  ]);
-  await driver.press('Done');
-  await eventually(async () => (await driver.rows()).map(([user]) => user), ['returned', 'stubborn']);
-  assert.equal(await page.isVisible('#selection'), false);
+  await driver.dialogTitle('3 of 3 ended');
+  const connections = [
+    { who: 'alice', from: '10.0.0.1', type: 'CIFS', pid: 11 },
+    { who: 'bob', from: '10.0.0.2', type: 'SSH', pid: 12 },
+    { who: 'carol', from: '10.0.0.3', type: 'HTTP/HTTPS', pid: 13 },
+  ];
+  assert.deepEqual(tasks(world, 'plan'), [{ action: 'kick', connections }]);
+  assert.deepEqual(tasks(world, 'perform'), [{ action: 'kick', connections }]);
 });
 
-const kRefusals = [
+pageTest('while the server works the dialog says so and cannot be lost', async ({ driver, page, world }) => {
+  world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
+  world.performDelay = 2500;
+  await driver.enter();
+  await page.check('#head-row input');
+  await endSelected(driver);
+  await driver.press('End 2 connections');
+  await driver.dialogTitle('Ending 2 connections');
+  assert.match(await driver.dialogText(), /Each process has up to five seconds to end\./);
+  assert.equal(await page.locator('#dialog button').count(), 0);
+  await page.keyboard.press('Escape');
+  assert.equal(await page.isVisible('#dialog'), true);
+  await driver.dialogTitle('2 of 2 ended');
+});
+
+const stays = (reason, more = {}) => ({ fate: 'still_there', reason: { reason, ...more } });
+
+pageTest('the result says of each row what became of it', async ({ driver, page, world }) => {
+  const users = ['ended', 'failed', 'gone', 'moved', 'other', 'returned', 'stubborn', 'unclear'];
+  world.connections = users.map((who, index) => connection({ pid: index + 1, who }));
+  const at = (who) => users.indexOf(who) + 1;
+  world.fates
+    .set(at('failed'), stays('call_failed', { causes: ['cannot lock the session file'] }))
+    .set(at('moved'), { ...stays('goes_on'), now: connection({ pid: 4711, who: 'moved' }) })
+    .set(at('other'), { ...stays('serves_other'), now: connection({ pid: at('other'), who: 'zoe' }) })
+    .set(at('returned'), { fate: 'connected_again' })
+    .set(at('stubborn'), stays('not_in_time'))
+    .set(at('unclear'), { fate: 'not_known', reason: { reason: 'list_failed', causes: ['no /proc'] } });
+  await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
+  await page.click('#pause');
+  await page.check('#head-row input');
+  await endSelected(driver);
+  world.connections = world.connections.filter(({ who }) => who !== 'gone');
+  await driver.press('End 8 connections');
+  await driver.dialogTitle('2 of 8 ended');
+  assert.deepEqual(await targets(page), [
+    ['ended', 'Ended'],
+    ['failed', 'Still connected\nThe server could not complete the request. The server reports: cannot lock the session file'],
+    ['gone', 'Had already ended'],
+    ['moved', 'Still connected\nIt continues in process 4711.'],
+    ['other', 'Still connected\nIts process now serves zoe.'],
+    ['returned', 'Ended, then connected again'],
+    ['stubborn', 'Still connected\nIts process did not end in time.'],
+    [
+      'unclear',
+      'Not known: the list could not be read in full\nThe list could not be read again. The server reports: no /proc',
+    ],
+  ]);
+  await driver.press('Done');
+  await eventually(() => page.isVisible('#selection'), false);
+});
+
+pageTest('from who is connected again one comes to disabling the account', async ({ driver, page, world }) => {
+  world.accounts.set('bob', { password: 'x', isAdmin: false });
+  world.connections = [connection({ pid: 1, who: 'bob' }), connection({ pid: 2, who: 'EXAMPLE\\dave' })];
+  world.fates.set(1, { fate: 'connected_again' }).set(2, { fate: 'connected_again' });
+  await driver.enter();
+  await page.check('#head-row input');
+  await endSelected(driver);
+  await driver.press('End 2 connections');
+  await driver.dialogTitle('2 of 2 ended');
+  assert.deepEqual(
+    await page.$$eval('#dialog .target button', (all) => all.map((one) => one.textContent)),
+    ['Disable bob…'],
+    'a directory account cannot be disabled here',
+  );
+  await driver.press('Disable bob…');
+  await driver.dialogTitle('Disable bob?');
+  await driver.press('Disable bob');
+  await driver.dialogTitle('bob is disabled');
+  await driver.press('Done');
+  await eventually(async () => (await driver.rows()).map(([user]) => user), ['EXAMPLE\\dave']);
+});
+
+const kFailures = [
   [
-    { status: 500, code: 117, causes: ['cannot lock the session file'] },
-    /could not complete the request.*The server reports: cannot lock the session file/s,
+    { status: 500, code: 117, causes: ['cannot read /proc'] },
+    'It is not certain that the connections have ended',
+    /could not complete the request.*The server reports: cannot read \/proc/s,
   ],
-  [{ status: 403, code: 105 }, /Administrator rights are required/],
-  [{ status: 504, code: 504 }, /did not answer in time/],
-  [{ status: 500, code: 500 }, /Unexpected answer from the server \(500\)/],
+  [{ status: 403, code: 105 }, 'Nothing was ended', /Administrator rights are required/],
+  [{ status: 504, code: 504 }, 'It is not certain that the connections have ended', /did not answer in time/],
+  [{ status: 500, code: 500 }, 'It is not certain that the connections have ended', /Unexpected answer from the server \(500\)/],
 ];
 
-for (const [problem, sentence] of kRefusals) {
-  pageTest(`a kick that fails with ${problem.code} is said in a sentence`, async ({ driver, page, world }) => {
+for (const [problem, title, sentence] of kFailures) {
+  pageTest(`an ending that fails with ${problem.code} is said in a sentence`, async ({ driver, world }) => {
     world.connections = [connection({ pid: 1 })];
-    world.fail('kick_connection', problem);
-    await driver.enter();
-    await driver.select('alice');
-    await endSelected(driver);
-    await driver.press('End 1 connection');
-    await driver.dialogTitle('0 of 1 ended');
-    const [[, mark]] = await targets(page);
-    assert.match(mark, /^Still connected\n/);
-    assert.match(mark, sentence);
+    world.fail('perform', problem);
+    await endAlice(driver);
+    await driver.dialogTitle(title);
+    assert.match(await driver.dialogText(), sentence);
   });
 }
+
+pageTest('a reason, effect or fate that a newer server gives leaves no gap', async ({ driver, page, world }) => {
+  world.connections = [connection({ pid: 1 })];
+  const row = world.connections[0];
+  const answer = (data) => (route) => route.fulfill({ json: { data } });
+  await page.route('**/api/plan', answer({ ends: [{ ...row, effects: [{ reason: 'news' }] }], stays: [], gone: [] }));
+  await page.route('**/api/perform', answer({ connections: [{ ...row, fate: 'news', reason: { reason: 'news' } }] }));
+  await driver.enter();
+  await driver.select('alice');
+  await endSelected(driver);
+  assert.match(await driver.dialogText(), /The server gives the reason “news”\./);
+  await driver.press('End 1 connection');
+  await driver.dialogTitle('0 of 1 ended');
+  assert.deepEqual(await targets(page), [
+    ['alice', 'Not known: the list could not be read in full\nThe server gives the reason “news”.'],
+  ]);
+});
 
 pageTest(
   'a question that was given up does not come back in the place of the next one',
   async ({ driver, page, world }) => {
     world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
     await driver.enter();
-    await page.click('#pause');
-    world.delays.set('list', 1500);
+    world.delays.set('plan', 1500);
     await driver.openPanel('alice');
     await driver.choose('End this connection…');
     await page.keyboard.press('Escape');
-    world.delays.set('list', 4000);
+    world.delays.set('plan', 4000);
     await driver.openPanel('bob');
     await driver.choose('End this connection…');
     await page.waitForTimeout(2500);
@@ -182,26 +233,40 @@ pageTest(
 
 pageTest('a server that is too busy is asked again', async ({ driver, world }) => {
   world.connections = [connection({ pid: 1 })];
-  world.fail('kick_connection', { status: 503, code: 503, retryAfter: 1 }, 2);
-  await driver.enter();
-  await driver.select('alice');
-  await endSelected(driver);
-  await driver.press('End 1 connection');
+  world.fail('perform', { status: 503, code: 503, retryAfter: 1 }, 2);
+  await endAlice(driver);
   await driver.dialogTitle('1 of 1 ended');
-  assert.equal(kicks(world).length, 3);
+  assert.equal(tasks(world, 'perform').length, 3);
 });
 
-pageTest('what has ended before it was confirmed is said and not asked for', async ({ driver, page, world }) => {
-  world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
-  await driver.enter();
+pageTest('what has ended or cannot be ended is said and not asked for', async ({ driver, page, world }) => {
+  world.connections = [
+    connection({ pid: 1 }),
+    connection({ pid: 2, who: 'bob' }),
+    connection({ pid: 3, who: 'carol' }),
+  ];
+  await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
   await page.click('#pause');
   await page.check('#head-row input');
-  world.connections = world.connections.slice(1);
+  const [, bob, carol] = world.connections;
+  const answer = { ends: [{ ...bob, effects: [] }], stays: [{ ...carol, reason: { reason: 'unknown_process' } }] };
+  const gone = [{ who: 'alice', from: '10.20.0.7', type: 'CIFS', pid: 1 }];
+  world.failures.set('plan', () => ({ status: 200, data: { ...answer, gone } }));
   await endSelected(driver);
-  assert.match(await driver.dialogText(), /^End 1 connection\?[^]*1 selected connection has already ended\./);
+  assert.match(
+    await driver.dialogText(),
+    new RegExp(
+      '^End 1 connection\\?[^]*bob[^]*' +
+        '1 connection cannot be ended:[^]*carol[^]*The server does not know the process of this connection\\.[^]*' +
+        '1 selected connection has already ended:[^]*alice',
+    ),
+  );
   await driver.press('End 1 connection');
   await driver.dialogTitle('1 of 1 ended');
-  assert.equal(kicks(world).length, 1);
+  assert.deepEqual(
+    tasks(world, 'perform').map(({ connections }) => connections.map(({ who }) => who)),
+    [['bob']],
+  );
 });
 
 pageTest('where everything has ended already there is nothing to confirm', async ({ driver, page, world }) => {
@@ -212,59 +277,20 @@ pageTest('where everything has ended already there is nothing to confirm', async
   world.connections = [];
   await page.click('#selection-end');
   await driver.dialogTitle('Nothing to end');
+  assert.match(await driver.dialogText(), /1 selected connection has already ended:[^]*alice/);
   await driver.press('Close');
-  assert.deepEqual(kicks(world), []);
+  assert.deepEqual(tasks(world, 'perform'), []);
 });
 
-pageTest('a list that cannot be read before ending is said, and nothing is ended', async ({ driver, page, world }) => {
+pageTest('a plan that the server cannot make is said, and nothing is ended', async ({ driver, page, world }) => {
   world.connections = [connection({ pid: 1 })];
   await driver.enter();
-  await page.click('#pause');
   await driver.select('alice');
-  world.fail('list', { status: 500, code: 117 });
+  world.fail('plan', { status: 500, code: 117 });
   await page.click('#selection-end');
   await driver.dialogTitle('The connections could not be read');
-  assert.deepEqual(kicks(world), []);
+  assert.deepEqual(tasks(world, 'perform'), []);
 });
-
-pageTest('a list that may lack the row afterwards leaves open what happened', async ({ driver, page, world }) => {
-  world.connections = [connection({ pid: 1 })];
-  await driver.enter();
-  await page.click('#pause');
-  await driver.select('alice');
-  await endSelected(driver);
-  world.warnings = [{ code: 'connections_missing', service: 'CIFS', detail: 'Samba: no reason' }];
-  await driver.press('End 1 connection');
-  await driver.dialogTitle('0 of 1 ended');
-  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read in full']]);
-});
-
-pageTest('a list that cannot be read afterwards leaves open what happened', async ({ driver, page, world }) => {
-  world.connections = [connection({ pid: 1 })];
-  await driver.enter();
-  await page.click('#pause');
-  await driver.select('alice');
-  await endSelected(driver);
-  world.fail('list', { status: 500, code: 117 });
-  await driver.press('End 1 connection');
-  await driver.dialogTitle('0 of 1 ended');
-  assert.deepEqual(await targets(page), [['alice', 'Not known: the list could not be read in full']]);
-});
-
-pageTest(
-  'stopping lets the calls under way finish and leaves the rest alone',
-  async ({ driver, page, world }) => {
-    await endAHundred(driver, page, world, 10_000);
-    await driver.dialogTitle('Ending 100 connections');
-    await driver.press('Stop');
-    await driver.dialogTitle('64 of 100 ended');
-    assert.equal(kicks(world).length, 64);
-    assert.match(await driver.dialogText(), /Stopped\. The remaining connections were left alone\./);
-    const marks = (await targets(page)).map(([, mark]) => mark);
-    assert.equal(marks.filter((mark) => mark === 'Left alone').length, 36);
-  },
-  { isSecure: true },
-);
 
 pageTest('one connection is ended from its row, without selecting it', async ({ driver, world }) => {
   world.connections = [connection({ pid: 1 }), connection({ pid: 2, who: 'bob' })];
@@ -310,26 +336,21 @@ pageTest(
   },
 );
 
-pageTest(
-  'whoever came from another address when logging in and ends that login, too, ends everything else before',
-  async ({ driver, page, world }) => {
-    await driver.enter('olga', 'correct horse', '/?sort=who&order=asc');
-    for (const session of world.sessions.values()) session.address = '10.20.0.99';
-    world.connections = [
-      webLogin({ pid: 1, who: 'olga', from: '10.20.0.99' }),
-      ...Array.from({ length: 20 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` })),
-    ];
-    await driver.row('10.20.0.99').waitFor();
-    await page.check('#head-row input');
-    await endSelected(driver);
-    await driver.press('End 21 connections');
-    await page.waitForSelector('#login:not([hidden])');
-    assert.deepEqual(world.connections, []);
-    assert.deepEqual(kicks(world).at(-1), { http_conn: [{ who: 'olga', from: '10.20.0.99' }] });
-  },
-);
+pageTest('who ends the login in use is told so before, and has to log in again', async ({ driver, page, world }) => {
+  await driver.enter();
+  for (const session of world.sessions.values()) session.address = '10.20.0.99';
+  world.connections = [webLogin({ pid: 1, who: 'olga', from: '10.20.0.99' })];
+  await driver.row('10.20.0.99').waitFor();
+  await page.check('#head-row input');
+  await endSelected(driver);
+  assert.match(await driver.dialogText(), /This is your own connection\. It ends last, and you will have to log in again\./);
+  await driver.press('End 1 connection');
+  await page.waitForSelector('#login:not([hidden])');
+  assert.equal(await page.isVisible('#dialog'), false);
+  assert.deepEqual(world.connections, []);
+});
 
-pageTest('a session that ends while connections are ended leads to the login', async ({ driver, page, world }) => {
+pageTest('a session that ends before the confirmation leads to the login', async ({ driver, page, world }) => {
   world.connections = [connection({ pid: 1 })];
   await driver.enter();
   await driver.select('alice');

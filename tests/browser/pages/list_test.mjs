@@ -45,8 +45,8 @@ pageTest('texts of strangers are shown as text', async ({ driver, page, world })
   assert.deepEqual(await driver.rows(), [[evil, 'CIFS', evil, evil]]);
   await driver.openPanel('onerror');
   await driver.choose('Disable');
-  await driver.dialogTitle('Disable');
-  assert.equal(await page.innerText('#dialog-title'), `Disable ${evil}?`);
+  await driver.dialogTitle('cannot be disabled');
+  assert.equal(await page.innerText('#dialog-title'), `${evil} cannot be disabled`);
   assert.equal(await page.locator('img').count(), 0);
 });
 
@@ -321,7 +321,7 @@ pageTest('a row that cannot be ended says why and cannot be selected', async ({ 
   await box.click({ force: true });
   assert.equal(await box.isChecked(), false);
   assert.equal(await page.isVisible('#selection'), false);
-  const reason = 'NFS has no separate process for each client, so there is nothing to end.';
+  const reason = 'This connection has no process of its own, so there is nothing to end.';
   assert.equal(await driver.text('#tip'), reason);
   assert.equal(await box.getAttribute('aria-description'), reason);
   await driver.openPanel('NFS');

@@ -19,6 +19,12 @@ function someConnections(world) {
     webLogin({ pid: 2, who: 'a-very-long-user-name-that-goes-on-and-on-and-on', time: '2026-10-01 08:00:00' }),
     ...Array.from({ length: 60 }, (_, index) => connection({ pid: 100 + index, who: `user${index}` })),
   ];
+  const values = { pam: 'sshd', cause: '/'.padEnd(90, 'x') };
+  world.access = ['let_in', 'unknown'].map((access) => {
+    return { service: 'ssh', access, reason: 'rules-unclear', remedy: 'add-account-check', values };
+  });
+  world.effects.set(1, [{ reason: 'same_process', user: 'y'.repeat(90) }]);
+  world.leftRunning = { processes: 2, apart: [4711], crontab: true, at_jobs: 1 };
 }
 
 // How far anything sticks out to the right, and the elements that do.

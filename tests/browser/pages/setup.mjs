@@ -6,33 +6,26 @@ import { PageDriver } from '../page_driver.mjs';
 import { startStandIn } from '../stand_in.mjs';
 
 let browser;
-// One without and one with TLS, each started by the first test that needs it.
-const standIns = new Map();
+let standIn;
 
 before(async () => {
-  browser = await startBrowser();
+  [browser, standIn] = await Promise.all([startBrowser(), startStandIn()]);
 });
 
 after(async () => {
   await browser?.close();
-  for (const standIn of standIns.values()) await standIn.close();
+  await standIn?.close();
 });
-
-async function standInFor(isSecure) {
-  if (!standIns.has(isSecure)) standIns.set(isSecure, await startStandIn({ isSecure }));
-  return standIns.get(isSecure);
-}
 
 // `run` is given {driver, page, world, open}; `open(options)` is another browser profile. Afterwards no page may have
 // thrown or broken the Content-Security-Policy, and no call or answer may have broken the description of the API.
-export function pageTest(name, run, { isSecure = false, ...options } = {}) {
+export function pageTest(name, run, options = {}) {
   test(name, { timeout: 180_000 }, async () => {
-    const standIn = await standInFor(isSecure);
     const world = standIn.reset();
     standIn.complaints.length = 0;
     const drivers = [];
     const open = async (wanted) => {
-      drivers.push(await PageDriver.open(browser, standIn.url, { ignoreHTTPSErrors: isSecure, ...wanted }));
+      drivers.push(await PageDriver.open(browser, standIn.url, wanted));
       return drivers.at(-1);
     };
     const driver = await open(options);

@@ -118,6 +118,7 @@ async function endFromSelection(driver) {
   await take(driver, 'before-ending');
   await driver.press('End 1 connection');
   await driver.dialogTitle('1 of 1 ended');
+  assert.equal(await driver.text('#dialog .target-mark'), 'Ended');
   await take(driver, 'after-ending');
   await driver.press('Done');
   await driver.row('CIFS').waitFor({ state: 'detached' });
@@ -177,6 +178,9 @@ async function disableCarol(driver) {
   await take(driver, 'before-disabling');
   await driver.press('Disable carol');
   await driver.dialogTitle('carol is disabled');
+  const text = await driver.dialogText();
+  assert.match(text, /without an expiry date as before, run on the server:\s*currentconn enable carol/);
+  assert.match(text, /SSH[^]*Ended/);
   await take(driver, 'after-disabling');
   await driver.press('Done');
   await driver.row('carol').waitFor({ state: 'detached' });

@@ -1,6 +1,7 @@
 // The HTTP API of the stand-in: who is asking, what is asked, one answer. An answer is {status, data} or
 // {status, code, causes, retryAfter} or {status, file}, with `cookie` where one is set.
 import { randomBytes } from 'node:crypto';
+import { perform, plan } from './enforcement.mjs';
 import { list, listByUser, report } from './listing.mjs';
 
 const kPrefix = '/api/ZEVO.Core.CurrentConnection/1/';
@@ -17,29 +18,25 @@ export async function answer(world, request) {
   if (scripted) return scripted;
   if (request.verb === 'POST' && !request.isSameOrigin) return { status: 403, code: 403 };
   if (method === 'login') return logIn(world, request);
-  const name = callerOf(world, request);
-  if (name === null) return { status: 401, code: 401 };
-  if (method === 'whoami') return { status: 200, data: identity(world, name, request) };
+  const caller = callerOf(world, request);
+  if (caller === null) return { status: 401, code: 401 };
+  if (method === 'whoami') return { status: 200, data: identity(world, caller.name, request) };
   if (method === 'logout') return logOut(world, request);
-  return callMethod(world, method, name, request);
+  return callMethod(world, method, caller, request);
 }
 
-async function callMethod(world, method, name, { verb, parameters }) {
-  const isAdmin = world.accounts.get(name).isAdmin;
-  const { warnings } = world;
-  if (method === 'list_by_user') return { status: 200, data: listByUser(world, name, parameters), warnings };
-  if (!['list', 'get', 'download', 'kick_connection', 'disable_user'].includes(method))
-    return { status: 404, code: 404 };
-  if (['kick_connection', 'disable_user'].includes(method) && verb !== 'POST') return { status: 405, code: 405 };
+async function callMethod(world, method, caller, { parameters }) {
+  const { isAdmin } = world.accounts.get(caller.name);
+  if (method === 'list_by_user') return given(world, listByUser(world, caller.name, parameters));
+  if (!['list', 'get', 'download', 'plan', 'perform'].includes(method)) return { status: 404, code: 404 };
   if (!isAdmin) return { status: 403, code: 105 };
-  if (method === 'list' || method === 'get') return { status: 200, data: list(world, parameters), warnings };
+  if (method === 'list' || method === 'get') return given(world, list(world, parameters));
   if (method === 'download') return { status: 200, file: report(world, parameters) };
-  if (method === 'kick_connection') {
-    await world.kick(parameters);
-    return { status: 200, data: null };
-  }
-  return (await world.disable(parameters.users, name)) ?? { status: 200, data: null, warnings: world.disablingWarnings };
+  if (method === 'plan') return given(world, plan(world, caller, parameters));
+  return given(world, await perform(world, caller, parameters));
 }
+
+const given = (world, data) => ({ status: 200, data, warnings: world.warnings });
 
 function logIn(world, request) {
   const { name, password, token } = request.parameters;
@@ -63,8 +60,8 @@ function logOut(world, { cookies }) {
 }
 
 function callerOf(world, { cookies }) {
-  const name = world.sessions.get(cookies.get(kCookie))?.name ?? null;
-  return name !== null && world.accounts.get(name)?.isDisabled ? null : name;
+  const caller = world.sessions.get(cookies.get(kCookie)) ?? null;
+  return caller !== null && world.accounts.get(caller.name)?.isDisabled ? null : caller;
 }
 
 function identity(world, user, { address }) {

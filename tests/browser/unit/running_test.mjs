@@ -1,42 +1,13 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
 import { ApiFailure, sentenceOf } from '../../../web/script/model/failure.js';
-import { patiently } from '../../../web/script/model/patience.js';
-import { runSideBySide } from '../../../web/script/model/pool.js';
 import { Refresher } from '../../../web/script/model/refresher.js';
+import { retryWhenBusy } from '../../../web/script/model/retry.js';
 import { coverage, Selection } from '../../../web/script/model/selection.js';
 import { connection } from '../stand_in/world.mjs';
 import { FakeClock } from './fake_clock.mjs';
 
 const settle = () => new Promise((resolve) => setImmediate(resolve));
-
-test('never more than the given number run at once, and all run', async () => {
-  let running = 0;
-  let most = 0;
-  const done = [];
-  const begun = await runSideBySide([...Array(40).keys()], 16, async (item) => {
-    running += 1;
-    most = Math.max(most, running);
-    await settle();
-    running -= 1;
-    done.push(item);
-  });
-  assert.deepEqual([most, begun, done.length], [16, 40, 40]);
-});
-
-test('what was begun is finished when it is stopped, the rest is not begun', async () => {
-  const done = [];
-  const work = async (item) => {
-    await settle();
-    done.push(item);
-  };
-  const begun = await runSideBySide([1, 2, 3, 4, 5], 2, work, () => done.length === 0);
-  assert.deepEqual([begun, done], [2, [1, 2]]);
-});
-
-test('nothing to do is done at once', async () => {
-  assert.equal(await runSideBySide([], 16, assert.fail), 0);
-});
 
 const busy = new ApiFailure('answer', { status: 503, code: 503, retryAfter: 3 });
 
@@ -47,7 +18,7 @@ test('a call that the server was too busy for is made again after the time it na
     if (answers.length > 0) throw answers.pop();
     return 'done';
   };
-  assert.equal(await patiently(call, async (time) => pauses.push(time)), 'done');
+  assert.equal(await retryWhenBusy(call, async (time) => pauses.push(time)), 'done');
   assert.deepEqual(pauses, [3000, 3000]);
 });
 
@@ -57,18 +28,18 @@ test('where no time is named it is a second, and never more than half a minute',
   const call = async () => {
     if (answers.length > 0) throw answers.shift();
   };
-  await patiently(call, async (time) => pauses.push(time));
+  await retryWhenBusy(call, async (time) => pauses.push(time));
   assert.deepEqual(pauses, [1000, 30_000]);
 });
 
-test('patience ends', async () => {
+test('a server that stays busy is not asked for ever', async () => {
   let calls = 0;
   const call = async () => {
     calls += 1;
     throw busy;
   };
   await assert.rejects(
-    patiently(call, async () => {}),
+    retryWhenBusy(call, async () => {}),
     busy,
   );
   assert.equal(calls, 8);
@@ -80,7 +51,7 @@ test('a call that may have begun is not made again', async () => {
     calls += 1;
     throw new ApiFailure('away');
   };
-  await assert.rejects(patiently(call, assert.fail), ApiFailure);
+  await assert.rejects(retryWhenBusy(call, assert.fail), ApiFailure);
   assert.equal(calls, 1);
 });
 
@@ -91,7 +62,6 @@ test('every failure has its sentence', () => {
     [new ApiFailure('answer', { status: 403, code: 105 }), 'failure.not_admin'],
     [new ApiFailure('answer', { status: 403, code: 403 }), 'failure.refused'],
     [new ApiFailure('answer', { status: 500, code: 117 }), 'failure.server_fault'],
-    [new ApiFailure('answer', { status: 409, code: 7100 }), 'failure.too_few_admins'],
     [new ApiFailure('answer', { status: 401, code: 401 }), 'failure.session_ended'],
     [new ApiFailure('answer', { status: 503, code: 503 }), 'failure.busy'],
     [new ApiFailure('answer', { status: 429 }), 'failure.busy'],

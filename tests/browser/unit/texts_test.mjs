@@ -18,6 +18,21 @@ const namesIn = (text) =>
 
 const english = await textsOf('en');
 
+// The texts for what the server gives as keys: where its description lists them, as schema and member.
+const kFamilies = {
+  reason: [
+    ['StayingConnection', 'reason'],
+    ['Fate', 'reason'],
+    ['Refusal', 'reason'],
+    ['ServiceAccess', 'reason'],
+  ],
+  effect: [['Effect', 'reason']],
+  access: [['ServiceAccess', 'access']],
+  remedy: [['ServiceAccess', 'remedy']],
+  fate: [['Fate', 'fate']],
+};
+const kOwnKeys = { reason: ['other'], effect: ['open_files'] };
+
 test('there is a file for each language and a language for each file', async () => {
   const files = (await readdir(new URL('texts/', web))).map((name) => name.replace('.json', ''));
   assert.deepEqual(files.sort(), Object.keys(kLanguages).sort());
@@ -62,7 +77,7 @@ test('every text that the page names exists, and every text is named', async () 
   const named = new Set(
     sources.flatMap((source) => [...source.matchAll(/['"]([a-z]+_?[a-z]*\.[a-z_]+)['"]/g)].map((match) => match[1])),
   );
-  const built = ['live.', 'outcome.', 'account.appearance_'];
+  const built = ['live.', 'service.', 'account.appearance_', ...Object.keys(kFamilies).map((family) => `${family}.`)];
   const isKnown = (key) => named.has(key) || built.some((start) => key.startsWith(start));
   assert.deepEqual(
     Object.keys(english).filter((key) => !isKnown(key)),
@@ -71,6 +86,16 @@ test('every text that the page names exists, and every text is named', async () 
   const families = new Set(Object.keys(english).map((key) => key.split('.')[0]));
   const missing = [...named].filter((key) => families.has(key.split('.')[0]) && !(key in english));
   assert.deepEqual(missing, []);
+});
+
+test('every key that the server can give has a text, and every text its key', async () => {
+  const { components } = JSON.parse(await readFile(new URL('../calls/openapi.json', web), 'utf8'));
+  for (const [family, schemas] of Object.entries(kFamilies)) {
+    const keys = schemas.flatMap(([schema, name]) => valuesOf(components.schemas[schema], name));
+    const wanted = [...keys, ...(kOwnKeys[family] ?? [])].map((key) => `${family}.${key.replaceAll('-', '_')}`);
+    const texts = Object.keys(english).filter((key) => key.startsWith(`${family}.`));
+    assert.deepEqual(texts.sort(), [...new Set(wanted)].sort());
+  }
 });
 
 test('the first language that the page speaks is taken', () => {
@@ -97,4 +122,12 @@ async function sourcesOf(folder) {
   const entries = await readdir(folder, { recursive: true });
   const wanted = entries.filter((name) => /\.(js|html)$/.test(name));
   return Promise.all(wanted.map((name) => readFile(new URL(name, folder), 'utf8')));
+}
+
+// The values that the members of this name may have, anywhere in the schema.
+function valuesOf(schema, name) {
+  if (schema === null || typeof schema !== 'object') return [];
+  const own = schema.properties?.[name];
+  const values = own?.enum ?? (own?.const ? [own.const] : []);
+  return [...values, ...Object.values(schema).flatMap((part) => valuesOf(part, name))];
 }

@@ -1,6 +1,6 @@
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { explainWarnings, mayLack, stillLettingIn } from '../../../web/script/model/warning.js';
+import { explainWarnings } from '../../../web/script/model/warning.js';
 
 test('each service is named once, in the order of the warnings', () => {
   const warnings = [
@@ -27,12 +27,15 @@ test('what a newer server may warn of counts as something that may be missing', 
   assert.deepEqual(explainWarnings([{ code: 'news' }]).sentences, [['warning.any', {}]]);
 });
 
-test('a service that still lets an account in hides no connection', () => {
-  const warnings = [{ code: 'still_let_in', service: 'CIFS' }];
-  assert.deepEqual(explainWarnings(warnings).sentences, []);
-  assert.equal(mayLack(warnings, { type: 'CIFS' }), false);
-  assert.equal(stillLettingIn(warnings), 'CIFS');
-  assert.equal(stillLettingIn([]), '');
+test('a service that still lets an account in, or hides open files, hides no connection', () => {
+  const warnings = [
+    { code: 'still_let_in', service: 'CIFS' },
+    { code: 'open_files_missing', service: 'CIFS' },
+  ];
+  assert.deepEqual(explainWarnings(warnings).sentences, [
+    ['warning.let_in', { services: 'CIFS' }],
+    ['warning.open_files', {}],
+  ]);
 });
 
 test('without warnings there is nothing to say', () => {

@@ -15,21 +15,14 @@ export async function read(path, { parameters = {}, signal, isBackground = false
     if (value !== '') url.searchParams.set(name, String(value));
   }
   const headers = isBackground ? { 'Currentconn-Background': '1' } : {};
-  const { data, warnings } = await answerOf(await send(url, { headers }, kReadTimeout, signal));
-  return Array.isArray(warnings) ? { ...data, warnings } : data;
+  return dataOf(await send(url, { headers }, kReadTimeout, signal));
 }
 
-// A call that changes something.
+// A call with a body, also with `warnings`.
 export async function post(path, body) {
-  return (await postForAll(path, body)).data;
-}
-
-// The same with what the server warns of: {data, warnings}.
-export async function postForAll(path, body) {
   const headers = { 'Content-Type': 'application/json' };
   const options = { method: 'POST', headers, body: JSON.stringify(body) };
-  const { data, warnings = [] } = await answerOf(await send(new URL(path, kBase), options, kWorkTimeout));
-  return { data, warnings };
+  return dataOf(await send(new URL(path, kBase), options, kWorkTimeout));
 }
 
 // A file, as a Blob.
@@ -59,12 +52,13 @@ async function send(url, options, timeout, signal) {
   return response;
 }
 
-async function answerOf(response) {
+async function dataOf(response) {
   const answer = await interrupted(() => response.json());
   if (answer === null || typeof answer !== 'object' || !('data' in answer)) {
     throw new ApiFailure('answer', { status: response.status });
   }
-  return answer;
+  const { data, warnings } = answer;
+  return Array.isArray(warnings) ? { ...data, warnings } : data;
 }
 
 // Something that stands before the server may answer with a page of its own.

@@ -1,7 +1,7 @@
-// The methods of the API "ZEVO.Core.CurrentConnection".
+// The connections of the server, and what can be done about them.
 import { filterLocally, listParameters } from '../model/query.js';
-import { kickParameters } from '../model/ending.js';
-import { fetchFile, post, postForAll, read } from './call.js';
+import { retryWhenBusy } from '../model/retry.js';
+import { fetchFile, post, read } from './call.js';
 
 const kApi = 'ZEVO.Core.CurrentConnection/1';
 
@@ -12,20 +12,16 @@ export function readPage(query, isAdmin, options) {
     : readOwnPage(query, options);
 }
 
-// Every connection of the server, {items, warnings}; for administrators.
-export async function readAll(options) {
-  const { items, warnings = [] } = await read(`${kApi}/list`, options);
-  return { items, warnings };
+// What the server would do, and what came of it once it has. A task is that of kickTask() or disableTask().
+export const plan = (task) => retryWhenBusy(() => post('plan', task));
+export const perform = (task) => retryWhenBusy(() => post('perform', task));
+
+export function kickTask(connections) {
+  return { action: 'kick', connections: connections.map(({ who, from, type, pid }) => ({ who, from, type, pid })) };
 }
 
-// Ends what is one call to model/ending.js.
-export function kick(call) {
-  return post(`${kApi}/kick_connection`, kickParameters(call));
-}
-
-// What the server warns of, once it is done.
-export async function disableUser(name) {
-  return (await postForAll(`${kApi}/disable_user`, { users: [name] })).warnings;
+export function disableTask(user) {
+  return { action: 'disable', users: [user] };
 }
 
 // The report, as a Blob. The method itself reports no failure, so the list is asked first.

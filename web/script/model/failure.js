@@ -34,7 +34,6 @@ export class ApiFailure extends Error {
 const kByCode = new Map([
   [105, 'failure.not_admin'],
   [117, 'failure.server_fault'],
-  [7100, 'failure.too_few_admins'],
 ]);
 
 const kByStatus = new Map([

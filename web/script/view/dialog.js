@@ -33,7 +33,7 @@ export class Dialog {
     const heading = element('h2', { id: 'dialog-title', tabIndex: -1 }, ...title);
     this.#node.replaceChildren(
       element('header', {}, heading),
-      element('div', { className: 'dialog-body', tabIndex: -1 }, ...body),
+      element('div', { className: 'dialog-body', tabIndex: 0, role: 'group', aria: { labelledby: 'dialog-title' } }, ...body),
       element('footer', {}, ...buttons),
     );
     (this.#node.querySelector('[data-first]') ?? heading).focus();
@@ -58,9 +58,7 @@ export function dialogButton(text, { kind = '', isFirst = false, onClick }) {
   return button;
 }
 
-// Without `count` it shows only that something goes on.
-export function progressBar(done = 0, count = 0) {
-  const bar = element('progress', { aria: { label: say('page.loading') } });
-  if (count > 0) Object.assign(bar, { max: count, value: done });
-  return bar;
+// Something goes on.
+export function progressBar() {
+  return element('progress', { aria: { label: say('page.loading') } });
 }

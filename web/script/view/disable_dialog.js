@@ -1,96 +1,94 @@
 // Disables an account: says what follows from it, waits, then says what came of it.
-import { disableUser } from '../api/connections.js';
-import { connectionsOf, targetsOf } from '../model/ending.js';
-import { patiently } from '../model/patience.js';
-import { stillLettingIn } from '../model/warning.js';
-import { AskingDialog } from './asking_dialog.js';
-import { dialogButton, progressBar } from './dialog.js';
+import { disableTask } from '../api/connections.js';
+import { connectionList, fateList, stayingList } from './connection_list.js';
 import { element } from './element.js';
 import { failureText } from './list_state.js';
-import { connectionList, targetList } from './target_list.js';
+import { isRefusal, lead, PlanDialog, warningNotes } from './plan_dialog.js';
+import { accessNotes, command, effectNotes, leftRunningNotes, reasonText } from './reasons.js';
 import { say, sayNodes } from './texts.js';
 
-// Answers after which the account is as it was.
-const kNothingChanged = [105, 7100];
-
-export class DisableDialog extends AskingDialog {
-  run(user) {
-    return this.open((present) => this.#ask(user, targetsOf(user, present)));
+export class DisableDialog extends PlanDialog {
+  // Resolves with whether the server was asked to do it, when the dialog is closed.
+  async run(user) {
+    await this.open(disableTask(user), (plan) => this.#ask(user, plan));
+    return this.wasAsked;
   }
 
-  #ask(user, targets) {
-    const count = targets.length;
-    const hit =
-      count === 0 ? sayNodes('disable.no_connections', { user }) : sayNodes('disable.connections', { count, user });
-    const submit = dialogButton(say('disable.submit', { user }), {
-      kind: 'danger',
-      onClick: () => this.#disable(user, count),
-    });
-    this.dialog.step({
-      title: sayNodes('disable.title', { user }),
-      body: [
-        consequence(sayNodes('disable.account', { user })),
-        consequence(sayNodes('disable.logins', { user })),
-        consequence([say('disable.undo'), command(`currentconn enable ${user}`)]),
-        consequence(hit),
-        ...(count === 0 ? [] : [targetList(targets).node]),
-      ],
-      buttons: [this.dialog.closeButton('dialog.cancel', true), submit],
-    });
+  #ask(user, { accounts: [account], ends, stays, refusal, warnings }) {
+    if (refusal) {
+      this.message(sayNodes('disable.refused', { user }), [lead(reasonText(refusal))]);
+      return;
+    }
+    const body = [
+      consequence(sayNodes(account.disabled ? 'disable.already' : 'disable.account', { user })),
+      consequence([say('disable.undo')], command(`currentconn enable ${user}`)),
+      ...endingParts(user, ends, stays),
+      ...accessNotes(user, account.access),
+      ...leftRunningNotes(user, account.left_running),
+      ...warningNotes(warnings),
+    ];
+    this.question(sayNodes('disable.title', { user }), body, say('disable.submit', { user }), () => this.#disable(user));
   }
 
-  async #disable(user, count) {
-    this.wasAsked = true;
-    this.dialog.step({
-      title: sayNodes('disable.running', { user }),
-      body: [element('p', { className: 'lead', textContent: say('disable.progress') }), progressBar()],
-      buttons: [],
-      mayClose: false,
-    });
-    let warnings = [];
-    const failure = await this.failureOf(async () => (warnings = await patiently(() => disableUser(user))));
-    const after = failure ? null : await this.readAgain();
-    if (!this.dialog.isOpen) return;
-    if (failure) this.#showFailure(user, failure);
-    else this.#showDone(user, count, after, stillLettingIn(warnings));
-  }
-
-  // `services` still let the user in.
-  #showDone(user, count, after, services) {
-    const left = after === null ? [] : connectionsOf(user, after.items);
-    const isWhole = after?.warnings.every(({ code }) => code === 'details_missing') ?? false;
-    const body = [];
-    if (services)
-      body.push(consequence(sayNodes('disable.let_in', { services, user })), command(`currentconn disable ${user}`));
-    if (!isWhole) body.push(consequence([say('outcome.unclear')]));
-    else if (count > left.length) body.push(consequence([say('disable.done_ended', { count: count - left.length })]));
-    if (left.length > 0)
-      body.push(consequence(sayNodes('disable.done_left', { count: left.length, user })), connectionList(left));
-    body.push(consequence([say('disable.undo'), command(`currentconn enable ${user}`)]));
-    this.#finish(sayNodes(services ? 'disable.partly' : 'disable.done', { user }), body);
+  #disable(user) {
+    const show = (result) => this.#showResult(user, result);
+    const showFailure = (failure) => this.#showFailure(user, failure);
+    this.perform(disableTask(user), sayNodes('disable.running', { user }), show, showFailure);
   }
 
   #showFailure(user, failure) {
-    const isCertain = kNothingChanged.includes(failure.code) || failure.isBusy || failure.status === 403;
-    const body = [element('p', { className: 'lead', textContent: failureText(failure) })];
-    if (!isCertain) body.push(consequence([say('disable.unclear_more'), command(`chage -l ${user}`)]));
-    this.#finish(sayNodes(isCertain ? 'disable.failed' : 'disable.unclear', { user }), body);
+    const isCertain = isRefusal(failure);
+    const check = [consequence([say('disable.unclear_more')], command(`chage -l ${user}`))];
+    const title = sayNodes(isCertain ? 'disable.failed' : 'disable.unclear', { user });
+    this.result(title, [lead(failureText(failure)), ...(isCertain ? [] : check)]);
   }
 
-  #finish(title, body) {
-    const done = dialogButton(say('dialog.done'), {
-      kind: 'primary',
-      isFirst: true,
-      onClick: () => this.dialog.close(),
-    });
-    this.dialog.step({ title, body, buttons: [done] });
+  #showResult(user, result) {
+    const [account] = result.accounts;
+    const { access = [], left_running: left } = account;
+    const why = result.refusal ?? result.failure ?? account.reason;
+    const isOpen = access.some((service) => service.access === 'let_in');
+    const title = !account.disabled ? 'disable.failed' : isOpen ? 'disable.partly' : 'disable.done';
+    this.result(sayNodes(title, { user }), [
+      ...(why ? [lead(reasonText(why))] : []),
+      ...(account.disabled ? undoParts(user, account.undo) : []),
+      ...fateParts(user, result),
+      ...accessNotes(user, access),
+      ...(left ? leftRunningNotes(user, left) : []),
+      ...warningNotes(result.warnings),
+    ]);
   }
 }
 
-function consequence(content) {
-  return element('p', { className: 'consequence' }, ...content);
+function endingParts(user, ends, stays) {
+  const parts = [];
+  if (ends.length + stays.length === 0) parts.push(consequence(sayNodes('disable.no_connections', { user })));
+  if (ends.length > 0) {
+    parts.push(consequence(sayNodes('disable.connections', { count: ends.length, user })));
+    parts.push(connectionList(ends, (row) => ({ below: effectNotes(row) })));
+  }
+  if (stays.length > 0) {
+    parts.push(consequence(sayNodes('disable.stays', { count: stays.length, user })), stayingList(stays));
+  }
+  return parts;
 }
 
-function command(text) {
-  return element('code', { className: 'command', textContent: text });
+function fateParts(user, { connections, services_without_users: unknown = [] }) {
+  const services = unknown.join(', ');
+  return [
+    ...(connections.length === 0 ? [] : [fateList(connections)]),
+    ...(services === '' ? [] : [consequence(sayNodes('disable.unknown_users', { services, user }))]),
+  ];
+}
+
+// How to undo it; what was not written down can only be set anew.
+function undoParts(user, undo) {
+  if (!undo) return [consequence([say('disable.undo_unknown')], command(`chage -E -1 ${user}`))];
+  const { expiry_before: date } = undo;
+  const text = date === null ? [say('disable.undo_never')] : sayNodes('disable.undo_date', { date });
+  return [consequence(text, command(`currentconn enable ${user}`))];
+}
+
+function consequence(content, ...more) {
+  return element('p', { className: 'consequence' }, ...content, ...more);
 }

@@ -1,138 +1,66 @@
-// Ends connections: says whom it hits, shows how far the server is, then what happened to each.
-import { kick } from '../api/connections.js';
-import { callsFor, outcomeOf, planEnding } from '../model/ending.js';
-import { ApiFailure } from '../model/failure.js';
-import { patiently } from '../model/patience.js';
-import { runSideBySide } from '../model/pool.js';
-import { AskingDialog } from './asking_dialog.js';
-import { dialogButton, progressBar } from './dialog.js';
+// Ends connections: says what ends with them, waits, then says what became of each.
+import { kickTask } from '../api/connections.js';
+import { whyNotDisable } from '../model/connection.js';
+import { connectionList, fateList, stayingList } from './connection_list.js';
+import { dialogButton } from './dialog.js';
 import { element } from './element.js';
 import { failureText } from './list_state.js';
-import { targetList } from './target_list.js';
+import { isRefusal, lead, PlanDialog, warningNotes } from './plan_dialog.js';
+import { effectNotes } from './reasons.js';
 import { say, sayNodes } from './texts.js';
 
-const kMostAtOnce = 64;
+export class EndDialog extends PlanDialog {
+  #userToDisable = null;
 
-const kMarks = {
-  ended: 'good',
-  back: 'again',
-  still: 'trouble',
-  skipped: 'left',
-  unclear: 'trouble',
-};
-
-export class EndDialog extends AskingDialog {
-  #isStopped = false;
-
-  run(connections, account) {
-    this.#isStopped = false;
-    return this.open((present) => this.#ask(planEnding(connections, present, account), present, account));
+  // Resolves with {wasAsked, userToDisable} when the dialog is closed.
+  async run(connections, account) {
+    this.account = account;
+    this.#userToDisable = null;
+    await this.open(kickTask(connections), (plan) => this.#ask(plan));
+    return { wasAsked: this.wasAsked, userToDisable: this.#userToDisable };
   }
 
-  #ask(plan, present, account) {
-    const { targets, gone, refused } = plan;
-    const count = targets.length;
-    const remarks = [];
-    if (gone.length > 0) remarks.push(remark([say('end.gone', { count: gone.length })]));
-    for (const { reason } of refused) remarks.push(remark([say('end.refused', { reason: say(reason) })]));
+  #ask({ ends, stays, gone, warnings }) {
+    const count = ends.length;
+    const rest = [
+      ...section('end.stays', stays, stayingList),
+      ...section('end.gone', gone, connectionList),
+      ...warningNotes(warnings),
+    ];
     if (count === 0) {
-      this.dialog.step({
-        title: [say('end.title_none')],
-        body: remarks,
-        buttons: [this.dialog.closeButton('dialog.close', true)],
-      });
+      this.message([say('end.title_none')], rest);
       return;
     }
-    const submit = dialogButton(say('end.submit', { count }), {
-      kind: 'danger',
-      onClick: () => this.#end(targets, present, account),
-    });
-    this.dialog.step({
-      title: [say('end.title', { count })],
-      body: [element('p', { className: 'lead', textContent: say('end.lead') }), targetList(targets).node, ...remarks],
-      buttons: [this.dialog.closeButton('dialog.cancel', true), submit],
-    });
+    const list = connectionList(ends, (row) => ({ below: effectNotes(row) }));
+    const body = [lead(say('end.lead')), list, ...rest];
+    this.question([say('end.title', { count })], body, say('end.submit', { count }), () => this.#end(ends));
   }
 
-  async #end(targets, before, account) {
-    this.wasAsked = true;
-    const rounds = callsFor(targets, account);
-    const list = targetList(targets, false);
-    for (const target of targets) list.mark(target, 'waiting', say('end.waiting'));
-    const progress = this.#showRunning(targets, list, rounds.flat().length > kMostAtOnce);
-    const answers = new Map(targets.map((target) => [target, 'skipped']));
-    const work = (call) => this.#call(call, answers, list, progress);
-    for (const calls of rounds) await runSideBySide(calls, kMostAtOnce, work, () => !this.#isStopped);
-    if (!this.dialog.isOpen) return;
-    progress.say(say('end.reading'));
-    const after = await this.readAgain();
-    if (this.dialog.isOpen) this.#showResult(targets, answers, before, after);
+  #end(rows) {
+    const showFailure = (failure) =>
+      this.result([say(isRefusal(failure) ? 'end.failed' : 'end.unclear')], [lead(failureText(failure))]);
+    const title = [say('end.running', { count: rows.length })];
+    this.perform(kickTask(rows), title, (result) => this.#showResult(result), showFailure);
   }
 
-  async #call(targets, answers, list, progress) {
-    for (const target of targets) list.mark(target, 'working', say('end.working'));
-    const answer = (await this.failureOf(() => patiently(() => kick(targets)))) ?? 'done';
-    if (answer.isSessionEnd) this.#isStopped = true;
-    for (const target of targets) {
-      answers.set(target, answer);
-      list.mark(target, 'waiting', say('end.answered'));
-    }
-    progress.add(targets.length);
+  #showResult({ connections, warnings }) {
+    const done = connections.filter(({ fate }) => fate === 'ended' || fate === 'connected_again').length;
+    const list = fateList(connections, (fate) => this.#actionsFor(fate));
+    this.result(sayNodes('end.result', { done, count: connections.length }), [list, ...warningNotes(warnings)]);
   }
 
-  #showRunning(targets, list, canStop) {
-    const count = targets.length;
-    const bar = progressBar(0, count);
-    const words = element('p', {
-      className: 'lead',
-      role: 'status',
-      textContent: say('end.progress', { done: 0, count }),
-    });
-    const stop = dialogButton(say('dialog.stop'), { onClick: () => this.#stop(stop) });
-    this.dialog.step({
-      title: [say('end.running', { count })],
-      body: [words, bar, list.node],
-      buttons: canStop ? [stop] : [],
-      mayClose: false,
-    });
-    const add = (done) => {
-      bar.value += done;
-      words.textContent = say('end.progress', { done: bar.value, count });
+  // Who comes back at once stays out only without an account.
+  #actionsFor(row) {
+    if (row.fate !== 'connected_again' || whyNotDisable(row, this.account) !== null) return [];
+    const disable = () => {
+      this.#userToDisable = row.who;
+      this.dialog.close();
     };
-    return { add, say: (text) => (words.textContent = text) };
-  }
-
-  #showResult(targets, answers, before, after) {
-    const list = targetList(targets, false);
-    let done = 0;
-    for (const target of targets) {
-      const answer = answers.get(target);
-      const outcome = outcomeOf(target.row, answer, before, after);
-      if (outcome === 'ended' || outcome === 'back') done += 1;
-      list.mark(target, kMarks[outcome], say(`outcome.${outcome}`), reasonFor(outcome, answer));
-    }
-    const stopped = this.#isStopped ? [remark([say('end.stopped')])] : [];
-    this.dialog.step({
-      title: sayNodes('end.result', { done, count: targets.length }),
-      body: [...stopped, list.node],
-      buttons: [
-        dialogButton(say('dialog.done'), { kind: 'primary', isFirst: true, onClick: () => this.dialog.close() }),
-      ],
-    });
-  }
-
-  #stop(button) {
-    this.#isStopped = true;
-    button.disabled = true;
+    return [dialogButton(say('menu.disable', { user: row.who }), { kind: 'small', onClick: disable })];
   }
 }
 
-function reasonFor(outcome, answer) {
-  if (outcome === 'ended' || outcome === 'back') return '';
-  if (answer instanceof ApiFailure) return failureText(answer);
-  return outcome === 'still' ? say('outcome.still_more') : '';
-}
-
-function remark(content) {
-  return element('p', { className: 'remark' }, ...content);
+function section(key, rows, listOf) {
+  if (rows.length === 0) return [];
+  return [element('p', { className: 'remark', textContent: say(key, { count: rows.length }) }), listOf(rows)];
 }

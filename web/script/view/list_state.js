@@ -1,7 +1,7 @@
 // What stands in the place of the rows where there are none: loading, nobody connected, filtered to nothing, no answer.
 import { sentenceOf } from '../model/failure.js';
 import { byId, element, icon, setAttribute } from './element.js';
-import { say } from './texts.js';
+import { say, withCauses } from './texts.js';
 
 const kSkeletonRows = 8;
 
@@ -52,9 +52,7 @@ export function troubleTexts(failure) {
 
 // The sentence for a failure, with what the server said about it.
 export function failureText(failure) {
-  const sentence = say(sentenceOf(failure), { status: failure.status });
-  if (failure.causes.length === 0) return sentence;
-  return `${sentence} ${say('trouble.causes', { causes: failure.causes.join('; ') })}`;
+  return withCauses(say(sentenceOf(failure), { status: failure.status }), failure.causes);
 }
 
 function kindOf(page, failure, query) {

@@ -3,7 +3,6 @@ import { fetchReport } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
 import { sortedBy } from '../model/query.js';
 import { formatClock } from '../model/server_time.js';
-import { explainWarnings } from '../model/warning.js';
 import { announce } from './announcer.js';
 import { Dialog } from './dialog.js';
 import { DisableDialog } from './disable_dialog.js';
@@ -15,6 +14,7 @@ import { LiveStatus } from './live_status.js';
 import { NarrowSort } from './narrow_sort.js';
 import { dropNotice, dropNotices, showNotice } from './notices.js';
 import { Pager } from './pager.js';
+import { warningText } from './reasons.js';
 import { RowPanel } from './row_panel.js';
 import { SelectionBar } from './selection_bar.js';
 import { Table } from './table.js';
@@ -96,14 +96,9 @@ export class ListView {
 
   // What may be missing from the list.
   #showWarnings(warnings) {
-    const { sentences, causes } = explainWarnings(warnings);
-    if (sentences.length === 0) {
-      dropNotice('warnings');
-      return;
-    }
-    const texts = sentences.map(([key, values]) => say(key, values));
-    if (causes.length > 0) texts.push(say('trouble.causes', { causes: causes.join('; ') }));
-    showNotice('warnings', { kind: 'trouble', content: [texts.join(' ')], isLasting: true });
+    const text = warningText(warnings);
+    if (text === '') dropNotice('warnings');
+    else showNotice('warnings', { kind: 'trouble', content: [text], isLasting: true });
   }
 
   #showTotal(page) {
@@ -151,10 +146,11 @@ export class ListView {
   }
 
   async #end(connections) {
-    const wasAsked = await this.endDialog.run(connections, this.screen.account);
+    const { wasAsked, userToDisable } = await this.endDialog.run(connections, this.screen.account);
     if (!this.screen.isEntered || !wasAsked) return;
     for (const connection of connections) this.screen.selection.set(connection, false);
     this.screen.readNow();
+    if (userToDisable !== null) this.#disable(userToDisable);
   }
 
   async #disable(user) {

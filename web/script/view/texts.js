@@ -34,8 +34,15 @@ export function onLanguageChange(listener) {
   listeners.add(listener);
 }
 
+export const hasText = (key) => Object.hasOwn(texts, key);
+
 export function say(key, values = {}) {
   return fill(texts[key], values, locale);
+}
+
+// A sentence, and the server's own words for why.
+export function withCauses(sentence, causes) {
+  return causes.length === 0 ? sentence : `${sentence} ${say('trouble.causes', { causes: causes.join('; ') })}`;
 }
 
 // The same as nodes, with each value set off as a name; bidirectional text in it cannot disturb the sentence.

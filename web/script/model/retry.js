@@ -4,7 +4,7 @@ import { ApiFailure } from './failure.js';
 const kTries = 8;
 
 // `pause(milliseconds)` waits. Fails with the last failure where the server stays busy, with any other at once.
-export async function patiently(call, pause = wait) {
+export async function retryWhenBusy(call, pause = wait) {
   for (let left = kTries; ; left -= 1) {
     try {
       return await call();
@@ -15,6 +15,6 @@ export async function patiently(call, pause = wait) {
   }
 }
 
-export function wait(milliseconds) {
+function wait(milliseconds) {
   return new Promise((resolve) => setTimeout(resolve, milliseconds));
 }
