@@ -10,6 +10,13 @@
 #include "base/text.h"
 
 namespace calls {
+namespace {
+
+std::int64_t secondsOf(Scoreboard::Clock::time_point time) {
+  return std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch()).count();
+}
+
+}  // namespace
 
 void CallSlot::setSummary(std::string_view text) {
   const std::size_t size = std::min(text.size(), summary.size() - 1);
@@ -24,6 +31,7 @@ std::string CallSlot::shownSummary() const {
 
 void CallSlot::clear() {
   loginFrom = 0;
+  loginBegan = 0;
   isAnswering = false;
   setSummary("method=-");
 }
@@ -46,14 +54,17 @@ std::size_t Scoreboard::mostFor(std::string_view client, const LoginPlaces& plac
   return refused_.holds(client) ? places.ofRefused : places.ofStrangers;
 }
 
-bool Scoreboard::beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places) {
+bool Scoreboard::beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places,
+                            Clock::time_point now) {
   const std::uint64_t from = std::hash<std::string_view>()(client) | 1U;  // never 0
+  slot.loginBegan = secondsOf(now);
   slot.loginFrom = from;
   std::size_t logins = 0;
   std::size_t fromThere = 0;
   for (const CallSlot& other : slots_) {
     const std::uint64_t otherFrom = other.loginFrom;
-    if (otherFrom != 0) ++logins;
+    const bool isYoung = other.loginBegan > secondsOf(now - kLoginPatience);
+    if (otherFrom != 0 && isYoung) ++logins;
     if (otherFrom == from) ++fromThere;
   }
   if (logins <= mostFor(client, places) && fromThere <= places.ofOneClient) return true;

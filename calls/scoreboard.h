@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -17,6 +18,7 @@ namespace calls {
 // may have written anything into it.
 struct CallSlot {
   std::atomic<std::uint64_t> loginFrom;  // stands for the client that logs in; 0: no login
+  std::atomic<std::int64_t> loginBegan;  // seconds of Scoreboard::Clock
   std::atomic<bool> isAnswering;         // who sets it sends the answer
   std::array<char, 384> summary;         // "method=… user=… from=…", for the log
 
@@ -28,8 +30,13 @@ struct CallSlot {
 };
 
 static_assert(std::atomic<bool>::is_always_lock_free &&
+                  std::atomic<std::int64_t>::is_always_lock_free &&
                   std::atomic<std::uint64_t>::is_always_lock_free,
               "processes share it");
+
+// A login that has taken so long holds no place any more that others want: who logs in may be able
+// to hold up PAM for as long as he likes. For the client itself it counts until it ends.
+inline constexpr std::chrono::seconds kLoginPatience{10};
 
 // How many logins may go on at once.
 struct LoginPlaces {
@@ -42,6 +49,8 @@ struct LoginPlaces {
 // The slots, as many as calls may be served at once.
 class Scoreboard {
  public:
+  using Clock = std::chrono::steady_clock;
+
   explicit Scoreboard(std::size_t slots);  // aborts where there is no memory: only called at start
   ~Scoreboard();
   Scoreboard(const Scoreboard&) = delete;
@@ -52,7 +61,8 @@ class Scoreboard {
 
   // Marks the call as a login of `client` (clientOf). False, and not marked, where the others leave
   // no place for it. Of several that try at the same time all may be turned away.
-  bool beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places);
+  bool beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places,
+                  Clock::time_point now = Clock::now());
   // Remembers that a login of the client was refused, or succeeded.
   void noteRefusal(std::string_view client) { refused_.note(client); }
   void noteLogin(std::string_view client) { known_.note(client); }

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 #include <utility>
 
 #include "zevo/config.h"
@@ -14,10 +15,21 @@
 namespace calls {
 namespace {
 
+constexpr std::chrono::seconds kLongestPam{60};
+
+// A login that PAM does not come back from ends with its process.
+PamResult checkPasswordInTime(const std::string& name, const Secret& password,
+                              const std::string& address) {
+  const unsigned before = ::alarm(kLongestPam.count());
+  PamResult result = checkPassword(name, password, address);
+  ::alarm(before);
+  return result;
+}
+
 LoginTools systemLoginTools(Accounts& accounts, Scoreboard& scoreboard) {
   const std::string file = zevo::config().sessionFile;
   return {accounts,
-          &checkPassword,
+          &checkPasswordInTime,
           [file](const std::string& token) { return zevo::takeLoginLink(file, token); },
           [file](zevo::WebLogin* login) { return zevo::addWebLogin(file, login); },
           [](std::chrono::milliseconds time) { std::this_thread::sleep_for(time); },

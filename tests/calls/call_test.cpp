@@ -151,7 +151,10 @@ TEST_F(Calls, FromAPageOfAnotherOriginAreRefused) {
 }
 
 TEST_F(Calls, AboveTheNumberOfLoginsAreTurnedAway) {
-  for (std::size_t i = 1; i <= kLoginPlaces.ofStrangers; ++i) scoreboard_.slot(i).loginFrom = 1;
+  for (std::size_t i = 1; i <= kLoginPlaces.ofStrangers; ++i) {
+    ASSERT_TRUE(
+        scoreboard_.beginLogin(scoreboard_.slot(i), "10.0.0." + std::to_string(i), kLoginPlaces));
+  }
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 503);
   scoreboard_.slot(1).clear();
   EXPECT_EQ(overWeb(post("/api/login", R"({"name":"alice","password":"x"})"), "").status, 200);

@@ -84,6 +84,18 @@ TEST(Scoreboard, KeepsPlacesForClientsThatHaveLoggedIn) {
   EXPECT_FALSE(board.beginLogin(board.slot(4), "10.0.0.1", kPlaces));
 }
 
+TEST(Scoreboard, KeepsNobodyOutForLoginsThatTakeLong) {
+  Scoreboard board(8);
+  constexpr LoginPlaces kPlaces = {.all = 2, .ofStrangers = 2, .ofRefused = 2, .ofOneClient = 2};
+  const auto begin = Scoreboard::Clock::now();
+  EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces, begin));
+  EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.1", kPlaces, begin));
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginPatience / 2));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginPatience));
+  EXPECT_FALSE(board.beginLogin(board.slot(3), "10.0.0.1", kPlaces, begin + kLoginPatience))
+      << "a client has no more of them, however long they take";
+}
+
 TEST(RecentClients, AreForgottenAfterAWhile) {
   RecentClients refused(kRefusalsRemembered);
   const auto now = RecentClients::Clock::now();

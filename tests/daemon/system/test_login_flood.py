@@ -1,14 +1,17 @@
 """Guessers at many addresses, and whether the others still get in."""
 
+import functools
 import http.client
 import itertools
 import json
+import socket
 import threading
 import time
 
 import host_test
 from host_test import HostTest
 import namespace
+import processes
 import waiting
 from daemons_of_host import Currentconnd, PLAIN_PORT, PlainLighttpd
 from http_client import Client
@@ -117,6 +120,23 @@ class Flood(HostTest):
             self.assertEqual(200, Client(address).log_in("alice", namespace.PASSWORD).status)
         fresh = Shared(f"10.40.{block}.{number}" for block, number in itertools.product(range(256), range(1, 255)))
         self.assertEqual([200] * 12, self.logins_during(fresh))
+
+    def test_who_holds_up_pam_keeps_nobody_out(self):
+        # As alice can by a lock on the counter that pam_faillock keeps for her, in a file of hers.
+        rules = namespace.read("/etc/pam.d/currentconn")
+        self.addCleanup(namespace.write, "/etc/pam.d/currentconn", rules)
+        namespace.write("/run/hold", '#!/bin/sh\n[ "$PAM_USER" != alice ] || sleep 300\n', 0o755)
+        namespace.write("/etc/pam.d/currentconn", f"auth required pam_exec.so quiet /run/hold\n{rules}")
+        held = [socket.create_connection(("127.0.0.1", PLAIN_PORT), source_address=(address, 0))
+                for address in HONEST[:4] for _ in range(4)]
+        body = json.dumps({"name": "alice", "password": namespace.PASSWORD})
+        for one in held:
+            self.addCleanup(one.close)
+            one.sendall(b"POST /api/login HTTP/1.1\r\nHost: nas\r\nContent-Type: application/json\r\n"
+                        b"Content-Length: %d\r\n\r\n%b" % (len(body), body.encode()))
+        log_in = functools.partial(Client("10.20.0.8").log_in, "bob", namespace.PASSWORD)
+        waiting.until("as many logins as are let in", lambda: len(processes.named("sleep")) >= 12)
+        waiting.until("a place", lambda: log_in().status == 200)
 
     def test_a_user_of_this_machine_is_one_guesser(self):
         fresh = Shared(f"127.{block}.1.{number}" for block, number in itertools.product(range(256), range(1, 255)))
