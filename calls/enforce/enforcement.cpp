@@ -30,6 +30,8 @@ using Connections = std::vector<Connection>;
 
 constexpr const char* kApi = "ZEVO.Core.CurrentConnection";
 constexpr int kVersion = 1;
+// What is asked and answered of an account takes time and memory.
+constexpr Json::ArrayIndex kMostUsers = 1000;
 // The plan could not ask for open files.
 constexpr const char* kOpenFilesMissing = "open_files_missing";
 
@@ -59,7 +61,7 @@ std::optional<Connections> connectionsIn(const Json::Value& items) {
 }
 
 std::optional<std::vector<std::string>> usersIn(const Json::Value& items) {
-  if (!items.isArray() || items.empty()) return {};
+  if (!items.isArray() || items.empty() || items.size() > kMostUsers) return {};
   std::vector<std::string> users;
   std::set<std::string> known;
   for (const Json::Value& item : items) {
