@@ -58,10 +58,10 @@ void addConfig(CLI::App* command, std::optional<std::string>* word) {
 }
 
 void addOrder(CLI::App* command, ListingWords* words) {
-  addWord(command, "--sort-by", "FIELD", "time (default), who, from, descr or type",
+  addWord(command, "--sort-by", "FIELD", "time (default), user, from, resource or service",
           &words->sortBy);
-  addSwitch(command, "--asc", "Least first", &words->ascending);
-  addSwitch(command, "--desc", "Greatest first (default)", &words->descending);
+  addSwitch(command, "--asc", "Ascending", &words->ascending);
+  addSwitch(command, "--desc", "Descending (default)", &words->descending);
 }
 
 void addFilter(CLI::App* command, std::optional<std::string>* word) {
@@ -283,7 +283,7 @@ std::optional<Request> readListing(ListingWords words, bool isMine, std::string*
 }
 
 std::optional<Request> readKick(const Grammar& grammar, std::string* wrong) {
-  std::optional<Selection> selection = checkSelection(grammar.kickWords, wrong);
+  std::optional<Json::Value> selection = checkSelection(grammar.kickWords, wrong);
   if (!selection) return {};
   return Kick{std::move(*selection), grammar.caution.isConfirmed, grammar.caution.isDryRun};
 }

@@ -20,7 +20,7 @@ Exit status: 0 done, 1 the work failed, 2 wrong usage or configuration,
 inline constexpr const char* kListHelp = "Show the connections of all users";
 
 inline constexpr const char* kListExamples = R"(Examples:
-  currentconn list --sort-by who --asc      by user name
+  currentconn list --sort-by user --asc     by user name
   currentconn list --filter 10.20.0.7       clients at this address
   currentconn list --start 50 --limit 50    the second page of 50
   currentconn list --watch=0.5              refresh twice a second; Ctrl-C quits

@@ -34,7 +34,7 @@ _currentconn() {
     esac
   done
   case $previous in
-    --sort-by) _currentconn_offer 'time who from descr type' "$current" ;;
+    --sort-by) _currentconn_offer 'time user from resource service' "$current" ;;
     --service) _currentconn_offer 'cifs afp ftp sftp ssh telnet web' "$current" ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$current") ;;
     --config | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;

@@ -4,7 +4,7 @@
 _currentconn() {
   local -a common order watched commands
   common=('(-h --help)'{-h,--help}'[show help]' '--config[read this configuration]:file:_files')
-  order=('--sort-by[order]:field:(time who from descr type)' '(--desc)--asc[ascending]' '(--asc)--desc[descending]')
+  order=('--sort-by[order]:field:(time user from resource service)' '(--desc)--asc[ascending]' '(--asc)--desc[descending]')
   watched=('--start[skip so many connections]:number:' '--limit[show so many connections]:number:' '--json[print JSON]'
     '--watch=-[show it again and again]:seconds:')
   commands=(

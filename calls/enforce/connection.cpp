@@ -28,16 +28,6 @@ bool takeNumber(const Json::Value& object, const char* key, std::uint32_t* numbe
   return true;
 }
 
-std::optional<Connection> listedConnection(const Json::Value& item) {
-  std::optional<Connection> connection = namedConnection(item);
-  if (!connection) return {};
-  const bool isWhole = takeText(item, "time", &connection->time) &&
-                       takeText(item, "descr", &connection->descr) &&
-                       takeFlag(item, "can_be_kicked", &connection->canBeKicked) &&
-                       takeFlag(item, "user_can_be_disabled", &connection->userCanBeDisabled);
-  return isWhole ? connection : std::nullopt;
-}
-
 }  // namespace
 
 bool isWebLogin(const Connection& connection) {
@@ -81,6 +71,16 @@ std::optional<Connection> namedConnection(const Json::Value& item) {
                        takeText(item, "type", &connection.type) &&
                        takeNumber(item, "pid", &connection.pid);
   return isNamed ? std::optional(std::move(connection)) : std::nullopt;
+}
+
+std::optional<Connection> listedConnection(const Json::Value& item) {
+  std::optional<Connection> connection = namedConnection(item);
+  if (!connection) return {};
+  const bool isWhole = takeText(item, "time", &connection->time) &&
+                       takeText(item, "descr", &connection->descr) &&
+                       takeFlag(item, "can_be_kicked", &connection->canBeKicked) &&
+                       takeFlag(item, "user_can_be_disabled", &connection->userCanBeDisabled);
+  return isWhole ? connection : std::nullopt;
 }
 
 std::optional<Page> parsePage(const std::string& json) {

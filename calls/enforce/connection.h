@@ -40,6 +40,8 @@ bool isSameRow(const Connection& a, const Connection& b);
 Json::Value asJson(const Connection& connection);
 // The four by which a client names it.
 Json::Value nameOf(const Connection& connection);
+// A row of a list; nothing where a member is missing or of another type.
+std::optional<Connection> listedConnection(const Json::Value& item);
 // One that a client names: "who", "from", "type" and "pid" have to be there.
 std::optional<Connection> namedConnection(const Json::Value& item);
 

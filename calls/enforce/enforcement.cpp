@@ -167,7 +167,7 @@ class Enforcement {
       selected["ambiguous_pids"] = asArray(ambiguousPids(task_.connections, *task_.selection));
     }
     PlanView view{*now, ownWay(request_.caller)};
-    if (endsSmb(task_.connections)) view.openFiles = readOpenFiles(&now->warnings);
+    if (endsSmb(task_.connections, *now)) view.openFiles = readOpenFiles(&now->warnings);
     Json::Value plan = planOf(task_.connections, view, whyNotEnded);
     for (const char* name : {"missing_pids", "ambiguous_pids"}) {
       if (selected.isMember(name)) plan[name] = selected[name];

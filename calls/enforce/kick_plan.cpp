@@ -180,9 +180,10 @@ std::vector<std::uint32_t> ambiguousPids(const std::vector<Connection>& selected
   return ambiguous;
 }
 
-bool endsSmb(const std::vector<Connection>& wanted) {
-  return std::any_of(wanted.begin(), wanted.end(),
-                     [](const Connection& row) { return row.type == "CIFS" && row.pid != 0; });
+bool endsSmb(const std::vector<Connection>& wanted, const Snapshot& now) {
+  return std::any_of(wanted.begin(), wanted.end(), [&](const Connection& row) {
+    return row.type == "CIFS" && now.smbUsers.contains(row.pid);
+  });
 }
 
 RowIndex::Key RowIndex::keyOf(const Connection& row) {

@@ -67,8 +67,8 @@ struct PlanView {
   std::string proc = "/proc";
 };
 
-// Whether the plan shows open files.
-bool endsSmb(const std::vector<Connection>& wanted);
+// Whether one of `wanted` is served by Samba, whose tool may then be asked for open files.
+bool endsSmb(const std::vector<Connection>& wanted, const Snapshot& now);
 
 // {"ends": […], "stays": […], "gone": […]}: what would become of `wanted`. Members of the first are
 // rows with "effects", what ends besides (same_process with "user", same_ssh_connection with

@@ -95,8 +95,9 @@ Answer Client::get(const std::string& resource) {
   return wait(send("GET", "/api/" + resource, ""));
 }
 
-Answer Client::post(const std::string& resource, const Json::Value& parameters) {
-  return wait(send("POST", "/api/" + resource, compactJson(parameters)));
+Answer Client::post(const std::string& resource, const Json::Value& parameters,
+                    const std::function<void()>& isWaiting) {
+  return wait(send("POST", "/api/" + resource, compactJson(parameters)), isWaiting);
 }
 
 zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std::string& path,
@@ -117,12 +118,14 @@ zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std:
   return PendingCall(std::move(*link), begin, limit_);
 }
 
-Answer Client::wait(zevo::Result<PendingCall> call) {
+Answer Client::wait(zevo::Result<PendingCall> call, const std::function<void()>& isWaiting) {
+  constexpr int kTickMs = 1000;
   if (!call) return failedAnswer(call.error().sentence);
   for (;;) {
     if (std::optional<Answer> answer = call->advance()) return std::move(*answer);
+    if (isWaiting) isWaiting();
     pollfd watched{call->descriptor(), POLLIN, 0};
-    ::poll(&watched, 1, call->patience());
+    ::poll(&watched, 1, isWaiting ? std::min(call->patience(), kTickMs) : call->patience());
   }
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <sys/types.h>
@@ -59,12 +60,14 @@ class Client {
 
   // A resource of the host, such as "enable".
   Answer get(const std::string& resource);
-  Answer post(const std::string& resource, const Json::Value& parameters);
+  // `isWaiting` is called at first and then once a second, until the answer is there.
+  Answer post(const std::string& resource, const Json::Value& parameters,
+              const std::function<void()>& isWaiting = {});
 
  private:
   zevo::Result<PendingCall> send(const std::string& httpMethod, const std::string& path,
                                  const std::string& body);
-  Answer wait(zevo::Result<PendingCall> call);
+  Answer wait(zevo::Result<PendingCall> call, const std::function<void()>& isWaiting = {});
 
   Transport& transport_;
   calls::RootsWord word_;

@@ -1,15 +1,15 @@
-// JSON from its text.
+// JSON from its text, and as text.
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include <json/value.h>
 
+#include "calls/json_text.h"
+
 namespace cli {
 
-// None where `text` is no JSON, or more than that.
-std::optional<Json::Value> parseJson(const std::string& text);
+using calls::parseJson;
 
 // On one line, in ASCII.
 std::string compactJson(const Json::Value& value);

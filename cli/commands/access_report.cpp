@@ -8,12 +8,8 @@
 namespace cli {
 namespace {
 
-using zevo::Access;
-using zevo::ServiceAccess;
-
-std::string valueOf(const ServiceAccess& service, const std::string& name) {
-  const auto found = service.values.find(name);
-  return found != service.values.end() ? found->second : "";
+std::string valueOf(const Json::Value& service, const char* name) {
+  return service["values"][name].asString();
 }
 
 std::string nameOf(const std::string& service) {
@@ -32,89 +28,89 @@ std::string nameOf(const std::string& service) {
   return service;
 }
 
-std::string reasonOf(const ServiceAccess& service) {
+std::string reasonOf(const Json::Value& service) {
   std::string cause = valueOf(service, "cause");
   const std::string rules = "the account rules of its PAM service " + valueOf(service, "pam");
-  if (service.reason == "rules-pass") return rules + " accept expired accounts";
-  if (service.reason == "rules-unclear") return rules + " may accept expired accounts: " + cause;
-  if (service.reason == "samba-database") return "it asks only its own database";
-  if (service.reason == "own-users") return "it has users of its own: " + cause;
-  if (service.reason == "domain-accounts") return "its accounts are those of a domain";
-  if (service.reason == "other-check") return "how it checks accounts is not known: " + cause;
+  if (service["reason"] == "rules-pass") return rules + " accept expired accounts";
+  if (service["reason"] == "rules-unclear") return rules + " may accept expired accounts: " + cause;
+  if (service["reason"] == "samba-database") return "it asks only its own database";
+  if (service["reason"] == "own-users") return "it has users of its own: " + cause;
+  if (service["reason"] == "domain-accounts") return "its accounts are those of a domain";
+  if (service["reason"] == "other-check") return "how it checks accounts is not known: " + cause;
   return cause;
 }
 
-std::string remedyOf(const ServiceAccess& service, const std::string& user) {
-  if (service.remedy == "add-account-check") {
+std::string remedyOf(const Json::Value& service, const std::string& user) {
+  if (service["remedy"] == "add-account-check") {
     return R"(make "account required pam_unix.so" its first account rule, in /etc/pam.d/)" +
            valueOf(service, "pam");
   }
-  if (service.remedy == "disable-in-samba") {
+  if (service["remedy"] == "disable-in-samba") {
     const std::string file = valueOf(service, "file");
     return "disable it there with: smbpasswd " + (file.empty() ? "" : "-c " + file + " ") + "-d " +
            user;
   }
-  if (service.remedy == "disable-in-domain") return "disable it in the domain";
-  if (service.remedy == "remove-own-user") return "if " + user + " is one of them, remove it there";
+  if (service["remedy"] == "disable-in-domain") return "disable it in the domain";
+  if (service["remedy"] == "remove-own-user")
+    return "if " + user + " is one of them, remove it there";
   return "try to log in as " + user;
 }
 
-std::string accessLine(const std::string& user, const ServiceAccess& service, Tense tense) {
-  const bool isCertain = service.access == Access::kLetIn;
+std::string accessLine(const std::string& user, const Json::Value& service, Tense tense) {
+  const bool isCertain = service["access"] == "let_in";
   std::string verb = tense == Tense::kFuture ? " will still let " : " still lets ";
   if (!isCertain) verb = " may still let ";
-  return (isCertain ? "" : "note: ") + nameOf(service.service) + verb + user +
+  return (isCertain ? "" : "note: ") + nameOf(service["service"].asString()) + verb + user +
          " in: " + reasonOf(service) + "; " + remedyOf(service, user);
 }
 
 // pkill spares containers, where the user's number is somebody else's. It misses what runs in
 // namespaces of the user's own.
-std::string endingCommand(const std::string& user, const zevo::LeftRunning& left) {
+std::string endingCommand(const std::string& user, const Json::Value& left) {
   std::string command;
-  if (!left.apart.empty()) {
-    command = "kill -KILL";
-    for (const pid_t pid : left.apart) command += " " + std::to_string(pid);
-  }
-  if (left.apart.size() == left.processes) return command;
+  for (const Json::Value& pid : left["apart"])
+    command += (command.empty() ? "kill -KILL " : " ") + pid.asString();
+  if (left["apart"].size() == left["processes"].asUInt64()) return command;
   if (!command.empty()) command += "; ";
   return command + "pkill -KILL -U " + user + " --ns 1 --nslist pid";
 }
 
-}  // namespace
-
-std::vector<std::string> accessLines(const std::string& user,
-                                     const std::vector<ServiceAccess>& services, Tense tense) {
-  std::vector<std::string> lines;
-  for (const ServiceAccess& service : services) {
-    if (service.access != Access::kRefused) lines.push_back(accessLine(user, service, tense));
-  }
-  return lines;
-}
-
-bool isLetIn(const std::vector<ServiceAccess>& services) {
-  return std::any_of(services.begin(), services.end(),
-                     [](const ServiceAccess& service) { return service.access == Access::kLetIn; });
-}
-
-std::vector<std::string> leftRunningLines(const std::string& user, const zevo::LeftRunning& left,
+std::vector<std::string> leftRunningLines(const std::string& user, const Json::Value& left,
                                           Tense tense) {
   std::vector<std::string> lines;
-  const bool isOne = left.processes == 1;
-  if (left.processes > 0) {
+  const bool isOne = left["processes"].asUInt64() == 1;
+  if (left["processes"].asUInt64() > 0) {
     const bool isNow = tense == Tense::kPresent;
-    lines.push_back(std::to_string(left.processes) + (isOne ? " process of " : " processes of ") +
+    lines.push_back(left["processes"].asString() + (isOne ? " process of " : " processes of ") +
                     user + (isNow ? (isOne ? " still runs" : " still run") : " will still run") +
                     "; end " + (isOne ? "it" : "them") + " with: " + endingCommand(user, left));
   }
-  if (left.hasCrontab) {
+  if (left["crontab"].asBool()) {
     lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + user);
   }
-  if (left.atJobs > 0) {
-    lines.push_back(std::to_string(left.atJobs) + (left.atJobs == 1 ? " job of " : " jobs of ") +
-                    user + (left.atJobs == 1 ? " waits" : " wait") +
-                    " for at; list them all with: atq");
+  if (const auto jobs = left["at_jobs"].asUInt64(); jobs > 0) {
+    lines.push_back(std::to_string(jobs) + (jobs == 1 ? " job of " : " jobs of ") + user +
+                    (jobs == 1 ? " waits" : " wait") + " for at; list them all with: atq");
   }
   return lines;
+}
+
+}  // namespace
+
+std::vector<std::string> accessLines(const Json::Value& account, Tense tense) {
+  const std::string user = account["user"].asString();
+  std::vector<std::string> lines;
+  for (const Json::Value& service : account["access"])
+    lines.push_back(accessLine(user, service, tense));
+  for (std::string& line : leftRunningLines(user, account["left_running"], tense))
+    lines.push_back(std::move(line));
+  return lines;
+}
+
+bool isLetIn(const Json::Value& account) {
+  const Json::Value& access = account["access"];
+  return std::any_of(access.begin(), access.end(),
+                     [](const Json::Value& service) { return service["access"] == "let_in"; });
 }
 
 }  // namespace cli

@@ -4,21 +4,19 @@
 #include <string>
 #include <vector>
 
-#include "zevo/account_access.h"
+#include <json/value.h>
 
 namespace cli {
 
 // Whether a line is about what will be or about what is.
 enum class Tense { kFuture, kPresent };
 
-// A line for each service that lets `user` in, or may do so, disabled or not: why, and the remedy.
-std::vector<std::string> accessLines(const std::string& user,
-                                     const std::vector<zevo::ServiceAccess>& services, Tense tense);
+// Of an account in the answer of /api/plan or /api/perform: a line for each service that lets it
+// in, or may do so: why, and the remedy. Then lines for what it leaves running, with the commands
+// that end it.
+std::vector<std::string> accessLines(const Json::Value& account, Tense tense);
 
-bool isLetIn(const std::vector<zevo::ServiceAccess>& services);
-
-// Lines for what `user` has left running, with the commands that end it.
-std::vector<std::string> leftRunningLines(const std::string& user, const zevo::LeftRunning& left,
-                                          Tense tense);
+// Whether a service certainly lets the account in.
+bool isLetIn(const Json::Value& account);
 
 }  // namespace cli

@@ -1,191 +1,173 @@
 #include "cli/commands/disable.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <set>
-#include <string_view>
 #include <utility>
 
-#include "zevo/disabled_accounts.h"
-
-#include "cli/client/list_reader.h"
-#include "cli/client/side_by_side.h"
-#include "cli/commands/access_check.h"
-#include "cli/commands/account_expiry.h"
-#include "cli/commands/disable_plan.h"
-#include "cli/commands/ending.h"
-#include "cli/commands/listing.h"
+#include "cli/commands/access_report.h"
+#include "cli/commands/enable.h"
+#include "cli/commands/plan_lines.h"
 #include "cli/commands/warnings.h"
 #include "cli/terminal/output.h"
-#include "cli/terminal/progress.h"
 #include "cli/terminal/question.h"
 #include "cli/terminal/table_output.h"
 
 namespace cli {
 namespace {
 
-// Why the method would pass over `user`; empty where it would not.
-std::string objectionTo(const std::string& user) {
-  if (user.empty()) return "the name of an account must not be empty";
-  if (user.find_first_of("\\@") != std::string::npos) {
-    return "\"" + user + "\" is an account of a directory or a container: disable it there";
+void append(std::vector<std::string>* lines, const std::vector<std::string>& more) {
+  lines->insert(lines->end(), more.begin(), more.end());
+}
+
+std::string inQuotes(const Json::Value& text) {
+  return "\"" + text.asString() + "\"";
+}
+
+// Why nothing is disabled: the same before and after the attempt.
+ExitCode refuse(const Json::Value& refusal) {
+  const std::string key = refusal["reason"].asString();
+  const std::string user = inQuotes(refusal["user"]);
+  if (key == "too_few_administrators") {
+    complain(std::vector<std::string>{
+        "refused: too few administrators who can log in would be left; nothing has changed",
+        "make another account an administrator first, or leave this one out"});
+    return kExitTooFewAdministrators;
   }
-  if (user == kNameOfRoot || user == "root") {
-    return "\"" + user + "\" stands for root here, who cannot be disabled";
+  if (key == "own_account" || key == "directory_account" || key == "root_account") {
+    complain(key == "own_account" ? user + " is the account with which you are logged in"
+             : key == "root_account"
+                 ? user + " is root, who cannot be disabled"
+                 : user + " is an account of a directory or a container: disable it there");
+    return kExitUsage;
   }
-  const char* sudoUser = std::getenv("SUDO_USER");
-  if (sudoUser && user == sudoUser) {
-    return "\"" + user + "\" is the account with which you are logged in";
+  std::vector<std::string> lines = {"no account was disabled and no connection ended:"};
+  if (key == "unknown_account") lines.push_back("there is no account " + user);
+  if (key == "not_local") lines.push_back(user + " is no local account");
+  if (key == "no_time") lines.emplace_back("there was no time left for it; try again");
+  for (const Json::Value& cause : refusal["causes"]) lines.push_back(cause.asString());
+  if (lines.size() == 1) lines.emplace_back("the system log tells more: journalctl -t currentconn");
+  complain(lines);
+  return kExitFailed;
+}
+
+std::string stayingLine(const Json::Value& row) {
+  const std::string key = row["reason"]["reason"].asString();
+  if (key == "under_other_user") return "will stay: " + describe(row) + ": " + reasonText(row);
+  const bool isCertain = key == "no_process" || key == "unknown_process";
+  return (isCertain ? "will stay: " : "may stay: ") + describe(row) + ": " + reasonText(row);
+}
+
+std::string disablePlanText(const Json::Value& plan) {
+  std::vector<std::string> lines;
+  for (const Json::Value& account : plan["accounts"]) {
+    lines.push_back((account["disabled"].asBool() ? "account that is disabled already: "
+                                                  : "account to be disabled: ") +
+                    account["user"].asString());
   }
-  return "";
+  append(&lines, effectLines(plan["ends"]));
+  for (const Json::Value& row : plan["stays"]) lines.push_back(stayingLine(row));
+  for (const Json::Value& account : plan["accounts"])
+    append(&lines, accessLines(account, Tense::kFuture));
+  return endingTable(plan["ends"]) + linesText(lines, lookOfOutput().charset);
 }
 
-std::vector<AccountChange> accountsBefore(const std::vector<std::string>& users) {
-  std::vector<AccountChange> changes;
-  changes.reserve(users.size());
-  for (const std::string& user : users) changes.push_back({user, expiryOf(user), {}, false});
-  return changes;
+std::string accountLine(const Json::Value& account) {
+  const std::string user = account["user"].asString();
+  if (!account["disabled"].asBool()) return "not disabled: " + user;
+  const std::string line =
+      (account["already"].asBool() ? "was disabled already: " : "disabled: ") + user;
+  return account.isMember("undo") ? line + "; to undo it: " + enablingCommand(user) : line;
 }
 
-Answer callDisable(const std::vector<std::string>& users, Client& client) {
-  Json::Value parameters(Json::objectValue);
-  for (const std::string& user : users) parameters["users"].append(user);
-  const std::vector<Call> calls = {{"disable_user", std::move(parameters)}};
-  Progress progress("waiting for connections to end", calls.size());
-  const auto answers =
-      callSideBySide(client, calls, [&](std::size_t done) { progress.show(done); });
-  return answers.front().value_or(failedAnswer("it was interrupted"));
+// "whether alice or bob is connected over SMB is not known:".
+std::string doubtOver(const std::string& service, const Json::Value& accounts) {
+  std::string names;
+  for (const Json::Value& account : accounts)
+    names += (names.empty() ? "" : " or ") + account["user"].asString();
+  return "whether " + names + " is connected over " + (service == "CIFS" ? "SMB" : service) +
+         " is not known:";
 }
 
-std::set<std::string> recordedUsers() {
-  std::set<std::string> users;
-  const auto accounts = zevo::disabledAccounts();
-  if (!accounts) return users;
-  for (const zevo::DisabledAccount& account : *accounts) users.insert(account.user);
-  return users;
-}
-
-bool isDisabled(const AccountChange& change) {
-  return change.after == kDisabledExpiry;
-}
-
-std::vector<AccountChange> accountsAfter(std::vector<AccountChange> accounts) {
-  const std::set<std::string> recorded = recordedUsers();
-  for (AccountChange& account : accounts) {
-    account.after = expiryOf(account.user);
-    account.canBeUndone = recorded.contains(account.user);
-  }
-  return accounts;
+bool allOf(const Json::Value& items, bool (*holds)(const Json::Value& item)) {
+  return std::all_of(items.begin(), items.end(), holds);
 }
 
 // Says what is wrong with the connections; true where nothing is.
-bool areTheirConnectionsGone(const Answer& answer, const Attempt& attempt, const Page& now) {
-  const auto& warnings = mayLack(answer.warnings) ? answer.warnings : now.warnings;
-  if (mayLack(warnings)) {
-    complainOfDoubt("whether all of their connections have ended is not known:", warnings);
+bool areConnectionsGone(const Performed& done) {
+  const Json::Value& result = done.result;
+  if (mayLack(done.warnings)) {
+    complainOfDoubt("whether all of their connections have ended is not known:", done.warnings);
     return false;
   }
-  for (const std::string& service : servicesWithoutUsers(now)) {
-    complainOfDoubt(doubtOver(service, attempt.users), warningsAbout(now.warnings, service));
+  const Json::Value& services = result["services_without_users"];
+  for (const Json::Value& service : services) {
+    complainOfDoubt(doubtOver(service.asString(), result["accounts"]),
+                    warningsAbout(done.warnings, service.asString()));
   }
-  const bool isGone = haveAllEnded(endingsOf(attempt, now));
-  if (!isGone) complain("the accounts are disabled, but not all of their connections have ended");
-  return isGone && servicesWithoutUsers(now).empty();
+  const bool areGone =
+      allOf(result["connections"], [](const Json::Value& row) { return row["fate"] == "ended"; });
+  if (!areGone) complain("the accounts are disabled, but not all of their connections have ended");
+  return areGone && services.empty();
 }
 
-// What became of it all, from the accounts and the list as they are now.
-ExitCode reportOn(const Answer& answer, const std::vector<AccountChange>& accounts,
-                  const Attempt& attempt, Client& client) {
-  const bool isWritten = std::all_of(accounts.begin(), accounts.end(), isDisabled);
-  std::vector<std::string> lines = accountLines(accounts);
-  Failure failure;
-  const std::optional<Page> page = readAfter(attempt, client, &failure);
-  if (page) {
-    for (std::string& line : linesOf(endingsOf(attempt, *page))) lines.push_back(std::move(line));
-  }
-  bool areOut = true;
-  for (const AccountChange& account : accounts) {
-    if (isDisabled(account)) areOut = checkAccess(account.user, &lines) && areOut;
-  }
-  const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
-  if (answer.status != Answer::Status::kDone) {
-    const Failure refusal = explainDisableFailure(answer, isWritten);
-    complain(refusal.lines);
-    return refusal.exitCode;
-  }
-  if (!page) {
-    complain(failure.lines);
-    return kExitFailed;
-  }
-  const bool areGone = areTheirConnectionsGone(answer, attempt, *page);
-  const std::vector<zevo::ReadNote> letIn = stillLetIn(answer.warnings);
-  if (!letIn.empty()) complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
-  if (!areOut) complain("a disabled account is still let in");
-  return isWritten && areOut && letIn.empty() && areGone ? written : kExitFailed;
+ExitCode reportFailure(const Json::Value& result) {
+  if (result.isMember("refusal")) return refuse(result["refusal"]);
+  if (!allOf(result["accounts"], [](const Json::Value& one) { return one["disabled"].asBool(); }))
+    return refuse(result["failure"]);
+  std::vector<std::string> lines = {
+      "the accounts are disabled, but not all connections were ended:"};
+  for (const Json::Value& cause : result["failure"]["causes"]) lines.push_back(cause.asString());
+  complain(lines);
+  return kExitFailed;
 }
 
-std::string planText(const Disable& request, const std::vector<Connection>& connections,
-                     const std::vector<Connection>& theirs) {
-  const Look look = lookOfOutput();
+ExitCode reportOn(const Performed& done) {
+  const Json::Value& result = done.result;
   std::vector<std::string> lines;
-  for (const std::string& user : request.users) lines.push_back("account to be disabled: " + user);
-  for (const std::string& sentence : othersHit(request.users, connections)) {
-    lines.push_back("note: " + sentence);
-  }
-  for (const std::string& sentence : thoseThatMayStay(theirs)) lines.push_back(sentence);
-  for (const std::string& user : request.users) {
-    for (const std::string& line : foreseenAccess(user, theirs)) lines.push_back(line);
-  }
-  return (theirs.empty() ? "" : tableText(theirs, look)) + linesText(lines, look.charset);
+  for (const Json::Value& account : result["accounts"]) lines.push_back(accountLine(account));
+  append(&lines, fateLines(result["connections"]));
+  for (const Json::Value& account : result["accounts"])
+    append(&lines, accessLines(account, Tense::kPresent));
+  const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
+  if (result.isMember("refusal") || result.isMember("failure")) return reportFailure(result);
+  const bool areGone = areConnectionsGone(done);
+  const std::vector<zevo::ReadNote> letIn = stillLetIn(done.warnings);
+  if (!letIn.empty()) complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
+  const bool areOut =
+      allOf(result["accounts"], [](const Json::Value& one) { return !isLetIn(one); });
+  if (!areOut) complain("a disabled account is still let in");
+  const bool areDisabled =
+      allOf(result["accounts"], [](const Json::Value& one) { return one["disabled"].asBool(); });
+  return areDisabled && areOut && letIn.empty() && areGone ? written : kExitFailed;
 }
 
 }  // namespace
 
 std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::string* wrong) {
-  Disable request;
-  for (const std::string& user : users) {
-    *wrong = objectionTo(user);
-    if (!wrong->empty()) return {};
-    const bool isKnown =
-        std::find(request.users.begin(), request.users.end(), user) != request.users.end();
-    if (!isKnown) request.users.push_back(user);
-  }
-  if (!request.users.empty()) return request;
-  *wrong = "whom? Give the names of accounts";
-  return {};
+  if (users.empty()) *wrong = "no account selected: give the names of accounts";
+  const bool hasEmpty = std::find(users.begin(), users.end(), "") != users.end();
+  if (hasEmpty) *wrong = "the name of an account must not be empty";
+  return users.empty() || hasEmpty ? std::nullopt : std::optional(Disable{users});
 }
 
 ExitCode disable(const Disable& request, Client& client) {
   if (!request.isDryRun && !request.isConfirmed && !canAsk()) {
-    complain("standard input is no terminal on which to ask: add --yes, or --dry-run to look only");
+    complain(kCannotAsk);
     return kExitUsage;
   }
-  Failure failure;
-  const std::optional<Page> page = readList(client, "", &failure);
-  if (!page) {
-    complain(failure.lines);
-    return failure.exitCode;
-  }
-  complainOfWarnings(page->warnings);
-  const std::vector<Connection> theirs = connectionsOf(request.users, page->connections);
-  const ExitCode written = printText(planText(request, page->connections, theirs));
+  Json::Value task(Json::objectValue);
+  task["action"] = "disable";
+  for (const std::string& user : request.users) task["users"].append(user);
+  const std::optional<Json::Value> plan = planFor(task, client);
+  if (!plan) return kExitFailed;
+  if (plan->isMember("refusal")) return refuse((*plan)["refusal"]);
+  const ExitCode written = printText(disablePlanText(*plan));
   if (written != kExitDone || request.isDryRun) return written;
   if (!request.isConfirmed && !ask("Disable the accounts and end these connections?")) {
     complain("nothing was changed");
     return kExitFailed;
   }
-  std::vector<AccountChange> accounts = accountsBefore(request.users);
-  Attempt attempt{.targets = {},
-                  .users = request.users,
-                  .before = page->connections,
-                  .begin = beginOfAttempt(),
-                  .warnings = {}};
-  const Answer answer = callDisable(request.users, client);
-  attempt.warnings = answer.warnings;
-  for (const Connection& connection : theirs) {
-    attempt.targets.push_back({connection, hindranceOf(answer)});
-  }
-  return reportOn(answer, accountsAfter(std::move(accounts)), attempt, client);
+  const std::optional<Performed> done = perform(task, !(*plan)["ends"].empty(), client);
+  return done ? reportOn(*done) : kExitFailed;
 }
 
 }  // namespace cli

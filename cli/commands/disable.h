@@ -11,19 +11,18 @@
 namespace cli {
 
 struct Disable {
-  std::vector<std::string> users;  // each once
-  bool isConfirmed = false;        // do not ask
-  bool isDryRun = false;           // only show
+  std::vector<std::string> users;
+  bool isConfirmed = false;  // do not ask
+  bool isDryRun = false;     // only show
 
   bool operator==(const Disable&) const = default;
 };
 
-// The request for `users`, as typed. Nothing, with `*wrong` a sentence, where the method would pass
-// over one of them without a word.
+// The request for `users`, as typed. Nothing, with `*wrong` a sentence, where they make no sense.
 std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::string* wrong);
 
-// Shows whose accounts and which connections `request` means, asks, and reports what became of each
-// account and each connection, with the commands that would undo it.
+// Shows the plan for the accounts, asks, has it performed and reports what became of each account
+// and each connection, with the commands that would undo it.
 ExitCode disable(const Disable& request, Client& client);
 
 }  // namespace cli

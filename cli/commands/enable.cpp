@@ -66,7 +66,7 @@ std::optional<Enable> checkEnable(const std::vector<std::string>& users, std::st
     if (known == request.users.end()) request.users.push_back(user);
   }
   if (!request.users.empty()) return request;
-  *wrong = "whom? Give the names of accounts; \"currentconn disabled\" lists them";
+  *wrong = "no account selected: give the names of accounts; \"currentconn disabled\" lists them";
   return {};
 }
 

@@ -1,7 +1,7 @@
 // The command "kick".
 #pragma once
 
-#include <string>
+#include <json/value.h>
 
 #include "cli/client/client.h"
 #include "cli/commands/selection.h"
@@ -10,15 +10,15 @@
 namespace cli {
 
 struct Kick {
-  Selection selection;
+  Json::Value selection;     // as checkSelection gives it
   bool isConfirmed = false;  // do not ask
   bool isDryRun = false;     // only show
 
   bool operator==(const Kick&) const = default;
 };
 
-// Shows what `request` selects of a fresh list, asks, ends it, and reports from another fresh list
-// what ended and what is still there.
+// Shows the plan for what `request` selects, asks, has it performed and reports what became of each
+// connection.
 ExitCode kick(const Kick& request, Client& client);
 
 }  // namespace cli

@@ -52,8 +52,8 @@ bool takeSortField(const std::optional<std::string>& word, std::string* field, s
     return true;
   }
   *wrong =
-      "--sort-by must be time, who, from, descr or type (or since, user, client, resource, "
-      "service), found \"" +
+      "--sort-by must be time, user, from, resource or service (or the API's who, descr, type), "
+      "found \"" +
       *word + "\"";
   return false;
 }

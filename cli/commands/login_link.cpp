@@ -36,7 +36,7 @@ std::string usualUrl() {
   return std::string("https://") + (isNamed ? name.data() : "localhost") + ":8443/";
 }
 
-ExitCode fail(const std::string& reason) {
+ExitCode failToLink(const std::string& reason) {
   complain("no link was made: " + reason);
   return kExitFailed;
 }
@@ -76,15 +76,15 @@ bool create(const zevo::LinkAccount& account, const std::string& passwordField,
 ExitCode makeLoginLink(const LoginLink& request) {
   const std::string name = request.user.value_or("root");
   const User user = lookUp(name);
-  if (!user) return fail("there is no account \"" + name + "\"");
+  if (!user) return failToLink("there is no account \"" + name + "\"");
   const zevo::LoginState state = zevo::loginState(*user);
   const std::string objection = objectionTo(*user, state);
-  if (!objection.empty()) return fail(objection);
+  if (!objection.empty()) return failToLink(objection);
   std::string token;
   zevo::clearErrorTrail();
   if (!create({user->name, user->uid, endOf(request)}, state.passwordField, &token)) {
     const auto causes = zevo::errorTrail();
-    return fail(causes.empty() ? "it could not be written" : causes.back());
+    return failToLink(causes.empty() ? "it could not be written" : causes.back());
   }
   return printText(request.url.value_or(usualUrl()) + "#login=" + token + "\n");
 }

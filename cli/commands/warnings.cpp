@@ -20,6 +20,8 @@ std::string lineOf(const zevo::ReadNote& warning) {
     return warning.detail.empty() ? warning.service + " still lets a disabled account in"
                                   : warning.detail;
   }
+  if (warning.code == "open_files_missing")
+    return "which files are open over SMB is not known: " + warning.detail;
   const std::string which = warning.service.empty() ? "" : warning.service + " ";
   std::string line = which + "connections may be missing";
   if (warning.code == zevo::kDetailsMissing) {
@@ -29,7 +31,7 @@ std::string lineOf(const zevo::ReadNote& warning) {
 }
 
 bool tellsOfMissing(const zevo::ReadNote& warning) {
-  return warning.code != zevo::kDetailsMissing && !tellsOfAccount(warning);
+  return warning.code == zevo::kConnectionsMissing;
 }
 
 // A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
@@ -78,15 +80,6 @@ std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& war
 
 bool mayLack(const std::vector<zevo::ReadNote>& warnings) {
   return std::any_of(warnings.begin(), warnings.end(), tellsOfMissing);
-}
-
-bool mayLack(const std::vector<zevo::ReadNote>& warnings,
-             const std::vector<Connection>& connections) {
-  return std::any_of(warnings.begin(), warnings.end(), [&](const zevo::ReadNote& warning) {
-    return tellsOfMissing(warning) &&
-           std::any_of(connections.begin(), connections.end(),
-                       [&](const Connection& c) { return isAbout(warning, c.type); });
-  });
 }
 
 }  // namespace cli

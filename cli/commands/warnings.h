@@ -6,8 +6,6 @@
 
 #include "zevo/read_notes.h"
 
-#include "cli/client/connection.h"
-
 namespace cli {
 
 // A sentence for each warning, without a full stop.
@@ -28,8 +26,5 @@ std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& war
 
 // Whether the list may lack connections at all.
 bool mayLack(const std::vector<zevo::ReadNote>& warnings);
-// Whether it may lack one of the services of `connections`.
-bool mayLack(const std::vector<zevo::ReadNote>& warnings,
-             const std::vector<Connection>& connections);
 
 }  // namespace cli

@@ -20,16 +20,15 @@ constexpr const char* kTakeLineAway = "\r\x1b[K";
 
 }  // namespace
 
-Progress::Progress(std::string what, std::size_t count)
+Progress::Progress(std::string what)
     : what_(std::move(what)),
-      count_(count),
       isTerminal_(isatty(STDERR_FILENO) == 1 && movesCursor(std::getenv("TERM"))) {}
 
 Progress::~Progress() {
   if (isShown_ && isTerminal_) writeError(kTakeLineAway);
 }
 
-void Progress::show(std::size_t done) {
+void Progress::show() {
   if (!isTerminal_) {
     if (!isShown_) writeError(what_ + " ...\n");
     isShown_ = true;
@@ -37,8 +36,7 @@ void Progress::show(std::size_t done) {
   }
   const auto seconds =
       std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begin_);
-  const std::string line = what_ + ": " + std::to_string(done) + " of " + std::to_string(count_) +
-                           ", " + std::to_string(seconds.count()) + " s";
+  const std::string line = what_ + ": " + std::to_string(seconds.count()) + " s";
   const int columns = terminalSize(STDERR_FILENO).columns;
   writeError(kTakeLineAway + cutText(line, columns - 1, Charset::kAscii));
   isShown_ = true;

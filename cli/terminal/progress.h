@@ -2,7 +2,6 @@
 #pragma once
 
 #include <chrono>
-#include <cstddef>
 #include <string>
 
 namespace cli {
@@ -11,17 +10,16 @@ namespace cli {
 // elsewhere one line at the beginning.
 class Progress {
  public:
-  // `what` is what goes on, "ending connections"; `count` how many there are of it.
-  Progress(std::string what, std::size_t count);
+  // `what` is what goes on, "ending connections".
+  explicit Progress(std::string what);
   ~Progress();
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void show(std::size_t done);
+  void show();
 
  private:
   std::string what_;
-  std::size_t count_;
   bool isTerminal_;
   bool isShown_ = false;
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();

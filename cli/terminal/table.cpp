@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "cli/commands/kick_plan.h"
+#include "calls/enforce/kick_plan.h"
 #include "cli/terminal/columns.h"
 #include "cli/terminal/style.h"
 
@@ -81,7 +81,7 @@ Style styleOf(const Row& row) {
     case Change::kNone:
       break;
   }
-  return whyNotEnded(row.connection).empty() ? Style::kPlain : Style::kFaint;
+  return calls::enforce::whyNotEnded(row.connection) ? Style::kFaint : Style::kPlain;
 }
 
 // What stands before a line, and how it looks.

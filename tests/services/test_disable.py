@@ -50,6 +50,12 @@ class DisableTest(ServiceTest):
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
         return done.stdout
 
+    def test_it_waits_only_where_there_is_something_to_wait_for(self):
+        self.assertNotIn("waiting", listing.run("disable", "--yes", "alice").stderr)
+        self.assertEqual(0, listing.run("enable", "alice").returncode)
+        self.client(Ftp, "alice", "10.20.0.2")
+        self.assertIn("waiting for connections to end", listing.run("disable", "--yes", "alice").stderr)
+
     def test_the_open_connections_of_the_account_end_and_those_of_others_stay(self):
         alices = [self.client(Smb, "alice", "10.20.0.2", "media"), self.client(ssh.Shell, "alice", "10.20.0.2"),
                   self.client(Ftp, "alice", "10.20.0.2"), self.client(Telnet, "alice", "10.20.0.2")]
@@ -176,6 +182,20 @@ class LastAdministratorTest(ServiceTest):
         self.assertEqual(4, done.returncode, done.stdout + done.stderr)
         self.assertIn("administrator", done.stderr)
         self.assertEqual(before, namespace.read("/etc/shadow"))
+        self.assertDryRunSaysTheSame(done, "alice", "bob")
+
+    def test_an_unknown_account_is_named_and_nobody_is_disabled(self):
+        before = namespace.read("/etc/shadow")
+        done = listing.run("disable", "--yes", "bob", "nobody-of-that-name")
+        self.assertEqual(1, done.returncode, done.stdout + done.stderr)
+        self.assertIn('there is no account "nobody-of-that-name"\n', done.stderr)
+        self.assertEqual(before, namespace.read("/etc/shadow"))
+        self.assertDryRunSaysTheSame(done, "bob", "nobody-of-that-name")
+
+    def assertDryRunSaysTheSame(self, done, *names):
+        foreseen = listing.run("disable", "--dry-run", *names)
+        self.assertEqual((done.returncode, done.stdout, done.stderr),
+                         (foreseen.returncode, foreseen.stdout, foreseen.stderr))
 
 
 class DisableOnProftpdTest(ServiceTest):

@@ -1,5 +1,6 @@
 """Ending connections of real clients from the command line."""
 
+import os
 import subprocess
 
 import listing
@@ -151,6 +152,53 @@ class KickTest(ServiceTest):
         self.assertIn("alice", output)
         self.assertIn("bob", output)
         self.assertEnded([client])
+
+    def test_a_user_is_found_on_the_smb_process_of_another(self):
+        client = self.client(Smb, "alice", "10.20.0.2", "media")
+        client.log_on("bob", "photos")
+        found = self._settled(lambda items: items and "bob" in items[0]["descr"], (), "list")
+        other = "bob" if found[0]["who"] == "alice" else "alice"
+        output = self.kick("--user", other)
+        self.assertRegex(output, rf"note: pid {found[0]['pid']} serves (alice and bob|bob and alice); the connections of both end")
+        self.assertEnded([client])
+
+    def test_a_share_with_a_users_name_misleads_nobody(self):
+        os.makedirs("/srv/photos (bob)", mode=0o777, exist_ok=True)
+        namespace.write("/etc/samba/smb.conf", namespace.read("/etc/samba/smb.conf")
+                        + "[photos (bob)]\npath = /srv/photos (bob)\nread only = no\n")
+        namespace.run("smbcontrol", "smbd", "reload-config")
+        client = self.client(Smb, "alice", "10.20.0.2", "photos (bob)")
+        self.assertList([Row("alice", "10.20.0.2", "CIFS", "photos (bob)")])
+        done = listing.run("kick", "--yes", "--user", "bob")
+        self.assertEqual((1, "currentconn: there is nothing to end\n"), (done.returncode, done.stderr))
+        self.assertFalse(client.has_ended())
+        self.assertNotIn("bob;", self.kick("--user", "alice"))
+
+    def test_open_files_are_named_before_they_are_closed(self):
+        namespace.write("/srv/media/a film.txt", "x", 0o666)
+        client = self.client(Smb, "alice", "10.20.0.2", "media")
+        client.command('open "a film.txt"')
+        self._settled(lambda items: len(items) == 1, (), "list")
+        self.assertIn("1 file open: /srv/media/a film.txt\n", self.kick("--user", "alice"))
+
+    def test_a_pid_that_is_not_there_fails_after_the_rest(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        pid = self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])[0]["pid"]
+        done = listing.run("kick", "--yes", str(pid), "4194303")
+        self.assertEqual(1, done.returncode, done.stdout)
+        self.assertIn("no connection with the pid 4194303 matches\n", done.stdout)
+        self.assertEnded([client])
+
+    def test_ones_own_connection_comes_last(self):
+        own = self.client(ssh.Shell, "root", "10.20.0.4")
+        self.client(ssh.Sftp, "root", "10.20.0.3")  # takes the whole grace period
+        rows = self._settled(lambda items: len(items) == 3, (), "list")
+        pid = next(row["pid"] for row in rows if row["from"] == "10.20.0.4")
+        slow = next(row["pid"] for row in rows if row["type"] == "SFTP")
+        own.send(f"{listing.program()} kick --yes {pid} {slow}")
+        own.expect("is the connection over which you are working")
+        waiting.until("the own connection to end", own.has_ended)
+        self.assertFalse(processes.runs(slow))
 
     def test_a_client_of_nfs_stays_and_the_reason_is_given(self):
         self.client(Nfs, "10.20.0.5")

@@ -91,8 +91,8 @@ TEST(Listing, RefusesAnUnknownSortField) {
     ListingWords words;
     words.sortBy = word;
     EXPECT_EQ(complaint(words),
-              "--sort-by must be time, who, from, descr or type (or since, user, client, resource, "
-              "service), found \"" +
+              "--sort-by must be time, user, from, resource or service (or the API's who, descr, "
+              "type), found \"" +
                   std::string(word) + "\"");
   }
 }

@@ -33,6 +33,16 @@ constexpr const char* kShares = R"({"timestamp": "2026-11-21T03:08:35.956588+000
   "session_id": "1246790427", "machine": "fd20::2",
   "connected_at": "2026-11-21T05:08:36.673897+02:00"}}})";
 
+constexpr const char* kLocks = R"({"timestamp": "2026-11-22T08:37:27.233199+0000",
+ "version": "4.17.12-Debian", "smb_conf": "/etc/samba/smb.conf", "open_files": {
+ "/srv/media/a film.txt": {"service_path": "/srv/media", "filename": "a film.txt",
+  "num_pending_deletes": 0, "opens": {
+   "71/5": {"server_id": {"pid": "71", "task_id": "0"}, "uid": 1001, "share_file_id": "5"},
+   "71/3": {"server_id": {"pid": "71"}, "uid": 1001}, "72/1": {"server_id": {"pid": "72"}}}},
+ "/srv/media/b\u0007.txt": {"opens": {"71/6": {"server_id": {"pid": "71"}},
+   "1:71/6": {"server_id": {"pid": "1:73"}}, "x": {"server_id": {"pid": "x"}}, "y": 7}},
+ "/srv/media/c.txt": {"opens": []}, "/srv/media/d.txt": 7}})";
+
 class SmbstatusTest : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -49,6 +59,15 @@ class SmbstatusTest : public ::testing::Test {
 // A member of "sessions" whose server is `pid`, with `more` members.
 std::string session(const std::string& pid, const std::string& more) {
   return R"("7": {"session_id": "7", "server_id": {"pid": )" + pid + "}" + more + "}";
+}
+
+TEST_F(SmbstatusTest, EachProcessHasItsOpenFilesOnceEach) {
+  const OpenFiles expected = {{71, {"/srv/media/a film.txt", "/srv/media/b\uFFFD.txt"}},
+                              {72, {"/srv/media/a film.txt"}}};
+  EXPECT_EQ(parseSmbOpenFiles(kLocks), expected);
+  EXPECT_EQ(parseSmbOpenFiles(R"({"open_files": {}})"), OpenFiles{});
+  EXPECT_EQ(parseSmbOpenFiles(R"({"sessions": {}})"), std::nullopt);
+  EXPECT_EQ(parseSmbOpenFiles("no locked files"), std::nullopt);
 }
 
 TEST_F(SmbstatusTest, ASessionHasItsProcessUserAndClient) {

@@ -83,6 +83,17 @@ class Disabling : public testing_support::AccountFixture {
   std::vector<StillLetIn> stillLetIn_;
 };
 
+TEST_F(Disabling, ForeseesARefusalAndChangesNothing) {
+  const std::string before = testing_support::contentOf(database_.paths.shadow);
+  EXPECT_EQ(disablingRefusal(tools(), {"cid"}), ZEVO_ERR_NONE);
+  EXPECT_EQ(disablingRefusal(tools(), {"ann", "cid"}), ZEVO_ERR_NONE);
+  EXPECT_EQ(disablingRefusal(tools(), {"cid", "nobody"}), ZEVO_ERR_NO_SUCH_USER);
+  EXPECT_EQ(disablingRefusal(tools(), {"cid", "root"}), ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
+  EXPECT_EQ(disablingRefusal(tools(), {"ann", "ben"}), ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
+  EXPECT_EQ(testing_support::contentOf(database_.paths.shadow), before);
+  EXPECT_FALSE(std::filesystem::exists(tools().recordFolder));
+}
+
 TEST_F(Disabling, ReachesBothDatabasesAndIsRecorded) {
   EXPECT_EQ(disable({"ann", "ben", "cid"}), "error") << "no administrator would be left";
   expectNothingChanged();
