@@ -9,6 +9,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/text.h"
 #include "cli/help_texts.h"
 #include "cli/numbers.h"
 #include "cli/terminal/columns.h"
@@ -26,15 +27,30 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
+// JSON holds no other text; a byte would reach the method as U+FFFD.
+CLI::Validator isUtf8() {
+  const auto fault = [](const std::string& value) {
+    return std::string(zevo::validUtf8(value) ? "" : "is not valid UTF-8: give it in UTF-8");
+  };
+  return {fault, ""};
+}
+
+// Any bytes, as the path of a file may have them.
+CLI::Option* addBytes(CLI::App* command, const std::string& name, const char* type,
+                      const char* help, std::optional<std::string>* word) {
+  const auto take = [word](const std::string& value) { *word = value; };
+  return command->add_option_function<std::string>(name, take, help)->option_text(type);
+}
+
 void addWord(CLI::App* command, const std::string& name, const char* type, const char* help,
              std::optional<std::string>* word) {
-  const auto take = [word](const std::string& value) { *word = value; };
-  command->add_option_function<std::string>(name, take, help)->option_text(type);
+  addBytes(command, name, type, help, word)->check(isUtf8());
 }
 
 void addWords(CLI::App* command, const std::string& name, const char* help,
               std::vector<std::string>* words) {
   command->add_option(name, *words, help)
+      ->check(isUtf8())
       ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
       ->option_text(" ");
 }
@@ -54,7 +70,7 @@ void addWatch(CLI::App* command, std::optional<std::string>* word) {
 }
 
 void addConfig(CLI::App* command, std::optional<std::string>* word) {
-  addWord(command, "--config", "FILE", "Read this configuration, not the usual one", word);
+  addBytes(command, "--config", "FILE", "Read this configuration, not the usual one", word);
 }
 
 void addOrder(CLI::App* command, ListingWords* words) {
@@ -167,8 +183,8 @@ void addReport(Grammar* grammar) {
   CLI::App* report = addCommand(grammar, "report", kReportHelp, kReportExamples);
   addFilter(report, &grammar->reportWords.filter);
   addOrder(report, &grammar->reportWords);
-  addWord(report, "-o,--output", "FILE", "Where to (default: currentlog.html; -: print it)",
-          &grammar->reportFile);
+  addBytes(report, "-o,--output", "FILE", "Where to (default: currentlog.html; -: print it)",
+           &grammar->reportFile);
   addWord(report, "--mode", "MODE", "Who may read the file, as chmod takes it (default: 600)",
           &grammar->reportMode);
 }
@@ -245,6 +261,13 @@ std::string mismatchedOption(const CLI::ParseError& error) {
   return "--" + text.substr(0, text.find(' ')) + " takes no value";
 }
 
+// What CLI11 says of a value that does not pass its check: the option's name, ": " and the reason.
+std::string unfitValue(const CLI::ValidationError& error) {
+  const std::string text = error.what();
+  const std::size_t colon = text.find(':');
+  return "the text of " + text.substr(0, colon) + text.substr(colon + 1);
+}
+
 Parsed describeError(const Grammar& grammar, const CLI::ParseError& error) {
   const CLI::App* command = chosenCommand(grammar);
   if (error.get_name() == "CallForHelp") return {Parsed::Kind::kShow, {}, grammar.app.help()};
@@ -254,6 +277,9 @@ Parsed describeError(const Grammar& grammar, const CLI::ParseError& error) {
   if (dynamic_cast<const CLI::ExtrasError*>(&error)) return wrong(unexpectedArgument(grammar));
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
     return wrong(mismatchedOption(error) + helpHint(command));
+  }
+  if (const auto* unfit = dynamic_cast<const CLI::ValidationError*>(&error)) {
+    return wrong(unfitValue(*unfit));
   }
   return wrong(std::string(error.what()) + helpHint(command));
 }

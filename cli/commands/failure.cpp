@@ -5,8 +5,6 @@
 
 #include "zevo/unicode.h"
 
-#include "base/text.h"
-
 namespace cli {
 namespace {
 
@@ -15,9 +13,6 @@ constexpr int kUpperSize = 4587;
 
 // What the methods cannot compare about the value of `option`; nothing where they can.
 std::optional<std::string> textFault(const char* option, const std::string& text) {
-  if (!zevo::validUtf8(text)) {
-    return std::string("the text of ") + option + " is not valid UTF-8: give it in UTF-8";
-  }
   std::array<char, kUpperSize> upper = {};
   if (VLIBCUnicodeUTF8StrUpper(text.c_str(), upper.data(), kUpperSize) >= 0) return {};
   return std::string("the text of ") + option + " is too long: in upper case it must stay below " +

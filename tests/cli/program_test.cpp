@@ -151,11 +151,23 @@ TEST_F(ProgramTest, AFailureWithoutACausePointsToTheSystemLog) {
             "  the system log tells more: journalctl -t currentconn\n");
 }
 
-TEST_F(ProgramTest, AFilterThatIsNoUtf8IsNamedAsTheReason) {
-  program.answer("list", {R"({"error":117,"causes":["something"]})"});
-  const Outcome run = program.run({"list", "--filter", "\xFF"});
-  EXPECT_EQ(run.err, "currentconn: the text of --filter is not valid UTF-8: give it in UTF-8\n");
-  EXPECT_EQ(run.exitCode, 1);
+// It would reach the method as another text.
+TEST_F(ProgramTest, AnArgumentThatIsNoUtf8IsRefusedBeforeAnyCall) {
+  const std::vector<std::pair<std::string, std::vector<std::string>>> cases = {
+      {"--filter", {"list", "--filter", "\xFF"}},
+      {"--user", {"mine", "--user", "\xC3"}},
+      {"--filter", {"report", "-o", "-", "--filter", "\xFF"}},
+      {"--user", {"kick", "--yes", "--user", "b\xF6rn"}},
+      {"--filter", {"kick", "--yes", "--filter", "\xFF"}},
+      {"USER", {"disable", "--yes", "alice", "b\xF6rn"}},
+      {"USER", {"enable", "b\xF6rn"}}};
+  for (const auto& [name, words] : cases) {
+    const Outcome run = program.run(words);
+    EXPECT_EQ(run.err,
+              "currentconn: the text of " + name + " is not valid UTF-8: give it in UTF-8\n");
+    EXPECT_EQ(run.exitCode, 2) << words.front();
+  }
+  EXPECT_TRUE(program.calls().empty());
 }
 
 TEST_F(ProgramTest, AFilterThatIsTooLongIsNamedAsTheReason) {
@@ -165,12 +177,6 @@ TEST_F(ProgramTest, AFilterThatIsTooLongIsNamedAsTheReason) {
             "currentconn: the text of --filter is too long: in upper case it must stay below 4587 "
             "bytes\n");
   EXPECT_EQ(run.exitCode, 1);
-}
-
-TEST_F(ProgramTest, AUserNameThatIsNoUtf8IsNamedAsTheReason) {
-  program.answer("list_by_user", {R"({"error":117})"});
-  EXPECT_EQ(program.run({"mine", "--user", "\xC3"}).err,
-            "currentconn: the text of --user is not valid UTF-8: give it in UTF-8\n");
 }
 
 TEST_F(ProgramTest, ARefusalToANonAdministratorHasItsOwnExitCode) {

@@ -45,6 +45,12 @@ TEST_F(ReportTest, WritesThePageWithoutItsHeaderLines) {
   EXPECT_EQ(content(), kPage);
 }
 
+TEST_F(ReportTest, TheNameOfItsFileNeedNotBeUtf8) {
+  const fs::path named = program.folder() / "\xFF.html";
+  EXPECT_EQ(program.run({"report", "-o", named.string()}).exitCode, 0);
+  EXPECT_TRUE(fs::exists(named));
+}
+
 TEST_F(ReportTest, GoesToItsUsualFileInTheCurrentFolder) {
   const fs::path folder = program.folder();
   const Outcome run = program.run({"report"}, [&] {
