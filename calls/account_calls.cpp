@@ -7,6 +7,8 @@
 #include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 
+#include "calls/json_text.h"
+
 namespace calls {
 namespace {
 

@@ -4,7 +4,8 @@
 #include <string_view>
 
 #include <json/value.h>
-#include <json/writer.h>
+
+#include "calls/json_text.h"
 
 namespace calls {
 namespace {
@@ -64,13 +65,6 @@ Answer problemDocument(Problem problem, int code, const std::vector<std::string>
 }
 
 }  // namespace
-
-std::string compactJson(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  builder["emitUTF8"] = true;
-  return Json::writeString(builder, value);
-}
 
 Answer successAnswer(const std::string& data, const Json::Value& warnings) {
   Answer answer;

@@ -19,9 +19,6 @@ struct Answer {
   int code = 0;  // for the log: the problem's, 0 on success
 };
 
-// As JSON text on one line, in UTF-8.
-std::string compactJson(const Json::Value& value);
-
 // {"data": …} around `data`, which is JSON text, with "warnings" beside it where there are any.
 Answer successAnswer(const std::string& data, const Json::Value& warnings = Json::arrayValue);
 

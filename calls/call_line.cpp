@@ -3,8 +3,7 @@
 #include <cstddef>
 #include <syslog.h>
 
-#include <json/writer.h>
-
+#include "calls/json_text.h"
 #include "calls/log.h"
 
 namespace calls {
@@ -17,13 +16,6 @@ constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cu
 // has another one.
 int levelFor(bool isAdmin) {
   return isAdmin ? LOG_NOTICE : LOG_DEBUG;
-}
-
-// On one line, with escapes for whatever is no ASCII.
-std::string asciiText(const Json::Value& value) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
-  return Json::writeString(builder, value);
 }
 
 }  // namespace
@@ -57,7 +49,7 @@ std::string timeText(std::chrono::steady_clock::duration spent) {
 }
 
 void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin) {
-  const std::string text = asciiText(parameters);
+  const std::string text = asciiJson(parameters);
   for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
     const bool isCut = text.size() - at > kLoggedAtOnce;
     logAuthorisation(levelFor(isAdmin), summary + (at == 0 ? " begins with " : " goes on with ") +
@@ -67,7 +59,7 @@ void logBeginning(const std::string& summary, const Json::Value& parameters, boo
 }
 
 void logLeftOut(const std::string& summary, const Json::Value& what) {
-  logAuthorisation(LOG_NOTICE, summary + " left out: " + asciiText(what).substr(0, kLoggedAtOnce));
+  logAuthorisation(LOG_NOTICE, summary + " left out: " + asciiJson(what).substr(0, kLoggedAtOnce));
 }
 
 void logEnd(const std::string& summary, int status, int code, bool isAdmin) {

@@ -3,8 +3,19 @@
 #include <memory>
 
 #include <json/reader.h>
+#include <json/writer.h>
 
 namespace calls {
+namespace {
+
+std::string onOneLine(const Json::Value& value, bool inAscii) {
+  Json::StreamWriterBuilder builder;
+  builder["indentation"] = "";
+  builder["emitUTF8"] = !inAscii;
+  return Json::writeString(builder, value);
+}
+
+}  // namespace
 
 // jsoncpp reports what it cannot read by return value, but deep nesting by exception.
 std::optional<Json::Value> parseJson(const std::string& text) {
@@ -18,6 +29,14 @@ std::optional<Json::Value> parseJson(const std::string& text) {
     return {};
   }
   return value;
+}
+
+std::string compactJson(const Json::Value& value) {
+  return onOneLine(value, false);
+}
+
+std::string asciiJson(const Json::Value& value) {
+  return onOneLine(value, true);
 }
 
 }  // namespace calls

@@ -1,4 +1,4 @@
-// JSON from its text.
+// JSON from its text, and to it.
 #pragma once
 
 #include <optional>
@@ -10,5 +10,11 @@ namespace calls {
 
 // None where `text` is no JSON, or more than that.
 std::optional<Json::Value> parseJson(const std::string& text);
+
+// On one line, in UTF-8.
+std::string compactJson(const Json::Value& value);
+
+// On one line, in ASCII: what is not is escaped.
+std::string asciiJson(const Json::Value& value);
 
 }  // namespace calls

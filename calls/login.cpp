@@ -11,6 +11,7 @@
 #include "zevo/login_token.h"
 
 #include "calls/cookie.h"
+#include "calls/json_text.h"
 #include "calls/log.h"
 #include "calls/parameters.h"
 

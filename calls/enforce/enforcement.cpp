@@ -19,6 +19,7 @@
 #include "calls/enforce/fate.h"
 #include "calls/enforce/kick_plan.h"
 #include "calls/enforce/snapshot.h"
+#include "calls/json_text.h"
 #include "calls/log.h"
 
 namespace calls::enforce {

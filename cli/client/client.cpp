@@ -6,15 +6,15 @@
 #include <csignal>
 #include <cstring>
 #include <poll.h>
-#include <string_view>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <utility>
 #include <vector>
 
 #include "base/file_failure.h"
+#include "calls/json_text.h"
 #include "calls/scgi.h"
-#include "cli/client/json_text.h"
+#include "cli/terminal/output.h"
 
 namespace cli {
 namespace {
@@ -22,15 +22,6 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr const char* kModulePath = "/api/ZEVO.Core.CurrentConnection/1/";
-
-bool sendAll(int connection, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t sent = ::send(connection, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (sent < 0 && errno != EINTR) return false;
-    if (sent > 0) bytes.remove_prefix(static_cast<std::size_t>(sent));
-  }
-  return true;
-}
 
 // How the process of a call ended, where that is why there is no answer.
 std::string endOf(pid_t child) {
@@ -84,7 +75,7 @@ Client::Client(Transport& transport, calls::RootsWord word, std::chrono::seconds
     : transport_(transport), word_(std::move(word)), limit_(limit) {}
 
 zevo::Result<PendingCall> Client::begin(const std::string& method, const Json::Value& parameters) {
-  return send("POST", kModulePath + method, compactJson(parameters));
+  return send("POST", kModulePath + method, calls::asciiJson(parameters));
 }
 
 Answer Client::call(const std::string& method, const Json::Value& parameters) {
@@ -97,7 +88,7 @@ Answer Client::get(const std::string& resource) {
 
 Answer Client::post(const std::string& resource, const Json::Value& parameters,
                     const std::function<void()>& isWaiting) {
-  return wait(send("POST", "/api/" + resource, compactJson(parameters)), isWaiting);
+  return wait(send("POST", "/api/" + resource, calls::asciiJson(parameters)), isWaiting);
 }
 
 zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std::string& path,
@@ -114,7 +105,7 @@ zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std:
     if (!value.empty()) headers.emplace_back(name, value);
   }
   // Where it cannot be sent, there may be an answer that says why.
-  sendAll(link->connection.get(), calls::scgiRequestText(headers, body));
+  writeAll(link->connection.get(), calls::scgiRequestText(headers, body));
   return PendingCall(std::move(*link), begin, limit_);
 }
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <unistd.h>
 
+#include "calls/json_text.h"
 #include "cli/client/connection.h"
-#include "cli/client/json_text.h"
 #include "cli/commands/failure.h"
 #include "cli/commands/summary.h"
 #include "cli/commands/warnings.h"
@@ -27,8 +27,7 @@ ExitCode printJson(const Answer& answer) {
   if (!answer.warnings.empty()) {
     Json::Value object(Json::objectValue);
     object["warnings"] = zevo::readNotesAsJson(answer.warnings);
-    std::string ignored;
-    writeAll(STDERR_FILENO, compactJson(object) + "\n", &ignored);
+    writeAll(STDERR_FILENO, calls::asciiJson(object) + "\n");
   }
   return printText(answer.data + "\n");
 }

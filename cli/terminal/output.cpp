@@ -32,7 +32,7 @@ Written writeAll(int descriptor, std::string_view text, std::string* cause) {
     } else if (errno == EPIPE) {
       return Written::kReaderGone;
     } else if (errno != EINTR) {
-      *cause = zevo::errorText(errno);
+      if (cause) *cause = zevo::errorText(errno);
       return Written::kFailed;
     }
   }
@@ -55,8 +55,7 @@ void complain(const std::vector<std::string>& lines) {
     text += displayText(line, Charset::kUtf8) + "\n";
   }
   // Where standard error takes nothing there is nobody left to tell.
-  std::string ignored;
-  writeAll(STDERR_FILENO, text, &ignored);
+  writeAll(STDERR_FILENO, text);
 }
 
 void complain(const std::string& line) {

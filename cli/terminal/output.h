@@ -15,7 +15,7 @@ enum class Written {
 
 // Writes the whole of `text` to `descriptor`. From the first call on, a reader that goes away does
 // not end the process.
-Written writeAll(int descriptor, std::string_view text, std::string* cause);
+Written writeAll(int descriptor, std::string_view text, std::string* cause = nullptr);
 
 // Opens the null device for each of the descriptors 0, 1 and 2 that is closed, so that no file
 // takes their place. Writes to a standard output that was closed still fail.

@@ -12,8 +12,7 @@ namespace cli {
 namespace {
 
 void writeError(const std::string& text) {
-  std::string ignored;
-  writeAll(STDERR_FILENO, text, &ignored);
+  writeAll(STDERR_FILENO, text);
 }
 
 constexpr const char* kTakeLineAway = "\r\x1b[K";

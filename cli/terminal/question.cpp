@@ -15,8 +15,7 @@ bool canAsk() {
 
 bool ask(const std::string& question) {
   constexpr std::size_t kLongest = 80;
-  std::string ignored;
-  writeAll(STDERR_FILENO, displayText(question, Charset::kUtf8) + " [y/N] ", &ignored);
+  writeAll(STDERR_FILENO, displayText(question, Charset::kUtf8) + " [y/N] ");
   std::string answer;
   char key = 0;
   while (answer.size() < kLongest && read(STDIN_FILENO, &key, 1) == 1 && key != '\n') answer += key;

@@ -16,8 +16,7 @@ constexpr std::string_view kEraseLine = "\x1b[K";
 constexpr std::string_view kEraseBelow = "\x1b[J";
 
 bool writeTerminal(int descriptor, std::string_view text) {
-  std::string ignored;
-  return writeAll(descriptor, text, &ignored) == Written::kAll;
+  return writeAll(descriptor, text) == Written::kAll;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "calls/answer.h"
 #include "calls/enforce/connections.h"
+#include "calls/json_text.h"
 
 namespace calls::enforce {
 namespace {

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "calls/answer.h"
+#include "calls/json_text.h"
 
 namespace cli {
 namespace {
