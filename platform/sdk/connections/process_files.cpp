@@ -15,6 +15,7 @@
 #include <linux/openat2.h>
 
 #include "base/file_failure.h"
+#include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
 
@@ -66,13 +67,6 @@ std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view k
   return inode;
 }
 
-std::optional<int> entryNumber(std::string_view entry) {
-  int number = 0;
-  const auto [end, error] = std::from_chars(entry.data(), entry.data() + entry.size(), number);
-  if (error != std::errc() || end != entry.data() + entry.size()) return std::nullopt;
-  return number;
-}
-
 OpenFolder openFolderAt(int parent, const char* name) {
   FileDescriptor descriptor = openFileAt(parent, name, O_RDONLY | O_DIRECTORY);
   OpenFolder folder(descriptor ? ::fdopendir(descriptor.get()) : nullptr);
@@ -94,7 +88,7 @@ FileDescriptor openOtherThread(int process) {
   for (int i = 0; threads && i < kMostThreads; ++i) {
     const dirent* entry = ::readdir(threads.get());
     if (entry == nullptr) break;
-    if (!entryNumber(entry->d_name)) continue;
+    if (!parseNumber<int>(entry->d_name)) continue;
     if (!runsThread(::dirfd(threads.get()), std::string(entry->d_name) + "/")) continue;
     return openFileAt(::dirfd(threads.get()), entry->d_name, O_RDONLY | O_DIRECTORY);
   }
@@ -126,8 +120,12 @@ Reading<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
   const std::string folder = paths.proc + "/" + name;
   files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
   if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
-  files.thread_ = openOtherThread(files.folder_.get());
   return files;
+}
+
+int ProcessFiles::running() const {
+  if (!thread_) thread_ = openOtherThread(folder_.get());
+  return *thread_ ? thread_->get() : folder_.get();
 }
 
 Reading<std::string> ProcessFiles::readText(int folder, const char* name) const {
@@ -308,7 +306,7 @@ Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
 
   LowSockets low;  // the kernel lists descriptors in order of numbers
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
-    const auto number = entryNumber(entry->d_name);
+    const auto number = parseNumber<int>(entry->d_name);
     if (!number) continue;
     low.hasMore = low.looks == most;
     if (low.hasMore) break;

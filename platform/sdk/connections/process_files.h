@@ -135,11 +135,13 @@ class ProcessFiles {
 
   // Where the kernel shows what ends with a thread: memory, program, folders, descriptors, mount
   // and network namespace.
-  [[nodiscard]] int running() const { return thread_ ? thread_.get() : folder_.get(); }
+  [[nodiscard]] int running() const;
 
   pid_t pid_ = 0;
   FileDescriptor folder_;
-  FileDescriptor thread_;  // of a thread that goes on, where the first one has ended
+  // Of a thread that goes on, where the first one has ended; none where that runs. Looked for when
+  // it first matters.
+  mutable std::optional<FileDescriptor> thread_;
 };
 
 }  // namespace zevo::connections

@@ -12,8 +12,10 @@ namespace zevo::connections {
 
 class SubordinateIds {
  public:
+  // Those of no file: nothing is allotted.
+  SubordinateIds() = default;
   // Reads the file `path` when it is first asked. One that cannot be read allots nothing.
-  explicit SubordinateIds(std::string path = "/etc/subuid") : path_(std::move(path)) {}
+  explicit SubordinateIds(std::string path) : path_(std::move(path)) {}
 
   // The account to which `uid` is allotted; nothing where it is an account's own, nobody's, or
   // root's, who allots to containers.
