@@ -1,20 +1,15 @@
 #include "calls/accounts.h"
 
 #include <memory>
-#include <pwd.h>
-#include <vector>
 
 #include "zevo/account.h"
 #include "zevo/administrators.h"
 #include "zevo/login_state.h"
 #include "zevo/web_login.h"
 
+#include "base/account_name.h"
+
 namespace calls {
-namespace {
-
-constexpr std::size_t kTexts = 64UL * 1024;  // longest entry that is looked at
-
-}  // namespace
 
 std::string Account::loginName() const {
   return uid == 0 ? "admin" : name;
@@ -44,13 +39,9 @@ std::optional<Account> SystemAccounts::byName(const std::string& name) {
 }
 
 std::optional<Account> SystemAccounts::byUid(uid_t uid) {
-  std::vector<char> texts(kTexts);
-  passwd entry{};
-  passwd* found = nullptr;
-  if (::getpwuid_r(uid, &entry, texts.data(), texts.size(), &found) != 0 || found == nullptr) {
-    return std::nullopt;
-  }
-  auto account = byName(entry.pw_name);
+  const auto answer = zevo::askForAccount(uid);
+  if (!answer.found) return std::nullopt;
+  auto account = byName(answer.entry.pw_name);
   // A name that two accounts share says nothing of which one is asking.
   return account && account->uid == uid ? account : std::nullopt;
 }

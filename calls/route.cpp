@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <optional>
+
+#include "base/numbers.h"
 
 namespace calls {
 namespace {
@@ -51,10 +52,8 @@ std::string_view takeSegment(std::string_view& path) {
 }
 
 std::optional<std::int64_t> versionOf(std::string_view text) {
-  std::int64_t version = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), version);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  return whole && std::to_string(version) == text ? std::optional(version) : std::nullopt;
+  const auto version = zevo::parseNumber<std::int64_t>(text);
+  return version && std::to_string(*version) == text ? version : std::nullopt;
 }
 
 Route methodRoute(std::string_view path, const Modules& modules) {

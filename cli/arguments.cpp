@@ -9,9 +9,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include "base/numbers.h"
 #include "base/text.h"
 #include "cli/help_texts.h"
-#include "cli/numbers.h"
 #include "cli/terminal/columns.h"
 #include "cli/terminal/text.h"
 
@@ -332,7 +332,7 @@ std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
   std::optional<Listing> listing = checkListing(grammar.reportWords, wrong);
   if (!listing) return {};
   const std::string file = grammar.reportFile.value_or("currentlog.html");
-  const auto mode = parseNumber<mode_t>(grammar.reportMode.value_or("600"), 8);
+  const auto mode = zevo::parseNumber<mode_t>(grammar.reportMode.value_or("600"), 8);
   if (!file.empty() && mode && *mode <= 0777) return Report{std::move(*listing), file, *mode};
   *wrong = file.empty() ? "--output must be the name of a file, or - to print the report"
                         : "--mode must be an octal mode up to 777, such as 640, found \"" +
@@ -343,7 +343,7 @@ std::optional<Request> readReport(const Grammar& grammar, std::string* wrong) {
 std::optional<Request> readLoginLink(const Grammar& grammar, std::string* wrong) {
   LoginLink link = grammar.loginLink;
   if (!grammar.isViewLink && !grammar.viewDays) return link;
-  const auto days = grammar.viewDays ? parseNumber<int>(*grammar.viewDays) : kViewDays;
+  const auto days = grammar.viewDays ? zevo::parseNumber<int>(*grammar.viewDays) : kViewDays;
   if (grammar.isViewLink && days && *days >= 1 && *days <= kMostViewDays) {
     link.viewDays = days;
     return link;

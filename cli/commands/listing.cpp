@@ -4,7 +4,7 @@
 #include <limits>
 #include <string_view>
 
-#include "cli/numbers.h"
+#include "base/numbers.h"
 
 namespace cli {
 namespace {
@@ -37,7 +37,7 @@ constexpr std::array<SortWord, 10> kSortWords = {{{"time", "time"},
 bool takeCount(const char* option, const std::optional<std::string>& word,
                std::optional<int>* count, std::string* wrong) {
   if (!word) return true;
-  *count = parseNumber<int>(*word);
+  *count = zevo::parseNumber<int>(*word);
   if (*count && **count >= 0) return true;
   *wrong = std::string(option) + " must be a whole number from 0 to " + std::to_string(kGreatest) +
            ", found \"" + *word + "\"";
@@ -76,7 +76,7 @@ bool takeWatch(const ListingWords& words, std::optional<milliseconds>* watch, st
   }
   *watch = kWatchDefault;
   if (words.watch->empty()) return true;
-  const std::optional<double> seconds = parseNumber<double>(*words.watch);
+  const std::optional<double> seconds = zevo::parseNumber<double>(*words.watch);
   if (!seconds || !(*seconds >= kWatchLeast && *seconds <= kWatchMost)) {
     *wrong = "--watch must be 0.2 to 86400 seconds, found \"" + *words.watch + "\"";
     return false;

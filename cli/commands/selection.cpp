@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <strings.h>
 
-#include "cli/numbers.h"
+#include "base/numbers.h"
 
 namespace cli {
 namespace {
@@ -30,7 +30,7 @@ constexpr std::array<ServiceWord, 13> kServices = {{{"cifs", "CIFS"},
 
 bool takePids(const std::vector<std::string>& words, Json::Value* select, std::string* wrong) {
   for (const std::string& word : words) {
-    const std::optional<std::uint32_t> pid = parseNumber<std::uint32_t>(word);
+    const std::optional<std::uint32_t> pid = zevo::parseNumber<std::uint32_t>(word);
     if (!pid || *pid == 0) {
       *wrong = "\"" + word + "\" is no process id: give a number of the list's column PID";
       return false;

@@ -1,12 +1,13 @@
 #include "cli/terminal/terminal.h"
 
-#include <charconv>
 #include <clocale>
 #include <cstdlib>
 #include <langinfo.h>
 #include <string_view>
 #include <sys/ioctl.h>
 #include <system_error>
+
+#include "base/numbers.h"
 
 namespace cli {
 namespace {
@@ -17,11 +18,8 @@ constexpr int kGreatestSize = 10000;
 int sizeFromEnvironment(const char* name, int fallback) {
   const char* value = std::getenv(name);
   if (!value) return fallback;
-  const std::string_view text = value;
-  int size = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), size);
-  const bool isNumber = error == std::errc() && end == text.data() + text.size();
-  return isNumber && size > 0 && size <= kGreatestSize ? size : fallback;
+  const int size = zevo::parseNumber<int>(value).value_or(0);
+  return size > 0 && size <= kGreatestSize ? size : fallback;
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/local_time.h"
+#include "base/numbers.h"
 #include "base/text.h"
 #include "sdk/account_disabling.h"
 #include "sdk/account_files.h"
@@ -15,7 +16,7 @@ namespace {
 
 // The day that an expiry field means; empty: never. A field that is no day is shown as it is.
 std::string dayText(const std::string& expiry) {
-  const auto day = numberOf(expiry);
+  const auto day = parseNumber<long>(expiry);
   if (expiry.empty() || (day && *day < 0)) return "";
   constexpr long kLatestDay = 1000L * 1000;
   const std::time_t time = day && *day < kLatestDay ? *day * 24 * 60 * 60 : -1;

@@ -1,7 +1,5 @@
 #include "sdk/account_files.h"
 
-#include <charconv>
-
 namespace zevo {
 namespace {
 
@@ -21,14 +19,6 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 
 std::vector<std::string_view> fieldsOf(std::string_view line) {
   return split(line, ':');
-}
-
-std::optional<long> numberOf(std::string_view text) {
-  long number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
 }
 
 std::set<std::string> parseShells(std::string_view content) {

@@ -1,7 +1,6 @@
 // The local accounts as their files hold them.
 #pragma once
 
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -11,9 +10,6 @@ namespace zevo {
 
 // Fields of one line, as many as there are colons plus one. They belong to `line`.
 std::vector<std::string_view> fieldsOf(std::string_view line);
-
-// The number that all of `text` is; none where it is empty or anything else.
-std::optional<long> numberOf(std::string_view text);
 
 // Paths of the shells with which one may log in.
 std::set<std::string> parseShells(std::string_view content);

@@ -1,13 +1,12 @@
 #include "sdk/account_lock.h"
 
 #include <cerrno>
-#include <charconv>
-#include <pwd.h>
 #include <string_view>
 #include <thread>
 
+#include "base/account_name.h"
 #include "base/file_failure.h"
-#include "base/name_service.h"
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "base/text.h"
 
@@ -25,16 +24,10 @@ std::string_view valueOf(std::string_view status, std::string_view key) {
   return status.substr(0, status.find('\n'));
 }
 
-// Of the user whose number `text` begins with.
-std::string accountName(std::string_view text) {
-  uid_t uid = 0;
-  const auto end = std::from_chars(text.data(), text.data() + text.size(), uid);
-  if (end.ec != std::errc()) return "unknown";
-  const auto answer =
-      askNameService<passwd>([&](passwd* entry, char* texts, std::size_t size, passwd** found) {
-        return ::getpwuid_r(uid, entry, texts, size, found);
-      });
-  return answer.found ? std::string(answer.entry.pw_name) : std::to_string(uid);
+// Of the real user, the first of the numbers in `ids`.
+std::string userName(std::string_view ids) {
+  const auto uid = parseNumber<uid_t>(ids.substr(0, ids.find('\t')));
+  return uid ? accountName(*uid) : "unknown";
 }
 
 // The process, its name and its real user: passwd has root's rights, but its user can stop it.
@@ -43,7 +36,7 @@ std::string describe(pid_t pid) {
   std::string status;
   if (readFile("/proc/" + std::to_string(pid) + "/status", kLongestStatus, &status)) return process;
   return process + " (" + printable(valueOf(status, "Name:\t")) + " of " +
-         accountName(valueOf(status, "\nUid:\t")) + ")";
+         userName(valueOf(status, "\nUid:\t")) + ")";
 }
 
 // Who holds a lock that conflicts with `wanted`, and what to do. The kernel names neither a process

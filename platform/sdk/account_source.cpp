@@ -31,11 +31,7 @@ struct AccountWalk {
 
 int AccountSource::account(const std::string& name, std::optional<Account>* account) {
   account->reset();
-  if (!canBeAccountName(name)) return 0;
-  const auto answer =
-      askNameService<passwd>([&](passwd* entry, char* texts, std::size_t size, passwd** found) {
-        return ::getpwnam_r(name.c_str(), entry, texts, size, found);
-      });
+  const auto answer = askForAccount(name);
   if (!answer.found) return answer.error;
   const passwd& entry = answer.entry;
   *account = Account{textOf(entry.pw_name), textOf(entry.pw_passwd), textOf(entry.pw_shell),

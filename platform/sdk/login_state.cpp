@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <ctime>
 
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "sdk/account_files.h"
 #include "sdk/account_write.h"
@@ -34,7 +35,7 @@ bool isLoginShell(const std::set<std::string>& shells, const std::string& shell)
 // what day 0 means. In doubt the account does not count.
 bool isExpired(std::string_view expiryDay, long today) {
   if (expiryDay.empty()) return false;
-  const auto day = numberOf(expiryDay);
+  const auto day = parseNumber<long>(expiryDay);
   return !day || (*day >= 0 && *day <= today);
 }
 

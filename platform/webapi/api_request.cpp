@@ -1,9 +1,10 @@
 #include "zevo/api_request.h"
 
-#include <charconv>
 #include <cstring>
 #include <optional>
 #include <utility>
+
+#include "base/numbers.h"
 
 namespace ZEVO {
 
@@ -19,17 +20,8 @@ struct APIRequest::State {
 
 namespace {
 
-// The number that all of `text` is.
-std::optional<int> wholeNumber(const std::string& text) {
-  int number = 0;
-  const char* end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || stop != end) return std::nullopt;
-  return number;
-}
-
 std::optional<int> numberOf(const Json::Value& value, bool textual) {
-  if (textual) return value.isString() ? wholeNumber(value.asString()) : std::nullopt;
+  if (textual) return value.isString() ? zevo::parseNumber<int>(value.asString()) : std::nullopt;
   // JSON has one type of number: 5.0 is 5, while 5.5 and what 32 bits do not hold are no integers.
   if (!value.isNumeric() || !value.isInt()) return std::nullopt;
   return value.asInt();

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <utility>
 
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "sdk/access/words.h"
 
@@ -27,10 +27,8 @@ std::optional<int> parseAction(std::string_view text) {
   for (const auto& [name, action] : kNames) {
     if (text == name) return action;
   }
-  int jump = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), jump);
-  const bool isWhole = error == std::errc() && end == text.data() + text.size();
-  return isWhole && jump > 0 ? std::optional(jump) : std::nullopt;
+  const auto jump = parseNumber<int>(text);
+  return jump && *jump > 0 ? jump : std::nullopt;
 }
 
 // "success=1 default=ignore".

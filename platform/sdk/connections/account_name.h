@@ -12,10 +12,6 @@ namespace zevo::connections {
 // Stands for an account that nobody can tell.
 inline constexpr std::string_view kUnknownUser = "unknown";
 
-// Name of the account with the id `uid`; the id itself where no account has it (any longer) or the
-// name service does not answer, as ps writes it.
-std::string accountName(uid_t uid);
-
 // Whether no account has the id `uid`. False where the name service fails.
 bool isNobodys(uid_t uid);
 

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <charconv>
 #include <net/if.h>
 #include <netinet/in.h>
+
+#include "base/numbers.h"
 
 namespace zevo::connections {
 namespace {
@@ -26,9 +27,7 @@ std::string interfaceName(std::uint32_t index) {
 
 // By name or as digits; 0 where there is no such interface.
 std::uint32_t interfaceIndex(std::string_view zone) {
-  std::uint32_t index = 0;
-  const auto [end, error] = std::from_chars(zone.data(), zone.data() + zone.size(), index);
-  if (error == std::errc() && end == zone.data() + zone.size()) return index;
+  if (const auto index = parseNumber<std::uint32_t>(zone)) return *index;
   return ::if_nametoindex(std::string(zone).c_str());
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/account_name.h"
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/container_name.h"
 #include "sdk/connections/trust.h"

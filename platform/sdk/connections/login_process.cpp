@@ -1,13 +1,14 @@
 #include "sdk/connections/login_process.h"
 
 #include <array>
-#include <charconv>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "base/account_name.h"
+#include "base/numbers.h"
 #include "sdk/connections/account_name.h"
 #include "sdk/connections/containers.h"
 #include "sdk/connections/process_owner.h"
@@ -27,10 +28,9 @@ std::optional<std::int32_t> deviceOf(std::string_view terminal) {
   for (const Terminals& kind : kKinds) {
     if (!terminal.starts_with(kind.prefix)) continue;
     const std::string_view digits = terminal.substr(kind.prefix.size());
-    std::uint32_t index = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), index);
-    if (error != std::errc() || end != digits.data() + digits.size()) continue;
-    const std::uint32_t minor = kind.firstMinor + index;
+    const auto index = parseNumber<std::uint32_t>(digits);
+    if (!index) continue;
+    const std::uint32_t minor = kind.firstMinor + *index;
     if (minor >= 1U << 20U) return std::nullopt;
     return static_cast<std::int32_t>((minor & 0xFFU) | kind.major << 8U | (minor & ~0xFFU) << 12U);
   }

@@ -1,10 +1,10 @@
 #include "sdk/connections/logind.h"
 
 #include <cerrno>
-#include <charconv>
 #include <dirent.h>
 #include <utility>
 
+#include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
 #include "sdk/connections/address.h"
@@ -26,13 +26,6 @@ std::string_view valueOf(std::string_view text, std::string_view key) {
   return {};
 }
 
-template <typename Number>
-Number numberOf(std::string_view text) {
-  Number number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  return error == std::errc() && end == text.data() + text.size() ? number : 0;
-}
-
 // What the session is used on: its terminal, else its display, else what opened it.
 std::string placeOf(std::string_view text) {
   for (const std::string_view key : {"TTY", "DISPLAY", "SERVICE"}) {
@@ -51,13 +44,13 @@ std::optional<LoginEntry> parseLogindSession(std::string_view text) {
   const bool isUsers = kind == "user" || kind.starts_with("user-");
   if (user.empty() || !isUsers || valueOf(text, "STATE") == "closing") return std::nullopt;
   const auto from = parseAddress(valueOf(text, "REMOTE_HOST"));
-  return LoginEntry{
-      .pid = numberOf<pid_t>(valueOf(text, "LEADER")),
-      .session = 0,
-      .terminal = placeOf(text),
-      .user = std::string(user),
-      .from = from ? numericText(*from) : std::string(),
-      .time = numberOf<std::int64_t>(valueOf(text, "REALTIME")) / kMicrosecondsASecond};
+  return LoginEntry{.pid = parseNumber<pid_t>(valueOf(text, "LEADER")).value_or(0),
+                    .session = 0,
+                    .terminal = placeOf(text),
+                    .user = std::string(user),
+                    .from = from ? numericText(*from) : std::string(),
+                    .time = parseNumber<std::int64_t>(valueOf(text, "REALTIME")).value_or(0) /
+                            kMicrosecondsASecond};
 }
 
 Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries) {

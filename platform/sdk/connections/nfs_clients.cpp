@@ -7,6 +7,7 @@
 
 #include "base/file_failure.h"
 #include "base/local_time.h"
+#include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
 #include "sdk/connections/address.h"
@@ -49,12 +50,8 @@ std::string addressIn(std::string_view quoted) {
 }
 
 std::string versionText(std::optional<std::string_view> minorVersion) {
-  unsigned number = 0;
-  if (!minorVersion) return "NFSv4";
-  const char* end = minorVersion->data() + minorVersion->size();
-  const auto result = std::from_chars(minorVersion->data(), end, number);
-  const bool isNumber = result.ec == std::errc() && result.ptr == end;
-  return isNumber ? "NFSv4." + std::to_string(number) : "NFSv4";
+  const auto number = parseNumber<unsigned>(minorVersion.value_or(""));
+  return number ? "NFSv4." + std::to_string(*number) : "NFSv4";
 }
 
 // The client may be gone by now; the kernel then says ENXIO for its files.

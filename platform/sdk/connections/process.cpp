@@ -2,13 +2,13 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <unistd.h>
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
+#include "base/numbers.h"
 
 namespace zevo::connections {
 namespace {
@@ -16,12 +16,6 @@ namespace {
 constexpr std::uint64_t kKernelThreadFlag = 0x00200000;  // PF_KTHREAD of the kernel's sched.h
 constexpr std::uint64_t kExitingFlag = 0x00000004;       // PF_EXITING
 constexpr std::uint64_t kKillSignal = 1U << (SIGKILL - 1);
-
-template <typename Number>
-bool parseNumber(std::string_view text, Number* number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *number);
-  return error == std::errc() && end == text.data() + text.size();
-}
 
 // Takes the next word off `rest`.
 std::string_view nextWord(std::string_view& rest) {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <dirent.h>
 #include <utility>
 
 #include "base/file_failure.h"
+#include "base/numbers.h"
 #include "base/open_folder.h"
 
 namespace zevo::connections {
@@ -14,11 +14,7 @@ namespace {
 
 // The pid that the entry of /proc names, or 0.
 pid_t pidOf(const char* entry) {
-  const std::string_view text = entry;
-  pid_t pid = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), pid);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  return whole && pid > 0 ? pid : 0;
+  return std::max(parseNumber<pid_t>(entry).value_or(0), 0);
 }
 
 }  // namespace

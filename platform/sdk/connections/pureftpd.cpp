@@ -1,12 +1,12 @@
 #include "sdk/connections/pureftpd.h"
 
 #include <cerrno>
-#include <charconv>
 #include <optional>
 #include <set>
 #include <unistd.h>
 #include <utility>
 
+#include "base/numbers.h"
 #include "sdk/connections/containers.h"
 #include "sdk/connections/served_client.h"
 
@@ -74,11 +74,9 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
     output.remove_prefix(length == std::string_view::npos ? output.size() : length + 1);
     const std::string digits = takeField(line);
     std::string account = takeField(line);
-    pid_t pid = 0;
-    const char* end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, pid);
-    if (result.ec != std::errc() || result.ptr != end || account.empty()) continue;
-    if (!accounts.emplace(pid, std::move(account)).second) repeated.insert(pid);
+    const auto pid = parseNumber<pid_t>(digits);
+    if (!pid || account.empty()) continue;
+    if (!accounts.emplace(*pid, std::move(account)).second) repeated.insert(*pid);
   }
   for (const pid_t pid : repeated) accounts.erase(pid);
   return accounts;

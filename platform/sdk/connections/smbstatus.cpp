@@ -1,6 +1,5 @@
 #include "sdk/connections/smbstatus.h"
 
-#include <charconv>
 #include <exception>
 #include <memory>
 
@@ -8,6 +7,7 @@
 #include <json/value.h>
 
 #include "base/local_time.h"
+#include "base/numbers.h"
 #include "base/text.h"
 #include "sdk/connections/address.h"
 #include "sdk/connections/boot_clock.h"
@@ -49,13 +49,6 @@ std::string textOf(const Json::Value& object, const char* name) {
   return value.isInt64() || value.isUInt64() ? value.asString() : std::string();
 }
 
-std::optional<std::int64_t> parseInteger(std::string_view text) {
-  std::int64_t number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return number;
-}
-
 std::string localTime(const Json::Value& object, const char* name) {
   const auto time = parseIsoTime(textOf(object, name));
   return time ? localTimeText(*time) : std::string();
@@ -73,7 +66,7 @@ void takeHostname(std::string_view hostname, SmbSession* session) {
   hostname.remove_prefix(5);
   const std::size_t colon = hostname.rfind(':');
   if (colon == std::string_view::npos) return;
-  const auto port = parseInteger(hostname.substr(colon + 1));
+  const auto port = parseNumber<std::int64_t>(hostname.substr(colon + 1));
   session->from = numericAddress(hostname.substr(0, colon));
   if (port && *port > 0 && *port <= 65535) session->clientPort = static_cast<std::uint16_t>(*port);
 }
@@ -94,14 +87,14 @@ std::optional<SmbServer> parseServer(const Json::Value& object) {
     server.node = pid.substr(0, colon);
     pid.remove_prefix(colon + 1);
   }
-  const auto number = parseInteger(pid.substr(0, pid.find('.')));
+  const auto number = parseNumber<std::int64_t>(pid.substr(0, pid.find('.')));
   if (!number) return std::nullopt;
   server.pid = *number;
   return server;
 }
 
 bool isLoginInProgress(const Json::Value& session) {
-  const auto uid = parseInteger(textOf(session, "uid"));
+  const auto uid = parseNumber<std::int64_t>(textOf(session, "uid"));
   return uid && (*uid == kNoUser || *uid == kNoUserUnsigned);
 }
 

@@ -1,9 +1,9 @@
 #include "sdk/connections/subordinate_ids.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "sdk/connections/account_name.h"
 
@@ -11,14 +11,6 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kFileLimit = 16UL * 1024 * 1024;  // some 600,000 accounts
-
-template <typename Number>
-std::optional<Number> numberIn(std::string_view text) {
-  Number number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isWhole = error == std::errc() && end == text.data() + text.size();
-  return isWhole ? std::optional<Number>(number) : std::nullopt;
-}
 
 // Takes what stands before `mark` off `rest`, and the mark.
 std::string_view nextPart(std::string_view& rest, char mark) {
@@ -28,7 +20,7 @@ std::string_view nextPart(std::string_view& rest, char mark) {
 }
 
 std::optional<uid_t> idOf(const std::string& account) {
-  if (const auto number = numberIn<uid_t>(account)) return number;
+  if (const auto number = parseNumber<uid_t>(account)) return number;
   const auto id = accountId(account);
   return id.ok() ? std::optional<uid_t>(*id) : std::nullopt;
 }
@@ -43,8 +35,8 @@ std::vector<SubordinateIds::Range> SubordinateIds::read(const std::string& path)
   for (std::string_view rest = text; !rest.empty();) {
     std::string_view line = nextPart(rest, '\n');
     const std::string_view account = nextPart(line, ':');
-    const auto first = numberIn<std::uint32_t>(nextPart(line, ':'));
-    const auto count = numberIn<std::uint32_t>(line);
+    const auto first = parseNumber<std::uint32_t>(nextPart(line, ':'));
+    const auto count = parseNumber<std::uint32_t>(line);
     if (first && count) ranges.push_back({std::string(account), *first, *count});
   }
   return ranges;

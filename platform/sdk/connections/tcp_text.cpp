@@ -1,9 +1,10 @@
 #include "sdk/connections/tcp_text.h"
 
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <optional>
+
+#include "base/numbers.h"
 
 namespace zevo::connections {
 namespace {
@@ -28,24 +29,18 @@ Fields fieldsOf(std::string_view line) {
   return fields;
 }
 
-template <typename Number>
-bool parseWhole(std::string_view text, int base, Number* number) {
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *number, base);
-  return error == std::errc() && end == text.data() + text.size();
-}
-
 // "0100007F:0016": words of the address as this machine's memory holds them, and the port.
 std::optional<Address> parseEnd(std::string_view text) {
   const std::size_t colon = text.find(':');
   if (colon != kWordDigits * kIpv4Words && colon != kWordDigits * kIpv6Words) return std::nullopt;
   std::array<std::uint32_t, kIpv6Words> words{};
   for (std::size_t at = 0; at < colon; at += kWordDigits) {
-    if (!parseWhole(text.substr(at, kWordDigits), 16, &words.at(at / kWordDigits))) {
+    if (!parseNumber(text.substr(at, kWordDigits), &words.at(at / kWordDigits), 16)) {
       return std::nullopt;
     }
   }
   std::uint16_t port = 0;
-  if (!parseWhole(text.substr(colon + 1), 16, &port)) return std::nullopt;
+  if (!parseNumber(text.substr(colon + 1), &port, 16)) return std::nullopt;
   if (colon == kWordDigits * kIpv4Words) return addressOfIpv4(words.data(), port);
   Address address;
   std::memcpy(address.bytes.data(), words.data(), sizeof(words));
@@ -60,8 +55,8 @@ std::optional<Socket> parseLine(std::string_view line) {
   const auto local = parseEnd(fields[kLocal]);
   const auto remote = parseEnd(fields[kRemote]);
   Socket socket;
-  if (!local || !remote || !parseWhole(fields[kOwner], 10, &socket.owner) ||
-      !parseWhole(fields[kInode], 10, &socket.inode)) {
+  if (!local || !remote || !parseNumber(fields[kOwner], &socket.owner) ||
+      !parseNumber(fields[kInode], &socket.inode)) {
     return std::nullopt;
   }
   socket.local = *local;

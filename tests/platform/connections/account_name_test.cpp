@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "base/account_name.h"
 #include "platform/connections/accounts.h"
 
 namespace zevo::connections {

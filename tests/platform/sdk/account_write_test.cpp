@@ -12,10 +12,10 @@
 
 #include "zevo/error_trail.h"
 
+#include "base/account_name.h"
 #include "platform/base/failing_operations.h"
 #include "platform/sdk/account_fixture.h"
 #include "sdk/account_lock.h"
-#include "sdk/connections/account_name.h"
 
 namespace zevo {
 namespace {
@@ -189,7 +189,7 @@ TEST_F(AccountWrite, NamesTheProgramThatHoldsTheLock) {
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
   EXPECT_EQ(errorTrail().at(0), "cannot lock " + database_.paths.lock + ": process " +
                                     std::to_string(other) + " (pass\uFFFDwd of " +
-                                    connections::accountName(::getuid()) +
+                                    accountName(::getuid()) +
                                     ") holds it; end that process and try again");
   ::kill(other, SIGKILL);
   ::waitpid(other, nullptr, 0);

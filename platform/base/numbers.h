@@ -1,0 +1,31 @@
+// Numbers from text.
+#pragma once
+
+#include <charconv>
+#include <optional>
+#include <string_view>
+#include <system_error>
+
+namespace zevo {
+
+// Whether the whole of `text` is a number in the C locale's form, which then is `*number`. `base`
+// may be that of an integer, 10 without it. No plus sign and no space; zeros may lead.
+template <typename Number, typename... Base>
+bool parseNumber(std::string_view text, Number* number, Base... base) {
+  Number parsed{};
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, parsed, base...);
+  if (error != std::errc() || stop != end) return false;
+  *number = parsed;
+  return true;
+}
+
+// That number; nothing where there is none or it is out of range.
+template <typename Number, typename... Base>
+std::optional<Number> parseNumber(std::string_view text, Base... base) {
+  Number number{};
+  if (!parseNumber(text, &number, base...)) return {};
+  return number;
+}
+
+}  // namespace zevo
