@@ -10,7 +10,8 @@
 #include "zevo/api_request.h"
 #include "zevo/api_response.h"
 #include "zevo/api_table.h"
-#include "zevo/config.h"
+
+#include "host/config.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iterator>
 
-#include "zevo/config.h"
+#include "host/config.h"
 
 namespace bench {
 

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 
 #include "calls/json_text.h"
+#include "host/disabled_accounts.h"
 
 namespace calls {
 namespace {

@@ -3,11 +3,11 @@
 #include <memory>
 
 #include "zevo/account.h"
-#include "zevo/administrators.h"
-#include "zevo/login_state.h"
-#include "zevo/web_login.h"
 
 #include "base/account_name.h"
+#include "host/administrators.h"
+#include "host/login_state.h"
+#include "host/web_login.h"
 
 namespace calls {
 

@@ -4,11 +4,8 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
-#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
-#include "zevo/list_age.h"
 #include "zevo/session_file.h"
-#include "zevo/web_login.h"
 
 #include "base/text.h"
 #include "calls/account_calls.h"
@@ -22,6 +19,9 @@
 #include "calls/parameters.h"
 #include "calls/route.h"
 #include "calls/same_origin.h"
+#include "host/disabled_accounts.h"
+#include "host/list_age.h"
+#include "host/web_login.h"
 
 namespace calls {
 namespace {

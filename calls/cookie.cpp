@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zevo/login_token.h"
+#include "host/login_token.h"
 
 namespace calls {
 namespace {

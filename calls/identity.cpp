@@ -1,8 +1,7 @@
 #include "calls/identity.h"
 
-#include "zevo/login_token.h"
-
 #include "calls/cookie.h"
+#include "host/login_token.h"
 
 namespace calls {
 namespace {

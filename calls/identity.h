@@ -7,11 +7,10 @@
 #include <sys/types.h>
 #include <variant>
 
-#include "zevo/web_login.h"
-
 #include "calls/accounts.h"
 #include "calls/http_request.h"
 #include "calls/problem.h"
+#include "host/web_login.h"
 
 namespace calls {
 

@@ -7,13 +7,12 @@
 
 #include <json/value.h>
 
-#include "zevo/config.h"
-#include "zevo/login_token.h"
-
 #include "calls/cookie.h"
 #include "calls/json_text.h"
 #include "calls/log.h"
 #include "calls/parameters.h"
+#include "host/config.h"
+#include "host/login_token.h"
 
 namespace calls {
 namespace {

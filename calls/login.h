@@ -6,14 +6,13 @@
 #include <optional>
 #include <string>
 
-#include "zevo/login_link.h"
-#include "zevo/web_login.h"
-
 #include "calls/accounts.h"
 #include "calls/answer.h"
 #include "calls/http_request.h"
 #include "calls/identity.h"
 #include "calls/pam_login.h"
+#include "host/login_link.h"
+#include "host/web_login.h"
 
 namespace calls {
 

@@ -4,9 +4,8 @@
 #include <string_view>
 #include <utility>
 
-#include "zevo/disabled_accounts.h"
-
 #include "calls/json_text.h"
+#include "host/disabled_accounts.h"
 
 namespace calls {
 namespace {

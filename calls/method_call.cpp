@@ -5,13 +5,13 @@
 #include <utility>
 
 #include "zevo/api_response.h"
-#include "zevo/disabled_accounts.h"
 #include "zevo/error_trail.h"
 #include "zevo/read_notes.h"
 
 #include "calls/answer.h"
 #include "calls/captured_output.h"
 #include "calls/log.h"
+#include "host/disabled_accounts.h"
 
 namespace calls {
 namespace {

@@ -5,7 +5,7 @@
 #include <security/pam_appl.h>
 #include <utility>
 
-#include "zevo/config.h"
+#include "host/config.h"
 
 namespace calls {
 namespace {

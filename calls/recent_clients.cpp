@@ -5,7 +5,7 @@
 #include <functional>
 #include <sys/mman.h>
 
-#include "zevo/login_token.h"
+#include "host/login_token.h"
 
 namespace calls {
 namespace {

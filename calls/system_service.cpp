@@ -7,10 +7,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "zevo/config.h"
-
 #include "calls/client_network.h"
 #include "calls/pam_login.h"
+#include "host/config.h"
 
 namespace calls {
 namespace {

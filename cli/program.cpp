@@ -12,9 +12,6 @@
 
 #include <climits>
 
-#include "zevo/config.h"
-#include "zevo/config_check.h"
-
 #include "calls/log.h"
 #include "calls/system_service.h"
 #include "cli/arguments.h"
@@ -26,6 +23,8 @@
 #include "cli/terminal/output.h"
 #include "cli/terminal/table_output.h"
 #include "cli/terminal/terminal.h"
+#include "host/config.h"
+#include "host/config_check.h"
 
 namespace cli {
 namespace {

@@ -7,7 +7,7 @@ install(TARGETS zevowebapi zevosdk zevocgi LIBRARY DESTINATION ${home}/lib)
 install(TARGETS connection_module LIBRARY DESTINATION ${home}/modules)
 install(DIRECTORY texts/ DESTINATION ${home}/share/currentconn/texts FILES_MATCHING PATTERN *.json)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/page/ DESTINATION share/currentconn/page)
-# The contract: what the module and a host of it include. The other headers are the daemon's and the command line's.
+# The contract: what the module and a host of it include. Those in platform/host are our own host's.
 foreach(subject account api_request api_response api_table cgi connections error error_trail export keyed_file local_account
     login_log read_notes session_file string_bundle string_list unicode web_utils)
   install(FILES platform/include/zevo/${subject}.h DESTINATION include/currentconn/zevo)

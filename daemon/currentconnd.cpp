@@ -9,15 +9,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include "zevo/config.h"
-#include "zevo/config_check.h"
-
 #include "base/proc_pids.h"
 #include "calls/call.h"
 #include "calls/log.h"
 #include "calls/system_service.h"
 #include "daemon/server.h"
 #include "daemon/start_checks.h"
+#include "host/config.h"
+#include "host/config_check.h"
 
 namespace currentconnd {
 namespace {

@@ -12,11 +12,10 @@
 #include <systemd/sd-daemon.h>
 #include <unistd.h>
 
-#include "zevo/config.h"
-
 #include "base/file_failure.h"
 #include "base/group.h"
 #include "base/text.h"
+#include "host/config.h"
 
 namespace currentconnd {
 namespace {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <optional>
 
-#include "zevo/config.h"
 #include "zevo/error_trail.h"
 #include "zevo/session_file.h"
-#include "zevo/web_login.h"
 
 #include "base/read_file.h"
 #include "calls/pam_login.h"
+#include "host/config.h"
+#include "host/web_login.h"
 
 namespace currentconnd {
 namespace {

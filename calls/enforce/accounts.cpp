@@ -7,13 +7,13 @@
 #include <thread>
 
 #include "zevo/account.h"
-#include "zevo/account_access.h"
-#include "zevo/disabled_accounts.h"
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
 
 #include "base/account_name.h"
 #include "calls/enforce/kick_plan.h"
+#include "host/account_access.h"
+#include "host/disabled_accounts.h"
 
 namespace calls::enforce {
 namespace {

@@ -9,9 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "zevo/config.h"
 #include "zevo/error_trail.h"
-#include "zevo/open_files.h"
 
 #include "calls/call_line.h"
 #include "calls/child_calls.h"
@@ -21,6 +19,8 @@
 #include "calls/enforce/snapshot.h"
 #include "calls/json_text.h"
 #include "calls/log.h"
+#include "host/config.h"
+#include "host/open_files.h"
 
 namespace calls::enforce {
 namespace {

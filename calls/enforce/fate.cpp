@@ -7,11 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "zevo/disabled_accounts.h"
-
 #include "base/local_time.h"
 #include "base/read_file.h"
 #include "calls/enforce/kick_plan.h"
+#include "host/disabled_accounts.h"
 
 namespace calls::enforce {
 namespace {

@@ -12,9 +12,8 @@
 
 #include <json/value.h>
 
-#include "zevo/open_files.h"
-
 #include "calls/enforce/snapshot.h"
+#include "host/open_files.h"
 
 namespace calls::enforce {
 

@@ -9,10 +9,10 @@
 
 #include "zevo/connections.h"
 #include "zevo/error_trail.h"
-#include "zevo/list_age.h"
 #include "zevo/login_log.h"
 
 #include "base/read_file.h"
+#include "host/list_age.h"
 
 namespace calls::enforce {
 namespace {

@@ -6,15 +6,15 @@
 #include <unistd.h>
 
 #include "zevo/account.h"
-#include "zevo/config.h"
 #include "zevo/error_trail.h"
-#include "zevo/login_link.h"
-#include "zevo/login_state.h"
 #include "zevo/session_file.h"
-#include "zevo/web_login.h"
 
 #include "cli/terminal/output.h"
 #include "cli/terminal/table_output.h"
+#include "host/config.h"
+#include "host/login_link.h"
+#include "host/login_state.h"
+#include "host/web_login.h"
 
 namespace cli {
 namespace {

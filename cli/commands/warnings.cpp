@@ -4,9 +4,8 @@
 #include <iterator>
 #include <utility>
 
-#include "zevo/disabled_accounts.h"
-
 #include "cli/terminal/output.h"
+#include "host/disabled_accounts.h"
 
 namespace cli {
 namespace {

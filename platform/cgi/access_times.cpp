@@ -5,9 +5,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "zevo/config.h"
-
 #include "cgi/failure.h"
+#include "host/config.h"
 
 namespace zevo {
 namespace {

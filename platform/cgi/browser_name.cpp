@@ -2,9 +2,8 @@
 #include <array>
 #include <string_view>
 
-#include "zevo/web_login.h"
-
 #include "base/text.h"
+#include "host/web_login.h"
 
 namespace zevo {
 namespace {

@@ -11,13 +11,13 @@
 #include <unistd.h>
 
 #include "zevo/cgi.h"
-#include "zevo/config.h"
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
 #include "base/text.h"
 #include "cgi/failure.h"
 #include "cgi/session_record.h"
+#include "host/config.h"
 
 namespace zevo {
 namespace {

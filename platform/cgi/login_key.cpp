@@ -4,14 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "zevo/login_token.h"
-#include "zevo/web_login.h"
-
 #include "base/atomic_file.h"
 #include "base/file_descriptor.h"
 #include "base/read_file.h"
 #include "cgi/failure.h"
 #include "cgi/session_record.h"
+#include "host/login_token.h"
+#include "host/web_login.h"
 
 namespace zevo {
 namespace {

@@ -1,4 +1,4 @@
-#include "zevo/login_link.h"
+#include "host/login_link.h"
 
 #include <array>
 #include <cerrno>
@@ -10,13 +10,13 @@
 
 #include "zevo/error.h"
 #include "zevo/error_trail.h"
-#include "zevo/login_token.h"
 #include "zevo/session_file.h"
 
 #include "base/atomic_file.h"
 #include "base/file_descriptor.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
+#include "host/login_token.h"
 
 namespace zevo {
 namespace {

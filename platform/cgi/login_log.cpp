@@ -15,7 +15,7 @@
 #include "cgi/failure.h"
 #include "cgi/session_lines.h"
 #include "cgi/session_record.h"
-#include "sdk/connections/connection.h"
+#include "services/connection.h"
 
 namespace zevo {
 namespace {

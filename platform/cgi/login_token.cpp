@@ -1,4 +1,4 @@
-#include "zevo/login_token.h"
+#include "host/login_token.h"
 
 #include <algorithm>
 #include <array>

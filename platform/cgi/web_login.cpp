@@ -1,4 +1,4 @@
-#include "zevo/web_login.h"
+#include "host/web_login.h"
 
 #include <algorithm>
 #include <array>

@@ -3,9 +3,8 @@
 #include <new>
 #include <utility>
 
-#include "zevo/config.h"
-
 #include "base/text.h"
+#include "host/config.h"
 #include "sdk/noted_error.h"
 
 namespace zevo {

@@ -8,8 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zevo/disabled_accounts.h"
-
+#include "host/disabled_accounts.h"
 #include "sdk/account_write.h"
 #include "sdk/disabling_record.h"
 #include "sdk/samba_entry.h"
@@ -54,7 +53,7 @@ struct StillLetIn {
 int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
                     std::vector<StillLetIn>* stillLetIn);
 
-// disablingRefusal, enableAccounts and disabledAccounts of zevo/disabled_accounts.h.
+// disablingRefusal, enableAccounts and disabledAccounts of host/disabled_accounts.h.
 int disablingRefusal(const DisablingTools& tools, const std::set<std::string>& names);
 Enabling enableAccounts(const DisablingTools& tools, const std::set<std::string>& names);
 std::optional<std::vector<DisabledAccount>> disabledAccounts(const DisablingTools& tools);

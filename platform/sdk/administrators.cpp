@@ -5,9 +5,8 @@
 #include <map>
 #include <string_view>
 
-#include "zevo/administrators.h"
-#include "zevo/config.h"
-
+#include "host/administrators.h"
+#include "host/config.h"
 #include "sdk/login_state.h"
 
 namespace zevo {

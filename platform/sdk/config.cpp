@@ -1,4 +1,4 @@
-#include "zevo/config.h"
+#include "host/config.h"
 
 #include <cerrno>
 #include <sys/stat.h>

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "zevo/config.h"
+#include "host/config.h"
 
 namespace zevo {
 

@@ -1,5 +1,5 @@
 // The disabled accounts as hosts answer with them.
-#include "zevo/disabled_accounts.h"
+#include "host/disabled_accounts.h"
 
 namespace zevo {
 namespace {

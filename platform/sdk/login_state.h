@@ -6,9 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "zevo/login_state.h"
-
 #include "base/file_failure.h"
+#include "host/login_state.h"
 #include "sdk/account_lookup.h"
 
 namespace zevo {

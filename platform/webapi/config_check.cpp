@@ -1,11 +1,10 @@
-#include "zevo/config_check.h"
+#include "host/config_check.h"
 
 #include <cerrno>
 
-#include "zevo/config.h"
-
 #include "base/group.h"
 #include "base/text.h"
+#include "host/config.h"
 #include "webapi/texts.h"
 
 namespace zevo {

@@ -5,8 +5,7 @@
 #include <syslog.h>
 #include <vector>
 
-#include "zevo/config.h"
-
+#include "host/config.h"
 #include "webapi/texts.h"
 
 struct StringBundle::Texts {

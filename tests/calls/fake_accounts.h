@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "zevo/login_token.h"
-
 #include "calls/accounts.h"
 #include "calls/identity.h"
+#include "host/login_token.h"
 
 namespace calls::testing_support {
 

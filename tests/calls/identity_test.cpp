@@ -5,9 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "zevo/login_token.h"
-
 #include "calls/fake_accounts.h"
+#include "host/login_token.h"
 
 namespace calls {
 namespace {

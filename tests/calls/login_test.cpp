@@ -4,10 +4,9 @@
 #include <gtest/gtest.h>
 #include <json/reader.h>
 
-#include "zevo/config.h"
-#include "zevo/login_token.h"
-
 #include "calls/fake_accounts.h"
+#include "host/config.h"
+#include "host/login_token.h"
 #include "platform/base/temporary_folder.h"
 
 namespace calls {

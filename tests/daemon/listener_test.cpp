@@ -11,8 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "zevo/config.h"
-
+#include "host/config.h"
 #include "platform/base/temporary_folder.h"
 
 namespace currentconnd {

@@ -32,12 +32,12 @@ ZEVO_EXPORT int VLIBUserShadowExpiryDaySet(VLIBUserShadow* shadow, long days);
 // receives the outcome of each account.
 //
 // Day 1 disables the account, for all of the batch or for none: the accounts' entries in Samba's
-// own database are disabled with them, and what was done is recorded for zevo/disabled_accounts.h.
+// own database are disabled with them, and what was done is recorded, so that it can be undone.
 // The new shadow file is the point of no return: where a Samba entry cannot be disabled after it,
-// the result is 0 all the same, the account's outcome is ZEVO_ERR_SYSTEM, and a note of
-// zevo/disabled_accounts.h says so, also where memory runs out after that point. Samba's tool is
-// tried before it. Memory that runs out earlier is ZEVO_ERR_OUT_OF_MEMORY with no account changed;
-// the record may then name some of them, which are listed as changed since. Nothing is thrown.
+// the result is 0 all the same, the account's outcome is ZEVO_ERR_SYSTEM, and a note for the host
+// says so, also where memory runs out after that point. Samba's tool is tried before it. Memory
+// that runs out earlier is ZEVO_ERR_OUT_OF_MEMORY with no account changed; the record may then name
+// some of them, which are listed as changed since. Nothing is thrown.
 ZEVO_EXPORT int ZEVOLocalAccountUserSet(char** names, UserRecord** users, VLIBUserShadow** shadows,
                                         int count, VLIBCMResult** result);
 

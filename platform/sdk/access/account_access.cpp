@@ -1,10 +1,9 @@
-#include "zevo/account_access.h"
+#include "host/account_access.h"
 
 #include <algorithm>
 
-#include "zevo/config.h"
-
 #include "base/read_file.h"
+#include "host/config.h"
 #include "sdk/access/services.h"
 #include "sdk/account_files.h"
 

@@ -8,8 +8,8 @@
 #include "zevo/account.h"
 
 #include "base/open_folder.h"
-#include "sdk/connections/process_owner.h"
-#include "sdk/connections/process_table.h"
+#include "services/process_owner.h"
+#include "services/process_table.h"
 
 namespace zevo::access {
 namespace {

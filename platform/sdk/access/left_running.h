@@ -5,7 +5,7 @@
 #include <sys/types.h>
 #include <vector>
 
-#include "zevo/account_access.h"
+#include "host/account_access.h"
 
 namespace zevo::access {
 

@@ -7,8 +7,8 @@
 
 #include "base/read_file.h"
 #include "sdk/access/words.h"
-#include "sdk/connections/process_files.h"
-#include "sdk/connections/trust.h"
+#include "services/process_files.h"
+#include "services/trust.h"
 
 namespace zevo::access {
 namespace {

@@ -5,11 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "zevo/account_access.h"
-
 #include "base/tool_run.h"
+#include "host/account_access.h"
 #include "sdk/access/pam_verdict.h"
-#include "sdk/connections/process_table.h"
+#include "services/process_table.h"
 
 namespace zevo::access {
 

@@ -6,8 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/connections/namespaced_process.h"
-#include "platform/connections/proc_tree.h"
+#include "platform/services/namespaced_process.h"
+#include "platform/services/proc_tree.h"
 
 namespace zevo {
 

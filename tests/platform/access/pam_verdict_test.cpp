@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/connections/proc_tree.h"
+#include "platform/services/proc_tree.h"
 
 namespace zevo::access {
 

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/connections/proc_tree.h"
+#include "platform/services/proc_tree.h"
 #include "sdk/access/services.h"
 
 namespace zevo {

@@ -1,4 +1,4 @@
-#include "zevo/login_link.h"
+#include "host/login_link.h"
 
 #include <set>
 #include <sys/wait.h>
@@ -7,8 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "zevo/login_token.h"
-
+#include "host/login_token.h"
 #include "platform/cgi/session_fixture.h"
 
 namespace zevo {

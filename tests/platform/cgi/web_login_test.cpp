@@ -1,4 +1,4 @@
-#include "zevo/web_login.h"
+#include "host/web_login.h"
 
 #include <cerrno>
 #include <ctime>
@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 
 #include "zevo/error_trail.h"
-#include "zevo/login_token.h"
 
 #include "base/file_failure.h"
 #include "cgi/session_writer.h"
+#include "host/login_token.h"
 #include "platform/cgi/failing_open.h"
 #include "platform/cgi/session_fixture.h"
 

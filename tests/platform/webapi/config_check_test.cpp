@@ -1,9 +1,8 @@
-#include "zevo/config_check.h"
+#include "host/config_check.h"
 
 #include <gtest/gtest.h>
 
-#include "zevo/config.h"
-
+#include "host/config.h"
 #include "platform/base/temporary_folder.h"
 
 namespace zevo {

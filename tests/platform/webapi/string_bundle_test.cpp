@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "zevo/config.h"
-
+#include "host/config.h"
 #include "platform/base/temporary_folder.h"
 
 namespace {

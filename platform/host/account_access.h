@@ -1,0 +1,82 @@
+// What still lets an account in, and what it has left running. Both functions may throw
+// std::bad_alloc.
+#pragma once
+
+#include <map>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "zevo/export.h"
+
+namespace zevo {
+
+enum class Access {
+  kRefused,
+  kLetIn,
+  kUnknown,
+};
+
+// What one service does with an account whose shadow entry has expired. No texts for people:
+// whoever shows it has words for the keys.
+//
+// Reasons, with the values that they carry:
+//   kRefused  account-rules     PAM's account rules refuse it       pam: the PAM service
+//             own-check         the server looks at the expiry itself
+//             no-local-logins   no account of the system logs in    file
+//             samba-disabled    Samba's own entry is disabled
+//             no-samba-entry    Samba has no entry for it
+//   kLetIn    rules-pass        PAM's account rules let it pass     pam
+//             samba-database    Samba asks its own entries alone    file: of its configuration,
+//                                                                   "" for the usual one
+//   kUnknown  rules-unclear     PAM's account rules decide          pam, cause: module, or what
+//                                                                   failed
+//             own-users         the server has users of its own     cause: where it has them from
+//             domain-accounts   the accounts are a domain's
+//             other-check       the server's way to check is not one that we know   cause
+//             not-read          the configuration cannot be read    cause
+struct ServiceAccess {
+  std::string service;  // "ssh", "vsftpd", "proftpd", "pure-ftpd", "telnet", "console", "samba",
+                        // "afp", "page"
+  Access access = Access::kUnknown;
+  std::string reason;
+  // "" where refused; else what to do: add-account-check (pam), disable-in-samba,
+  // disable-in-domain, remove-own-user, try-login.
+  std::string remedy;
+  std::map<std::string, std::string> values;
+
+  bool operator==(const ServiceAccess&) const = default;
+};
+
+enum class AccessMoment {
+  kNow,           // as the account is; its shadow entry counts as expired all the same
+  kOnceDisabled,  // as it will be once ZEVOLocalAccountUserSet has disabled it
+};
+
+// The services of this server, as their configurations are now: SSH, the FTP servers, Telnet, the
+// console and the page where they are installed, since an inetd or a socket may start them; Samba
+// and AFP where they run. Empty for a name that is no account with a line of its own in the shadow
+// file. It asks `sshd -T`, `testparm` and `pdbedit`, each for the configuration's tool limit at
+// most. Needs effective uid 0.
+ZEVO_EXPORT std::vector<ServiceAccess> accountAccess(const std::string& account,
+                                                     AccessMoment moment);
+
+// What the account has left running.
+struct LeftRunning {
+  // Whose real user it is, and those in user namespaces that it made, zombies aside. In a container
+  // that root made the number is not this account's.
+  std::size_t processes = 0;
+  // Those of them that have another real user or process namespace than what the account runs
+  // outside namespaces of its own.
+  std::vector<pid_t> apart = {};
+  bool hasCrontab = false;
+  std::size_t atJobs = 0;
+
+  bool operator==(const LeftRunning&) const = default;
+};
+
+// Nothing for a name that is no account. `except`: processes that do not count, nor do those below
+// them: the sessions whose end is another matter.
+ZEVO_EXPORT LeftRunning leftRunning(const std::string& account, const std::vector<pid_t>& except);
+
+}  // namespace zevo

@@ -1,0 +1,44 @@
+#include "services/afp.h"
+
+#include <utility>
+
+#include "services/account_name.h"
+#include "services/containers.h"
+#include "services/served_client.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::uint16_t kAfpPort = 548;
+
+bool isAfpd(std::string_view name) {
+  return name == "afpd";
+}
+
+// The user whom a process with these ids serves; empty while nobody has logged in.
+std::string userOf(const Sources& sources, const Process& process, const UserIds& users,
+                   const GroupIds& groups) {
+  if (users.effective != 0) return accountOf(sources, process, users.effective);
+  return groups.effective != 0 ? std::string(kUnknownUser) : std::string();
+}
+
+LoginReading readLogin(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto users = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto groups = users.ok() ? files->groupIds() : Reading<GroupIds>::like(users);
+  if (!groups.ok()) return LoginReading::like(groups);
+  std::string user = userOf(sources, process, *users, *groups);
+  if (user.empty()) return std::optional<Login>();
+  return std::optional<Login>({&process, std::move(user), {}});
+}
+
+}  // namespace
+
+Outcome readAfp(const Sources& sources, std::vector<Connection>& connections) {
+  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
+    return readLogin(sources, process);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_AFP, isAfpd, kAfpPort}, login, connections);
+}
+
+}  // namespace zevo::connections

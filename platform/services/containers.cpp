@@ -1,0 +1,142 @@
+#include "services/containers.h"
+
+#include <map>
+#include <optional>
+#include <utility>
+
+#include "base/account_name.h"
+#include "services/account_name.h"
+#include "services/container_name.h"
+#include "services/trust.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kTries = 3;
+
+// Whether both see the same accounts file. While an account is added a new file takes the place of
+// the old one, so a difference counts only where this machine's file stayed the same.
+Reading<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& home) {
+  auto before = home.accountsFile();
+  for (int i = 0; i < kTries; ++i) {
+    const auto theirs = process.accountsFile();
+    auto now = home.accountsFile();
+    if (!now.ok()) return Reading<bool>::like(now);
+    if (theirs.ok() && *theirs == *now) return true;
+    if (before.ok() && *before == *now) return false;
+    before = std::move(now);
+  }
+  return false;
+}
+
+// Whether a server serves this machine's accounts though its mount namespace is its own, as those
+// of many services are. One that is confined to a folder, or that root did not start, is not asked:
+// the way to its accounts file could lead through what a user laid out.
+bool sharesAccounts(const Sources& sources, const ProcessFiles& server) {
+  const auto root = server.root();
+  const auto owned = isRootOwned(server);
+  if (!root.ok() || *root != "/" || !owned.ok() || !*owned) return false;
+  const auto same = haveSameAccounts(server, sources.home().files);
+  return same.ok() && *same;
+}
+
+// Of a kind that this kernel does not have, both are 0.
+bool hasEnded(const Namespaces& process, const Namespaces& home) {
+  return (process.pid == 0 && home.pid != 0) || (process.network == 0 && home.network != 0) ||
+         (process.mount == 0 && home.mount != 0);
+}
+
+// The number of the namespace in which `server` serves other accounts; 0 where it serves ours.
+std::uint64_t otherNamespace(const Sources& sources, const ProcessFiles& server,
+                             const Namespaces& namespaces) {
+  const Namespaces& home = sources.home().namespaces;
+  if (namespaces.pid != home.pid) return namespaces.pid;
+  if (namespaces.network != home.network) return namespaces.network;
+  if (namespaces.mount == home.mount) return 0;
+  return sharesAccounts(sources, server) ? 0 : namespaces.mount;
+}
+
+// What containerOf() says of the process that decides.
+Reading<std::string> judge(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto namespaces = files.ok() ? files->namespaces() : Reading<Namespaces>::like(files);
+  if (!namespaces.ok()) return Reading<std::string>::like(namespaces);
+  if (hasEnded(*namespaces, sources.home().namespaces)) return Reading<std::string>::gone();
+  const std::uint64_t other = otherNamespace(sources, *files, *namespaces);
+  if (other == 0) return std::string();
+  const auto cgroups = files->cgroups();
+  const auto name = cgroups.ok() ? containerName(*cgroups) : std::nullopt;
+  return name ? *name : std::to_string(other);
+}
+
+// The process with the id `pid`, be it one that began after the scan.
+Reading<Process> processOf(const Sources& sources, pid_t pid) {
+  const Process* process = sources.processes().find(pid);
+  return process != nullptr ? Reading<Process>(*process) : readProcess(sources.paths(), pid);
+}
+
+// What containerOf() says of each process, asked once.
+class Containers {
+ public:
+  explicit Containers(const Sources& sources) : sources_(sources) {}
+
+  const Reading<std::string>& of(pid_t pid) {
+    const auto found = known_.find(pid);
+    if (found != known_.end()) return found->second;
+    const auto process = processOf(sources_, pid);
+    auto container =
+        process.ok() ? containerOf(sources_, *process) : Reading<std::string>::like(process);
+    return known_.emplace(pid, std::move(container)).first->second;
+  }
+
+ private:
+  const Sources& sources_;
+  std::map<pid_t, Reading<std::string>> known_;
+};
+
+bool isOursAnyway(const Connection& connection) {
+  return connection.pid == 0 || connection.type == ZEVO_CURCONN_LOGIN;
+}
+
+void addContainer(const std::string& container, std::string* user) {
+  if (container.empty()) return;
+  if (user->empty()) *user = kUnknownUser;
+  *user += "@" + container;
+}
+
+}  // namespace
+
+Reading<std::string> containerOf(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  const auto namespaces = files.ok() ? files->namespaces() : Reading<Namespaces>::like(files);
+  if (!namespaces.ok()) return Reading<std::string>::like(namespaces);
+  if (*namespaces == sources.home().namespaces) return std::string();  // nearly always
+  const auto server = serverOf(sources, process);
+  if (!server.ok()) return Reading<std::string>::like(server);
+  return judge(sources, *server != nullptr ? **server : process);
+}
+
+std::string accountOf(const Sources& sources, const Process& process, uid_t uid) {
+  const auto container = containerOf(sources, process);
+  return container.ok() && container->empty() ? accountName(uid) : std::string(kUnknownUser);
+}
+
+void nameContainers(const Sources& sources, std::vector<Connection>* connections) {
+  Containers containers(sources);
+  std::vector<Connection> told;
+  told.reserve(connections->size());
+  Outcome outcome;
+  for (Connection& connection : *connections) {
+    if (!isOursAnyway(connection)) {
+      const Reading<std::string>& container = containers.of(connection.pid);
+      if (container.failed()) outcome.add(Outcome::failure(container.cause()));
+      if (!container.ok()) continue;
+      addContainer(*container, &connection.user);
+    }
+    told.push_back(std::move(connection));
+  }
+  connections->swap(told);
+  if (outcome.failed()) sources.note(kConnectionsMissing, "", outcome.cause());
+}
+
+}  // namespace zevo::connections

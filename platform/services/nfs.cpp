@@ -1,0 +1,98 @@
+#include "services/nfs.h"
+
+#include <map>
+#include <set>
+
+#include "services/nfs_clients.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::uint16_t kNfsPort = 2049;
+
+// What is known about one client address.
+struct Host {
+  int connections = 0;                           // to the NFS port
+  int clients = 0;                               // of version 4
+  std::map<std::string, std::string> resources;  // description and time
+};
+
+using Hosts = std::map<std::string, Host>;
+
+// The host with the address `from`. The kernel's server and the mount table write a link-local
+// address without its interface, the sockets tell it with one: it is the same host.
+Hosts::iterator findHost(Hosts* hosts, const std::string& from) {
+  const auto found = hosts->find(from);
+  if (found != hosts->end()) return found;
+  const std::string withInterface = from + "%";
+  const auto next = hosts->lower_bound(withInterface);
+  return next != hosts->end() && next->first.starts_with(withInterface) ? next : hosts->end();
+}
+
+// Kernel threads open their sockets as root, and so does a server that root started.
+bool isServed(const Socket& socket) {
+  return socket.local.port == kNfsPort && socket.inode != 0 && socket.owner == 0 &&
+         !socket.isHalfClosed;
+}
+
+Outcome countConnections(const Sources& sources, Hosts* hosts) {
+  const Reading<SocketTable>& table = sources.sockets();
+  if (!table.ok()) return Outcome::failure(table.cause());
+  for (const Socket& socket : table->all()) {
+    if (isServed(socket)) ++(*hosts)[numericText(socket.remote)].connections;
+  }
+  return Outcome::done();
+}
+
+// Version 4 clients come with a state of their own, whether they hold a connection just now or not.
+Outcome addClients(const Paths& paths, Hosts* hosts) {
+  std::vector<NfsClient> clients;
+  Outcome outcome = readNfsClients(paths, &clients);
+  for (const NfsClient& client : clients) {
+    const auto found = findHost(hosts, client.from);
+    Host& host = found != hosts->end() ? found->second : (*hosts)[client.from];
+    ++host.clients;
+    const auto [resource, isNew] = host.resources.emplace(client.version, client.time);
+    if (!isNew && client.time < resource->second) resource->second = client.time;
+  }
+  return outcome;
+}
+
+// The table keeps mounts of clients that went without a word: a mount counts where its client holds
+// a connection that no version 4 client accounts for.
+void addMounts(const Sources& sources, Hosts* hosts) {
+  if (!isKernelNfsRunning(sources.paths())) return;
+  std::vector<NfsMount> mounts;
+  const Outcome outcome = readRmtab(sources.paths(), &mounts);
+  if (outcome.failed()) {
+    sources.note(kDetailsMissing, "NFS",
+                 "NFS: " + outcome.cause() + "; exports of version 3 are not shown");
+  }
+  for (const NfsMount& mount : mounts) {
+    const auto host = findHost(hosts, mount.from);
+    if (host == hosts->end() || host->second.connections <= host->second.clients) continue;
+    host->second.resources.emplace(mount.folder + " (NFSv3)", std::string());
+  }
+}
+
+void append(const std::string& from, const std::string& descr, const std::string& time,
+            std::vector<Connection>* connections) {
+  connections->push_back(
+      {.pid = 0, .time = time, .from = from, .user = {}, .descr = descr, .type = ZEVO_CURCONN_NFS});
+}
+
+}  // namespace
+
+Outcome readNfs(const Sources& sources, std::vector<Connection>& connections) {
+  Hosts hosts;
+  Outcome outcome = countConnections(sources, &hosts);
+  outcome.add(addClients(sources.paths(), &hosts));
+  addMounts(sources, &hosts);
+  for (const auto& [from, host] : hosts) {
+    for (const auto& [descr, time] : host.resources) append(from, descr, time, &connections);
+    if (host.resources.empty()) append(from, "NFS", {}, &connections);
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,281 @@
+#include "services/openssh.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "services/account_name.h"
+#include "services/client_sockets.h"
+#include "services/containers.h"
+#include "services/trust.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::string_view kNoTerminal = "notty";
+constexpr std::string_view kInternalSftp = "internal-sftp";
+constexpr std::string_view kExternalSftp = "sftp-server";
+constexpr std::string_view kTerminals = "pts/";
+constexpr std::string_view kUnknownTerminal = "terminal not known";
+constexpr std::string_view kLoginHelper = "sshd";  // the account of what serves logins in progress
+
+// sshd, or sshd-session of newer releases; not sshd-auth, which serves logins in progress.
+bool isSshd(std::string_view name) {
+  return name.starts_with("sshd") && name != "sshd-auth";
+}
+
+// One authenticated connection.
+struct Session {
+  const Process* process = nullptr;  // its SIGTERM ends the connection
+  const Process* owner = nullptr;    // root's process that holds the connection's socket
+  std::string user;
+  std::string use;  // as sshSession() tells it
+  std::string from;
+};
+
+// The title of an sshd without the program's name; empty where it has none that can be believed.
+Reading<std::string> titleText(const Sources& sources, const Process* process) {
+  if (process == nullptr || !isSshd(process->name)) return std::string();
+  const auto title = readTitle(sources, *process);
+  if (!title.ok()) return Reading<std::string>::like(title);
+  return std::string(sshTitleText(title->first).value_or(""));
+}
+
+// Whether root's own process with this title serves a session. While a child of one has not become
+// a program yet, it bears its title.
+bool isUnguarded(const SshSession& told, const std::string& parentText) {
+  return told.use != kInternalSftp && !sshSession(parentText);
+}
+
+// The client's connection that `process` still holds though the guard of its session was killed;
+// nothing where it is no such process.
+Reading<std::optional<Socket>> orphansClient(const Sources& sources, const Process& process) {
+  using Result = Reading<std::optional<Socket>>;
+  const Reading<bool>& owned = sources.rootOwned(process);
+  if (!owned.ok()) return Result::like(owned);
+  if (*owned) return std::optional<Socket>();
+  const auto orphaned = isOrphan(sources, process, isSshd);
+  if (!orphaned.ok()) return Result::like(orphaned);
+  if (!*orphaned) return std::optional<Socket>();
+  auto socket = clientSocket(sources, process, isSshd);
+  if (socket.ok() && socket->has_value() && (*socket)->owner != 0) return std::optional<Socket>();
+  return socket;
+}
+
+// The session of which only `process` is left. Its title may be anybody's, and reading it may never
+// return, so its user id alone tells whom it serves.
+Reading<Session> identifyOrphan(const Sources& sources, const Process& process) {
+  const auto client = orphansClient(sources, process);
+  if (!client.ok()) return Reading<Session>::like(client);
+  if (!client->has_value()) return Session();
+  const auto files = sources.filesOf(process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  if (!ids.ok()) return Reading<Session>::like(ids);
+  std::string user = accountOf(sources, process, ids->real);
+  if (user == kLoginHelper) return Session();
+  return Session{&process, &process, std::move(user), std::string(kUnknownTerminal), {}};
+}
+
+// Whether `user` in a title is the account with the number `uid`. Where that cannot be told, as in
+// a container, the title is believed.
+Reading<bool> isAccount(const Sources& sources, const Process& process, const std::string& user,
+                        uid_t uid) {
+  const auto id = accountId(user);
+  if (id.failed() || (id.ok() && *id == uid)) return true;
+  const auto container = containerOf(sources, process);
+  return container.ok() ? Reading<bool>(!container->empty()) : Reading<bool>::like(container);
+}
+
+// The process of root's that guards the session of a user's process: its parent. Null where that
+// serves a session itself, or the login is still going on.
+Reading<const Process*> guardOf(const Sources& sources, const Process* parent,
+                                const std::string& user) {
+  if (parent == nullptr || !isSshd(parent->name) || user == kLoginHelper) return nullptr;
+  const Reading<bool>& owned = sources.rootOwned(*parent);
+  if (!owned.ok()) return Reading<const Process*>::like(owned);
+  return *owned ? parent : nullptr;
+}
+
+// A session whose title, or that of its guard, may have been cut off: sshd has room for titles
+// where its arguments and environment were.
+Reading<Session> identifyByIds(const Sources& sources, Session session, const SshSession& told,
+                               const std::string& parentText) {
+  const Process& process = *session.process;
+  const Reading<bool>& owned = sources.rootOwned(process);
+  if (!owned.ok()) return Reading<Session>::like(owned);
+  const auto files = sources.filesOf(process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto isTold =
+      ids.ok() ? isAccount(sources, process, session.user, ids->real) : Reading<bool>::like(ids);
+  if (!isTold.ok()) return Reading<Session>::like(isTold);
+  if (*owned) {
+    session.owner = *isTold && isUnguarded(told, parentText) ? &process : nullptr;
+    return session;
+  }
+  if (!*isTold) session.user = accountOf(sources, process, ids->real);
+  const auto guard = guardOf(sources, session.owner, session.user);
+  if (!guard.ok()) return Reading<Session>::like(guard);
+  session.owner = *guard;
+  return session;
+}
+
+// The session that `process` serves; its owner is null where it serves none.
+Reading<Session> identify(const Sources& sources, const Process& process) {
+  const auto text = titleText(sources, &process);
+  if (!text.ok()) return Reading<Session>::like(text);
+  if (text->empty()) return identifyOrphan(sources, process);
+  const auto told = sshSession(*text);
+  if (!told) return Session();
+  const Process* parent = sources.processes().find(process.parent);
+  const auto parentText = titleText(sources, parent);
+  if (!parentText.ok()) return Reading<Session>::like(parentText);
+  Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
+  if (isSshGuard(*parentText)) return session;
+  return identifyByIds(sources, std::move(session), *told, *parentText);
+}
+
+// Address of the client, empty where it did not come over TCP.
+Reading<std::string> clientAddress(const Sources& sources, const Process& owner) {
+  const auto socket = clientSocket(sources, owner, isSshd);
+  if (!socket.ok()) return Reading<std::string>::like(socket);
+  return socket->has_value() ? numericText((*socket)->remote) : std::string();
+}
+
+// What runs below a session.
+struct Below {
+  std::vector<const Process*> internalSftp;
+  bool hasExternalSftp = false;
+  bool hasOther = false;  // a command or a shell
+};
+
+bool isSftpServer(const Sources& sources, const Process& process) {
+  if (process.name != kExternalSftp) return false;
+  const auto files = sources.filesOf(process);
+  if (!files.ok()) return false;
+  const auto& servers = sources.paths().sftpServers;
+  return std::any_of(servers.begin(), servers.end(), [&files](const std::string& path) {
+    const auto runs = files->runs(path);
+    return runs.ok() && *runs;
+  });
+}
+
+// Notes what `child` of a session is: an SFTP server, the shell that started one, or anything else.
+void addProgram(const Sources& sources, const Process& child, Below* below) {
+  if (isSftpServer(sources, child)) {
+    below->hasExternalSftp = true;
+    return;
+  }
+  const auto children = sources.processes().children(child.pid);
+  const bool hasServer = std::any_of(children.begin(), children.end(), [&](const Process* process) {
+    return isSftpServer(sources, *process);
+  });
+  below->hasExternalSftp |= hasServer;
+  below->hasOther |= !hasServer || children.size() > 1;
+}
+
+Outcome readBelow(const Sources& sources, const Session& session, Below* below) {
+  Outcome outcome;
+  for (const Process* child : sources.processes().children(session.process->pid)) {
+    const auto text = titleText(sources, child);
+    if (text.failed()) outcome.add(Outcome::failure(text.cause()));
+    if (text.isGone()) continue;
+    const auto told = text.ok() ? sshSession(*text) : std::nullopt;
+    if (told && told->use == kInternalSftp) {
+      below->internalSftp.push_back(child);
+    } else {
+      addProgram(sources, *child, below);
+    }
+  }
+  return outcome;
+}
+
+// The terminals of a session, or what stands for them, and an SFTP server that is a program.
+std::vector<std::string> describe(const Session& session, const Below& below) {
+  std::vector<std::string> uses;
+  std::string_view rest = session.use == kNoTerminal ? std::string_view() : session.use;
+  while (!rest.empty()) {
+    const std::size_t comma = rest.find(',');
+    uses.emplace_back(rest.substr(0, comma));
+    rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
+  }
+  const bool hasSftp = below.hasExternalSftp || !below.internalSftp.empty();
+  if (uses.empty() && (below.hasOther || !hasSftp)) uses.emplace_back("no terminal");
+  if (uses.empty() && !below.internalSftp.empty()) uses.emplace_back("SFTP");
+  if (below.hasExternalSftp) uses.emplace_back("SFTP (sftp-server)");
+  return uses;
+}
+
+// The folder in which the SFTP server works.
+Outcome appendInternalSftp(const Sources& sources, const Session& session, const Process& server,
+                           std::vector<Connection>* connections) {
+  const auto files = sources.filesOf(server);
+  const auto folder = files.ok() ? files->workingDirectory() : Reading<std::string>::like(files);
+  if (folder.failed()) return Outcome::failure(folder.cause());
+  if (!folder.ok()) return Outcome::done();
+  connections->push_back({.pid = server.pid,
+                          .time = sources.startText(server),
+                          .from = session.from,
+                          .user = session.user,
+                          .descr = *folder,
+                          .type = ZEVO_CURCONN_SFTP});
+  return Outcome::done();
+}
+
+Outcome appendSession(const Sources& sources, Session session,
+                      std::vector<Connection>* connections) {
+  auto from = clientAddress(sources, *session.owner);
+  if (from.isGone()) return Outcome::done();
+  if (from.ok()) session.from = std::move(*from);
+  Below below;
+  Outcome outcome = readBelow(sources, session, &below);
+  if (from.failed()) outcome.add(Outcome::failure(from.cause()));
+  for (std::string& use : describe(session, below)) {
+    connections->push_back({.pid = session.process->pid,
+                            .time = sources.startText(*session.owner),
+                            .from = session.from,
+                            .user = session.user,
+                            .descr = std::move(use),
+                            .type = ZEVO_CURCONN_SSH});
+  }
+  for (const Process* server : below.internalSftp) {
+    outcome.add(appendInternalSftp(sources, session, *server, connections));
+  }
+  return outcome;
+}
+
+}  // namespace
+
+std::optional<std::string_view> sshTitleText(std::string_view title) {
+  const std::size_t colon = title.find(": ");
+  if (colon == std::string_view::npos || !isSshd(title.substr(0, colon))) return std::nullopt;
+  return title.substr(colon + 2);
+}
+
+bool isSshGuard(std::string_view text) {
+  return text.ends_with(" [priv]");
+}
+
+std::optional<SshSession> sshSession(std::string_view text) {
+  // The listener shows its arguments, and brackets mark every stage before a session.
+  if (text.empty() || text.starts_with('/') || text.starts_with('[') || text.ends_with(']')) {
+    return std::nullopt;
+  }
+  const std::size_t at = text.rfind('@');
+  if (at == std::string_view::npos || at == 0) return SshSession{text, {}};
+  const std::string_view use = text.substr(at + 1);
+  const bool isUse = use == kNoTerminal || use == kInternalSftp || use.starts_with(kTerminals);
+  return isUse ? SshSession{text.substr(0, at), use} : SshSession{text, {}};
+}
+
+Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections) {
+  Outcome outcome;
+  for (const Process* process : sources.processes().named(isSshd)) {
+    auto session = identify(sources, *process);
+    if (session.failed()) outcome.add(Outcome::failure(session.cause()));
+    if (!session.ok() || session->owner == nullptr) continue;
+    outcome.add(appendSession(sources, std::move(*session), &connections));
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections

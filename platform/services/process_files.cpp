@@ -1,0 +1,328 @@
+#include "services/process_files.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <dirent.h>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <utility>
+
+#include <linux/openat2.h>
+
+#include "base/file_failure.h"
+#include "base/numbers.h"
+#include "base/open_folder.h"
+#include "base/read_file.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::size_t kTextLimit = 4095;
+constexpr std::size_t kLongTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
+constexpr int kMostThreads = 64;  // a tracer may keep any number of ended ones before the others
+constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
+
+// "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
+// NULs behind it.
+Title parseTitle(const std::string& bytes) {
+  Title title;
+  title.first = bytes.substr(0, bytes.find('\0'));
+  title.all = bytes.substr(0, bytes.find_last_not_of('\0') + 1);
+  std::replace(title.all.begin(), title.all.end(), '\0', ' ');
+  return title;
+}
+
+// The line "Uid:\tREAL\tEFFECTIVE\tSAVED\tFILE" of /proc/PID/status, or that of "Gid:". The name
+// above it cannot fake such a line, since the kernel escapes line breaks there.
+template <typename Ids>
+std::optional<Ids> parseIds(std::string_view status, std::string_view key) {
+  const std::size_t line = status.find(key);
+  if (line == std::string_view::npos) return std::nullopt;
+  const char* at = status.data() + line + key.size();
+  const char* end = status.data() + status.size();
+  Ids ids;
+  for (auto* id : {&ids.real, &ids.effective, &ids.saved}) {
+    if (at == end || *at != '\t') return std::nullopt;
+    const auto [next, error] = std::from_chars(at + 1, end, *id);
+    if (error != std::errc()) return std::nullopt;
+    at = next;
+  }
+  return ids;
+}
+
+// The inode in "socket:[12345]", which `kind` "socket" begins.
+std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view kind) {
+  if (!target.starts_with(kind) || !target.substr(kind.size()).starts_with(":[")) {
+    return std::nullopt;
+  }
+  std::uint64_t inode = 0;
+  const auto result =
+      std::from_chars(target.data() + kind.size() + 2, target.data() + target.size(), inode);
+  if (result.ec != std::errc() || *result.ptr != ']') return std::nullopt;
+  return inode;
+}
+
+OpenFolder openFolderAt(int parent, const char* name) {
+  FileDescriptor descriptor = openFileAt(parent, name, O_RDONLY | O_DIRECTORY);
+  OpenFolder folder(descriptor ? ::fdopendir(descriptor.get()) : nullptr);
+  if (folder) static_cast<void>(descriptor.release());  // the folder closes it
+  return folder;
+}
+
+// Whether the thread (of a folder "TID/", else the first one) runs: one that has ended has no root.
+bool runsThread(int folder, const std::string& thread = "") {
+  char byte = 0;
+  return ::readlinkat(folder, (thread + "root").c_str(), &byte, 1) >= 0 || errno != ENOENT;
+}
+
+// The folder of a thread that goes on where the first one has ended; none where that runs, or all
+// have ended.
+FileDescriptor openOtherThread(int process) {
+  if (runsThread(process)) return {};
+  const OpenFolder threads = openFolderAt(process, "task");
+  for (int i = 0; threads && i < kMostThreads; ++i) {
+    const dirent* entry = ::readdir(threads.get());
+    if (entry == nullptr) break;
+    if (!parseNumber<int>(entry->d_name)) continue;
+    if (!runsThread(::dirfd(threads.get()), std::string(entry->d_name) + "/")) continue;
+    return openFileAt(::dirfd(threads.get()), entry->d_name, O_RDONLY | O_DIRECTORY);
+  }
+  return {};
+}
+
+}  // namespace
+
+template <typename T>
+Reading<T> ProcessFiles::endedOrFailed(const char* name, int error) const {
+  if (error == ENOENT || error == ESRCH) return Reading<T>::gone();
+  return Reading<T>::failure("cannot read /proc/" + std::to_string(pid_) + "/" + name + ": " +
+                             errorText(error) +
+                             "; run this as root with the capability CAP_SYS_PTRACE");
+}
+
+Reading<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {
+  return openNamed(paths, pid, std::to_string(pid));
+}
+
+Reading<ProcessFiles> ProcessFiles::openOwn(const Paths& paths) {
+  return openNamed(paths, 0, "self");
+}
+
+Reading<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
+                                              const std::string& name) {
+  ProcessFiles files;
+  files.pid_ = pid;
+  const std::string folder = paths.proc + "/" + name;
+  files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
+  if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
+  return files;
+}
+
+int ProcessFiles::running() const {
+  if (!thread_) thread_ = openOtherThread(folder_.get());
+  return *thread_ ? thread_->get() : folder_.get();
+}
+
+Reading<std::string> ProcessFiles::readText(int folder, const char* name) const {
+  const FileDescriptor file = openFileAt(folder, name, O_RDONLY);
+  if (!file) return endedOrFailed<std::string>(name, errno);
+  std::string text(kTextLimit, '\0');
+  const ssize_t size = ::read(file.get(), text.data(), text.size());
+  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  text.resize(static_cast<std::size_t>(size));
+  return text;
+}
+
+Reading<std::string> ProcessFiles::readLink(int folder, const char* name) const {
+  std::array<char, 4096> target{};
+  const ssize_t size = ::readlinkat(folder, name, target.data(), target.size());
+  // A user may go down as deep as no path can name; that must not hide the connection.
+  if (size < 0 && errno == ENAMETOOLONG) return std::string();
+  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  return std::string(target.data(), static_cast<std::size_t>(size));
+}
+
+Reading<Title> ProcessFiles::title() const {
+  const Reading<std::string> bytes = readText(running(), "cmdline");
+  if (!bytes.ok()) return Reading<Title>::like(bytes);
+  return parseTitle(*bytes);
+}
+
+Reading<UserIds> ProcessFiles::userIds() const {
+  const Reading<std::string> status = readText(folder_.get(), "status");
+  if (!status.ok()) return Reading<UserIds>::like(status);
+  const auto ids = parseIds<UserIds>(*status, "\nUid:");
+  if (!ids) return endedOrFailed<UserIds>("status", EBADMSG);
+  return *ids;
+}
+
+Reading<GroupIds> ProcessFiles::groupIds() const {
+  const Reading<std::string> status = readText(folder_.get(), "status");
+  if (!status.ok()) return Reading<GroupIds>::like(status);
+  const auto ids = parseIds<GroupIds>(*status, "\nGid:");
+  if (!ids) return endedOrFailed<GroupIds>("status", EBADMSG);
+  return *ids;
+}
+
+Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
+  using Result = Reading<std::optional<uid_t>>;
+  const Reading<std::string> text = readText(folder_.get(), "loginuid");
+  if (text.failed()) return Result::like(text);
+  if (!text.ok()) return std::optional<uid_t>();  // a kernel without it has no such file
+  uid_t uid = kNoLogin;
+  const auto result = std::from_chars(text->data(), text->data() + text->size(), uid);
+  if (result.ec != std::errc() || uid == kNoLogin) return std::optional<uid_t>();
+  return std::optional<uid_t>(uid);
+}
+
+Reading<std::string> ProcessFiles::workingDirectory() const {
+  auto folder = readLink(running(), "cwd");
+  if (folder.ok() && folder->empty()) *folder = kUnknownFolder;
+  return folder;
+}
+
+Reading<std::string> ProcessFiles::root() const {
+  return readLink(running(), "root");
+}
+
+// As the kernel knows it already: a file system that a user serves is not asked.
+Reading<struct statx> ProcessFiles::program() const {
+  struct statx file {};
+  constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
+  if (::statx(running(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
+    return endedOrFailed<struct statx>("exe", errno);
+  }
+  return file;
+}
+
+Reading<bool> ProcessFiles::isSetuidProgram() const {
+  const auto file = program();
+  return file.ok() ? Reading<bool>((file->stx_mode & S_ISUID) != 0) : Reading<bool>::like(file);
+}
+
+Reading<bool> ProcessFiles::runs(const std::string& path) const {
+  const auto file = program();
+  if (!file.ok()) return Reading<bool>::like(file);
+  struct statx other {};
+  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_INO, &other) != 0) return false;
+  return file->stx_ino == other.stx_ino && file->stx_dev_major == other.stx_dev_major &&
+         file->stx_dev_minor == other.stx_dev_minor;
+}
+
+Reading<bool> ProcessFiles::isRootsProgram() const {
+  const auto file = program();
+  if (!file.ok()) return Reading<bool>::like(file);
+  constexpr mode_t kForbidden = S_ISUID | S_IWGRP | S_IWOTH;
+  return file->stx_uid == 0 && (file->stx_mode & kForbidden) == 0;
+}
+
+Reading<std::string> ProcessFiles::programName() const {
+  constexpr std::string_view kReplaced = " (deleted)";
+  auto path = readLink(running(), "exe");
+  if (!path.ok()) return path;
+  if (path->ends_with(kReplaced)) (*path).resize(path->size() - kReplaced.size());
+  return path->substr(path->rfind('/') + 1);
+}
+
+Reading<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) const {
+  const std::string name = "ns/" + kind;
+  const bool endsWithThread = kind == "net" || kind == "mnt";
+  const auto target = readLink(endsWithThread ? running() : folder_.get(), name.c_str());
+  if (target.failed()) return Reading<std::uint64_t>::like(target);
+  // Both a kernel without this kind and a process that has ended have no such link.
+  if (!target.ok()) return 0;
+  const auto number = inodeIn(*target, kind);
+  return number ? Reading<std::uint64_t>(*number)
+                : endedOrFailed<std::uint64_t>(name.c_str(), EBADMSG);
+}
+
+FileDescriptor ProcessFiles::openNamespace(const std::string& kind) const {
+  return openFileAt(folder_.get(), ("ns/" + kind).c_str(), O_RDONLY);
+}
+
+Reading<Namespaces> ProcessFiles::namespaces() const {
+  const auto pid = namespaceNumber("pid");
+  const auto network = pid.ok() ? namespaceNumber("net") : pid;
+  const auto mount = network.ok() ? namespaceNumber("mnt") : network;
+  if (!mount.ok()) return Reading<Namespaces>::like(mount);
+  return Namespaces{*pid, *network, *mount};
+}
+
+// In the line "Max processes             0                    0                    processes".
+Reading<bool> ProcessFiles::mayMakeProcesses() const {
+  constexpr std::string_view kKey = "\nMax processes ";
+  const Reading<std::string> limits = readText(folder_.get(), "limits");
+  if (!limits.ok()) return Reading<bool>::like(limits);
+  const std::size_t line = limits->find(kKey);
+  if (line == std::string::npos) return endedOrFailed<bool>("limits", EBADMSG);
+  const std::size_t limit = limits->find_first_not_of(' ', line + kKey.size());
+  return limits->substr(std::min(limit, limits->size()), 2) != "0 ";
+}
+
+Reading<std::string> ProcessFiles::cgroups() const {
+  return readText(running(), "cgroup");
+}
+
+Reading<FileIdentity> ProcessFiles::accountsFile() const {
+  constexpr const char* kName = "root/etc/passwd";
+  const FileDescriptor root = openFileAt(running(), "root", O_PATH | O_DIRECTORY);
+  if (!root) return endedOrFailed<FileIdentity>("root", errno);
+  // Without this a link of that tree to an absolute path would lead into ours.
+  open_how how{};
+  how.flags = O_PATH | O_CLOEXEC;
+  how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
+  const FileDescriptor file(
+      static_cast<int>(::syscall(SYS_openat2, root.get(), "etc/passwd", &how, sizeof(how))));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0) return endedOrFailed<FileIdentity>(kName, errno);
+  return FileIdentity{status.st_dev, status.st_ino};
+}
+
+Reading<std::string> ProcessFiles::readLongText(const std::string& name) const {
+  const FileDescriptor file = openFileAt(running(), name.c_str(), O_RDONLY);
+  if (!file) return endedOrFailed<std::string>(name.c_str(), errno);
+  std::string text;
+  const auto failure = readDescriptor(file.get(), name, kLongTextLimit, &text);
+  return failure ? endedOrFailed<std::string>(name.c_str(), failure->error)
+                 : Reading<std::string>(std::move(text));
+}
+
+Reading<std::string> ProcessFiles::mounts() const {
+  return readLongText("mountinfo");
+}
+
+Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
+  return readLongText("net/" + table);
+}
+
+Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
+  const OpenFolder folder = openFolderAt(running(), "fd");
+  if (!folder) return endedOrFailed<LowSockets>("fd", errno);
+
+  LowSockets low;  // the kernel lists descriptors in order of numbers
+  for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
+    const auto number = parseNumber<int>(entry->d_name);
+    if (!number) continue;
+    low.hasMore = low.looks == most;
+    if (low.hasMore) break;
+    ++low.looks;
+    std::array<char, 64> target{};  // a socket's is shorter; anything longer is none
+    const ssize_t size =
+        ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
+    if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
+    if (size < 0) return endedOrFailed<LowSockets>("fd", errno);
+    const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
+    if (inode) low.sockets.push_back({*number, *inode});
+  }
+  if (errno != 0) return endedOrFailed<LowSockets>("fd", errno);
+  std::sort(low.sockets.begin(), low.sockets.end(),
+            [](const auto& a, const auto& b) { return a.number < b.number; });
+  return low;
+}
+
+}  // namespace zevo::connections

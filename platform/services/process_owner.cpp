@@ -1,0 +1,78 @@
+#include "services/process_owner.h"
+
+#include <optional>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <utility>
+
+#include <linux/nsfs.h>
+
+#include "base/file_descriptor.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr int kDeepest = 40;  // the kernel nests 32 namespaces of a kind
+
+std::uint64_t numberOf(const FileDescriptor& space) {
+  struct stat status {};
+  return ::fstat(space.get(), &status) == 0 ? status.st_ino : 0;
+}
+
+FileDescriptor related(const FileDescriptor& space, unsigned long which) {
+  return FileDescriptor(::ioctl(space.get(), which));
+}
+
+// Of `space` and those around it, the one directly in `home`; none where `home` is not around it.
+FileDescriptor outermost(FileDescriptor space, std::uint64_t home) {
+  for (int i = 0; i < kDeepest; ++i) {
+    FileDescriptor around = related(space, NS_GET_PARENT);
+    if (!around) break;
+    if (numberOf(around) == home) return space;
+    space = std::move(around);
+  }
+  return {};
+}
+
+// Who made the outermost user namespace around what runs in `space`, if that is not ours.
+std::optional<uid_t> makerOf(FileDescriptor space, const Home& home) {
+  if (home.user == 0 || numberOf(space) == home.user) return std::nullopt;
+  const FileDescriptor foreign = outermost(std::move(space), home.user);
+  uid_t maker = 0;
+  if (!foreign || ::ioctl(foreign.get(), NS_GET_OWNER_UID, &maker) != 0) return std::nullopt;
+  return maker;
+}
+
+// Opens the user namespace of the process only where it is not ours, as that of few is.
+std::optional<uid_t> makerAround(const ProcessFiles& process, const Home& home) {
+  const auto number = process.namespaceNumber("user");
+  if (!number.ok() || *number == 0 || *number == home.user) return std::nullopt;
+  return makerOf(process.openNamespace("user"), home);
+}
+
+// The account that may give the number `uid` away, else `uid` itself.
+uid_t accountBehind(uid_t uid, const Home& home) {
+  return home.subordinates.ownerOf(uid).value_or(uid);
+}
+
+}  // namespace
+
+Reading<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
+  const auto maker = makerAround(process, home);
+  if (maker && *maker != 0) return accountBehind(*maker, home);
+  const auto ids = process.userIds();
+  if (!ids.ok()) return Reading<uid_t>::like(ids);
+  return maker ? ids->real : accountBehind(ids->real, home);
+}
+
+Reading<bool> runsHere(const ProcessFiles& process, const Home& home) {
+  const auto number = process.namespaceNumber("pid");
+  if (!number.ok()) return Reading<bool>::like(number);
+  if (*number == home.namespaces.pid) return true;
+  const FileDescriptor foreign = outermost(process.openNamespace("pid"), home.namespaces.pid);
+  if (!foreign) return false;
+  const auto maker = makerOf(related(foreign, NS_GET_USERNS), home);
+  return maker && *maker != 0;
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,95 @@
+#include "services/pureftpd.h"
+
+#include <cerrno>
+#include <optional>
+#include <set>
+#include <unistd.h>
+#include <utility>
+
+#include "base/numbers.h"
+#include "services/containers.h"
+#include "services/served_client.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::string_view kNotLoggedIn = "?";
+
+// pure-ftpd, or with a data base for its users pure-ftpd-mysql and the like.
+bool isPureFtpd(std::string_view name) {
+  return name.starts_with("pure-ftpd");
+}
+
+// Takes the next field, without its escapes, off `line`.
+std::string takeField(std::string_view& line) {
+  std::string field;
+  std::size_t at = 0;
+  for (; at < line.size() && line[at] != '|'; ++at) {
+    if (line[at] == '\\' && at + 1 < line.size()) ++at;
+    field += line[at];
+  }
+  line.remove_prefix(at < line.size() ? at + 1 : at);
+  return field;
+}
+
+// The accounts that Pure-FTPd's own tool tells; none where it cannot be asked.
+std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimits& limits) {
+  const std::string& tool = sources.paths().pureFtpwho;
+  if (::access(tool.c_str(), X_OK) != 0 && errno == ENOENT) return {};
+  const ToolResult result = ToolRun({tool, "-s"}, limits).finish();
+  if (result.complete) return parsePureFtpwho(result.output);
+  sources.note(kDetailsMissing, "FTP",
+               "Pure-FTPd: " + tool + " " + result.cause +
+                   "; its virtual users are shown under the accounts of their processes");
+  return {};
+}
+
+// The user whom the process serves; empty while nobody has logged in.
+std::string userOf(const Sources& sources, const Process& process,
+                   const std::map<pid_t, std::string>& accounts, const UserIds& ids) {
+  const auto account = accounts.find(process.pid);
+  if (account != accounts.end() && account->second != kNotLoggedIn) return account->second;
+  return ids.effective != 0 ? accountOf(sources, process, ids.effective) : std::string();
+}
+
+LoginReading readLogin(const Sources& sources, const Process& process,
+                       const std::map<pid_t, std::string>& accounts) {
+  const auto files = sources.filesOf(process);
+  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
+  if (!folder.ok()) return LoginReading::like(folder);
+  std::string user = userOf(sources, process, accounts, *ids);
+  if (user.empty()) return std::optional<Login>();
+  return std::optional<Login>({&process, std::move(user), *folder});
+}
+
+}  // namespace
+
+std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
+  std::map<pid_t, std::string> accounts;
+  std::set<pid_t> repeated;
+  while (!output.empty()) {
+    const std::size_t length = output.find('\n');
+    std::string_view line = output.substr(0, length);
+    output.remove_prefix(length == std::string_view::npos ? output.size() : length + 1);
+    const std::string digits = takeField(line);
+    std::string account = takeField(line);
+    const auto pid = parseNumber<pid_t>(digits);
+    if (!pid || account.empty()) continue;
+    if (!accounts.emplace(*pid, std::move(account)).second) repeated.insert(*pid);
+  }
+  for (const pid_t pid : repeated) accounts.erase(pid);
+  return accounts;
+}
+
+Outcome readPureFtpd(const Sources& sources, const ToolLimits& limits,
+                     std::vector<Connection>& connections) {
+  std::optional<std::map<pid_t, std::string>> accounts;  // asked for at the first client
+  const auto login = [&](const ServedClient& /*client*/, const Process& process) {
+    if (!accounts) accounts = readAccounts(sources, limits);
+    return readLogin(sources, process, *accounts);
+  };
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isPureFtpd}, login, connections);
+}
+
+}  // namespace zevo::connections

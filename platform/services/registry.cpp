@@ -1,0 +1,233 @@
+#include "services/registry.h"
+
+#include <array>
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <new>
+#include <optional>
+#include <syslog.h>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+#include "zevo/connections.h"
+#include "zevo/error.h"
+#include "zevo/error_trail.h"
+#include "zevo/read_notes.h"
+
+#include "base/proc_pids.h"
+#include "base/text.h"
+#include "host/config.h"
+#include "host/list_age.h"
+#include "services/afp.h"
+#include "services/boot_clock.h"
+#include "services/containers.h"
+#include "services/login.h"
+#include "services/nfs.h"
+#include "services/openssh.h"
+#include "services/proftpd.h"
+#include "services/pureftpd.h"
+#include "services/samba.h"
+#include "services/telnet.h"
+#include "services/vsftpd.h"
+
+namespace zevo::connections {
+namespace {
+
+// What a reading takes at most besides what its tools take.
+constexpr std::chrono::seconds kTimeBesideTools{2};
+
+std::chrono::milliseconds acceptedAge{0};
+
+struct Service {
+  const char* name;  // of the program or source
+  const char* type;  // as notes name it
+  Collector read;
+};
+
+constexpr std::array<Service, 7> kServices = {{
+    {"OpenSSH", "SSH", readOpenssh},
+    {"vsftpd", "FTP", readVsftpd},
+    {"ProFTPD", "FTP", readProftpd},
+    {"telnetd", "TELNET", readTelnet},
+    {"afpd", "AFP", readAfp},
+    {"NFS", "NFS", readNfs},
+    {"console logins", "LOGIN", readLogins},
+}};
+
+// A look at the process of a record: since it was read its pid may have been given to another one.
+using IsSame = std::function<bool(const Process& now)>;
+
+constexpr int kLooksAtEnding = 50;  // for all records together
+constexpr std::chrono::milliseconds kBetweenLooks(10);
+
+// The process now. One that was killed is gone within moments, and who killed it is not to read
+// that it is still there: that is waited for, but not for one that cannot die since it waits
+// itself.
+Reading<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
+  auto now = readProcess(paths, pid);
+  for (; now.ok() && now->isEnding && !now->hasEnded && looks > 0; --looks) {
+    std::this_thread::sleep_for(kBetweenLooks);
+    now = readProcess(paths, pid);
+  }
+  return now;
+}
+
+Reading<bool> isStillServed(const Paths& paths, const Connection& connection, const IsSame& isSame,
+                            int& looks) {
+  if (connection.pid == 0) return true;  // served by no process alone
+  if (connection.pid < 2 || connection.pid > kPidMax) return false;
+  const auto now = readSettled(paths, connection.pid, looks);
+  if (now.isGone()) return false;
+  if (now.failed()) return Reading<bool>::like(now);
+  return !now->hasEnded && isSame(*now);
+}
+
+// Leaves out what is no longer served, and what nothing can be told of: a stale pid is nobody's to
+// signal.
+Outcome dropStale(const Paths& paths, const IsSame& isSame, std::vector<Connection>* connections) {
+  std::vector<Connection> served;
+  served.reserve(connections->size());
+  Outcome outcome;
+  int looks = kLooksAtEnding;
+  for (Connection& connection : *connections) {
+    const auto isServed = isStillServed(paths, connection, isSame, looks);
+    if (isServed.failed()) outcome.add(Outcome::failure(isServed.cause()));
+    if (isServed.ok() && *isServed) served.push_back(std::move(connection));
+  }
+  connections->swap(served);
+  return outcome;
+}
+
+void noteFailure(const Sources& sources, const char* name, const char* type,
+                 const Outcome& outcome) {
+  if (!outcome.failed()) return;
+  sources.note(kConnectionsMissing, type, std::string(name) + ": " + outcome.cause());
+}
+
+// Samba comes last, so that its tool has run beside everything else.
+void readServices(const Sources& sources, const ToolLimits& limits,
+                  std::vector<Connection>* connections) {
+  auto smbstatus = startSmbstatus(sources, limits);
+  for (const Service& service : kServices) {
+    noteFailure(sources, service.name, service.type, service.read(sources, *connections));
+    if (smbstatus.ok() && *smbstatus) (*smbstatus)->drain();
+  }
+  noteFailure(sources, "Pure-FTPd", "FTP", readPureFtpd(sources, limits, *connections));
+  noteFailure(sources, "Samba", "CIFS", readSamba(sources, std::move(smbstatus), *connections));
+}
+
+void logLine(const std::string& line) {
+  ::syslog(LOG_WARNING, "%s", line.c_str());
+}
+
+Outcome readAll(const Paths& paths, const ToolLimits& limits,
+                const Sources::SocketReader& readSockets, const Sources::Log& log,
+                ConnectionList* list) {
+  const auto processes = ProcessTable::scan(paths);
+  if (!processes.ok()) return Outcome::failure(processes.cause());
+  const Sources sources(paths, *processes, readSockets, log);
+  if (!sources.sockets().ok()) return Outcome::failure(sources.sockets().cause());
+  if (processes->unread().failed()) {
+    sources.note(kConnectionsMissing, "", processes->unread().cause());
+  }
+  readServices(sources, limits, &list->connections);
+  nameContainers(sources, &list->connections);
+  const auto isScanned = [&sources](const Process& now) {
+    const Process* then = sources.processes().find(now.pid);
+    return then == nullptr || then->startTicks == now.startTicks;
+  };
+  const Outcome stale = dropStale(paths, isScanned, &list->connections);
+  if (stale.failed()) sources.note(kConnectionsMissing, "", stale.cause());
+  list->notes = sources.notes();
+  return Outcome::done();
+}
+
+int get(_tag_ZEVO_CURCONN_** records) {
+  const auto begin = timeSinceBoot();
+  if (::geteuid() != 0) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM,
+                    "only root can see everybody's connections; run this as root (sudo)");
+    return -1;
+  }
+  Paths paths;
+  if (const auto foreign = foreignPids(paths.proc)) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, *foreign);
+    return -1;
+  }
+  paths.smbstatus = config().smbstatus;
+  paths.sharedList = config().listFolder;
+  ToolLimits limits;
+  limits.time = config().toolLimit;
+  const ListCall call{begin, acceptedAge, limits.time + kTimeBesideTools};
+  ConnectionList list;
+  Outcome outcome = readForCall(paths, limits, call, SocketTable::read, logLine, &list);
+  if (outcome.failed()) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
+    return -1;
+  }
+  *records = pack(list.connections);
+  if (*records == nullptr && !list.connections.empty()) throw std::bad_alloc();
+  setReadNotes(std::move(list.notes));
+  return static_cast<int>(list.connections.size());
+}
+
+}  // namespace
+
+Outcome readConnections(const Paths& paths, const ToolLimits& limits,
+                        const Sources::SocketReader& readSockets, const Sources::Log& log,
+                        ConnectionList* list) {
+  *list = {};
+  Outcome outcome = readAll(paths, limits, readSockets, log, list);
+  for (Connection& connection : list->connections) cleanTexts(connection);
+  for (ReadNote& note : list->notes) note.detail = printable(note.detail);
+  return outcome;
+}
+
+Outcome readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
+                    const Sources::SocketReader& readSockets, const Sources::Log& log,
+                    ConnectionList* list) {
+  bool isOurs = false;
+  const auto read = [&](ConnectionList* ours) {
+    isOurs = true;
+    return readConnections(paths, limits, readSockets, log, ours);
+  };
+  TimedList timed;
+  Outcome outcome = readShared(paths, call, read, &timed);
+  *list = std::move(timed.list);
+  if (isOurs || outcome.failed()) return outcome;
+  // The processes were there when the reading ended: one that began later is another.
+  const auto isOlder = [&timed](const Process& now) {
+    return startSinceBoot(now.startTicks) <= timed.ended;
+  };
+  const Outcome stale = dropStale(paths, isOlder, &list->connections);
+  if (stale.failed()) {
+    log(stale.cause());
+    list->notes.push_back({std::string(kConnectionsMissing), "", printable(stale.cause())});
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections
+
+namespace zevo {
+
+void acceptListAge(std::chrono::milliseconds age) {
+  connections::acceptedAge = age;
+}
+
+}  // namespace zevo
+
+extern "C" int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records) {
+  *records = nullptr;
+  zevo::clearReadNotes();
+  try {
+    return zevo::connections::get(records);
+  } catch (const std::bad_alloc&) {
+    ZEVO_ERR_SET(ZEVO_ERR_OUT_OF_MEMORY);
+  } catch (const std::exception&) {
+    ZEVO_ERR_SET(ZEVO_ERR_SYSTEM);
+  }
+  return -1;
+}

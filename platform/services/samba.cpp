@@ -1,0 +1,66 @@
+#include "services/samba.h"
+
+#include <string>
+
+#include "services/samba_processes.h"
+#include "services/samba_records.h"
+#include "services/smbstatus.h"
+
+namespace zevo::connections {
+namespace {
+
+// Why an answer cannot be used.
+std::string causeOf(const ToolResult& result) {
+  return result.complete ? "gave no answer that can be read" : result.cause;
+}
+
+}  // namespace
+
+SmbstatusRuns::SmbstatusRuns(const Paths& paths, const ToolLimits& limits)
+    : sessions_({paths.smbstatus, "--json", "--processes"}, limits),
+      shares_({paths.smbstatus, "--json", "--shares"}, limits) {}
+
+void SmbstatusRuns::drain() {
+  sessions_.drain();
+  shares_.drain();
+}
+
+std::pair<ToolResult, ToolResult> SmbstatusRuns::finish() {
+  ToolResult sessions = sessions_.finish();
+  return {std::move(sessions), shares_.finish()};
+}
+
+Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
+                                                     const ToolLimits& limits) {
+  using Result = Reading<std::optional<SmbstatusRuns>>;
+  const auto serving = isSmbServed(sources);
+  if (serving.failed()) return Result::like(serving);
+  std::optional<SmbstatusRuns> runs;
+  if (*serving) runs.emplace(sources.paths(), limits);
+  return runs;
+}
+
+Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
+                  std::vector<Connection>& connections) {
+  if (!runs.ok()) return Outcome::failure(runs.cause());
+  if (!*runs) return appendSmbProcesses(sources, kLongestSmbLogin, &connections);
+  const auto [sessionsAnswer, sharesAnswer] = (*runs)->finish();
+  std::optional<std::vector<SmbSession>> sessions;
+  std::optional<std::vector<SmbShare>> shares;
+  if (sessionsAnswer.complete) sessions = parseSmbSessions(sessionsAnswer.output);
+  if (sharesAnswer.complete) shares = parseSmbShares(sharesAnswer.output);
+  if (!sessions || !shares) {
+    sources.note(
+        kDetailsMissing, "CIFS",
+        "Samba: " + sources.paths().smbstatus + " " +
+            causeOf(sessions ? sharesAnswer : sessionsAnswer) +
+            "; its connections are listed without what it would tell (it needs release 4.17 "
+            "or later)");
+  }
+  if (!sessions) return appendSmbProcesses(sources, std::chrono::milliseconds(0), &connections);
+  Outcome outcome = appendSmbSessions(sources, *sessions, shares, &connections);
+  outcome.add(appendSmbProcesses(sources, kLongestSmbLogin, &connections));
+  return outcome;
+}
+
+}  // namespace zevo::connections

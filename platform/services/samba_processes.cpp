@@ -1,0 +1,114 @@
+#include "services/samba_processes.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "services/client_sockets.h"
+#include "services/containers.h"
+#include "services/samba_records.h"
+#include "services/trust.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr std::uint16_t kSmbPort = 445;
+constexpr std::uint16_t kNetbiosPort = 139;
+
+bool isServicePort(std::uint16_t port) {
+  return port == kSmbPort || port == kNetbiosPort;
+}
+
+bool isSmbdAbove(const Sources& sources, const Process& process) {
+  const Process* parent = sources.processes().find(process.parent);
+  return parent != nullptr && isSmbd(parent->name);
+}
+
+bool isSmbdBelow(const Sources& sources, const Process& process) {
+  const auto children = sources.processes().children(process.pid);
+  return std::any_of(children.begin(), children.end(),
+                     [](const Process* child) { return isSmbd(child->name); });
+}
+
+// The client's connection of a session's process: the one to an SMB port, else the first. Where the
+// process is no child of smbd it may be smbd itself, whose own connections (to a directory server,
+// or one that it accepts just now) are nobody's sessions; one that a super-server started has no
+// children.
+Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Process& process) {
+  using Result = Reading<std::optional<Socket>>;
+  const bool isChild = isSmbdAbove(sources, process);
+  if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
+  const auto sockets = connectionsOf(sources, process, isSmbd);
+  if (!sockets.ok()) return Result::like(sockets);
+  std::optional<Socket> first;
+  for (const Socket& socket : *sockets) {
+    if (isServicePort(socket.local.port)) return std::optional<Socket>(socket);
+    if (isChild && !first) first = socket;
+  }
+  return first;
+}
+
+// Whether the process may serve a session, without a look at the descriptors of each child.
+Reading<bool> mayServe(const Sources& sources, const Process& process) {
+  if (isSmbdAbove(sources, process)) return true;
+  const auto socket = sessionSocket(sources, process);
+  return socket.ok() ? Reading<bool>(socket->has_value()) : Reading<bool>::like(socket);
+}
+
+Reading<bool> isOurs(const Sources& sources, const Process& process) {
+  const auto container = containerOf(sources, process);
+  return container.ok() ? Reading<bool>(container->empty()) : Reading<bool>::like(container);
+}
+
+// What processes and sockets tell of one process.
+Outcome appendProcess(const Sources& sources, const Process& process,
+                      std::vector<Connection>* connections) {
+  const auto vouched = isVouchedFor(sources, process, isSmbd);
+  if (vouched.failed()) return Outcome::failure(vouched.cause());
+  if (!vouched.ok() || !*vouched) return Outcome::done();
+  const auto socket = sessionSocket(sources, process);
+  if (socket.failed()) return Outcome::failure(socket.cause());
+  if (!socket.ok() || !socket->has_value()) return Outcome::done();
+  connections->push_back({.pid = process.pid,
+                          .time = sources.startText(process),
+                          .from = numericText((*socket)->remote),
+                          .user = std::string(kUnknownSmbUser),
+                          .descr = std::string(kUnknownSmbShare),
+                          .type = ZEVO_CURCONN_CIFS});
+  return Outcome::done();
+}
+
+std::set<pid_t> smbPids(const std::vector<Connection>& connections) {
+  std::set<pid_t> pids;
+  for (const Connection& connection : connections) {
+    if (connection.type == ZEVO_CURCONN_CIFS) pids.insert(connection.pid);
+  }
+  return pids;
+}
+
+}  // namespace
+
+Reading<bool> isSmbServed(const Sources& sources) {
+  Reading<bool> found = false;
+  for (const Process* process : sources.processes().named(isSmbSessionName)) {
+    auto serving = isVouchedFor(sources, *process, isSmbd);
+    if (serving.ok() && *serving) serving = mayServe(sources, *process);
+    if (serving.ok() && *serving) serving = isOurs(sources, *process);
+    if (serving.ok() && *serving) return serving;
+    if (serving.failed()) found = serving;
+  }
+  return found;
+}
+
+Outcome appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
+                           std::vector<Connection>* connections) {
+  const std::set<pid_t> known = smbPids(*connections);
+  Outcome outcome;
+  for (const Process* process : sources.processes().named(isSmbSessionName)) {
+    if (known.contains(process->pid) || sources.age(*process) < age) continue;
+    outcome.add(appendProcess(sources, *process, connections));
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections

@@ -1,0 +1,134 @@
+#include "services/served_client.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+#include "services/client_sockets.h"
+
+namespace zevo::connections {
+namespace {
+
+// A process and the client's connection that it holds.
+struct Holder {
+  const Process* process = nullptr;
+  Socket socket;
+  bool hasMore = false;  // other connections besides
+};
+
+// The processes that hold one connection, in order of pids. A listener holds a new client's
+// connection for a moment too; where it gives its processes sessions of their own it is told apart
+// by that.
+using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
+
+Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
+                           const Process& process) {
+  const auto sockets = connectionsOf(sources, process, kind.family);
+  if (!sockets.ok()) return Reading<Holder>::like(sockets);
+  Holder holder;
+  for (const Socket& socket : *sockets) {
+    const bool isClient = !kind.port || socket.local.port == *kind.port;
+    if (isClient && holder.process == nullptr) {
+      holder.process = &process;
+      holder.socket = socket;
+    }
+    holder.hasMore |= socket.inode != holder.socket.inode;
+  }
+  return holder.process != nullptr ? Reading<Holder>(holder) : Reading<Holder>::gone();
+}
+
+Outcome readHolders(const Sources& sources, const ServiceKind& kind, Holders* holders) {
+  Outcome outcome;
+  for (const Process* process : sources.processes().named(kind.family)) {
+    const auto holder = readHolder(sources, kind, *process);
+    if (holder.failed()) outcome.add(Outcome::failure(holder.cause()));
+    if (holder.ok()) (*holders)[{holder->socket.inode, process->session}].push_back(*holder);
+  }
+  return outcome;
+}
+
+// The holder whose parent is not one of `holders`, the first where several are orphans. Pids that
+// were given anew during the scan could close a circle: then the first.
+const Holder& uppermost(const std::vector<Holder>& holders) {
+  const auto isBelowAnother = [&holders](const Holder& holder) {
+    return std::any_of(holders.begin(), holders.end(), [&holder](const Holder& other) {
+      return other.process->pid == holder.process->parent;
+    });
+  };
+  const auto top = std::find_if_not(holders.begin(), holders.end(), isBelowAnother);
+  return top != holders.end() ? *top : holders.front();
+}
+
+ServedClient clientOf(const std::vector<Holder>& holders) {
+  const Holder& top = uppermost(holders);
+  ServedClient client;
+  client.socket = top.socket;
+  client.processes.push_back(top.process);
+  for (const Holder& holder : holders) {
+    if (holder.process != top.process) client.processes.push_back(holder.process);
+    if (holder.hasMore) client.withMore.push_back(holder.process);
+  }
+  return client;
+}
+
+std::vector<ServedClient> gather(const Holders& holders) {
+  std::vector<ServedClient> clients;
+  for (const auto& [key, group] : holders) clients.push_back(clientOf(group));
+  std::sort(clients.begin(), clients.end(), [](const ServedClient& a, const ServedClient& b) {
+    return a.processes.front()->pid < b.processes.front()->pid;
+  });
+  return clients;
+}
+
+// Whether the service vouches for the processes of `client`, or they are orphans whose connection
+// root accepted or opened, which no user can do.
+Reading<bool> judge(const Sources& sources, Family family, ServedClient& client) {
+  const Process& top = *client.processes.front();
+  auto vouched = isVouchedFor(sources, top, family);
+  if (!vouched.ok() || *vouched) return vouched;
+  if (client.socket.owner != 0) return false;
+  auto orphaned = isOrphan(sources, top, family);
+  client.isOrphaned = orphaned.ok() && *orphaned;
+  return orphaned;
+}
+
+// The login of a client: that of the first process that has one. None where the session ends just
+// now.
+LoginReading loginOf(const ServedClient& client, const LoginReader& readLogin) {
+  for (const Process* process : client.processes) {
+    auto login = readLogin(client, *process);
+    if (login.failed() || (login.ok() && login->has_value())) return login;
+  }
+  return std::optional<Login>();
+}
+
+Outcome appendSession(const Sources& sources, const ServiceKind& kind, ServedClient client,
+                      const LoginReader& readLogin, std::vector<Connection>* connections) {
+  const auto vouched = judge(sources, kind.family, client);
+  if (vouched.failed()) return Outcome::failure(vouched.cause());
+  if (!vouched.ok() || !*vouched) return Outcome::done();
+  auto login = loginOf(client, readLogin);
+  if (login.failed()) return Outcome::failure(login.cause());
+  if (!login.ok() || !login->has_value()) return Outcome::done();
+  connections->push_back({.pid = (*login)->process->pid,
+                          .time = sources.startText(*client.processes.front()),
+                          .from = numericText(client.socket.remote),
+                          .user = std::move((*login)->user),
+                          .descr = std::move((*login)->descr),
+                          .type = kind.type});
+  return Outcome::done();
+}
+
+}  // namespace
+
+Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
+                     std::vector<Connection>& connections) {
+  Holders holders;
+  Outcome outcome = readHolders(sources, kind, &holders);
+  for (ServedClient& client : gather(holders)) {
+    outcome.add(appendSession(sources, kind, std::move(client), readLogin, &connections));
+  }
+  return outcome;
+}
+
+}  // namespace zevo::connections

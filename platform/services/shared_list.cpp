@@ -1,0 +1,231 @@
+#include "services/shared_list.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cstdlib>
+#include <optional>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+
+#include "base/file_descriptor.h"
+#include "base/read_file.h"
+#include "services/boot_clock.h"
+#include "services/list_text.h"
+
+namespace zevo::connections {
+namespace {
+
+constexpr const char* kList = "list";
+constexpr const char* kLock = "lock";
+constexpr std::size_t kLongestList = 256UL * 1024 * 1024;
+constexpr std::chrono::milliseconds kTimeBetweenLooks{3};
+constexpr std::chrono::milliseconds kLongestPause{250};
+
+bool isOurs(int file) {
+  struct stat status {};
+  return ::fstat(file, &status) == 0 && status.st_uid == ::geteuid() &&
+         (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+// Whether nobody but us and root can put another folder into the place of one in this folder.
+bool isWay(int folder) {
+  struct stat status {};
+  if (::fstat(folder, &status) != 0) return false;
+  const bool isOwned = status.st_uid == 0 || status.st_uid == ::geteuid();
+  const bool isShared = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
+  return isOwned && (!isShared || (status.st_mode & S_ISVTX) != 0);
+}
+
+// Opens `name` below `folder`, made where it is missing.
+FileDescriptor enter(int folder, const std::string& name, mode_t mode) {
+  constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
+  FileDescriptor next = openFileAt(folder, name.c_str(), kFlags);
+  if (next || errno != ENOENT) return next;
+  const bool isNew = ::mkdirat(folder, name.c_str(), mode) == 0;
+  if (!isNew && errno != EEXIST) return {};
+  next = openFileAt(folder, name.c_str(), kFlags);
+  if (isNew && next) ::fchmod(next.get(), mode);  // whatever the umask
+  return next;
+}
+
+// The folder at the absolute `path`, where it is ours alone. Step by step, since a link further up
+// would be followed.
+FileDescriptor openOurFolder(const std::string& path) {
+  FileDescriptor folder = openFile("/", O_RDONLY | O_DIRECTORY);
+  for (std::size_t at = 1; at < path.size();) {
+    if (!folder || !isWay(folder.get())) return {};
+    const std::size_t end = std::min(path.find('/', at), path.size());
+    folder = enter(folder.get(), path.substr(at, end - at), end == path.size() ? 0700 : 0755);
+    at = end + 1;
+  }
+  return folder && isOurs(folder.get()) ? std::move(folder) : FileDescriptor();
+}
+
+std::optional<TimedList> load(int folder, std::string_view key, std::chrono::nanoseconds oldest) {
+  const FileDescriptor file = openFileAt(folder, kList, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+  std::string text;
+  if (!file || !isOurs(file.get()) || readDescriptor(file.get(), kList, kLongestList, &text)) {
+    return std::nullopt;
+  }
+  auto list = parseListText(text, key, oldest);
+  // Of a time to come: not of this start of the system.
+  if (list && list->began > timeSinceBoot()) return std::nullopt;
+  return list;
+}
+
+bool writeAll(int file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = ::write(file, bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+// Replaces the list as a whole. Where that fails the others read for themselves.
+void store(int folder, std::string_view text) {
+  const std::string name = "new." + std::to_string(::getpid());
+  ::unlinkat(folder, name.c_str(), 0);
+  const FileDescriptor file =
+      openFileAt(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+  if (!file) return;
+  const bool isStored =
+      writeAll(file.get(), text) && ::renameat(folder, name.c_str(), folder, kList) == 0;
+  if (!isStored) ::unlinkat(folder, name.c_str(), 0);
+}
+
+// The right to read for others too.
+class ReadersLock {
+ public:
+  enum class State { kOurs, kTaken, kUnusable };
+
+  // Tries once.
+  explicit ReadersLock(int folder)
+      : file_(openFileAt(folder, kLock, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600)) {
+    if (!file_ || !isOurs(file_.get())) return;
+    const bool isTaken = ::flock(file_.get(), LOCK_EX | LOCK_NB) != 0;
+    if (isTaken && errno != EWOULDBLOCK) return;
+    state_ = isTaken ? State::kTaken : State::kOurs;
+    if (!isTaken) write(std::to_string(timeSinceBoot().count()));
+  }
+  ~ReadersLock() {
+    if (state_ == State::kOurs) write("");
+  }
+  ReadersLock(const ReadersLock&) = delete;
+  ReadersLock& operator=(const ReadersLock&) = delete;
+
+  [[nodiscard]] State state() const { return state_; }
+  // When the holder began; nothing where it has not said so yet.
+  [[nodiscard]] std::optional<std::chrono::nanoseconds> holdersBegin() const {
+    std::array<char, 32> text{};
+    const ssize_t size = ::pread(file_.get(), text.data(), text.size(), 0);
+    std::int64_t began = 0;
+    if (size <= 0 || std::from_chars(text.data(), text.data() + size, began).ec != std::errc()) {
+      return std::nullopt;
+    }
+    return std::chrono::nanoseconds(began);
+  }
+
+ private:
+  // Where that fails, the others wait for as long as they have patience.
+  void write(std::string_view text) const {
+    [[maybe_unused]] const bool isWritten =
+        ::ftruncate(file_.get(), 0) == 0 && ::pwrite(file_.get(), text.data(), text.size(), 0) >= 0;
+  }
+
+  FileDescriptor file_;
+  State state_ = State::kUnusable;
+};
+
+Outcome readTimed(const ListReader& read, TimedList* list) {
+  list->began = timeSinceBoot();
+  Outcome outcome = read(&list->list);
+  list->ended = timeSinceBoot();
+  return outcome;
+}
+
+Outcome readForAll(int folder, std::string_view key, const ListReader& read, TimedList* list) {
+  Outcome outcome = readTimed(read, list);
+  if (!outcome.failed()) store(folder, listText(key, *list));
+  return outcome;
+}
+
+// The calls of one moment do not come at once: without a pause the first of them would read for
+// itself, and all others for each other after that.
+void awaitOthers(int folder, std::string_view key) {
+  const auto last = load(folder, key, std::chrono::nanoseconds(0));
+  if (last) std::this_thread::sleep_for(restAfter(*last, timeSinceBoot()));
+}
+
+// A link such as "mnt:[4026531841]" of the kernel's.
+std::string linkText(const std::string& path) {
+  std::array<char, 64> target{};
+  const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
+  return {target.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+}
+
+}  // namespace
+
+std::chrono::nanoseconds restAfter(const TimedList& last, std::chrono::nanoseconds now) {
+  const std::chrono::nanoseconds none(0);
+  const auto pause =
+      std::clamp<std::chrono::nanoseconds>(last.ended - last.began, none, kLongestPause);
+  return std::clamp(last.ended + pause - now, none, pause);
+}
+
+std::string sharingKey(const Paths& paths) {
+  std::string key;
+  for (const std::string* path : {&paths.proc, &paths.utmp, &paths.logindSessions, &paths.nfsd,
+                                  &paths.rmtab, &paths.smbstatus, &paths.pureFtpwho}) {
+    key += *path + "\n";
+  }
+  for (const char* space : {"mnt", "net", "pid", "time", "user"}) {
+    key += linkText(std::string("/proc/self/ns/") + space) + "\n";
+  }
+  struct stat root {};
+  if (::stat("/", &root) == 0) {
+    key += std::to_string(root.st_dev) + ":" + std::to_string(root.st_ino) + "\n";
+  }
+  std::string boot;
+  if (!readFile("/proc/sys/kernel/random/boot_id", 64, &boot)) key += boot;
+  const char* zone = ::getenv("TZ");
+  return key + (zone != nullptr ? zone : "");
+}
+
+Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& read,
+                   TimedList* list) {
+  const FileDescriptor folder = openOurFolder(paths.sharedList);
+  if (!folder) return readTimed(read, list);
+  const std::string key = sharingKey(paths);
+  const auto takeStored = [&] {
+    auto stored = load(folder.get(), key, call.begin - call.acceptedAge);
+    if (stored) *list = std::move(*stored);
+    return stored.has_value();
+  };
+  while (!takeStored()) {
+    const ReadersLock lock(folder.get());
+    if (lock.state() == ReadersLock::State::kOurs) {
+      // Whoever held it may have stored a list since we looked.
+      if (takeStored()) return Outcome::done();
+      awaitOthers(folder.get(), key);
+      return readForAll(folder.get(), key, read, list);
+    }
+    const bool isTaken = lock.state() == ReadersLock::State::kTaken;
+    const auto now = timeSinceBoot();
+    const auto holders = isTaken ? lock.holdersBegin() : std::nullopt;
+    // Its holder hangs, or it is not ours: who comes next makes another.
+    if (!isTaken || (holders && now > *holders + call.patience)) {
+      ::unlinkat(folder.get(), kLock, 0);
+    }
+    if (!isTaken || now > call.begin + call.patience) return readTimed(read, list);
+    std::this_thread::sleep_for(kTimeBetweenLooks);
+  }
+  return Outcome::done();
+}
+
+}  // namespace zevo::connections

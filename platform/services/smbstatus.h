@@ -1,0 +1,45 @@
+// The answers of Samba's smbstatus, as of release 4.17.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/open_files.h"
+
+namespace zevo::connections {
+
+// One login of one client. Texts may hold any byte.
+struct SmbSession {
+  std::string id;
+  std::string node;  // the node of a cluster; empty outside of one
+  std::int64_t pid = 0;
+  std::string user;
+  std::string from;              // numeric address; empty where the answer has a name only
+  std::uint16_t clientPort = 0;  // 0 where the answer has none
+  std::string time;              // local time; empty before release 4.20
+
+  bool operator==(const SmbSession&) const = default;
+};
+
+// One share in use by one session.
+struct SmbShare {
+  std::string sessionId;
+  std::string name;
+  std::string time;  // local time; empty where the answer's is none
+
+  bool operator==(const SmbShare&) const = default;
+};
+
+// Parse what `smbstatus --json --processes` and `--shares` print, in the order of their members.
+// Sessions whose login is still going on, and members that are no sessions or shares, are left out.
+// Nothing where the text as a whole is no such answer.
+std::optional<std::vector<SmbSession>> parseSmbSessions(std::string_view text);
+std::optional<std::vector<SmbShare>> parseSmbShares(std::string_view text);
+// The same of `smbstatus --json --locks`, as host/open_files.h says. Those of other nodes of a
+// cluster are left out.
+std::optional<OpenFiles> parseSmbOpenFiles(std::string_view text);
+
+}  // namespace zevo::connections
