@@ -11,6 +11,7 @@ import listing
 import namespace
 import processes
 import waiting
+from daemon_test import DaemonTest
 
 # The names that a connection's process may have before it is signalled.
 _PROCESS_NAMES = {"CIFS": "smbd", "AFP": "afpd", "FTP": "ftpd", "TELNET": "telnetd", "SSH": "sshd"}
@@ -19,23 +20,8 @@ _LOADED_AT = time.time()  # before any connection of a test began
 _TIME = re.compile(r"\d{4}-\d\d-\d\d \d\d:\d\d:\d\d")
 
 
-class ServiceTest(unittest.TestCase):
-    """A test against real daemons; whatever it starts or connects ends with it."""
-
-    maxDiff = None
-
-    @classmethod
-    def server(cls, daemon):
-        """Starts a daemon for all tests of the class."""
-        daemon.start()
-        cls.addClassCleanup(daemon.stop)
-        return daemon
-
-    def client(self, make, *arguments, **options):
-        """Connects a client for one test."""
-        client = make(*arguments, **options)
-        self.addCleanup(client.close)
-        return client
+class ServiceTest(DaemonTest):
+    """A test of what the command line lists of the daemons."""
 
     def assertList(self, expected, *arguments, command="list"):
         """Compares the whole list, in any order, once clients and daemons have settled; checks every process."""

@@ -10,6 +10,7 @@ sys.path[:0] = [_HERE, os.path.join(_HERE, "../../services")]
 
 import namespace  # noqa: E402
 from clients import ssh  # noqa: E402
+from daemon_test import DaemonTest  # noqa: E402
 from daemons.openssh import OpenSsh  # noqa: E402
 from daemons.samba import Samba  # noqa: E402
 from daemons_of_host import Currentconnd, PlainLighttpd  # noqa: E402
@@ -39,23 +40,28 @@ def start_file_server(test_class):
     return samba, daemon
 
 
-class HostTest(unittest.TestCase):
-    """A test against the real daemon; what the class starts ends with it."""
+class HostTest(DaemonTest):
+    """A test against the real daemon."""
 
-    maxDiff = None
+    def assertIsReport(self, answer):
+        """The answer is the report as a file to keep, and names bob."""
+        self.assertEqual(200, answer.status)
+        self.assertEqual('attachment; filename="currentlog.html"', answer.headers["Content-Disposition"])
+        self.assertTrue(answer.body.startswith(b"<html><head>\n"), answer.body[:80])
+        self.assertTrue(answer.body.endswith(b"</table></body></html>"), answer.body[-80:])
+        self.assertIn(b">bob</td>", answer.body)
+
+
+class BehindWebServer:
+    """Mixed into the test case of each packaged web server: the server with TLS in front of the daemon."""
+
+    web_server = None
 
     @classmethod
-    def server(cls, daemon):
-        """Starts a daemon for all tests of the class."""
-        daemon.start()
-        cls.addClassCleanup(daemon.stop)
-        return daemon
-
-    def client(self, make, *arguments, **options):
-        """Connects a client for one test."""
-        client = make(*arguments, **options)
-        self.addCleanup(client.close)
-        return client
+    def setUpClass(cls):
+        add_accounts()
+        cls.server(Currentconnd())
+        cls.server(cls.web_server())
 
 
 def main():

@@ -4,10 +4,10 @@ import concurrent.futures
 import time
 
 import host_test
-from host_test import HostTest
+from host_test import BehindWebServer, HostTest
 import namespace
 import waiting
-from daemons_of_host import Apache, Currentconnd, Lighttpd, Nginx, TLS_PORT
+from daemons_of_host import Apache, Lighttpd, Nginx, TLS_PORT
 from http_client import Client
 
 SIDE_BY_SIDE = 16  # as many as the page ends connections at once
@@ -30,16 +30,12 @@ def statuses(count, at_once, call):
         return [answer.status for answer in pool.map(lambda _: call(), range(count))]
 
 
-class Limited:
+class Limited(BehindWebServer):
     """Mixed into the test case of each server. Each test has a client of its own, whose calls none other has used up."""
-
-    web_server = None
 
     @classmethod
     def setUpClass(cls):
-        host_test.add_accounts()
-        cls.server(Currentconnd())
-        cls.server(cls.web_server())
+        super().setUpClass()
         cls.patient = browser("10.20.0.5")
         cls.try_until_refused()
         cls.refused_at = time.monotonic()

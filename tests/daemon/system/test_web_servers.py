@@ -4,9 +4,9 @@ import os
 import ssl
 
 import host_test
-from host_test import HostTest
+from host_test import BehindWebServer, HostTest
 import namespace
-from daemons_of_host import Apache, Currentconnd, Lighttpd, Nginx, PAGE, TLS_PORT
+from daemons_of_host import Apache, Lighttpd, Nginx, PAGE, TLS_PORT
 from http_client import Client
 
 _HEADERS = {
@@ -19,16 +19,8 @@ _HEADERS = {
 }
 
 
-class BehindTls:
+class BehindTls(BehindWebServer):
     """Mixed into the test case of each server."""
-
-    web_server = None
-
-    @classmethod
-    def setUpClass(cls):
-        host_test.add_accounts()
-        cls.server(Currentconnd())
-        cls.server(cls.web_server())
 
     def browser(self, address="10.20.0.2"):
         return Client(address, TLS_PORT, tls=True)
