@@ -35,7 +35,7 @@ _currentconn() {
   done
   case $previous in
     --sort-by) _currentconn_offer 'time user from resource service' "$current" ;;
-    --service) _currentconn_offer 'cifs afp ftp sftp ssh telnet web' "$current" ;;
+    --service) _currentconn_offer '@KICKED_SERVICES@' "$current" ;;
     --user) mapfile -t COMPREPLY < <(compgen -u -- "$current") ;;
     --config | --output | -o) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
     --filter | --from | --start | --limit | --url | --mode) COMPREPLY=() ;;

@@ -27,7 +27,7 @@ complete -c currentconn -n '__fish_seen_subcommand_from list mine' -l limit -x -
 complete -c currentconn -n '__fish_seen_subcommand_from list mine disabled' -l json -d 'Print JSON'
 complete -c currentconn -n '__fish_seen_subcommand_from list mine' -l watch -d 'Show it again and again'
 complete -c currentconn -n '__fish_seen_subcommand_from kick' -l from -x -d 'Only from this client'
-complete -c currentconn -n '__fish_seen_subcommand_from kick' -l service -x -a 'cifs afp ftp sftp ssh telnet web' -d 'Only over this service'
+complete -c currentconn -n '__fish_seen_subcommand_from kick' -l service -x -a '@KICKED_SERVICES@' -d 'Only over this service'
 complete -c currentconn -n '__fish_seen_subcommand_from kick disable' -l yes -d 'Do not ask'
 complete -c currentconn -n '__fish_seen_subcommand_from kick disable' -l dry-run -d 'Only show what would be done'
 complete -c currentconn -n '__fish_seen_subcommand_from report' -s o -l output -r -F -d 'Where to'

@@ -27,7 +27,7 @@ _currentconn() {
         mine) _arguments $common $order $watched '--user[whose connections]:user:_users' ;;
         kick)
           _arguments $common '--user[only of this user]:user:_users' '--from[only from this client]:address:' \
-            '--service[only over this service]:service:(cifs afp ftp sftp ssh telnet web)' \
+            '--service[only over this service]:service:(@KICKED_SERVICES@)' \
             '--filter[only where this text occurs]:text:' '--yes[do not ask]' \
             '--dry-run[only show what would be done]' '*:pid:'
           ;;

@@ -1,32 +1,26 @@
 #include "cli/commands/selection.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
+#include <string_view>
 #include <strings.h>
 
 #include "base/numbers.h"
+#include "host/service_table.h"
 
 namespace cli {
 namespace {
 
-struct ServiceWord {
-  const char* typed;
-  const char* type;  // the methods' word
-};
-
-constexpr std::array<ServiceWord, 13> kServices = {{{"cifs", "CIFS"},
-                                                    {"smb", "CIFS"},
-                                                    {"afp", "AFP"},
-                                                    {"ftp", "FTP"},
-                                                    {"sftp", "SFTP"},
-                                                    {"ssh", "SSH"},
-                                                    {"telnet", "TELNET"},
-                                                    {"nfs", "NFS"},
-                                                    {"login", "LOGIN"},
-                                                    {"web", "HTTP/HTTPS"},
-                                                    {"http", "HTTP/HTTPS"},
-                                                    {"http/https", "HTTP/HTTPS"},
-                                                    {"unknown", "UNKNOWN"}}};
+// The list's name for the service that `word` means; empty where it means none.
+std::string_view typeFor(const std::string& word) {
+  const auto isIt = [&](std::string_view known) {
+    return !known.empty() && strcasecmp(word.c_str(), known.data()) == 0;
+  };
+  for (const zevo::ListedService& service : zevo::kListedServices) {
+    if (std::any_of(service.words.begin(), service.words.end(), isIt)) return service.name;
+  }
+  return isIt(zevo::kUnlistedService) ? zevo::kUnlistedService : "";
+}
 
 bool takePids(const std::vector<std::string>& words, Json::Value* select, std::string* wrong) {
   for (const std::string& word : words) {
@@ -51,14 +45,14 @@ bool takeText(const char* name, const std::optional<std::string>& word, Json::Va
 
 bool takeService(const std::optional<std::string>& word, Json::Value* select, std::string* wrong) {
   if (!word) return true;
-  for (const ServiceWord& known : kServices) {
-    if (strcasecmp(word->c_str(), known.typed) != 0) continue;
-    (*select)["type"] = known.type;
+  const std::string_view type = typeFor(*word);
+  if (!type.empty()) {
+    (*select)["type"] = std::string(type);
     return true;
   }
-  *wrong =
-      "--service must be cifs, afp, ftp, sftp, ssh, telnet, nfs, login, web or unknown, found \"" +
-      *word + "\"";
+  const auto usualWord = [](const zevo::ListedService& service) { return service.words.front(); };
+  *wrong = "--service must be " + zevo::enumerateServices(usualWord) + " or unknown, found \"" +
+           *word + "\"";
   return false;
 }
 

@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <string>
+
+#include "host/service_table.h"
 
 namespace cli {
 namespace {
@@ -12,19 +15,28 @@ constexpr int kTimeWidth = 19;
 // Digits of the greatest pid.
 constexpr int kPidWidth = 7;
 
-constexpr std::array<Column, 6> kColumns = {{
-    {"USER", "the account, as the service knows it", [](const Connection& c) { return c.who; }, 6,
-     false, 0},
-    {"SERVICE", "CIFS, AFP, FTP, SFTP, SSH, TELNET, NFS, LOGIN, HTTP/HTTPS",
-     [](const Connection& c) { return c.type; }, 4, false, 1},
-    {"FROM", "the client's address", [](const Connection& c) { return c.from; }, 6, false, 2},
-    {"SINCE", "when it began, in the server's local time",
-     [](const Connection& c) { return c.time; }, kTimeWidth, false, 5},
-    {"RESOURCE", "what is in use: share, folder, terminal",
-     [](const Connection& c) { return c.descr; }, 6, false, 4},
-    {"PID", "the process that serves it", [](const Connection& c) { return std::to_string(c.pid); },
-     kPidWidth, true, 3},
-}};
+// "CIFS, AFP, ...".
+const char* serviceNames() {
+  static const std::string names =
+      zevo::enumerateServices([](const zevo::ListedService& service) { return service.name; });
+  return names.c_str();
+}
+
+const std::array<Column, 6>& allColumns() {
+  static const std::array<Column, 6> columns = {{
+      {"USER", "the account, as the service knows it", [](const Connection& c) { return c.who; }, 6,
+       false, 0},
+      {"SERVICE", serviceNames(), [](const Connection& c) { return c.type; }, 4, false, 1},
+      {"FROM", "the client's address", [](const Connection& c) { return c.from; }, 6, false, 2},
+      {"SINCE", "when it began, in the server's local time",
+       [](const Connection& c) { return c.time; }, kTimeWidth, false, 5},
+      {"RESOURCE", "what is in use: share, folder, terminal",
+       [](const Connection& c) { return c.descr; }, 6, false, 4},
+      {"PID", "the process that serves it",
+       [](const Connection& c) { return std::to_string(c.pid); }, kPidWidth, true, 3},
+  }};
+  return columns;
+}
 
 // Width of all columns that are not left out, with what `width` gives for each and the gaps.
 template <typename Width>
@@ -63,7 +75,7 @@ std::size_t nextToShrink(const std::vector<int>& widths, const std::vector<int>&
 }  // namespace
 
 std::span<const Column> columns() {
-  return kColumns;
+  return allColumns();
 }
 
 std::vector<int> fitColumns(std::span<const Column> columns, std::vector<int> wanted,

@@ -1,8 +1,7 @@
-#include "services/afp.h"
-
 #include <utility>
 
 #include "services/account_name.h"
+#include "services/collectors.h"
 #include "services/containers.h"
 #include "services/served_client.h"
 

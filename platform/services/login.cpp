@@ -1,5 +1,3 @@
-#include "services/login.h"
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -8,6 +6,8 @@
 
 #include "base/local_time.h"
 #include "base/read_file.h"
+#include "host/service_table.h"
+#include "services/collectors.h"
 #include "services/login_process.h"
 #include "services/logind.h"
 #include "services/trust.h"
@@ -23,11 +23,11 @@ constexpr int kLongestWay = 32;                         // up through parents
 constexpr std::time_t kSlackSeconds = 60;
 
 bool isNetworkService(std::string_view name) {
-  constexpr std::array<std::string_view, 6> kWords = {"sshd",    "telnetd", "ftpd",
-                                                      "rlogind", "smbd",    "afpd"};
-  return std::any_of(kWords.begin(), kWords.end(), [name](std::string_view word) {
-    return name.find(word) != std::string_view::npos;
-  });
+  const auto isIn = [name](std::string_view word) {
+    return !word.empty() && name.find(word) != std::string_view::npos;
+  };
+  return isIn("rlogind") || std::any_of(kListedServices.begin(), kListedServices.end(),
+                                        [&](const ListedService& s) { return isIn(s.process); });
 }
 
 // Whether one of root's network services stands above `process`, or is it. A user's program under

@@ -1,6 +1,5 @@
 #include "services/registry.h"
 
-#include <array>
 #include <chrono>
 #include <exception>
 #include <functional>
@@ -20,17 +19,12 @@
 #include "base/text.h"
 #include "host/config.h"
 #include "host/list_age.h"
-#include "services/afp.h"
+#include "host/service_table.h"
 #include "services/boot_clock.h"
+#include "services/collectors.h"
 #include "services/containers.h"
-#include "services/login.h"
-#include "services/nfs.h"
-#include "services/openssh.h"
-#include "services/proftpd.h"
 #include "services/pureftpd.h"
 #include "services/samba.h"
-#include "services/telnet.h"
-#include "services/vsftpd.h"
 
 namespace zevo::connections {
 namespace {
@@ -39,22 +33,6 @@ namespace {
 constexpr std::chrono::seconds kTimeBesideTools{2};
 
 std::chrono::milliseconds acceptedAge{0};
-
-struct Service {
-  const char* name;  // of the program or source
-  const char* type;  // as notes name it
-  Collector read;
-};
-
-constexpr std::array<Service, 7> kServices = {{
-    {"OpenSSH", "SSH", readOpenssh},
-    {"vsftpd", "FTP", readVsftpd},
-    {"ProFTPD", "FTP", readProftpd},
-    {"telnetd", "TELNET", readTelnet},
-    {"afpd", "AFP", readAfp},
-    {"NFS", "NFS", readNfs},
-    {"console logins", "LOGIN", readLogins},
-}};
 
 // A look at the process of a record: since it was read its pid may have been given to another one.
 using IsSame = std::function<bool(const Process& now)>;
@@ -100,22 +78,24 @@ Outcome dropStale(const Paths& paths, const IsSame& isSame, std::vector<Connecti
   return outcome;
 }
 
-void noteFailure(const Sources& sources, const char* name, const char* type,
+void noteFailure(const Sources& sources, const char* server, ZEVO_CURCONN_TYPE type,
                  const Outcome& outcome) {
   if (!outcome.failed()) return;
-  sources.note(kConnectionsMissing, type, std::string(name) + ": " + outcome.cause());
+  sources.note(kConnectionsMissing, serviceName(type),
+               std::string(server) + ": " + outcome.cause());
 }
 
 // Samba comes last, so that its tool has run beside everything else.
 void readServices(const Sources& sources, const ToolLimits& limits,
                   std::vector<Connection>* connections) {
   auto smbstatus = startSmbstatus(sources, limits);
-  for (const Service& service : kServices) {
-    noteFailure(sources, service.name, service.type, service.read(sources, *connections));
+  for (const ServerCollector& server : kCollectors) {
+    noteFailure(sources, server.name, server.type, server.read(sources, *connections));
     if (smbstatus.ok() && *smbstatus) (*smbstatus)->drain();
   }
-  noteFailure(sources, "Pure-FTPd", "FTP", readPureFtpd(sources, limits, *connections));
-  noteFailure(sources, "Samba", "CIFS", readSamba(sources, std::move(smbstatus), *connections));
+  noteFailure(sources, "Pure-FTPd", ZEVO_CURCONN_FTP, readPureFtpd(sources, limits, *connections));
+  noteFailure(sources, "Samba", ZEVO_CURCONN_CIFS,
+              readSamba(sources, std::move(smbstatus), *connections));
 }
 
 void logLine(const std::string& line) {

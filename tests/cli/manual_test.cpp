@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/arguments.h"
+#include "host/service_table.h"
 
 namespace cli {
 namespace {
@@ -58,6 +59,17 @@ TEST(Manual, NamesEveryOptionOfTheHelpAndNoOther) {
 
 TEST(Manual, NamesEveryCommandOfTheHelpAndNoOther) {
   EXPECT_EQ(matchesIn(manual(), "\n\\.B currentconn ([a-z-]+)\n"), commands());
+}
+
+TEST(Manual, NamesTheServicesThatAKickEnds) {
+  Names expected;
+  for (const zevo::ListedService& service : zevo::kListedServices) {
+    if (service.canBeEnded) expected.emplace(service.words.front());
+  }
+  const std::string text = manual();
+  const std::size_t begin = text.find("Only connections over this service:\n");
+  const std::string list = text.substr(begin, text.find("\n.TP", begin) - begin);
+  EXPECT_EQ(matchesIn(list.substr(list.find(".BR")), "(?:BR|, \"|or \") ([a-z]+)"), expected);
 }
 
 TEST(Completion, NamesEveryOptionOfTheHelpAndNoOther) {

@@ -14,6 +14,11 @@ for file in share/currentconn/page/index.html include/currentconn/zevo/api_table
   share/fish/vendor_completions.d/currentconn.fish; do
   [[ -s $tree/$file ]] || { echo "not installed: $file" >&2; exit 1; }
 done
+for shell in bash-completion/completions/currentconn zsh/vendor-completions/_currentconn \
+  fish/vendor_completions.d/currentconn.fish; do
+  grep -q '[^a-z]cifs .*telnet web[^a-z]' "$tree/share/$shell" ||
+    { echo "the completions do not name a kick's services: $shell" >&2; exit 1; }
+done
 if ldd "$tree"/lib/currentconn/{bin/*,lib/*.so,modules/*.so} | grep -e "$build" -e 'not found'; then
   echo "the installed files need the build" >&2
   exit 1

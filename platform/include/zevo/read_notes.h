@@ -19,7 +19,7 @@ inline constexpr std::string_view kDetailsMissing = "details_missing";
 
 struct ReadNote {
   std::string code;     // one of the two above
-  std::string service;  // "CIFS", "SSH", "FTP", "TELNET", "AFP", "NFS", "LOGIN"; empty: any of them
+  std::string service;  // as the list has it, "SSH" standing for SFTP too; empty: any of them
   std::string detail;   // the cause, a sentence without a full stop; may name paths and processes
 
   bool operator==(const ReadNote&) const = default;

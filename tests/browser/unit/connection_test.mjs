@@ -1,4 +1,5 @@
 import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
 import { test } from 'node:test';
 import { identityOf, whyNotDisable, whyNotEnd } from '../../../web/script/model/connection.js';
 import { connection, webLogin } from '../stand_in/world.mjs';
@@ -8,6 +9,15 @@ const olga = { name: 'olga', address: '10.20.0.2' };
 test('services with a process of their own can be ended', () => {
   for (const type of ['CIFS', 'AFP', 'FTP', 'SFTP', 'SSH', 'TELNET']) {
     assert.equal(whyNotEnd(connection({ pid: 7, type }), olga), null, type);
+  }
+});
+
+test('the page ends what the table of services says can be ended', () => {
+  const table = readFileSync(new URL('../../../platform/host/service_table.h', import.meta.url), 'utf8');
+  const rows = [...table.matchAll(/^ +\{ZEVO_CURCONN_\w+, "([^"]+)".*, (true|false)\},$/gm)];
+  assert.equal(rows.length, Number(/array<ListedService, (\d+)>/.exec(table)[1]));
+  for (const [, type, canBeEnded] of rows) {
+    assert.equal(whyNotEnd(connection({ pid: 7, type }), olga) === null, canBeEnded === 'true', type);
   }
 });
 

@@ -1,11 +1,10 @@
-#include "services/afp.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "platform/services/accounts.h"
 #include "platform/services/print.h"
 #include "platform/services/service_fixture.h"
+#include "services/collectors.h"
 
 namespace zevo::connections {
 namespace {

@@ -1,5 +1,3 @@
-#include "services/login.h"
-
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,6 +9,7 @@
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
 #include "platform/services/utmp_bytes.h"
+#include "services/collectors.h"
 
 namespace zevo::connections {
 namespace {

@@ -58,6 +58,21 @@ TEST_F(OpensshTitlesTest, TheUserIsTheAccountUnderWhateverNameTheClientGave) {
                           sftp(88, "/home/alice"), ssh(97, "no terminal", "bob@example.com")));
 }
 
+TEST_F(OpensshTitlesTest, WhereTitlesAreCutOffTheIdsTellTheUser) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: al");
+  tree_.write(66, "cmdline", title("sshd: alice [pr"));
+  addChild(73, 72, "sshd: alice@intern");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
+TEST_F(OpensshTitlesTest, ALoginInProgressWhoseTitleIsCutOffIsNoConnection) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alic", kSshdUser);
+  tree_.write(66, "cmdline", title("sshd: alic"));
+  EXPECT_THAT(read(), IsEmpty());
+}
+
 TEST_F(OpensshTitlesTest, AUsersOwnProgramOfThatNameIsNoConnection) {
   addProgram(200, 1, "-bash", "bash");
   addProgram(201, 200, "sshd: root [priv]", "sshd");
