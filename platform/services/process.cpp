@@ -31,7 +31,8 @@ void skipWords(std::string_view& rest, int count) {
 }
 
 // The fields behind the name, in the order of proc(5): 3 state, 4 parent, 6 session, 7 terminal,
-// 9 flags, 20 threads, 22 start, 26 code, 28 stack, 31 pending signals.
+// 9 flags, 20 threads, 22 start, 26 code, 28 stack, 31 pending signals, 48 to 51 arguments and
+// environment.
 bool parseFieldsAfterName(std::string_view rest, Process* process) {
   const std::string_view state = nextWord(rest);
   if (!parseNumber(nextWord(rest), &process->parent)) return false;
@@ -59,6 +60,11 @@ bool parseFieldsAfterName(std::string_view rest, Process* process) {
   if (!parseNumber(nextWord(rest), &signals)) return false;
   const bool isExiting = (flags & kExitingFlag) != 0 && !isFirstEnded;
   process->isEnding = isExiting || (signals & kKillSignal) != 0;
+  skipWords(rest, 16);
+  for (auto* place : {&process->argumentsBegin, &process->argumentsEnd, &process->environmentBegin,
+                      &process->environmentEnd}) {
+    if (!parseNumber(nextWord(rest), place)) return false;
+  }
   return true;
 }
 
@@ -95,8 +101,7 @@ Reading<Process> readProcess(int proc, pid_t pid) {
   std::array<char, 32> path{};
   std::snprintf(path.data(), path.size(), "%d/stat", pid);
   const FileDescriptor file = openFileAt(proc, path.data(), O_RDONLY);
-  // A line has at most 52 fields of 20 digits; the ones that are read stand in its first half.
-  std::array<char, 1024> buffer{};
+  std::array<char, 2048> buffer{};  // at most 52 fields of 20 digits
   const ssize_t size = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
   if (size < 0 && meansGone(errno)) return Reading<Process>::gone();
   if (size < 0) return Reading<Process>::failure(failureText(pid, errno));

@@ -25,6 +25,11 @@ struct Process {
   // Where the kernel laid out the program that the process runs; 0 where the reader may not know.
   std::uint64_t codeAddress = 0;
   std::uint64_t stackAddress = 0;
+  // Where its arguments and its environment stand in its memory; 0 as above.
+  std::uint64_t argumentsBegin = 0;
+  std::uint64_t argumentsEnd = 0;
+  std::uint64_t environmentBegin = 0;
+  std::uint64_t environmentEnd = 0;
   bool isKernelThread = false;
   // A zombie with all its threads: it serves nothing, though its pid is still taken. Where its
   // first thread alone has ended it goes on, without the addresses above.

@@ -153,6 +153,33 @@ Reading<Title> ProcessFiles::title() const {
   return parseTitle(*bytes);
 }
 
+FileDescriptor ProcessFiles::memory() const {
+  return openFileAt(running(), "mem", O_RDONLY);
+}
+
+// As the kernel makes "cmdline" of it: a title that is longer than the arguments goes on in the
+// environment behind them, up to a NUL.
+Reading<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process& process) const {
+  if (process.argumentsEnd <= process.argumentsBegin) return Title();
+  const std::size_t arguments = process.argumentsEnd - process.argumentsBegin;
+  const bool isEnvironmentNext = process.environmentBegin == process.argumentsEnd &&
+                                 process.environmentEnd > process.environmentBegin;
+  const std::uint64_t end = isEnvironmentNext ? process.environmentEnd : process.argumentsEnd;
+  std::string bytes(std::min<std::size_t>(end - process.argumentsBegin, kTextLimit), '\0');
+  const ssize_t size =
+      ::pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(process.argumentsBegin));
+  if (size < 0) return endedOrFailed<Title>("mem", errno);
+  if (size == 0) {
+    const auto ids = userIds();
+    return ids.ok() ? Reading<Title>(Title()) : Reading<Title>::like(ids);
+  }
+  bytes.resize(static_cast<std::size_t>(size));
+  const bool goesOn = arguments <= bytes.size() && bytes[arguments - 1] != '\0';
+  bytes.resize(goesOn ? std::min(bytes.find('\0'), bytes.size())
+                      : std::min(arguments, bytes.size()));
+  return parseTitle(bytes);
+}
+
 Reading<UserIds> ProcessFiles::userIds() const {
   const Reading<std::string> status = readText(folder_.get(), "status");
   if (!status.ok()) return Reading<UserIds>::like(status);

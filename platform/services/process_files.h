@@ -81,8 +81,13 @@ class ProcessFiles {
   static Reading<ProcessFiles> openOwn(const Paths& paths);
 
   [[nodiscard]] pid_t pid() const { return pid_; }  // 0 of openOwn()
-  // Read through the process's own memory: where a user controls that, the call may never return.
-  // readTitle in trust.h asks first.
+  // The memory of the program that the process runs by now; a program that it begins later has
+  // another. None where the kernel does not give it.
+  [[nodiscard]] FileDescriptor memory() const;
+  // The title in `memory`, where `process` tells its place; empty where that program runs no more.
+  // Where a user controls the memory the call may never return: readTitle in trust.h asks first.
+  [[nodiscard]] Reading<Title> titleIn(const FileDescriptor& memory, const Process& process) const;
+  // The title of whatever the process runs when it is read. As above.
   [[nodiscard]] Reading<Title> title() const;
   [[nodiscard]] Reading<UserIds> userIds() const;
   [[nodiscard]] Reading<GroupIds> groupIds() const;

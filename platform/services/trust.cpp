@@ -34,10 +34,14 @@ Reading<Title> readTitle(const Sources& sources, const Process& process) {
   const auto files = sources.filesOf(process);
   const auto isRoots = files.ok() ? isRootsImage(sources, process) : Reading<bool>::like(files);
   if (!isRoots.ok()) return Reading<Title>::like(isRoots);
-  // A program that it has run since the scan may be a user's.
+  if (!*isRoots) return Title();
+  // A program that it has run since the scan may be a user's. One that it begins only after this
+  // look has another memory than the one that is open by then.
+  const FileDescriptor memory = files->memory();
   const auto now = readProcess(sources.paths(), process.pid);
   if (!now.ok()) return Reading<Title>::like(now);
-  return *isRoots && shareImage(process, *now) ? files->title() : Reading<Title>(Title());
+  if (!shareImage(process, *now)) return Title();
+  return memory ? files->titleIn(memory, *now) : files->title();
 }
 
 Reading<bool> isRootOwned(const ProcessFiles& files) {

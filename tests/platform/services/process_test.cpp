@@ -18,7 +18,8 @@ std::string statOf(const std::string& name) {
   return "812 (" + name +
          ") S 799 812 805 34817 -1 4194560 1053 0 1 0 0 1 0 0 20 0 1 0 26243 15568896 2304 "
          "18446744073709551615 94017221775360 94017222298329 140730021953472 0 0 0 0 4096 65536 0 "
-         "0 0 17 1 0 0 0 0 0 0 0 0 0 0 0 0 0\n";
+         "0 0 17 1 0 0 0 0 0 94017222409248 94017222422040 94017233604608 140730021957601 "
+         "140730021957628 140730021957628 140730021957999 0\n";
 }
 
 TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
@@ -32,6 +33,10 @@ TEST(ProcessStatTest, TakesTheFieldsThatTheRegistryNeeds) {
   EXPECT_EQ(process->startTicks, 26243U);
   EXPECT_EQ(process->codeAddress, 94017221775360U);
   EXPECT_EQ(process->stackAddress, 140730021953472U);
+  EXPECT_EQ(process->argumentsBegin, 140730021957601U);
+  EXPECT_EQ(process->argumentsEnd, 140730021957628U);
+  EXPECT_EQ(process->environmentBegin, 140730021957628U);
+  EXPECT_EQ(process->environmentEnd, 140730021957999U);
   EXPECT_FALSE(process->isKernelThread);
   EXPECT_FALSE(process->hasEnded);
 }
