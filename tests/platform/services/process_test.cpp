@@ -95,7 +95,7 @@ TEST(ProcessReadTest, AForkedProcessSharesItsParentsImageUntilItRunsAnotherProgr
   const pid_t child = ::fork();
   if (child == 0) {
     char byte = 0;
-    static_cast<void>(::read(pipe[0], &byte, 1));
+    if (::read(pipe[0], &byte, 1) != 1) ::_exit(1);
     ::execl("/bin/sleep", "sleep", "1000", nullptr);
     ::_exit(1);
   }
