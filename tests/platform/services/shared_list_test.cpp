@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/base/temporary_folder.h"
 #include "platform/services/callers.h"
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
@@ -226,8 +227,7 @@ class UnusableListTest : public SharedListTest {
   void SetUp() override {
     store();
     ASSERT_TRUE(isShared());
-    std::ifstream file(path("list"), std::ios::binary);
-    text_.assign(std::istreambuf_iterator<char>(file), {});
+    text_ = testing_support::contentOf(path("list"));
   }
   void expectReplaced() {
     EXPECT_FALSE(isShared());
