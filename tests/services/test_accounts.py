@@ -172,6 +172,7 @@ class SambaTest(AccountTest):
         samba = cls.server(Samba(("obey pam restrictions = no",)))
         for name in ("alice", "bob"):
             samba.add_user(name)
+            cls.addClassCleanup(namespace.run, "pdbedit", "--delete", f"--user={name}")
 
     def setUp(self):
         super().setUp()
