@@ -3,7 +3,6 @@
 import os
 import re
 import shutil
-import stat
 
 import namespace
 import waiting
@@ -24,12 +23,11 @@ PLAIN_PORT = 8088
 TLS_PORT = 8443
 
 
-def is_socket(path):
-    """Whether a socket has this name."""
-    try:
-        return stat.S_ISSOCK(os.stat(path).st_mode)
-    except FileNotFoundError:
-        return False
+def is_listening(path):
+    """Whether somebody accepts connections at this name: a socket that is left from a daemon before has it, too."""
+    accepting = "00010000"  # the kernel's __SO_ACCEPTCON
+    sockets = [line.split() for line in namespace.read("/proc/net/unix").splitlines()]
+    return any(socket[-1] == path and socket[3] == accepting for socket in sockets)
 
 
 class Currentconnd(Daemon):
@@ -50,7 +48,7 @@ class Currentconnd(Daemon):
 
     def start(self):
         super().start()
-        waiting.until("the daemon's sockets", lambda: is_socket(WEB_SOCKET) and is_socket(LOCAL_SOCKET))
+        waiting.until("the daemon's sockets", lambda: is_listening(WEB_SOCKET) and is_listening(LOCAL_SOCKET))
         return self
 
     def log_text(self):

@@ -17,7 +17,7 @@ import namespace
 import processes
 import scgi_client
 import waiting
-from daemons_of_host import Currentconnd, is_socket, LOCAL_SOCKET, PACKAGING, PlainLighttpd, WEB_SOCKET
+from daemons_of_host import Currentconnd, is_listening, LOCAL_SOCKET, PACKAGING, PlainLighttpd, WEB_SOCKET
 from http_client import API, Client, check
 from scgi_client import call, exchange, parsed, received, request
 
@@ -268,7 +268,7 @@ class Log(HostTest):
                                   env=namespace.ENVIRONMENT)
         self.addCleanup(daemon.wait)
         self.addCleanup(daemon.terminate)
-        waiting.until("its sockets", lambda: is_socket(LOCAL_SOCKET))
+        waiting.until("its sockets", lambda: is_listening(LOCAL_SOCKET))
         return daemon
 
     def crash_and_ask(self, times):
