@@ -14,16 +14,26 @@ struct TokenerDeleter {
 };
 
 // The object that all of `text` is, or null.
-JsonObject parseObject(std::string_view text) {
+JsonObject parseWith(int flags, std::string_view text) {
   const std::unique_ptr<json_tokener, TokenerDeleter> tokener(json_tokener_new_ex(kDeepest));
   if (!tokener) return owned(nullptr);
-  json_tokener_set_flags(tokener.get(), JSON_TOKENER_STRICT | JSON_TOKENER_VALIDATE_UTF8);
+  json_tokener_set_flags(tokener.get(), flags);
   JsonObject object =
       owned(json_tokener_parse_ex(tokener.get(), text.data(), static_cast<int>(text.size())));
   const bool isWhole = json_tokener_get_error(tokener.get()) == json_tokener_success &&
                        json_tokener_get_parse_end(tokener.get()) == text.size();
   if (!isWhole || !json_object_is_type(object.get(), json_type_object)) return owned(nullptr);
   return object;
+}
+
+// Where json-c 0.18 is strict it takes each byte above 127 for a control character, so the syntax
+// is checked without these.
+JsonObject parseObject(std::string_view text) {
+  std::string ascii(text);
+  std::replace_if(
+      ascii.begin(), ascii.end(), [](char c) { return static_cast<unsigned char>(c) > 127; }, '?');
+  if (!parseWith(JSON_TOKENER_STRICT, ascii)) return owned(nullptr);
+  return parseWith(JSON_TOKENER_VALIDATE_UTF8, text);
 }
 
 std::string_view withoutLineBreak(std::string_view line) {
