@@ -49,6 +49,8 @@ if [[ $1 != --started ]]; then
   enter_group
   exec unshare --cgroup "$here/boot.sh" --started
 fi
+# An older mount(8) does not put a file system over itself.
+umount --lazy /sys/fs/cgroup
 mount -t cgroup2 cgroup2 /sys/fs/cgroup
 # Services' mounts, such as those of their credentials, reach them by propagation.
 mount --make-rshared /
