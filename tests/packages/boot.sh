@@ -22,15 +22,15 @@ END
   ln -sf /usr/lib/systemd/system/multi-user.target /etc/systemd/system/default.target
 }
 
-# Devices that every program may need, and none of the machine's terminals.
+# Devices that every program may need, and none of the machine's terminals. Debian 12 empties /tmp when it starts.
 make_devices() {
-  mkdir /tmp/dev
-  cp --archive /dev/{null,zero,full,random,urandom,tty,ptmx} /tmp/dev/
-  mkdir /tmp/dev/{pts,shm}
-  ln -s /proc/self/fd /tmp/dev/fd
-  mount -t devpts -o newinstance,ptmxmode=0666,mode=0620,gid=5 devpts /tmp/dev/pts
-  mount --bind /tmp/dev/pts/ptmx /tmp/dev/ptmx
-  mount --rbind /tmp/dev /dev
+  mount -t tmpfs -o mode=755 tmpfs /mnt
+  cp --archive /dev/{null,zero,full,random,urandom,tty,ptmx} /mnt/
+  mkdir /mnt/{pts,shm}
+  ln -s /proc/self/fd /mnt/fd
+  mount -t devpts -o newinstance,ptmxmode=0666,mode=0620,gid=5 devpts /mnt/pts
+  mount --bind /mnt/pts/ptmx /mnt/ptmx
+  mount --move /mnt /dev
 }
 
 # systemd rules a control group of its own, below which it sees none of the machine's.
