@@ -10,6 +10,8 @@ make_unit() {
   cat >/etc/systemd/system/packages-test.service <<END
 [Unit]
 After=basic.target
+FailureAction=exit
+FailureActionExitStatus=1
 [Service]
 Type=oneshot
 ExecStart=/bin/bash -c '"\$0" "\$@"; systemctl exit \$?' $*
