@@ -45,7 +45,7 @@ pageTest('what follows is said before anything happens', async ({ driver, page, 
     'Disable carol?',
     "carol can no longer log in to services that check this server's accounts.",
     'currentconn enable carol',
-    '2 connections of carol end now; unsaved work can be lost:',
+    '2 connections of carol end now; unsaved work may be lost:',
     'pts/3',
     'An SFTP session of carol over the same SSH connection ends too.',
     '1 connection of carol may stay:',
@@ -73,7 +73,7 @@ pageTest('what still lets the user in, and what goes on, is said before', async 
   await driver.enter();
   await askToDisableCarol(driver);
   assertSaid(await driver.dialogText(), [
-    'Samba: carol can log in even while disabled. It asks only its own database. Disable the account there too:',
+    'Samba: carol can log in even while disabled. It checks only its own database. Disable the account in Samba too:',
     'smbpasswd -c /etc/samba/b.conf -d carol',
     'SSH: carol can log in even while disabled. The account rules of its PAM service sshd accept expired accounts. ' +
       'Make “account required pam_unix.so” the first account rule in /etc/pam.d/sshd.',
@@ -217,14 +217,14 @@ pageTest('while the server waits the dialog stays and says so', async ({ driver,
   await disableCarol(driver);
   await driver.dialogTitle('Disabling carol');
   await page.keyboard.press('Escape');
-  assert.match(await driver.dialogText(), /Each process has up to five seconds to end\./);
+  assert.match(await driver.dialogText(), /Each process is given up to five seconds to exit\./);
   await driver.dialogTitle('carol is disabled');
 });
 
 const kFailures = [
   [{ status: 403, code: 105 }, 'carol was not disabled', /Administrator rights are required/],
-  [{ status: 500, code: 117 }, 'It is not certain that carol is disabled', /could not complete the request[^]*chage -l carol/],
-  [{ status: 504, code: 504 }, 'It is not certain that carol is disabled', /did not answer in time[^]*chage -l carol/],
+  [{ status: 500, code: 117 }, 'It is unclear whether carol is disabled', /could not complete the request[^]*chage -l carol/],
+  [{ status: 504, code: 504 }, 'It is unclear whether carol is disabled', /did not respond in time[^]*chage -l carol/],
 ];
 
 for (const [problem, title, sentence] of kFailures) {
@@ -243,7 +243,7 @@ pageTest('a connection that breaks off in between leaves it open', async ({ driv
   await askToDisableCarol(driver);
   await page.route('**/api/perform', (route) => route.abort());
   await driver.press('Disable carol');
-  await driver.dialogTitle('It is not certain that carol is disabled');
+  await driver.dialogTitle('It is unclear whether carol is disabled');
 });
 
 const kGreyed = [

@@ -45,7 +45,7 @@ pageTest('the dialog names all that ends, and why', async ({ driver, world }) =>
   for (const sentence of [
     'The same process also serves alice, who will be disconnected too.',
     '4 files are open: /srv/photos/a.jpg, /srv/photos/b.jpg, /srv/photos/c.jpg, …',
-    '1 more login of carol at 10.0.0.8 ends too.',
+    '1 more login of carol from 10.0.0.8 ends too.',
     'An SFTP session of dave over the same SSH connection ends too.',
     'Firefox, Chrome',
   ]) {
@@ -108,7 +108,7 @@ pageTest('while the server works the dialog says so and cannot be lost', async (
   await endSelected(driver);
   await driver.press('End 2 connections');
   await driver.dialogTitle('Ending 2 connections');
-  assert.match(await driver.dialogText(), /Each process has up to five seconds to end\./);
+  assert.match(await driver.dialogText(), /Each process is given up to five seconds to exit\./);
   assert.equal(await page.locator('#dialog button').count(), 0);
   await page.keyboard.press('Escape');
   assert.equal(await page.isVisible('#dialog'), true);
@@ -141,11 +141,11 @@ pageTest('the result says of each row what became of it', async ({ driver, page,
     ['gone', 'Had already ended'],
     ['moved', 'Still connected\nIt continues in process 4711.'],
     ['other', 'Still connected\nIts process now serves zoe.'],
-    ['returned', 'Ended, then connected again'],
+    ['returned', 'Ended, then reconnected'],
     ['stubborn', 'Still connected\nIts process did not end in time.'],
     [
       'unclear',
-      'Not known: the list could not be read in full\nThe list could not be read again. The server reports: no /proc',
+      'Unknown: the list could not be read in full\nThe list could not be read again. The server reports: no /proc',
     ],
   ]);
   await driver.press('Done');
@@ -177,12 +177,12 @@ pageTest('from who is connected again one comes to disabling the account', async
 const kFailures = [
   [
     { status: 500, code: 117, causes: ['cannot read /proc'] },
-    'It is not certain that the connections have ended',
+    'It is unclear whether the connections have ended',
     /could not complete the request.*The server reports: cannot read \/proc/s,
   ],
   [{ status: 403, code: 105 }, 'Nothing was ended', /Administrator rights are required/],
-  [{ status: 504, code: 504 }, 'It is not certain that the connections have ended', /did not answer in time/],
-  [{ status: 500, code: 500 }, 'It is not certain that the connections have ended', /Unexpected answer from the server \(500\)/],
+  [{ status: 504, code: 504 }, 'It is unclear whether the connections have ended', /did not respond in time/],
+  [{ status: 500, code: 500 }, 'It is unclear whether the connections have ended', /Unexpected response from the server \(500\)/],
 ];
 
 for (const [problem, title, sentence] of kFailures) {
@@ -208,7 +208,7 @@ pageTest('a reason, effect or fate that a newer server gives leaves no gap', asy
   await driver.press('End 1 connection');
   await driver.dialogTitle('0 of 1 ended');
   assert.deepEqual(await targets(page), [
-    ['alice', 'Not known: the list could not be read in full\nThe server gives the reason “news”.'],
+    ['alice', 'Unknown: the list could not be read in full\nThe server gives the reason “news”.'],
   ]);
 });
 

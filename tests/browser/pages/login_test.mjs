@@ -57,7 +57,7 @@ pageTest('who is logged in already comes to the list without a form', async ({ d
 pageTest('a login link logs in, names the account and leaves the address', async ({ driver, page, world }) => {
   world.links.set(kToken, 'olga');
   await driver.visit(`/#login=${kToken}`);
-  await eventually(() => page.innerText('#notices .good .notice-text'), 'The login link has logged you in as olga.');
+  await eventually(() => page.innerText('#notices .good .notice-text'), 'You are logged in as olga, by a login link.');
   assert.equal(page.url(), `${driver.base}/`);
   assert.equal(await page.evaluate(() => history.length), 2);
   assert.deepEqual(
@@ -138,7 +138,7 @@ pageTest(
       (route) => (isAway ? route.abort() : route.continue()),
     );
     await driver.visit();
-    await eventually(() => driver.text('#away h1'), 'The server does not answer');
+    await eventually(() => driver.text('#away h1'), 'The server is not responding');
     isAway = false;
     await page.waitForSelector('#login:not([hidden])');
   },

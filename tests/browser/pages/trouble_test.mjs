@@ -11,7 +11,7 @@ pageTest(
     world.isAway = true;
     await eventually(
       () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
-      'The server does not answer. The list below is as of 21:40:00. The page keeps trying.',
+      'The server is not responding. The list below is as of 21:40:00. The page keeps retrying.',
     );
     assert.equal(await driver.text('#live-text'), 'As of 21:40:00');
     assert.equal((await driver.rows()).length, 1);
@@ -96,14 +96,14 @@ for (const refusal of kRefusals) {
       await eventually(
         () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
         'The server is too busy or not ready. Try again in a moment. ' +
-          'The list below is as of 21:40:00. The page keeps trying.',
+          'The list below is as of 21:40:00. The page keeps retrying.',
       );
       assert.equal((await driver.rows()).length, 1);
       await page.reload();
       await eventually(
         () => page.innerText('#away').catch(() => ''),
         'The connections could not be read\n\n' +
-          'The server is too busy or not ready. Try again in a moment.\n\nTry again now',
+          'The server is too busy or not ready. Try again in a moment.\n\nRetry now',
       );
       await page.unroute(isCall);
       await driver.row('alice').waitFor();
@@ -137,7 +137,7 @@ pageTest('an answer that is none of the server is no list', async ({ driver, pag
     route.fulfill({ status: 200, contentType: 'text/html', body: '<h1>Portal</h1>' }),
   );
   await page.waitForSelector('#notices .trouble');
-  assert.match(await driver.text('#notices'), /The server does not answer\.|does not understand/);
+  assert.match(await driver.text('#notices'), /The server is not responding\.|does not understand/);
 });
 
 pageTest('loading is shown as such', async ({ driver, page, world }) => {
@@ -171,7 +171,7 @@ pageTest('a report that would be incomplete is not downloaded', async ({ driver,
   await page.click('#report');
   await eventually(
     () => page.innerText('#notices .trouble .notice-text').catch(() => ''),
-    'The report could not be created. The server could not complete the request. Its system log has the reason.',
+    'The report could not be created. The server could not complete the request. See its system log for the reason.',
   );
   assert.deepEqual(world.callsOf('download'), []);
   await page.click('#notices [aria-label="Close"]');

@@ -95,7 +95,7 @@ async function weigh() {
 async function enterByLink(driver) {
   await driver.visit(`/${hash}`);
   await driver.page.waitForSelector('#notices .good');
-  assert.equal(await driver.text('#notices .good .notice-text'), 'The login link has logged you in as admin.');
+  assert.equal(await driver.text('#notices .good .notice-text'), 'You are logged in as admin, by a login link.');
   assert.equal(driver.page.url(), `${origin}/`);
   await driver.row('CIFS').waitFor();
   await take(driver, 'entered-by-link');
