@@ -41,7 +41,7 @@ pageTest(
     await eventually(() => page.innerText('#state h2').catch(() => ''), 'The connections could not be read');
     assert.match(
       await driver.text('#state'),
-      /Its system log has the reason\. The server reports: smbstatus did not end within 10 s/,
+      /See its system log for the reason\. The server reports: smbstatus did not end within 10 s/,
     );
     world.failures.clear();
     await page.click('#state button');
