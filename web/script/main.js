@@ -1,4 +1,4 @@
-// Starts the page: the texts first, then who is asking, then the list or the login.
+// Starts the page: loads the texts, identifies the user, then shows the list or the login.
 import { logOut, redeem, takeLinkToken, whoAmI } from './api/login.js';
 import { ApiFailure } from './model/failure.js';
 import { watchActivity } from './view/activity.js';
@@ -91,7 +91,7 @@ function showAccount() {
   byId('log-out').hidden = account.isView;
 }
 
-// Several calls may find out at once.
+// Several calls may notice this at once.
 function sessionEnded() {
   if (account === null) return;
   const { isView, idleMinutes: count } = account;
@@ -105,7 +105,7 @@ function lookAgain() {
   identify();
 }
 
-// The cookie is the server's to take back: as long as it could not be asked, one is still logged in.
+// Only the server can remove the cookie: until it has answered, the user is still logged in.
 async function leave() {
   byId('account-panel').hidePopover();
   try {

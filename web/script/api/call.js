@@ -1,14 +1,14 @@
-// Calls of the HTTP API. Every function of this folder returns a promise that fails with an ApiFailure, or with the
-// AbortError of the caller's own signal.
+// Calls of the HTTP API. Every function in this directory returns a promise that fails with an ApiFailure, or with the
+// AbortError of the caller's signal.
 import { ApiFailure } from '../model/failure.js';
 
 const kBase = new URL('api/', document.baseURI);
 const kReadTimeout = 30_000;
-// The server ends a call after 180 seconds and says so.
+// The server ends a call after 180 seconds and reports it.
 const kWorkTimeout = 200_000;
 
-// A reading, with what the server could not tell as `warnings`. `isBackground` marks one that nobody asked for, which
-// does not keep a login from becoming idle.
+// A read, with `warnings` about what is missing. `isBackground` marks an automatic one, which does not count as
+// activity.
 export async function read(path, { parameters = {}, signal, isBackground = false } = {}) {
   const url = new URL(path, kBase);
   for (const [name, value] of Object.entries(parameters)) {
@@ -18,7 +18,7 @@ export async function read(path, { parameters = {}, signal, isBackground = false
   return dataOf(await send(url, { headers }, kReadTimeout, signal));
 }
 
-// A call with a body, also with `warnings`.
+// A call with a body; the result has `warnings` too.
 export async function post(path, body) {
   const headers = { 'Content-Type': 'application/json' };
   const options = { method: 'POST', headers, body: JSON.stringify(body) };
@@ -61,7 +61,7 @@ async function dataOf(response) {
   return Array.isArray(warnings) ? { ...data, warnings } : data;
 }
 
-// Something that stands before the server may answer with a page of its own.
+// A proxy may answer with its own page.
 async function problemOf(response) {
   const problem = await response.json().catch(() => null);
   return new ApiFailure('answer', {
@@ -72,7 +72,7 @@ async function problemOf(response) {
   });
 }
 
-// A connection may break in the middle of an answer, too.
+// A connection may also break in the middle of an answer.
 async function interrupted(readBody) {
   try {
     return await readBody();

@@ -1,4 +1,4 @@
-// The connections of the server, and what can be done about them.
+// The connections of the server, and the actions on them.
 import { filterLocally, listParameters } from '../model/query.js';
 import { retryWhenBusy } from '../model/retry.js';
 import { fetchFile, post, read } from './call.js';
@@ -12,7 +12,7 @@ export function readPage(query, isAdmin, options) {
     : readOwnPage(query, options);
 }
 
-// What the server would do, and what came of it once it has. A task is that of kickTask() or disableTask().
+// What the server would do, and the result of doing it. A task is the result of kickTask() or disableTask().
 export const plan = (task) => retryWhenBusy(() => post('plan', task));
 export const perform = (task) => retryWhenBusy(() => post('perform', task));
 
@@ -24,14 +24,14 @@ export function disableTask(user) {
   return { action: 'disable', users: [user] };
 }
 
-// The report, as a Blob. The method itself reports no failure, so the list is asked first.
+// The report, as a Blob. The method itself reports no failures, so the list is read first.
 export async function fetchReport(query) {
   const { filter, sort_by, sort_direction } = listParameters(query);
   await read(`${kApi}/list`, { parameters: { filter, limit: 1 } });
   return fetchFile(`${kApi}/download`, { filter, sort_by, sort_direction });
 }
 
-// "list_by_user" knows no filter; one's own connections are few.
+// "list_by_user" has no filter, but a user has few connections.
 async function readOwnPage(query, options) {
   const { sort_by, sort_direction, start, limit } = listParameters(query);
   const page = await read(`${kApi}/list_by_user`, { ...options, parameters: { sort_by, sort_direction } });

@@ -1,4 +1,4 @@
-// Who is logged in. An account is {name, isAdmin, isView, address, idleMinutes}; a view login only looks at the list.
+// Who is logged in. An account is {name, isAdmin, isView, address, idleMinutes}; a view login may only list.
 import { post, read } from './call.js';
 
 const kLoginLink = /^#login=([A-Za-z0-9_-]{43})$/;
@@ -20,8 +20,8 @@ export function logOut() {
   return post('logout', {});
 }
 
-// The token of the login link that led here, or null. It is taken out of the address, so that it stands neither in the
-// history nor in a bookmark.
+// The token of the login link that led here, or null. It is removed from the address, so that neither the history nor a
+// bookmark contains it.
 export function takeLinkToken() {
   const match = kLoginLink.exec(location.hash);
   if (!match) return null;

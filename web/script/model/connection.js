@@ -1,18 +1,18 @@
 // One connection as the API describes it: pid, time, who, from, descr, type, can_be_kicked, user_can_be_disabled.
 
 const kWeb = 'HTTP/HTTPS';
-// What the server writes where nothing tells it the user.
+// What the server writes if the user is not known.
 const kUnknownUser = 'unknown';
 
 export const isWeb = (connection) => connection.type === kWeb;
 
-// Two connections are the same where the server would take one for the other when it is asked to end it.
+// Two connections are the same if the server could not distinguish them when asked to end one.
 export function identityOf(connection) {
   return JSON.stringify([connection.pid, connection.who, connection.from, connection.type]);
 }
 
-// Why this connection is not offered for ending, as the key of a text, or null where it is. `account` is
-// {name, address}; the address may be missing.
+// Why this connection cannot be ended, as the key of a text, or null if it can. `account` is {name, address}; the
+// address may be missing.
 export function whyNotEnd(connection, account) {
   if (connection.type === 'LOGIN') return 'reason.console';
   if (!connection.can_be_kicked) return 'reason.no_process';
@@ -23,7 +23,7 @@ export function whyNotEnd(connection, account) {
   return connection.pid === 0 ? 'reason.unknown_process' : null;
 }
 
-// Why disabling the user of this connection is not offered, as the key of a text, or null.
+// Why the user of this connection cannot be disabled, as the key of a text, or null.
 export function whyNotDisable(connection, account) {
   if (connection.who === '') return 'cannot_disable.no_user';
   if (connection.who === kUnknownUser) return 'reason.unknown_user';

@@ -1,12 +1,12 @@
 // Why a call of the API did not succeed.
 
-// A web server that names more, in seconds, does not expect somebody who sits and waits.
+// A longer Retry-After, in seconds, is not meant for a waiting user.
 const kMostRetryAfter = 30;
 
 export class ApiFailure extends Error {
-  // `kind` is "away" (no answer), "slow" (none in time) or "answer"; an answer has `status`, and `code` where the
-  // server gave one; `causes` are the server's own words, for administrators; `retryAfter` is in seconds, 0 where the
-  // server named none.
+  // `kind` is "away" (no answer), "slow" (none in time) or "answer"; an answer has `status`, and `code` if the server
+  // sent one; `causes` are the server's messages for administrators; `retryAfter` is in seconds, 0 if the server sent
+  // none.
   constructor(kind, { status = 0, code = 0, causes = [], retryAfter = 0 } = {}) {
     super(`${kind} ${status} ${code}`);
     this.kind = kind;
@@ -20,12 +20,12 @@ export class ApiFailure extends Error {
     return this.status === 401;
   }
 
-  // The server, or what stands before it, has too much to do or cannot begin yet: nothing was done.
+  // The server or a proxy is overloaded or not ready: nothing was done.
   get isBusy() {
     return [429, 503].includes(this.status);
   }
 
-  // The server, or what stands before it, will answer again by itself.
+  // The server or a proxy will respond again without intervention.
   get isTemporary() {
     return this.kind !== 'answer' || this.isBusy || [502, 504].includes(this.status);
   }
@@ -43,7 +43,7 @@ const kByStatus = new Map([
   [504, 'failure.slow'],
 ]);
 
-// The key of the sentence that says it.
+// The key of its text.
 export function sentenceOf(failure) {
   if (failure.kind === 'away') return 'failure.away';
   if (failure.kind === 'slow') return 'failure.slow';

@@ -8,7 +8,7 @@ export const kLanguages = Object.freeze({
   'zh-Hans': '简体中文',
 });
 
-// The first of the person's languages that the page speaks, English where it speaks none of them.
+// The first of the user's languages that the page supports, or English.
 export function chooseLanguage(wanted) {
   for (const tag of wanted) {
     const parts = tag.split('-');
@@ -21,7 +21,7 @@ export function chooseLanguage(wanted) {
   return 'en';
 }
 
-// The person's own variety of a language of the page, for dates and numbers: British English, Swiss German.
+// The user's variety of a language of the page, for dates and numbers: British English, Swiss German.
 export function localeFor(language, wanted) {
   const [family] = language.split('-');
   const isVariety = (tag) => tag.split('-')[0].toLowerCase() === family && chooseLanguage([tag]) === language;

@@ -6,13 +6,13 @@ export function pluralOf(text, count, locale) {
   return text[new Intl.PluralRules(locale).select(count)] ?? text.other;
 }
 
-// The text cut at its placeholders: ["Disable ", {name: "user"}, "?"].
+// The text split at its placeholders: ["Disable ", {name: "user"}, "?"].
 export function partsOf(text) {
   if (!cutTexts.has(text)) cutTexts.set(text, cut(text));
   return cutTexts.get(text);
 }
 
-// Every row asks for the same few texts.
+// Every row needs the same few texts.
 const cutTexts = new Map();
 
 function cut(text) {
@@ -20,7 +20,7 @@ function cut(text) {
   return parts.map((part) => (/^\{\w+\}$/.test(part) ? { name: part.slice(1, -1) } : part));
 }
 
-// Numbers are written as the language writes them; anything else as it stands.
+// Numbers are formatted for the language; anything else is unchanged.
 export function valueText(value, locale) {
   return typeof value === 'number' ? new Intl.NumberFormat(locale).format(value) : String(value);
 }

@@ -1,8 +1,8 @@
-// Which rows are new: those that were not there when the page was opened and have not been looked at for long.
+// Which rows are new: those that appeared after the page was opened and have not been visible for long.
 import { identityOf } from './connection.js';
 
 const kMarkedFor = 30_000;
-// A page may stay open for weeks; beyond this it starts to know its rows anew.
+// A page may stay open for weeks; beyond this number it forgets the rows it has seen.
 const kMostKnown = 100_000;
 
 export class Newcomers {
@@ -11,10 +11,9 @@ export class Newcomers {
   #previousClock = null;
   #previousView = null;
 
-  // Takes one reading. `view` names what was asked for (filter and page), `isWhole` tells that the reading holds every
-  // connection that fits the filter, `clock` is the server's time as "2026-11-20 21:26:24". On a page of a longer list a
-  // row may merely have moved here from its neighbour, so there it counts as new only where it began after the reading
-  // before.
+  // Processes one read. `view` names the requested filter and page, `isWhole` means that the read has all connections
+  // that match the filter, `clock` is the server's time as "2026-11-20 21:26:24". On a page of a longer list a row may
+  // only have moved here from an adjacent page, so it counts as new only if it began after the previous read.
   take(connections, { view, isWhole, clock, now }) {
     const isComparable = isWhole && view === this.#previousView;
     const isFirst = this.#previousClock === null;

@@ -1,4 +1,4 @@
-// The first page, the last one and those round this one; null for what is left out between them.
+// The first page, the last one and those around this one; null for omitted pages between them.
 export function pagesToOffer(page, count) {
   const offered = [0, page - 1, page, page + 1, count - 1].filter((number) => number >= 0 && number < count);
   const numbers = [...new Set(offered)].sort((a, b) => a - b);

@@ -1,11 +1,11 @@
-// What part of the list is wanted: filter, order and page, and how that is written in the address of the page.
+// The requested part of the list: filter, order and page, and its form in the address of the page.
 
 export const kSortFields = ['who', 'type', 'from', 'time', 'descr'];
 export const kPageSizes = [50, 100, 250];
 
 export const kDefaultQuery = Object.freeze({ filter: '', sortBy: 'time', ascending: false, page: 0, pageSize: 100 });
 
-// From "?filter=cifs&sort=who&order=asc&page=2&rows=50"; what is not understood takes its default.
+// From "?filter=cifs&sort=who&order=asc&page=2&rows=50"; invalid values take their defaults.
 export function queryFromSearch(search) {
   const values = new URLSearchParams(search);
   const sortBy = values.get('sort');
@@ -31,7 +31,7 @@ export function searchFromQuery(query) {
   return search === '' ? '' : `?${search}`;
 }
 
-// The same column turns the order round; a new one starts with A, or with the latest time.
+// The same column reverses the order; a new one starts with A, or with the latest time.
 export function sortedBy(query, field) {
   const ascending = query.sortBy === field ? !query.ascending : field !== 'time';
   return { ...query, sortBy: field, ascending, page: 0 };
@@ -52,7 +52,7 @@ export function pageCount(total, pageSize) {
   return Math.max(1, Math.ceil(total / pageSize));
 }
 
-// What the server does with "filter", for lists that it does not filter itself.
+// The server's "filter", for lists that it does not filter itself.
 export function filterLocally(connections, filter) {
   const needle = filter.toUpperCase();
   return connections.filter(({ who, from, type, descr, time }) =>

@@ -1,4 +1,4 @@
-// Reads again and again: the next reading begins `interval` milliseconds after the one before has ended.
+// Reads repeatedly: the next read begins `interval` milliseconds after the previous one has ended.
 export class Refresher {
   #read;
   #interval;
@@ -6,8 +6,8 @@ export class Refresher {
   #controller = null;
   #isPaused = true;
 
-  // `read(signal, isAutomatic)` returns a promise of the milliseconds to wait at least before the next reading, and
-  // must not throw. A reading whose signal is aborted is to leave no trace.
+  // `read(signal, isAutomatic)` returns a promise of the least number of milliseconds to wait before the next read, and
+  // must not throw. A read whose signal is aborted must have no effect.
   constructor(read, interval) {
     this.#read = read;
     this.#interval = interval;
@@ -17,7 +17,7 @@ export class Refresher {
     return this.#isPaused;
   }
 
-  // Reads at once and goes on by itself from there.
+  // Reads at once and then continues automatically.
   start() {
     this.#isPaused = false;
     return this.#run(true);
@@ -28,13 +28,13 @@ export class Refresher {
     clearTimeout(this.#timer);
   }
 
-  // Ends the reading that is under way, too.
+  // Also aborts the current read.
   stop() {
     this.pause();
     this.#controller?.abort();
   }
 
-  // Reads at once, instead of a reading that is under way; a paused one stays paused afterwards.
+  // Reads at once, replacing a current read; a paused refresher remains paused.
   now() {
     return this.#run(false);
   }

@@ -1,9 +1,9 @@
-// Calls again where the server was too busy to begin: it says so before it has done anything.
+// Repeats a call if the server was too busy to begin; it reports this before it does anything.
 import { ApiFailure } from './failure.js';
 
 const kTries = 8;
 
-// `pause(milliseconds)` waits. Fails with the last failure where the server stays busy, with any other at once.
+// `pause(milliseconds)` waits. Fails with the last failure if the server remains busy, with any other failure at once.
 export async function retryWhenBusy(call, pause = wait) {
   for (let left = kTries; ; left -= 1) {
     try {

@@ -1,5 +1,5 @@
-// The rows that are selected, by identity. A row stays selected when it leaves the screen, since the list moves under
-// one's hands; whether it still exists is asked when it is to be ended.
+// The rows that are selected, by identity. A row remains selected when it leaves the screen, since the list changes
+// while it is used; whether it still exists is checked before it is ended.
 import { identityOf } from './connection.js';
 
 export class Selection {
@@ -26,7 +26,7 @@ export class Selection {
     this.#rows.clear();
   }
 
-  // Drops the selected rows that are not in a reading that holds every connection of the server.
+  // Removes the selected rows that are not in a read of all connections.
   keepOnly(connections) {
     const present = new Set(connections.map(identityOf));
     for (const identity of this.#rows.keys()) {

@@ -1,5 +1,5 @@
-// Times as the server writes them, in its own local time. They are read as if they were UTC and written as UTC, so the
-// browser's time zone never comes in.
+// Times as the server writes them, in its own local time. They are parsed and formatted as UTC, so the browser's time
+// zone has no effect.
 
 const kMonths = ['Jan', 'Feb', 'Mar', 'Apr', 'May', 'Jun', 'Jul', 'Aug', 'Sep', 'Oct', 'Nov', 'Dec'];
 const kSecond = 1000;
@@ -25,12 +25,12 @@ export function parseClock(text) {
   return Date.UTC(year, month, day, hour, minute, second);
 }
 
-// A clock in the form of a start, so that the two compare as texts.
+// A clock in the form of a start time, so that both can be compared as strings.
 export function startText(milliseconds) {
   return new Date(milliseconds).toISOString().slice(0, 19).replace('T', ' ');
 }
 
-// The two greatest units of a span, as [[2, 'hour'], [14, 'minute']]; [] where it is negative.
+// The two greatest units of a duration, as [[2, 'hour'], [14, 'minute']]; [] if it is negative.
 export function splitSpan(milliseconds) {
   if (milliseconds < 0) return [];
   const units = [
@@ -47,7 +47,7 @@ export function splitSpan(milliseconds) {
     .map(([unit, count]) => [count, unit]);
 }
 
-// The span in the words of `locale`: "2 hr 14 min".
+// The duration in the words of `locale`: "2 hr 14 min".
 export function formatSpan(milliseconds, locale) {
   return splitSpan(milliseconds)
     .map(([count, unit]) => unitFormat(locale, unit).format(count))
@@ -67,7 +67,7 @@ export function formatClock(now, locale) {
 const kTimeOnly = { hour: '2-digit', minute: '2-digit', second: '2-digit', hourCycle: 'h23' };
 const kDateAndTime = { month: 'short', day: 'numeric', hour: '2-digit', minute: '2-digit', hourCycle: 'h23' };
 
-// Formats are dear to make and asked for by every row.
+// Formats are expensive to create, and every row needs them.
 const formats = new Map();
 
 function cached(key, make) {

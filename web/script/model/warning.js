@@ -1,7 +1,7 @@
-// What an answer may lack, as the server warns of it.
+// The server's warnings about incomplete answers.
 
-// The sentences for the warnings of a reading, each a text of the page with its values, and the causes that the server
-// gives to administrators.
+// The sentences for the warnings of a read, each a text of the page with its values, and the causes that the server
+// sends to administrators.
 export function explainWarnings(warnings) {
   const missing = warnings.filter(isMissing);
   const vague = warnings.filter(({ code }) => code === 'details_missing');
@@ -15,7 +15,7 @@ export function explainWarnings(warnings) {
   return { sentences, causes: warnings.map(({ detail }) => detail).filter(Boolean) };
 }
 
-// A code of a newer server may mean anything.
+// A newer server may send an unknown code.
 const isMissing = ({ code }) => !['details_missing', 'still_let_in', 'open_files_missing'].includes(code);
 
 function servicesOf(warnings) {

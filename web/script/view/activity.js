@@ -1,4 +1,4 @@
-// Whether somebody has used the page since it was last asked: a refresh in between then counts as their activity.
+// Whether the page was used since the last query: the next refresh then counts as activity.
 
 let hasActed = false;
 

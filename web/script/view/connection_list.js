@@ -1,4 +1,4 @@
-// Connections in a dialog, one below the other, each with what will become or has become of it.
+// Connections in a dialog, one below the other, each with what will happen or has happened to it.
 import { element, icon } from './element.js';
 import { note, reasonText } from './reasons.js';
 import { familyOf, namesOf } from './row.js';
@@ -13,7 +13,7 @@ const kMarks = {
   not_known: ['trouble', 'warning'],
 };
 
-// `describe(row)` returns what stands below and behind a row, arrays of nodes.
+// `describe(row)` returns the content below and after a row, arrays of nodes.
 export function connectionList(rows, describe = () => ({})) {
   const items = rows.map((row) => {
     const { below = [], behind = [] } = describe(row);
@@ -28,7 +28,7 @@ export function stayingList(rows) {
   return connectionList(rows, ({ reason }) => ({ below: [note('info', [reasonText(reason)])] }));
 }
 
-// What became of each row. `actionsFor(fate)` returns buttons that go with it.
+// The result for each row. `actionsFor(fate)` returns its buttons.
 export function fateList(fates, actionsFor = () => []) {
   return connectionList(fates, (fate) => ({ behind: [mark(fate), ...actionsFor(fate)] }));
 }

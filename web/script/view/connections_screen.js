@@ -1,4 +1,4 @@
-// The screen with the list: holds what is wanted and what was read, and shows one in the light of the other.
+// The screen with the list: has the request and the last read, and shows them.
 import { readPage } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
 import { Newcomers } from '../model/newcomers.js';
@@ -15,7 +15,7 @@ const kInterval = 5000;
 export class ConnectionsScreen {
   #refresher = new Refresher((signal, isAutomatic) => this.#read(signal, isAutomatic), kInterval);
 
-  // `onSessionEnd()`; `onRightsLost()` where the account is no administrator any longer.
+  // `onSessionEnd()`; `onRightsLost()` when the account is no longer an administrator.
   constructor({ onSessionEnd, onRightsLost }) {
     this.onSessionEnd = onSessionEnd;
     this.onRightsLost = onRightsLost;
@@ -44,7 +44,7 @@ export class ConnectionsScreen {
     this.view.leave();
   }
 
-  // Another part of the list, at once.
+  // Shows another part of the list at once.
   ask(query) {
     this.query = query;
     history.replaceState(null, '', `${location.pathname}${searchFromQuery(query)}`);
@@ -73,7 +73,7 @@ export class ConnectionsScreen {
     this.view.show();
   }
 
-  // Returns the milliseconds to wait at least before the next reading.
+  // Returns the least number of milliseconds to wait before the next read.
   async #read(signal, isAutomatic) {
     const isBackground = isAutomatic && !takeActivity();
     try {

@@ -26,8 +26,8 @@ export class Dialog {
     this.#node.close();
   }
 
-  // `body` and `buttons` are nodes; `mayClose` tells whether the escape key closes. The focus goes to the button with
-  // `autofocus`, else to the title.
+  // `body` and `buttons` are nodes; `mayClose` says whether the escape key closes the dialog. The focus moves to the
+  // button with `autofocus`, or to the title.
   step({ title, body, buttons, mayClose = true }) {
     this.#mayClose = mayClose;
     const heading = element('h2', { id: 'dialog-title', tabIndex: -1 }, ...title);
@@ -58,7 +58,7 @@ export function dialogButton(text, { kind = '', isFirst = false, onClick }) {
   return button;
 }
 
-// Something goes on.
+// Work is in progress.
 export function progressBar() {
   return element('progress', { aria: { label: say('page.loading') } });
 }

@@ -1,4 +1,4 @@
-// Disables an account: says what follows from it, waits, then says what came of it.
+// Disables an account: shows the consequences, waits, then shows the result.
 import { disableTask } from '../api/connections.js';
 import { connectionList, fateList, stayingList } from './connection_list.js';
 import { element } from './element.js';
@@ -8,7 +8,7 @@ import { accessNotes, command, effectNotes, leftRunningNotes, reasonText } from 
 import { say, sayNodes } from './texts.js';
 
 export class DisableDialog extends PlanDialog {
-  // Resolves with whether the server was asked to do it, when the dialog is closed.
+  // When the dialog is closed, resolves with whether the server was asked to do it.
   async run(user) {
     await this.open(disableTask(user), (plan) => this.#ask(user, plan));
     return this.wasAsked;
@@ -81,7 +81,7 @@ function fateParts(user, { connections, services_without_users: unknown = [] }) 
   ];
 }
 
-// How to undo it; what was not written down can only be set anew.
+// How to undo it; an expiry that was not recorded can only be set again.
 function undoParts(user, undo) {
   if (!undo) return [consequence([say('disable.undo_unknown')], command(`chage -E -1 ${user}`))];
   const { expiry_before: date } = undo;

@@ -1,8 +1,8 @@
-// Building and finding elements. Texts only ever get in as text, never as markup.
+// Creates and finds elements. Texts are always inserted as text, never as markup.
 
 export const byId = (id) => document.getElementById(id);
 
-// `properties` are properties of the element, besides `data`, `aria` and `on`, which take objects, and `role`.
+// `properties` are properties of the element, and `data`, `aria` and `on`, which take objects, and `role`.
 export function element(tag, { data = {}, aria = {}, on = {}, role, ...properties } = {}, ...children) {
   const made = Object.assign(document.createElement(tag), properties);
   Object.assign(made.dataset, data);
@@ -26,7 +26,7 @@ export function icon(name, className = 'icon') {
   return svg;
 }
 
-// Writes only what differs, so that nothing is laid out anew and no selection of text is lost.
+// Writes only what differs, to avoid a new layout and to keep a selection of text.
 export function setText(target, text) {
   if (target.textContent !== text) target.textContent = text;
 }

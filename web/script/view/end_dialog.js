@@ -1,4 +1,4 @@
-// Ends connections: says what ends with them, waits, then says what became of each.
+// Ends connections: shows what ends with them, waits, then shows the result for each.
 import { kickTask } from '../api/connections.js';
 import { whyNotDisable } from '../model/connection.js';
 import { connectionList, fateList, stayingList } from './connection_list.js';
@@ -49,7 +49,7 @@ export class EndDialog extends PlanDialog {
     this.result(sayNodes('end.result', { done, count: connections.length }), [list, ...warningNotes(warnings)]);
   }
 
-  // Who comes back at once stays out only without an account.
+  // A user who reconnects at once can only be kept out by disabling the account.
   #actionsFor(row) {
     if (row.fate !== 'connected_again' || whyNotDisable(row, this.account) !== null) return [];
     const disable = () => {

@@ -1,4 +1,4 @@
-// The free-text filter: what is typed counts once the typing pauses.
+// The free-text filter: applied when typing pauses.
 import { byId } from './element.js';
 
 const kPause = 200;
@@ -19,14 +19,14 @@ export class FilterField {
     this.#clear.addEventListener('click', () => this.put(''));
   }
 
-  // Writes the text without asking for it.
+  // Sets the text without applying it.
   set(text) {
     clearTimeout(this.#timer);
     this.#input.value = text;
     this.show();
   }
 
-  // Writes the text and asks for it.
+  // Sets the text and applies it.
   put(text) {
     this.set(text);
     this.#input.focus();

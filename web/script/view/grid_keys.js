@@ -1,5 +1,5 @@
-// Moves the focus inside the table by arrow keys. The table is one stop of the tab key: the control that had the focus
-// last, the first one at the beginning.
+// Moves the focus inside the table by arrow keys. The table is one tab stop: the control that had the focus last,
+// initially the first one.
 
 const kRowSteps = { ArrowDown: 1, ArrowUp: -1, PageDown: 10, PageUp: -10 };
 
@@ -13,7 +13,7 @@ export class GridKeys {
     body.addEventListener('focusin', ({ target }) => this.#setStop(target.closest('[data-control]')));
   }
 
-  // What restore() needs to find the place again after rows have moved.
+  // What restore() needs to find the position after rows have moved.
   focus() {
     const control = this.#body.contains(document.activeElement)
       ? document.activeElement.closest('[data-control]')
@@ -21,7 +21,7 @@ export class GridKeys {
     return control && { control, index: rowIndex(control) };
   }
 
-  // Back to the same control; where its row is gone, to the row that stands there now.
+  // Returns to the same control; if its row is gone, to the row that is there now.
   restore(focus) {
     if (this.#stop && !this.#stop.isConnected) this.#stop = null;
     if (!this.#stop) this.#setStop(this.#body.querySelector('[data-control]'));
@@ -49,7 +49,7 @@ export class GridKeys {
     return key === 'End' ? this.#controlAt(Infinity, kind) : null;
   }
 
-  // The control of that kind; where rows have none to be seen, the other one.
+  // The control of that kind; if rows show none, the other one.
   #controlAt(index, kind) {
     const rows = this.#body.children;
     const row = rows[Math.max(0, Math.min(index, rows.length - 1))];

@@ -1,4 +1,4 @@
-// What stands in the place of the rows where there are none: loading, nobody connected, filtered to nothing, no answer.
+// What is shown if there are no rows: loading, nobody connected, no match, no answer.
 import { sentenceOf } from '../model/failure.js';
 import { byId, element, icon, setAttribute } from './element.js';
 import { say, withCauses } from './texts.js';
@@ -14,7 +14,7 @@ export class ListState {
     this.onRetry = onRetry;
   }
 
-  // `page` is null before the first reading; `failure` is that of the last one, or null.
+  // `page` is null before the first read; `failure` is that of the last one, or null.
   show({ page, failure, query, account }) {
     const kind = kindOf(page, failure, query);
     const shown = [kind, query.filter, failure && sentenceOf(failure), document.documentElement.lang].join('|');
@@ -43,14 +43,14 @@ export class ListState {
   }
 }
 
-// What is said where nothing could be read at all: a title and more.
+// What is shown if nothing could be read: a title and details.
 export function troubleTexts(failure) {
   return failure.isTemporary && !failure.isBusy
     ? [say('away.title'), say('away.more')]
     : [say('trouble.title'), failureText(failure)];
 }
 
-// The sentence for a failure, with what the server said about it.
+// The sentence for a failure, with the server's message about it.
 export function failureText(failure) {
   return withCauses(say(sentenceOf(failure), { status: failure.status }), failure.causes);
 }

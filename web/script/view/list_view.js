@@ -1,4 +1,4 @@
-// Puts the state of the connections screen on the page, and takes what is done there back to it.
+// Shows the state of the connections screen on the page, and reports the user's actions to it.
 import { fetchReport } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
 import { sortedBy } from '../model/query.js';
@@ -111,7 +111,7 @@ export class ListView {
     document.title = page === null ? `${say('page.title')} · ${server}` : `${say(key, values)} · ${server}`;
   }
 
-  // The list stays, with a sentence above it, where the server has given none that is newer.
+  // The list remains, with a sentence above it, while there is no newer one.
   #showTrouble() {
     const { page, failure, clock } = this.screen;
     const isStale = page !== null && failure !== null;
@@ -134,7 +134,7 @@ export class ListView {
     if (this.screen.query.filter === filter && this.screen.page) this.announceTotal();
   }
 
-  // For those who do not see the list come.
+  // For users who cannot see the list appear.
   announceTotal() {
     announce(say('list.found', { count: this.screen.page.total }));
   }

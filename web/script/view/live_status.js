@@ -16,7 +16,7 @@ export class LiveStatus {
     });
   }
 
-  // `clock` is the server's time of the last reading, null before the first one.
+  // `clock` is the server's time of the last read, null before the first one.
   show({ clock, isPaused, isStale }) {
     const state = isPaused ? 'paused' : isStale ? 'stale' : 'updated';
     const time = clock === null ? '' : formatClock(clock, currentLocale());

@@ -1,4 +1,4 @@
-// The login form, and why one is there.
+// The login form, and the reason for it.
 import { logIn } from '../api/login.js';
 import { ApiFailure } from '../model/failure.js';
 import { byId, element, icon } from './element.js';
@@ -26,7 +26,7 @@ export class LoginScreen {
     onLanguageChange(() => this.#showNotice());
   }
 
-  // `notice` is {kind, text} with text a function that says it, or null.
+  // `notice` is {kind, text}, with a function that returns the text, or null.
   enter(notice = null) {
     this.#notice = notice;
     this.#password.value = '';

@@ -1,4 +1,4 @@
-// What the page remembers in this browser: language and appearance, nothing else. Storage may be forbidden.
+// What the page stores in this browser: only language and appearance. Storage may be blocked.
 
 export function recall(key) {
   try {
@@ -8,12 +8,12 @@ export function recall(key) {
   }
 }
 
-// `value` null forgets it.
+// `value` null removes it.
 export function remember(key, value) {
   try {
     if (value === null) localStorage.removeItem(key);
     else localStorage.setItem(key, value);
   } catch {
-    // It serves until the page is closed.
+    // It is kept until the page is closed.
   }
 }

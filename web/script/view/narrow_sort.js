@@ -1,4 +1,4 @@
-// Sorting where the table has no head: on narrow screens.
+// Sorting on narrow screens, where the table has no head.
 import { kSortFields } from '../model/query.js';
 import { byId, element } from './element.js';
 import { titleOf } from './table_head.js';

@@ -1,8 +1,8 @@
-// Sentences above the list. Each has a name, and a new one of a name takes the place of the old one.
+// Sentences above the list. Each has a name; a new one replaces the old one of the same name.
 import { element, icon, byId } from './element.js';
 import { say } from './texts.js';
 
-// `kind` is "info", "good" or "trouble"; `actions` are buttons. One without `isLasting` can be closed by hand.
+// `kind` is "info", "good" or "trouble"; `actions` are buttons. Notices without `isLasting` can be closed.
 export function showNotice(name, { kind, content, actions = [], isLasting = false }) {
   const symbols = { info: 'info', good: 'check', trouble: 'warning' };
   const text = element('div', { className: 'notice-text' }, ...content);

@@ -1,4 +1,4 @@
-// Below the table: which part of the list is shown, the other pages, and how many rows a page has.
+// Below the table: the part of the list that is shown, the other pages, and the rows per page.
 import { pagesToOffer } from '../model/pages.js';
 import { kPageSizes, pageCount } from '../model/query.js';
 import { byId, element, icon, setText } from './element.js';
@@ -25,7 +25,7 @@ export class Pager {
     this.#showPages(page, pageCount(total, pageSize));
   }
 
-  // Made anew only where it changes, or the focus would be lost with every reading.
+  // Rebuilt only when it changes, or every read would lose the focus.
   #showPages(page, count) {
     const wanted = [`${page}/${count}`, document.documentElement.lang].join(' ');
     if (this.#pages.dataset.shown === wanted) return;

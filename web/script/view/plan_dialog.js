@@ -1,4 +1,4 @@
-// What ending and disabling share: the server says what it would do, does it, and says what came of it.
+// Shared by ending and disabling: the server plans the action, performs it, and reports the result.
 import { perform, plan } from '../api/connections.js';
 import { ApiFailure } from '../model/failure.js';
 import { dialogButton, progressBar } from './dialog.js';
@@ -8,17 +8,17 @@ import { note, warningText } from './reasons.js';
 import { say } from './texts.js';
 
 export class PlanDialog {
-  // `onSessionEnd()` is called where the server no longer knows who is asking.
+  // `onSessionEnd()` is called when the login has ended.
   constructor(dialog, { onSessionEnd }) {
     this.dialog = dialog;
     this.onSessionEnd = onSessionEnd;
   }
 
-  // Hands what the server would do to `ask`. Resolves when the dialog is closed; `wasAsked` then tells whether it was
-  // asked to do it.
+  // Passes the plan to `ask`. Resolves when the dialog is closed; `wasAsked` then says whether the server was asked to
+  // perform it.
   async open(task, ask) {
     this.wasAsked = false;
-    // By the time of the answer the dialog may be open again, for something else.
+    // When the answer arrives, the dialog may be open again for something else.
     let isClosed = false;
     const closed = this.dialog.open().then(() => (isClosed = true));
     this.dialog.checking();
@@ -30,8 +30,7 @@ export class PlanDialog {
     await closed;
   }
 
-  // Waits under `title`, from where nothing leads away, then hands what came of it to `show`, or the failure to
-  // `showFailure`.
+  // Waits under `title`, without a way to leave, then passes the result to `show`, or the failure to `showFailure`.
   async perform(task, title, show, showFailure) {
     this.wasAsked = true;
     this.dialog.step({ title, body: [lead(say('dialog.progress')), progressBar()], buttons: [], mayClose: false });
@@ -41,18 +40,18 @@ export class PlanDialog {
     else show(answer);
   }
 
-  // With the button that does it.
+  // With the button that performs it.
   question(title, body, submit, onSubmit) {
     const button = dialogButton(submit, { kind: 'danger', onClick: onSubmit });
     this.dialog.step({ title, body, buttons: [this.dialog.closeButton('dialog.cancel', true), button] });
   }
 
-  // Where there is nothing to do.
+  // If there is nothing to do.
   message(title, body) {
     this.dialog.step({ title, body, buttons: [this.dialog.closeButton('dialog.close', true)] });
   }
 
-  // What came of it.
+  // The result.
   result(title, body) {
     const done = dialogButton(say('dialog.done'), { kind: 'primary', isFirst: true, onClick: () => this.dialog.close() });
     this.dialog.step({ title, body, buttons: [done] });
@@ -75,7 +74,7 @@ export class PlanDialog {
   }
 }
 
-// Whether the server refused before it did anything.
+// Whether the server refused before doing anything.
 export function isRefusal(failure) {
   return failure.isBusy || failure.status === 403;
 }

@@ -7,7 +7,7 @@ import { changeLanguage, currentLanguage, fillTexts, onLanguageChange } from './
 const kAppearanceKey = 'currentconn.appearance';
 const kAppearances = ['auto', 'light', 'dark'];
 
-// Puts the two choices into every element that asks for them.
+// Fills in the two choices in every element that has them.
 export function placePreferences() {
   for (const place of document.querySelectorAll('[data-preferences]')) {
     place.append(languageField(), appearanceField());

@@ -1,5 +1,5 @@
-// The sentences for what the server gives as keys with values: reasons, effects, warnings, what still lets an account
-// in. A newer server may know keys that the page does not; it names them then.
+// The sentences for the server's keys with values: reasons, effects, warnings, what still lets an account in. Unknown
+// keys of a newer server are shown as they are.
 import { explainWarnings } from '../model/warning.js';
 import { element, icon } from './element.js';
 import { namesOf } from './row.js';
@@ -7,19 +7,19 @@ import { hasText, say, sayNodes, withCauses } from './texts.js';
 
 const kMostFiles = 3;
 
-// `now` is the row that is there instead, where the answer has one.
+// `now` is the row that replaced it, if the answer has one.
 export function reasonText({ reason, user, causes = [], warning }, now) {
   const values = { reason, user: user ?? now?.who ?? '', process: String(now?.pid ?? '') };
   return withCauses(say(textFor('reason', reason), values), [...causes, warning?.detail].filter(Boolean));
 }
 
-// What the warnings of an answer come to; empty where there are none.
+// The sentence for the warnings of an answer; empty if there are none.
 export function warningText(warnings) {
   const { sentences, causes } = explainWarnings(warnings);
   return withCauses(sentences.map(([key, values]) => say(key, values)).join(' '), causes);
 }
 
-// What ends with a row, and what it holds open.
+// What ends with a row, and the files it holds open.
 export function effectNotes({ effects, open_files: files, ...row }) {
   const notes = effects.map(({ reason, user, connection, count }) => {
     const names = namesOf(connection ?? row);
@@ -28,7 +28,7 @@ export function effectNotes({ effects, open_files: files, ...row }) {
   return files?.total > 0 ? [...notes, note('warning', sayNodes('effect.open_files', fileValues(files)))] : notes;
 }
 
-// What lets `user` in all the same, and what can be done about it.
+// What still lets `user` in, and the remedy.
 export function accessNotes(user, access) {
   return access.flatMap(({ service, access: word, reason, remedy, values }) => {
     const name = kServices[service] ?? (hasText(`service.${service}`) ? say(`service.${service}`) : service);
@@ -80,7 +80,7 @@ function fileValues({ total, names }) {
   return { count: total, names: shown.length < total ? [...shown, '…'].join(', ') : shown.join(', ') };
 }
 
-// pkill spares containers, where the user's number is somebody else's, and misses namespaces of the user's own.
+// pkill leaves containers alone, where the user's id belongs to somebody else, and misses the user's own namespaces.
 function killCommand(user, { processes, apart }) {
   const commands = apart.length > 0 ? [`kill -KILL ${apart.join(' ')}`] : [];
   if (apart.length < processes) commands.push(`pkill -KILL -U ${user} --ns 1 --nslist pid`);

@@ -1,4 +1,4 @@
-// One row of the table. It is made once for a connection and updated in place, so that focus and pointer stay.
+// One row of the table. It is created once per connection and updated in place, so that focus and pointer are kept.
 import { isWeb, whyNotEnd } from '../model/connection.js';
 import { formatSpan, formatStart, parseStart } from '../model/server_time.js';
 import { element, setAttribute, setText } from './element.js';
@@ -6,12 +6,12 @@ import { currentLocale, say } from './texts.js';
 
 const kFamilies = { SSH: 'shell', SFTP: 'files', TELNET: 'shell', LOGIN: 'shell', UNKNOWN: 'other' };
 
-// The colour that a service goes with.
+// The colour group of a service.
 export function familyOf(connection) {
   return isWeb(connection) ? 'web' : (kFamilies[connection.type] ?? 'files');
 }
 
-// The words by which a control names its row.
+// The names of a row in the labels of its controls.
 export function namesOf({ who, type, from }) {
   return { user: who || say('list.none'), service: type, address: from || say('list.none') };
 }
@@ -42,7 +42,7 @@ export class Row {
     );
   }
 
-  // `now` is the server's clock in milliseconds; `index` counts from 1 in the whole list.
+  // `now` is the server's clock in milliseconds; `index` is the position in the whole list, from 1.
   update(connection, { account, isSelected, isNew, now, index }) {
     this.connection = connection;
     this.#showTexts(connection);

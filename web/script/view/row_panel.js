@@ -1,4 +1,4 @@
-// What a row says in full, and what can be done from it.
+// The details of a row, and its actions.
 import { whyNotDisable, whyNotEnd } from '../model/connection.js';
 import { byId, element, icon } from './element.js';
 import { namesOf } from './row.js';
@@ -49,7 +49,7 @@ export class RowPanel {
     ];
   }
 
-  // With a reason against it the choice stays where it is and says the reason.
+  // If there is a reason against it, the choice remains in place and shows the reason.
   #choice(symbol, text, act, reason = null) {
     const words = element('span', {}, element('span', { className: 'choice-text', textContent: text }));
     const button = element('button', { className: 'choice' }, icon(symbol), words);
@@ -65,7 +65,7 @@ export class RowPanel {
     return button;
   }
 
-  // Below the button; where there is no room for it, to the left of it and as high as it takes.
+  // Below the button; if there is no room, to the left of it and as high as necessary.
   #placeBeside(button) {
     const { left, right, bottom } = button.getBoundingClientRect();
     const { width, height } = this.#panel.getBoundingClientRect();

@@ -1,7 +1,7 @@
-// Keeps what one looks at under one's eyes while rows come and go above it.
+// Keeps the visible rows in place while rows above them appear and disappear.
 
-// Runs `change` on the rows of `body`; the topmost visible row that is still there afterwards stays where it was. At the
-// very top of the page new rows push the others down, since there one looks for them.
+// Runs `change` on the rows of `body`; the topmost visible row that remains keeps its position. At the very top of the
+// page new rows push the others down, so that they are visible.
 export function keepPlace(body, change) {
   const before = scrollY > 0 ? visibleRows(body) : [];
   change();

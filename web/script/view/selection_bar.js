@@ -1,4 +1,4 @@
-// What is selected, and what can be done with it.
+// The selection, and its actions.
 import { identityOf } from '../model/connection.js';
 import { byId, setText } from './element.js';
 import { say } from './texts.js';
@@ -13,7 +13,7 @@ export class SelectionBar {
   }
 
   show(selection, connections) {
-    // Whoever pressed a button in the bar loses it with the bar.
+    // A focused button in the bar disappears with the bar.
     if (selection.size === 0 && this.#bar.contains(document.activeElement)) byId('list').focus({ preventScroll: true });
     this.#bar.hidden = selection.size === 0;
     document.body.classList.toggle('has-selection', selection.size > 0);

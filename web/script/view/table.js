@@ -1,5 +1,5 @@
-// The table of connections. Each reading is put into it row by row; focus, scroll position and what is being pointed at
-// stay where they are.
+// The table of connections. Each read is applied row by row; focus, scroll position and the row under the pointer are
+// kept.
 import { identityOf, whyNotEnd } from '../model/connection.js';
 import { coverage } from '../model/selection.js';
 import { byId } from './element.js';
@@ -67,7 +67,7 @@ export class Table {
     else if (event.target.closest('[data-control="more"]')) this.onMore(row.connection, row.more);
   }
 
-  // With the shift key all rows from the one before to this one.
+  // With the shift key, all rows from the previous one to this one.
   #checked(row, event) {
     if (whyNotEnd(row.connection, this.view.account) !== null) {
       event.preventDefault();
@@ -89,14 +89,14 @@ export class Table {
   }
 }
 
-// No two rows should have one identity; where the server sends such, both are shown.
+// No two rows should have the same identity; if the server sends such rows, both are shown.
 function uniqueKey(identity, taken) {
   let key = identity;
   while (taken.has(key)) key += ' ';
   return key;
 }
 
-// Brings the children into this order, moving as few as it takes for the usual change: rows that came or went.
+// Puts the children into this order, moving few of them in the usual case of new or removed rows.
 function order(parent, nodes) {
   let place = parent.firstElementChild;
   for (const node of nodes) {

@@ -1,4 +1,4 @@
-// The head of the table: the box that selects the page, and a button a column that sorts by it.
+// The head of the table: the box that selects the page, and a sort button per column.
 import { kSortFields } from '../model/query.js';
 import { element, icon, setAttribute } from './element.js';
 import { fillTexts } from './texts.js';
@@ -38,7 +38,7 @@ export class TableHead {
     fillTexts(row);
   }
 
-  // `covered` is "all", "some" or "none" of the rows that can be selected; `isEmpty` where there are none.
+  // `covered` is "all", "some" or "none" of the rows that can be selected; `isEmpty` if there are none.
   show(query, covered, isEmpty) {
     for (const [field, head] of this.#heads) {
       const isSorted = field === query.sortBy;

@@ -1,4 +1,4 @@
-// The texts of the page in the person's language.
+// The texts of the page in the user's language.
 import { chooseLanguage, kLanguages, localeFor } from '../model/language.js';
 import { fill, partsOf, pluralOf, valueText } from '../model/message.js';
 import { element, setText } from './element.js';
@@ -16,14 +16,14 @@ export const currentLanguage = () => language;
 // For dates and numbers.
 export const currentLocale = () => locale;
 
-// Loads the texts that this person wants; fails where they cannot be had.
+// Loads the texts in the user's language; fails if they cannot be loaded.
 export function loadTexts() {
   const remembered = recall(kKey);
   const wanted = remembered === null ? navigator.languages : [remembered];
   return useLanguage(Object.hasOwn(kLanguages, remembered ?? '') ? remembered : chooseLanguage(wanted));
 }
 
-// Goes over to another language, for good.
+// Changes the language permanently.
 export async function changeLanguage(tag) {
   await useLanguage(tag);
   remember(kKey, tag);
@@ -40,12 +40,12 @@ export function say(key, values = {}) {
   return fill(texts[key], values, locale);
 }
 
-// A sentence, and the server's own words for why.
+// A sentence, followed by the server's messages.
 export function withCauses(sentence, causes) {
   return causes.length === 0 ? sentence : `${sentence} ${say('trouble.causes', { causes: causes.join('; ') })}`;
 }
 
-// The same as nodes, with each value set off as a name; bidirectional text in it cannot disturb the sentence.
+// The same as nodes, with each value isolated, so that bidirectional text in it cannot affect the sentence.
 export function sayNodes(key, values = {}) {
   return partsOf(pluralOf(texts[key], values.count, locale)).map((part) => {
     if (typeof part === 'string') return part;
@@ -53,7 +53,7 @@ export function sayNodes(key, values = {}) {
   });
 }
 
-// Fills in the texts that the markup names.
+// Fills in the texts named in the markup.
 export function fillTexts(root) {
   for (const target of root.querySelectorAll('[data-text]')) setText(target, say(target.dataset.text));
   for (const target of root.querySelectorAll('[data-label]'))
@@ -63,7 +63,7 @@ export function fillTexts(root) {
 }
 
 async function useLanguage(tag) {
-  // The document names the files, since on a served page their names change with their content.
+  // The document has the file names, since on the installed page they change with the content.
   const { href } = document.querySelector(`link[hreflang="${tag}"]`);
   const response = await fetch(href);
   if (!response.ok) throw new Error(`${href}: ${response.status}`);

@@ -1,4 +1,4 @@
-// A short explanation beside what has the pointer or the focus: elements with data-tip.
+// A short explanation beside the element under the pointer or with the focus: elements with data-tip.
 import { byId } from './element.js';
 
 const kGap = 8;
