@@ -10,12 +10,12 @@ bool isNobodys(uid_t uid) {
   return !answer.found && answer.error == 0;
 }
 
-Reading<uid_t> accountId(const std::string& name) {
+Result<uid_t> accountId(const std::string& name) {
   const auto answer = askForAccount(name);
   if (answer.found) return answer.entry.pw_uid;
-  if (answer.error == 0) return Reading<uid_t>::gone();
-  return Reading<uid_t>::failure("cannot look up the account \"" + printable(name) +
-                                 "\": " + errorText(answer.error));
+  if (answer.error == 0) return gone();
+  return failure("cannot look up the account \"" + printable(name) +
+                 "\": " + errorText(answer.error));
 }
 
 }  // namespace zevo::connections

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <sys/types.h>
 
-#include "services/outcome.h"
+#include "services/gone.h"
 
 namespace zevo::connections {
 
@@ -17,6 +17,6 @@ bool isNobodys(uid_t uid);
 
 // Id of the account `name`; gone where there is none, failed where the name service does not
 // answer.
-Reading<uid_t> accountId(const std::string& name);
+Result<uid_t> accountId(const std::string& name);
 
 }  // namespace zevo::connections

@@ -21,11 +21,12 @@ std::string userOf(const Sources& sources, const Process& process, const UserIds
   return groups.effective != 0 ? std::string(kUnknownUser) : std::string();
 }
 
-LoginReading readLogin(const Sources& sources, const Process& process) {
+LoginReading readLogin(const Sources& sources, const ServedClient& /*client*/,
+                       const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto users = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-  const auto groups = users.ok() ? files->groupIds() : Reading<GroupIds>::like(users);
-  if (!groups.ok()) return LoginReading::like(groups);
+  const auto users = files.and_then(&ProcessFiles::userIds);
+  const auto groups = files.and_then(&ProcessFiles::groupIds);
+  if (!users || !groups) return errorOf(users, groups);
   std::string user = userOf(sources, process, *users, *groups);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), {}});
@@ -33,11 +34,8 @@ LoginReading readLogin(const Sources& sources, const Process& process) {
 
 }  // namespace
 
-Outcome readAfp(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
-    return readLogin(sources, process);
-  };
-  return readSessions(sources, {ZEVO_CURCONN_AFP, isAfpd, kAfpPort}, login, connections);
+Result<void> readAfp(const Sources& sources, std::vector<Connection>& connections) {
+  return readSessions(sources, {ZEVO_CURCONN_AFP, isAfpd, kAfpPort}, readLogin, connections);
 }
 
 }  // namespace zevo::connections

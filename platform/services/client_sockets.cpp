@@ -20,12 +20,12 @@ constexpr std::size_t kMostOfOrphan = 256;
 constexpr std::size_t kLeastOfOrphan = 8;
 
 // The sockets of an orphan, out of the looks that all of them share.
-Reading<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& process,
-                                       const ProcessFiles& files) {
+Result<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& process,
+                                      const ProcessFiles& files) {
   OrphanLooks& looks = sources.orphanLooks();
   const std::size_t most = std::clamp(looks.left, kLeastOfOrphan, kMostOfOrphan);
   auto low = files.sockets(most);
-  if (!low.ok()) return low;
+  if (!low) return low;
   looks.left -= std::min(looks.left, low->looks);
   if (low->hasMore && most < kMostOfOrphan && !looks.isNoted) {
     looks.isNoted = true;
@@ -38,46 +38,45 @@ Reading<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& pr
 }
 
 // The sockets of `process` as far as it is looked at.
-Reading<LowSockets> askedSockets(const Sources& sources, const Process& process, Family family,
-                                 const ProcessFiles& files) {
+Result<LowSockets> askedSockets(const Sources& sources, const Process& process, Family family,
+                                const ProcessFiles& files) {
   const auto vouched = isVouchedFor(sources, process, family);
-  if (!vouched.ok()) return Reading<LowSockets>::like(vouched);
+  if (!vouched) return errorOf(vouched);
   if (*vouched) return files.sockets(kMostOfService);
   const auto orphaned = isBelowOrphan(sources, process, family);
-  if (!orphaned.ok()) return Reading<LowSockets>::like(orphaned);
-  return *orphaned ? lowSocketsOfOrphan(sources, process, files) : Reading<LowSockets>({});
+  if (!orphaned) return errorOf(orphaned);
+  return *orphaned ? lowSocketsOfOrphan(sources, process, files) : LowSockets();
 }
 
 // The connections of the network namespace of a process's server, where that is not ours; null
 // where it is. That of the process itself is not asked: it may be one that the server made for the
 // session alone, or one that a user filled with sockets.
-const Reading<SocketTable>* otherSockets(const Sources& sources, const Process& process,
-                                         const ProcessFiles& files) {
+const Result<SocketTable>* otherSockets(const Sources& sources, const Process& process,
+                                        const ProcessFiles& files) {
   const std::uint64_t ours = sources.home().network;
   const auto namespaces = files.namespaces();
-  if (!namespaces.ok() || namespaces->network == ours) return nullptr;
+  if (!namespaces || namespaces->network == ours) return nullptr;
   const auto server = serverOf(sources, process);
-  if (!server.ok() || *server == nullptr) return nullptr;
+  if (!server || *server == nullptr) return nullptr;
   const auto member = sources.filesOf(**server);
-  const auto its = member.ok() ? member->namespaces() : Reading<Namespaces>::like(member);
-  if (!its.ok() || its->network == 0 || its->network == ours) return nullptr;
+  const auto its = member.and_then(&ProcessFiles::namespaces);
+  if (!its || its->network == 0 || its->network == ours) return nullptr;
   return &sources.socketsOf(its->network, *member);
 }
 
 }  // namespace
 
-Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
-                                           Family family) {
-  using Result = Reading<std::vector<Socket>>;
+Result<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
+                                          Family family) {
   const auto files = sources.filesOf(process);
-  const auto low = files.ok() ? askedSockets(sources, process, family, *files)
-                              : Reading<LowSockets>::like(files);
-  if (!low.ok()) return Result::like(low);
+  const auto low = files.and_then(
+      [&](const ProcessFiles& open) { return askedSockets(sources, process, family, open); });
+  if (!low) return errorOf(low);
   if (low->sockets.empty()) return std::vector<Socket>();
-  const Reading<SocketTable>& ours = sources.sockets();
-  if (!ours.ok()) return Result::like(ours);
-  const Reading<SocketTable>* others = otherSockets(sources, process, *files);
-  if (others != nullptr && !others->ok()) return Result::like(*others);
+  const Result<SocketTable>& ours = sources.sockets();
+  if (!ours) return errorOf(ours);
+  const Result<SocketTable>* others = otherSockets(sources, process, *files);
+  if (others != nullptr && !*others) return errorOf(*others);
   std::vector<Socket> sockets;
   for (const SocketDescriptor& descriptor : low->sockets) {
     const Socket* socket = ours->find(descriptor.inode);
@@ -87,12 +86,11 @@ Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const Process
   return sockets;
 }
 
-Reading<std::optional<Socket>> clientSocket(const Sources& sources, const Process& process,
-                                            Family family) {
-  using Result = Reading<std::optional<Socket>>;
-  const auto sockets = connectionsOf(sources, process, family);
-  if (!sockets.ok()) return Result::like(sockets);
-  return sockets->empty() ? std::optional<Socket>() : std::optional<Socket>(sockets->front());
+Result<std::optional<Socket>> clientSocket(const Sources& sources, const Process& process,
+                                           Family family) {
+  return connectionsOf(sources, process, family).map([](const std::vector<Socket>& sockets) {
+    return sockets.empty() ? std::optional<Socket>() : sockets.front();
+  });
 }
 
 }  // namespace zevo::connections

@@ -14,13 +14,13 @@ namespace zevo::connections {
 // looked at, of what the service vouches for or what may be an orphan of it (or stand below one);
 // where many may be orphans, only a few of each, which is noted. Any other process has none, and is
 // not asked: a user's may hold millions.
-Reading<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
-                                           Family family);
+Result<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
+                                          Family family);
 
 // The TCP connection of the lowest descriptor of a process, which in a server that serves one
 // client is the client's: whatever the process opens later has a higher one. Nothing where it has
 // none.
-Reading<std::optional<Socket>> clientSocket(const Sources& sources, const Process& process,
-                                            Family family);
+Result<std::optional<Socket>> clientSocket(const Sources& sources, const Process& process,
+                                           Family family);
 
 }  // namespace zevo::connections

@@ -8,9 +8,9 @@
 #include "zevo/connections.h"
 
 #include "services/connection.h"
+#include "services/gone.h"
 #include "services/nfs.h"
 #include "services/openssh.h"
-#include "services/outcome.h"
 #include "services/proftpd.h"
 #include "services/sources.h"
 #include "services/telnet.h"
@@ -22,13 +22,13 @@ namespace zevo::connections {
 // the user's effective ids, and root's for moments of its work; the user of a session that is met
 // in one of these is "unknown". A login of root looks like one in progress and is left out. Nothing
 // tells the volumes in use.
-Outcome readAfp(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readAfp(const Sources& sources, std::vector<Connection>& connections);
 
 // One record for each login that utmp has, or logind where there is no utmp, with the pid of a
 // process of its user, as LoginProcesses finds it. Terminals that a network service opened are that
 // service's connections and left out here, and so are entries whose process has ended and those of
 // which no process is left.
-Outcome readLogins(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readLogins(const Sources& sources, std::vector<Connection>& connections);
 
 struct ServerCollector {
   const char* name;        // of the program or source

@@ -16,14 +16,14 @@ constexpr int kTries = 3;
 
 // Whether both see the same accounts file. While an account is added a new file takes the place of
 // the old one, so a difference counts only where this machine's file stayed the same.
-Reading<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& home) {
+Result<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& home) {
   auto before = home.accountsFile();
   for (int i = 0; i < kTries; ++i) {
     const auto theirs = process.accountsFile();
     auto now = home.accountsFile();
-    if (!now.ok()) return Reading<bool>::like(now);
-    if (theirs.ok() && *theirs == *now) return true;
-    if (before.ok() && *before == *now) return false;
+    if (!now) return errorOf(now);
+    if (theirs && *theirs == *now) return true;
+    if (before && *before == *now) return false;
     before = std::move(now);
   }
   return false;
@@ -35,9 +35,9 @@ Reading<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& 
 bool sharesAccounts(const Sources& sources, const ProcessFiles& server) {
   const auto root = server.root();
   const auto owned = isRootOwned(server);
-  if (!root.ok() || *root != "/" || !owned.ok() || !*owned) return false;
+  if (!root || *root != "/" || !owned || !*owned) return false;
   const auto same = haveSameAccounts(server, sources.home().files);
-  return same.ok() && *same;
+  return same && *same;
 }
 
 // Of a kind that this kernel does not have, both are 0.
@@ -57,22 +57,22 @@ std::uint64_t otherNamespace(const Sources& sources, const ProcessFiles& server,
 }
 
 // What containerOf() says of the process that decides.
-Reading<std::string> judge(const Sources& sources, const Process& process) {
+Result<std::string> judge(const Sources& sources, const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto namespaces = files.ok() ? files->namespaces() : Reading<Namespaces>::like(files);
-  if (!namespaces.ok()) return Reading<std::string>::like(namespaces);
-  if (hasEnded(*namespaces, sources.home().namespaces)) return Reading<std::string>::gone();
+  const auto namespaces = files.and_then(&ProcessFiles::namespaces);
+  if (!namespaces) return errorOf(namespaces);
+  if (hasEnded(*namespaces, sources.home().namespaces)) return gone();
   const std::uint64_t other = otherNamespace(sources, *files, *namespaces);
   if (other == 0) return std::string();
   const auto cgroups = files->cgroups();
-  const auto name = cgroups.ok() ? containerName(*cgroups) : std::nullopt;
+  const auto name = cgroups ? containerName(*cgroups) : std::nullopt;
   return name ? *name : std::to_string(other);
 }
 
 // The process with the id `pid`, be it one that began after the scan.
-Reading<Process> processOf(const Sources& sources, pid_t pid) {
+Result<Process> processOf(const Sources& sources, pid_t pid) {
   const Process* process = sources.processes().find(pid);
-  return process != nullptr ? Reading<Process>(*process) : readProcess(sources.paths(), pid);
+  return process != nullptr ? Result<Process>(*process) : readProcess(sources.paths(), pid);
 }
 
 // What containerOf() says of each process, asked once.
@@ -80,18 +80,18 @@ class Containers {
  public:
   explicit Containers(const Sources& sources) : sources_(sources) {}
 
-  const Reading<std::string>& of(pid_t pid) {
+  const Result<std::string>& of(pid_t pid) {
     const auto found = known_.find(pid);
     if (found != known_.end()) return found->second;
-    const auto process = processOf(sources_, pid);
-    auto container =
-        process.ok() ? containerOf(sources_, *process) : Reading<std::string>::like(process);
+    auto container = processOf(sources_, pid).and_then([this](const Process& process) {
+      return containerOf(sources_, process);
+    });
     return known_.emplace(pid, std::move(container)).first->second;
   }
 
  private:
   const Sources& sources_;
-  std::map<pid_t, Reading<std::string>> known_;
+  std::map<pid_t, Result<std::string>> known_;
 };
 
 bool isOursAnyway(const Connection& connection) {
@@ -106,37 +106,41 @@ void addContainer(const std::string& container, std::string* user) {
 
 }  // namespace
 
-Reading<std::string> containerOf(const Sources& sources, const Process& process) {
+Result<std::string> containerOf(const Sources& sources, const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto namespaces = files.ok() ? files->namespaces() : Reading<Namespaces>::like(files);
-  if (!namespaces.ok()) return Reading<std::string>::like(namespaces);
+  const auto namespaces = files.and_then(&ProcessFiles::namespaces);
+  if (!namespaces) return errorOf(namespaces);
   if (*namespaces == sources.home().namespaces) return std::string();  // nearly always
   const auto server = serverOf(sources, process);
-  if (!server.ok()) return Reading<std::string>::like(server);
+  if (!server) return errorOf(server);
   return judge(sources, *server != nullptr ? **server : process);
 }
 
+Result<bool> servesThisMachine(const Sources& sources, const Process& process) {
+  return containerOf(sources, process).map([](const std::string& name) { return name.empty(); });
+}
+
 std::string accountOf(const Sources& sources, const Process& process, uid_t uid) {
-  const auto container = containerOf(sources, process);
-  return container.ok() && container->empty() ? accountName(uid) : std::string(kUnknownUser);
+  const bool isOurs = servesThisMachine(sources, process).value_or(false);
+  return isOurs ? accountName(uid) : std::string(kUnknownUser);
 }
 
 void nameContainers(const Sources& sources, std::vector<Connection>* connections) {
   Containers containers(sources);
   std::vector<Connection> told;
   told.reserve(connections->size());
-  Outcome outcome;
+  Result<void> outcome;
   for (Connection& connection : *connections) {
     if (!isOursAnyway(connection)) {
-      const Reading<std::string>& container = containers.of(connection.pid);
-      if (container.failed()) outcome.add(Outcome::failure(container.cause()));
-      if (!container.ok()) continue;
+      const Result<std::string>& container = containers.of(connection.pid);
+      addPart(outcome, container);
+      if (!container) continue;
       addContainer(*container, &connection.user);
     }
     told.push_back(std::move(connection));
   }
   connections->swap(told);
-  if (outcome.failed()) sources.note(kConnectionsMissing, "", outcome.cause());
+  if (!outcome) sources.note(kConnectionsMissing, "", outcome.error().sentence);
 }
 
 }  // namespace zevo::connections

@@ -15,7 +15,10 @@ namespace zevo::connections {
 // other accounts where its serverOf() is in another pid or network namespace than this machine's
 // services, or in another mount namespace with another accounts file. Nothing that a user may lay
 // out is asked.
-Reading<std::string> containerOf(const Sources& sources, const Process& process);
+Result<std::string> containerOf(const Sources& sources, const Process& process);
+
+// Whether that is empty.
+Result<bool> servesThisMachine(const Sources& sources, const Process& process);
 
 // The account with the number `uid`, as the service of `process` means it: "unknown" in a
 // container, whose numbers are not those of this machine's accounts.

@@ -13,9 +13,9 @@ namespace {
 
 constexpr int kMostAbove = 8;  // a session has at most four processes
 
-bool listsAsKernels(const Reading<ProcessFiles>& files, std::uint64_t mount) {
-  const auto mounts = files.ok() ? files->mounts() : Reading<std::string>::like(files);
-  return mounts.ok() && isKernelsMount(*mounts, mount);
+bool listsAsKernels(const Result<ProcessFiles>& files, std::uint64_t mount) {
+  const auto mounts = files.and_then(&ProcessFiles::mounts);
+  return mounts && isKernelsMount(*mounts, mount);
 }
 
 // Whether one of the processes from `process` upwards has it among its mounts. A process that is

@@ -32,13 +32,12 @@ bool isNetworkService(std::string_view name) {
 
 // Whether one of root's network services stands above `process`, or is it. A user's program under
 // the name of one hides nothing.
-Reading<bool> isServed(const Sources& sources, const Process& process) {
+Result<bool> isServed(const Sources& sources, const Process& process) {
   const Process* step = &process;
   for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
     if (isNetworkService(step->name)) {
-      const auto files = sources.filesOf(*step);
-      auto owned = files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
-      if (!owned.ok() || *owned) return owned;
+      auto owned = sources.filesOf(*step).and_then(isRootOwned);
+      if (!owned || *owned) return owned;
     }
     step = sources.processes().find(step->parent);
   }
@@ -56,17 +55,15 @@ const Process* makerOf(const Sources& sources, const LoginEntry& entry) {
   return isComparable && *start > entry.time + kSlackSeconds ? nullptr : maker;
 }
 
-Outcome appendLogin(const Sources& sources, const LoginEntry& entry, LoginProcesses& logins,
-                    std::vector<Connection>* connections) {
+Result<void> appendLogin(const Sources& sources, const LoginEntry& entry, LoginProcesses& logins,
+                         std::vector<Connection>* connections) {
   const Process* maker = makerOf(sources, entry);
-  if (maker == nullptr) return Outcome::done();
+  if (maker == nullptr) return {};
   const auto users = logins.of(entry, *maker);
-  if (users.failed()) return Outcome::failure(users.cause());
-  if (!users.ok()) return Outcome::done();
+  if (!users) return failureOf(users);
   for (const Process* process : {maker, *users}) {
     const auto served = isServed(sources, *process);
-    if (served.failed()) return Outcome::failure(served.cause());
-    if (!served.ok() || *served) return Outcome::done();
+    if (!served || *served) return failureOf(served);
   }
   connections->push_back({.pid = (*users)->pid,
                           .time = localTimeText(entry.time),
@@ -74,27 +71,27 @@ Outcome appendLogin(const Sources& sources, const LoginEntry& entry, LoginProces
                           .user = entry.user,
                           .descr = entry.terminal,
                           .type = ZEVO_CURCONN_LOGIN});
-  return Outcome::done();
+  return {};
 }
 
-Outcome readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
+Result<void> readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
   std::string bytes;
-  const auto failure = readFile(paths.utmp, kUtmpLimit, &bytes);
-  if (failure && failure->error == ENOENT) return readLogindSessions(paths.logindSessions, entries);
-  if (failure) return Outcome::failure(failure->text());
+  const auto cause = readFile(paths.utmp, kUtmpLimit, &bytes);
+  if (cause && cause->error == ENOENT) return readLogindSessions(paths.logindSessions, entries);
+  if (cause) return failure(cause->text());
   *entries = parseUtmp(bytes);
-  return isTorn(bytes) ? Outcome::failure(paths.utmp + " ends in the middle of an entry")
-                       : Outcome::done();
+  if (isTorn(bytes)) return failure(paths.utmp + " ends in the middle of an entry");
+  return {};
 }
 
 }  // namespace
 
-Outcome readLogins(const Sources& sources, std::vector<Connection>& connections) {
+Result<void> readLogins(const Sources& sources, std::vector<Connection>& connections) {
   std::vector<LoginEntry> entries;
-  Outcome outcome = readEntries(sources.paths(), &entries);
+  Result<void> outcome = readEntries(sources.paths(), &entries);
   LoginProcesses logins(sources);
   for (const LoginEntry& entry : entries) {
-    outcome.add(appendLogin(sources, entry, logins, &connections));
+    addPart(outcome, appendLogin(sources, entry, logins, &connections));
   }
   return outcome;
 }

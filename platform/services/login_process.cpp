@@ -68,48 +68,46 @@ std::vector<const Process*> candidatesFor(const ProcessTable& processes, const L
 }
 
 // Whether ids of `process` mean this machine's accounts.
-Reading<bool> isOurs(const Sources& sources, const Process& process, const ProcessFiles& files) {
+Result<bool> isOurs(const Sources& sources, const Process& process, const ProcessFiles& files) {
   auto here = runsHere(files, sources.home());
-  if (!here.ok() || !*here) return here;
-  const auto container = containerOf(sources, process);
-  return container.ok() ? Reading<bool>(container->empty()) : Reading<bool>::like(container);
+  return here && *here ? servesThisMachine(sources, process) : here;
 }
 
 }  // namespace
 
-const Reading<uid_t>& LoginProcesses::idOf(const std::string& user) {
+const Result<uid_t>& LoginProcesses::idOf(const std::string& user) {
   const auto found = ids_.find(user);
   return found != ids_.end() ? found->second : ids_.emplace(user, accountId(user)).first->second;
 }
 
 // By the owner, who may signal the process himself: the effective user is the user in root's
 // servers, too, while they work for him.
-Reading<bool> LoginProcesses::readIsUsers(const Process& process, const std::string& user) {
+Result<bool> LoginProcesses::readIsUsers(const Process& process, const std::string& user) {
   const auto files = sources_.filesOf(process);
-  const auto owner = files.ok() ? ownerOf(*files, sources_.home()) : Reading<uid_t>::like(files);
-  if (!owner.ok()) return Reading<bool>::like(owner);
-  const Reading<uid_t>& id = idOf(user);
-  const bool fits = id.ok() ? *id == *owner
-                            : user.size() == kLongestUser && accountName(*owner).starts_with(user);
-  return fits ? isOurs(sources_, process, *files) : Reading<bool>(false);
+  const auto owner =
+      files.and_then([this](const ProcessFiles& open) { return ownerOf(open, sources_.home()); });
+  if (!owner) return errorOf(owner);
+  const Result<uid_t>& id = idOf(user);
+  const bool fits =
+      id ? *id == *owner : user.size() == kLongestUser && accountName(*owner).starts_with(user);
+  return fits ? isOurs(sources_, process, *files) : Result<bool>(false);
 }
 
-Reading<bool> LoginProcesses::isUsers(const Process& process, const std::string& user) {
-  const auto [found, isNew] = verdicts_.try_emplace({process.pid, user}, Reading<bool>(false));
+Result<bool> LoginProcesses::isUsers(const Process& process, const std::string& user) {
+  const auto [found, isNew] = verdicts_.try_emplace({process.pid, user}, Result<bool>(false));
   if (isNew) found->second = readIsUsers(process, user);
   return found->second;
 }
 
-Reading<const Process*> LoginProcesses::of(const LoginEntry& entry, const Process& maker) {
-  using Result = Reading<const Process*>;
-  const Reading<uid_t>& id = idOf(entry.user);
-  if (id.failed()) return Result::like(id);
+Result<const Process*> LoginProcesses::of(const LoginEntry& entry, const Process& maker) {
+  const Result<uid_t>& id = idOf(entry.user);
+  if (hasFailed(id)) return errorOf(id);
   for (const Process* process : candidatesFor(sources_.processes(), entry, maker)) {
     const auto fits = isUsers(*process, entry.user);
-    if (fits.failed()) return Result::like(fits);
-    if (fits.ok() && *fits) return process;
+    if (hasFailed(fits)) return errorOf(fits);
+    if (fits && *fits) return process;
   }
-  return Result::gone();
+  return gone();
 }
 
 }  // namespace zevo::connections

@@ -22,17 +22,17 @@ class LoginProcesses {
   // children of `maker`, which may be root's login program. Its owner is the entry's user, and it
   // runs beside this machine's services, in no container. Gone where there is none or no such
   // account.
-  Reading<const Process*> of(const LoginEntry& entry, const Process& maker);
+  Result<const Process*> of(const LoginEntry& entry, const Process& maker);
 
  private:
-  Reading<bool> isUsers(const Process& process, const std::string& user);
-  Reading<bool> readIsUsers(const Process& process, const std::string& user);
-  const Reading<uid_t>& idOf(const std::string& user);
+  Result<bool> isUsers(const Process& process, const std::string& user);
+  Result<bool> readIsUsers(const Process& process, const std::string& user);
+  const Result<uid_t>& idOf(const std::string& user);
 
   const Sources& sources_;
-  std::map<std::string, Reading<uid_t>> ids_;
+  std::map<std::string, Result<uid_t>> ids_;
   // Many entries may lead to the same processes.
-  std::map<std::pair<pid_t, std::string>, Reading<bool>> verdicts_;
+  std::map<std::pair<pid_t, std::string>, Result<bool>> verdicts_;
 };
 
 }  // namespace zevo::connections

@@ -53,24 +53,25 @@ std::optional<LoginEntry> parseLogindSession(std::string_view text) {
                             kMicrosecondsASecond};
 }
 
-Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries) {
+Result<void> readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries) {
   const OpenFolder open(::opendir(folder.c_str()));
-  if (!open && errno == ENOENT) return Outcome::done();
-  if (!open) return Outcome::failure(FileFailure{"open", folder, errno}.text());
-  Outcome outcome;
+  if (!open && errno == ENOENT) return {};
+  if (!open) return failure(FileFailure{"open", folder, errno}.text());
+  Result<void> outcome;
   for (errno = 0; const dirent* file = ::readdir(open.get()); errno = 0) {
     const std::string_view name = file->d_name;
     // Beside "c1" stand "c1.ref", a pipe, and temporary files with a point before their name.
     if (name.find('.') != std::string_view::npos) continue;
     std::string text;
-    const auto failure = readFile(folder + "/" + file->d_name, kFileLimit, &text);
-    if (failure && failure->error == ENOENT) continue;  // the session ended meanwhile
-    if (failure) outcome.add(Outcome::failure(failure->text()));
-    if (failure) continue;
+    const auto cause = readFile(folder + "/" + file->d_name, kFileLimit, &text);
+    if (cause && cause->error == ENOENT) continue;  // the session ended meanwhile
+    if (cause) addPart(outcome, Result<void>(failure(cause->text())));
+    if (cause) continue;
     auto entry = parseLogindSession(text);
     if (entry) entries->push_back(std::move(*entry));
   }
-  if (errno != 0) outcome.add(Outcome::failure(FileFailure{"read", folder, errno}.text()));
+  if (errno != 0)
+    addPart(outcome, Result<void>(failure(FileFailure{"read", folder, errno}.text())));
   return outcome;
 }
 

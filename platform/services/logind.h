@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/utmp.h"
 
 namespace zevo::connections {
@@ -17,6 +17,6 @@ std::optional<LoginEntry> parseLogindSession(std::string_view text);
 
 // Those of all files of `folder`; none where there is no such folder. Fails where one cannot be
 // read; *entries then has those of the others.
-Outcome readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries);
+Result<void> readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries);
 
 }  // namespace zevo::connections

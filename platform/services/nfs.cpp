@@ -35,19 +35,19 @@ bool isServed(const Socket& socket) {
          !socket.isHalfClosed;
 }
 
-Outcome countConnections(const Sources& sources, Hosts* hosts) {
-  const Reading<SocketTable>& table = sources.sockets();
-  if (!table.ok()) return Outcome::failure(table.cause());
+Result<void> countConnections(const Sources& sources, Hosts* hosts) {
+  const Result<SocketTable>& table = sources.sockets();
+  if (!table) return errorOf(table);
   for (const Socket& socket : table->all()) {
     if (isServed(socket)) ++(*hosts)[numericText(socket.remote)].connections;
   }
-  return Outcome::done();
+  return {};
 }
 
 // Version 4 clients come with a state of their own, whether they hold a connection just now or not.
-Outcome addClients(const Paths& paths, Hosts* hosts) {
+Result<void> addClients(const Paths& paths, Hosts* hosts) {
   std::vector<NfsClient> clients;
-  Outcome outcome = readNfsClients(paths, &clients);
+  Result<void> outcome = readNfsClients(paths, &clients);
   for (const NfsClient& client : clients) {
     const auto found = findHost(hosts, client.from);
     Host& host = found != hosts->end() ? found->second : (*hosts)[client.from];
@@ -63,10 +63,10 @@ Outcome addClients(const Paths& paths, Hosts* hosts) {
 void addMounts(const Sources& sources, Hosts* hosts) {
   if (!isKernelNfsRunning(sources.paths())) return;
   std::vector<NfsMount> mounts;
-  const Outcome outcome = readRmtab(sources.paths(), &mounts);
-  if (outcome.failed()) {
+  const Result<void> outcome = readRmtab(sources.paths(), &mounts);
+  if (!outcome) {
     sources.note(kDetailsMissing, "NFS",
-                 "NFS: " + outcome.cause() + "; exports of version 3 are not shown");
+                 "NFS: " + outcome.error().sentence + "; exports of version 3 are not shown");
   }
   for (const NfsMount& mount : mounts) {
     const auto host = findHost(hosts, mount.from);
@@ -83,10 +83,10 @@ void append(const std::string& from, const std::string& descr, const std::string
 
 }  // namespace
 
-Outcome readNfs(const Sources& sources, std::vector<Connection>& connections) {
+Result<void> readNfs(const Sources& sources, std::vector<Connection>& connections) {
   Hosts hosts;
-  Outcome outcome = countConnections(sources, &hosts);
-  outcome.add(addClients(sources.paths(), &hosts));
+  Result<void> outcome = countConnections(sources, &hosts);
+  addPart(outcome, addClients(sources.paths(), &hosts));
   addMounts(sources, &hosts);
   for (const auto& [from, host] : hosts) {
     for (const auto& [descr, time] : host.resources) append(from, descr, time, &connections);

@@ -12,6 +12,6 @@ namespace zevo::connections {
 // known, which is all that a server in user space shows. Such a server counts only where it is
 // root's, since any user can listen on that port while nobody else does. Nothing tells users or
 // processes; only the kernel's version 4 clients have a time.
-Outcome readNfs(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readNfs(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -59,21 +59,21 @@ bool clientHasGone(int error) {
   return error == ENOENT || error == ENXIO || error == ESRCH;
 }
 
-Outcome cannotRead(const FileFailure& failure) {
-  return Outcome::failure(failure.text() + "; run this as root");
+Result<void> cannotRead(const FileFailure& cause) {
+  return failure(cause.text() + "; run this as root");
 }
 
-Outcome readClient(const std::string& folder, std::vector<NfsClient>* clients) {
+Result<void> readClient(const std::string& folder, std::vector<NfsClient>* clients) {
   std::string info;
   struct stat status {};
-  const auto failure = readFile(folder + "/info", kInfoLimit, &info);
-  if (failure && clientHasGone(failure->error)) return Outcome::done();
-  if (failure) return cannotRead(*failure);
+  const auto cause = readFile(folder + "/info", kInfoLimit, &info);
+  if (cause && clientHasGone(cause->error)) return {};
+  if (cause) return cannotRead(*cause);
   auto client = parseNfsClient(info);
-  if (!client) return Outcome::done();
+  if (!client) return {};
   if (::stat(folder.c_str(), &status) == 0) client->time = localTimeText(status.st_mtime);
   clients->push_back(std::move(*client));
-  return Outcome::done();
+  return {};
 }
 
 std::optional<NfsMount> parseMount(std::string_view line) {
@@ -97,18 +97,18 @@ std::optional<NfsClient> parseNfsClient(std::string_view info) {
   return NfsClient{addressIn(*address), versionText(valueAfter(info, "minor version: ")), {}};
 }
 
-Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients) {
+Result<void> readNfsClients(const Paths& paths, std::vector<NfsClient>* clients) {
   clients->clear();
   const std::string path = paths.nfsd + "/clients";
   const OpenFolder folder(::opendir(path.c_str()));
-  if (!folder && clientHasGone(errno)) return Outcome::done();
+  if (!folder && clientHasGone(errno)) return {};
   if (!folder) return cannotRead({"read", path, errno});
-  Outcome outcome;
+  Result<void> outcome;
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     if (entry->d_name[0] == '.') continue;
-    outcome.add(readClient(path + "/" + entry->d_name, clients));
+    addPart(outcome, readClient(path + "/" + entry->d_name, clients));
   }
-  if (errno != 0) outcome.add(cannotRead({"read", path, errno}));
+  if (errno != 0) addPart(outcome, cannotRead({"read", path, errno}));
   return outcome;
 }
 
@@ -129,13 +129,13 @@ bool isKernelNfsRunning(const Paths& paths) {
   return count > 0;
 }
 
-Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts) {
+Result<void> readRmtab(const Paths& paths, std::vector<NfsMount>* mounts) {
   mounts->clear();
   std::string table;
-  const auto failure = readFile(paths.rmtab, kTableLimit, &table);
-  if (failure && failure->error != ENOENT) return Outcome::failure(failure->text());
-  if (!failure) *mounts = parseRmtab(table);
-  return Outcome::done();
+  const auto cause = readFile(paths.rmtab, kTableLimit, &table);
+  if (cause && cause->error != ENOENT) return failure(cause->text());
+  if (!cause) *mounts = parseRmtab(table);
+  return {};
 }
 
 }  // namespace zevo::connections

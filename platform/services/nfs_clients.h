@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 
 namespace zevo::connections {
@@ -29,7 +29,7 @@ std::optional<NfsClient> parseNfsClient(std::string_view info);
 // Replaces *clients by those of the folder clients/ of the kernel's server; by none where there is
 // no such server, or one before Linux 5.3. Fails where one cannot be read; *clients then has the
 // others.
-Outcome readNfsClients(const Paths& paths, std::vector<NfsClient>* clients);
+Result<void> readNfsClients(const Paths& paths, std::vector<NfsClient>* clients);
 
 // A line of the mount table.
 struct NfsMount {
@@ -48,6 +48,6 @@ bool isKernelNfsRunning(const Paths& paths);
 
 // Replaces *mounts by those of the table, by none where there is no table. Fails where it cannot be
 // read or is too long.
-Outcome readRmtab(const Paths& paths, std::vector<NfsMount>* mounts);
+Result<void> readRmtab(const Paths& paths, std::vector<NfsMount>* mounts);
 
 }  // namespace zevo::connections

@@ -1,6 +1,7 @@
 #include "services/openssh.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -34,11 +35,11 @@ struct Session {
 };
 
 // The title of an sshd without the program's name; empty where it has none that can be believed.
-Reading<std::string> titleText(const Sources& sources, const Process* process) {
+Result<std::string> titleText(const Sources& sources, const Process* process) {
   if (process == nullptr || !isSshd(process->name)) return std::string();
-  const auto title = readTitle(sources, *process);
-  if (!title.ok()) return Reading<std::string>::like(title);
-  return std::string(sshTitleText(title->first).value_or(""));
+  return readTitle(sources, *process).map([](const Title& title) {
+    return std::string(sshTitleText(title.first).value_or(""));
+  });
 }
 
 // Whether root's own process with this title serves a session. While a child of one has not become
@@ -49,28 +50,26 @@ bool isUnguarded(const SshSession& told, const std::string& parentText) {
 
 // The client's connection that `process` still holds though the guard of its session was killed;
 // nothing where it is no such process.
-Reading<std::optional<Socket>> orphansClient(const Sources& sources, const Process& process) {
-  using Result = Reading<std::optional<Socket>>;
-  const Reading<bool>& owned = sources.rootOwned(process);
-  if (!owned.ok()) return Result::like(owned);
-  if (*owned) return std::optional<Socket>();
+Result<std::optional<Socket>> orphansClient(const Sources& sources, const Process& process) {
+  const Result<bool>& owned = sources.rootOwned(process);
+  if (!owned) return errorOf(owned);
+  if (*owned) return std::nullopt;
   const auto orphaned = isOrphan(sources, process, isSshd);
-  if (!orphaned.ok()) return Result::like(orphaned);
-  if (!*orphaned) return std::optional<Socket>();
+  if (!orphaned) return errorOf(orphaned);
+  if (!*orphaned) return std::nullopt;
   auto socket = clientSocket(sources, process, isSshd);
-  if (socket.ok() && socket->has_value() && (*socket)->owner != 0) return std::optional<Socket>();
+  if (socket && socket->has_value() && (*socket)->owner != 0) return std::nullopt;
   return socket;
 }
 
 // The session of which only `process` is left. Its title may be anybody's, and reading it may never
 // return, so its user id alone tells whom it serves.
-Reading<Session> identifyOrphan(const Sources& sources, const Process& process) {
+Result<Session> identifyOrphan(const Sources& sources, const Process& process) {
   const auto client = orphansClient(sources, process);
-  if (!client.ok()) return Reading<Session>::like(client);
+  if (!client) return errorOf(client);
   if (!client->has_value()) return Session();
-  const auto files = sources.filesOf(process);
-  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-  if (!ids.ok()) return Reading<Session>::like(ids);
+  const auto ids = sources.filesOf(process).and_then(&ProcessFiles::userIds);
+  if (!ids) return errorOf(ids);
   std::string user = accountOf(sources, process, ids->real);
   if (user == kLoginHelper) return Session();
   return Session{&process, &process, std::move(user), std::string(kUnknownTerminal), {}};
@@ -78,67 +77,64 @@ Reading<Session> identifyOrphan(const Sources& sources, const Process& process) 
 
 // Whether `user` in a title is the account with the number `uid`. Where that cannot be told, as in
 // a container, the title is believed.
-Reading<bool> isAccount(const Sources& sources, const Process& process, const std::string& user,
-                        uid_t uid) {
+Result<bool> isAccount(const Sources& sources, const Process& process, const std::string& user,
+                       uid_t uid) {
   const auto id = accountId(user);
-  if (id.failed() || (id.ok() && *id == uid)) return true;
-  const auto container = containerOf(sources, process);
-  return container.ok() ? Reading<bool>(!container->empty()) : Reading<bool>::like(container);
+  if (hasFailed(id) || (id && *id == uid)) return true;
+  return servesThisMachine(sources, process).map(std::logical_not<>());
 }
 
 // The process of root's that guards the session of a user's process: its parent. Null where that
 // serves a session itself, or the login is still going on.
-Reading<const Process*> guardOf(const Sources& sources, const Process* parent,
-                                const std::string& user) {
+Result<const Process*> guardOf(const Sources& sources, const Process* parent,
+                               const std::string& user) {
   if (parent == nullptr || !isSshd(parent->name) || user == kLoginHelper) return nullptr;
-  const Reading<bool>& owned = sources.rootOwned(*parent);
-  if (!owned.ok()) return Reading<const Process*>::like(owned);
+  const Result<bool>& owned = sources.rootOwned(*parent);
+  if (!owned) return errorOf(owned);
   return *owned ? parent : nullptr;
 }
 
 // A session whose title, or that of its guard, may have been cut off: sshd has room for titles
 // where its arguments and environment were.
-Reading<Session> identifyByIds(const Sources& sources, Session session, const SshSession& told,
-                               const std::string& parentText) {
+Result<Session> identifyByIds(const Sources& sources, Session session, const SshSession& told,
+                              const std::string& parentText) {
   const Process& process = *session.process;
-  const Reading<bool>& owned = sources.rootOwned(process);
-  if (!owned.ok()) return Reading<Session>::like(owned);
-  const auto files = sources.filesOf(process);
-  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-  const auto isTold =
-      ids.ok() ? isAccount(sources, process, session.user, ids->real) : Reading<bool>::like(ids);
-  if (!isTold.ok()) return Reading<Session>::like(isTold);
+  const Result<bool>& owned = sources.rootOwned(process);
+  const auto ids = sources.filesOf(process).and_then(&ProcessFiles::userIds);
+  if (!owned || !ids) return errorOf(owned, ids);
+  const auto isTold = isAccount(sources, process, session.user, ids->real);
+  if (!isTold) return errorOf(isTold);
   if (*owned) {
     session.owner = *isTold && isUnguarded(told, parentText) ? &process : nullptr;
     return session;
   }
   if (!*isTold) session.user = accountOf(sources, process, ids->real);
-  const auto guard = guardOf(sources, session.owner, session.user);
-  if (!guard.ok()) return Reading<Session>::like(guard);
-  session.owner = *guard;
-  return session;
+  return guardOf(sources, session.owner, session.user).map([&session](const Process* guard) {
+    session.owner = guard;
+    return session;
+  });
 }
 
 // The session that `process` serves; its owner is null where it serves none.
-Reading<Session> identify(const Sources& sources, const Process& process) {
+Result<Session> identify(const Sources& sources, const Process& process) {
   const auto text = titleText(sources, &process);
-  if (!text.ok()) return Reading<Session>::like(text);
+  if (!text) return errorOf(text);
   if (text->empty()) return identifyOrphan(sources, process);
   const auto told = sshSession(*text);
   if (!told) return Session();
   const Process* parent = sources.processes().find(process.parent);
   const auto parentText = titleText(sources, parent);
-  if (!parentText.ok()) return Reading<Session>::like(parentText);
+  if (!parentText) return errorOf(parentText);
   Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
   if (isSshGuard(*parentText)) return session;
   return identifyByIds(sources, std::move(session), *told, *parentText);
 }
 
 // Address of the client, empty where it did not come over TCP.
-Reading<std::string> clientAddress(const Sources& sources, const Process& owner) {
-  const auto socket = clientSocket(sources, owner, isSshd);
-  if (!socket.ok()) return Reading<std::string>::like(socket);
-  return socket->has_value() ? numericText((*socket)->remote) : std::string();
+Result<std::string> clientAddress(const Sources& sources, const Process& owner) {
+  return clientSocket(sources, owner, isSshd).map([](const std::optional<Socket>& socket) {
+    return socket ? numericText(socket->remote) : std::string();
+  });
 }
 
 // What runs below a session.
@@ -151,12 +147,10 @@ struct Below {
 bool isSftpServer(const Sources& sources, const Process& process) {
   if (process.name != kExternalSftp) return false;
   const auto files = sources.filesOf(process);
-  if (!files.ok()) return false;
   const auto& servers = sources.paths().sftpServers;
-  return std::any_of(servers.begin(), servers.end(), [&files](const std::string& path) {
-    const auto runs = files->runs(path);
-    return runs.ok() && *runs;
-  });
+  return files && std::any_of(servers.begin(), servers.end(), [&files](const std::string& path) {
+           return files->runs(path).value_or(false);
+         });
 }
 
 // Notes what `child` of a session is: an SFTP server, the shell that started one, or anything else.
@@ -173,13 +167,13 @@ void addProgram(const Sources& sources, const Process& child, Below* below) {
   below->hasOther |= !hasServer || children.size() > 1;
 }
 
-Outcome readBelow(const Sources& sources, const Session& session, Below* below) {
-  Outcome outcome;
+Result<void> readBelow(const Sources& sources, const Session& session, Below* below) {
+  Result<void> outcome;
   for (const Process* child : sources.processes().children(session.process->pid)) {
     const auto text = titleText(sources, child);
-    if (text.failed()) outcome.add(Outcome::failure(text.cause()));
-    if (text.isGone()) continue;
-    const auto told = text.ok() ? sshSession(*text) : std::nullopt;
+    addPart(outcome, text);
+    if (isGone(text)) continue;
+    const auto told = text ? sshSession(*text) : std::nullopt;
     if (told && told->use == kInternalSftp) {
       below->internalSftp.push_back(child);
     } else {
@@ -206,29 +200,27 @@ std::vector<std::string> describe(const Session& session, const Below& below) {
 }
 
 // The folder in which the SFTP server works.
-Outcome appendInternalSftp(const Sources& sources, const Session& session, const Process& server,
-                           std::vector<Connection>* connections) {
-  const auto files = sources.filesOf(server);
-  const auto folder = files.ok() ? files->workingDirectory() : Reading<std::string>::like(files);
-  if (folder.failed()) return Outcome::failure(folder.cause());
-  if (!folder.ok()) return Outcome::done();
+Result<void> appendInternalSftp(const Sources& sources, const Session& session,
+                                const Process& server, std::vector<Connection>* connections) {
+  const auto folder = sources.filesOf(server).and_then(&ProcessFiles::workingDirectory);
+  if (!folder) return failureOf(folder);
   connections->push_back({.pid = server.pid,
                           .time = sources.startText(server),
                           .from = session.from,
                           .user = session.user,
                           .descr = *folder,
                           .type = ZEVO_CURCONN_SFTP});
-  return Outcome::done();
+  return {};
 }
 
-Outcome appendSession(const Sources& sources, Session session,
-                      std::vector<Connection>* connections) {
+Result<void> appendSession(const Sources& sources, Session session,
+                           std::vector<Connection>* connections) {
   auto from = clientAddress(sources, *session.owner);
-  if (from.isGone()) return Outcome::done();
-  if (from.ok()) session.from = std::move(*from);
+  if (isGone(from)) return {};
+  if (from) session.from = std::move(*from);
   Below below;
-  Outcome outcome = readBelow(sources, session, &below);
-  if (from.failed()) outcome.add(Outcome::failure(from.cause()));
+  Result<void> outcome = readBelow(sources, session, &below);
+  addPart(outcome, from);
   for (std::string& use : describe(session, below)) {
     connections->push_back({.pid = session.process->pid,
                             .time = sources.startText(*session.owner),
@@ -238,7 +230,7 @@ Outcome appendSession(const Sources& sources, Session session,
                             .type = ZEVO_CURCONN_SSH});
   }
   for (const Process* server : below.internalSftp) {
-    outcome.add(appendInternalSftp(sources, session, *server, connections));
+    addPart(outcome, appendInternalSftp(sources, session, *server, connections));
   }
   return outcome;
 }
@@ -267,13 +259,13 @@ std::optional<SshSession> sshSession(std::string_view text) {
   return isUse ? SshSession{text.substr(0, at), use} : SshSession{text, {}};
 }
 
-Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections) {
-  Outcome outcome;
+Result<void> readOpenssh(const Sources& sources, std::vector<Connection>& connections) {
+  Result<void> outcome;
   for (const Process* process : sources.processes().named(isSshd)) {
     auto session = identify(sources, *process);
-    if (session.failed()) outcome.add(Outcome::failure(session.cause()));
-    if (!session.ok() || session->owner == nullptr) continue;
-    outcome.add(appendSession(sources, std::move(*session), &connections));
+    addPart(outcome, session);
+    if (!session || session->owner == nullptr) continue;
+    addPart(outcome, appendSession(sources, std::move(*session), &connections));
   }
   return outcome;
 }

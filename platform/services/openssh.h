@@ -37,6 +37,6 @@ std::optional<SshSession> sshSession(std::string_view text);
 //
 // A session whose guarding process was killed goes on. Over TCP it is still one record, of the
 // account of its process, "terminal not known"; an internal SFTP server in it is none.
-Outcome readOpenssh(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readOpenssh(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -97,23 +97,23 @@ std::optional<Process> parseStat(std::string_view line) {
   return process;
 }
 
-Reading<Process> readProcess(int proc, pid_t pid) {
+Result<Process> readProcess(int proc, pid_t pid) {
   std::array<char, 32> path{};
   std::snprintf(path.data(), path.size(), "%d/stat", pid);
   const FileDescriptor file = openFileAt(proc, path.data(), O_RDONLY);
   std::array<char, 2048> buffer{};  // at most 52 fields of 20 digits
   const ssize_t size = file ? ::read(file.get(), buffer.data(), buffer.size()) : -1;
-  if (size < 0 && meansGone(errno)) return Reading<Process>::gone();
-  if (size < 0) return Reading<Process>::failure(failureText(pid, errno));
+  if (size < 0 && meansGone(errno)) return gone();
+  if (size < 0) return failure(failureText(pid, errno));
   auto process = parseStat({buffer.data(), static_cast<std::size_t>(size)});
-  if (!process) return Reading<Process>::failure(failureText(pid, EBADMSG));
+  if (!process) return failure(failureText(pid, EBADMSG));
   return std::move(*process);
 }
 
-Reading<Process> readProcess(const Paths& paths, pid_t pid) {
+Result<Process> readProcess(const Paths& paths, pid_t pid) {
   const FileDescriptor proc = openFile(paths.proc.c_str(), O_RDONLY | O_DIRECTORY);
   if (!proc) {
-    return Reading<Process>::failure("cannot open " + paths.proc + ": " + errorText(errno));
+    return failure("cannot open " + paths.proc + ": " + errorText(errno));
   }
   return readProcess(proc.get(), pid);
 }

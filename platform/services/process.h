@@ -7,7 +7,7 @@
 #include <string_view>
 #include <sys/types.h>
 
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 
 namespace zevo::connections {
@@ -47,8 +47,8 @@ bool shareImage(const Process& a, const Process& b);
 std::optional<Process> parseStat(std::string_view line);
 
 // Reads the process `pid` under the open folder `proc`.
-Reading<Process> readProcess(int proc, pid_t pid);
+Result<Process> readProcess(int proc, pid_t pid);
 // The same by path.
-Reading<Process> readProcess(const Paths& paths, pid_t pid);
+Result<Process> readProcess(const Paths& paths, pid_t pid);
 
 }  // namespace zevo::connections

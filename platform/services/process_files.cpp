@@ -97,29 +97,27 @@ FileDescriptor openOtherThread(int process) {
 
 }  // namespace
 
-template <typename T>
-Reading<T> ProcessFiles::endedOrFailed(const char* name, int error) const {
-  if (error == ENOENT || error == ESRCH) return Reading<T>::gone();
-  return Reading<T>::failure("cannot read /proc/" + std::to_string(pid_) + "/" + name + ": " +
-                             errorText(error) +
-                             "; run this as root with the capability CAP_SYS_PTRACE");
+tl::unexpected<Error> ProcessFiles::endedOrFailed(const char* name, int error) const {
+  if (error == ENOENT || error == ESRCH) return gone();
+  return failure("cannot read /proc/" + std::to_string(pid_) + "/" + name + ": " +
+                 errorText(error) + "; run this as root with the capability CAP_SYS_PTRACE");
 }
 
-Reading<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {
+Result<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {
   return openNamed(paths, pid, std::to_string(pid));
 }
 
-Reading<ProcessFiles> ProcessFiles::openOwn(const Paths& paths) {
+Result<ProcessFiles> ProcessFiles::openOwn(const Paths& paths) {
   return openNamed(paths, 0, "self");
 }
 
-Reading<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
-                                              const std::string& name) {
+Result<ProcessFiles> ProcessFiles::openNamed(const Paths& paths, pid_t pid,
+                                             const std::string& name) {
   ProcessFiles files;
   files.pid_ = pid;
   const std::string folder = paths.proc + "/" + name;
   files.folder_ = openFile(folder.c_str(), O_RDONLY | O_DIRECTORY);
-  if (!files.folder_) return files.endedOrFailed<ProcessFiles>("", errno);
+  if (!files.folder_) return files.endedOrFailed("", errno);
   return files;
 }
 
@@ -128,29 +126,27 @@ int ProcessFiles::running() const {
   return *thread_ ? thread_->get() : folder_.get();
 }
 
-Reading<std::string> ProcessFiles::readText(int folder, const char* name) const {
+Result<std::string> ProcessFiles::readText(int folder, const char* name) const {
   const FileDescriptor file = openFileAt(folder, name, O_RDONLY);
-  if (!file) return endedOrFailed<std::string>(name, errno);
+  if (!file) return endedOrFailed(name, errno);
   std::string text(kTextLimit, '\0');
   const ssize_t size = ::read(file.get(), text.data(), text.size());
-  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  if (size < 0) return endedOrFailed(name, errno);
   text.resize(static_cast<std::size_t>(size));
   return text;
 }
 
-Reading<std::string> ProcessFiles::readLink(int folder, const char* name) const {
+Result<std::string> ProcessFiles::readLink(int folder, const char* name) const {
   std::array<char, 4096> target{};
   const ssize_t size = ::readlinkat(folder, name, target.data(), target.size());
   // A user may go down as deep as no path can name; that must not hide the connection.
   if (size < 0 && errno == ENAMETOOLONG) return std::string();
-  if (size < 0) return endedOrFailed<std::string>(name, errno);
+  if (size < 0) return endedOrFailed(name, errno);
   return std::string(target.data(), static_cast<std::size_t>(size));
 }
 
-Reading<Title> ProcessFiles::title() const {
-  const Reading<std::string> bytes = readText(running(), "cmdline");
-  if (!bytes.ok()) return Reading<Title>::like(bytes);
-  return parseTitle(*bytes);
+Result<Title> ProcessFiles::title() const {
+  return readText(running(), "cmdline").map(parseTitle);
 }
 
 FileDescriptor ProcessFiles::memory() const {
@@ -159,7 +155,7 @@ FileDescriptor ProcessFiles::memory() const {
 
 // As the kernel makes "cmdline" of it: a title that is longer than the arguments goes on in the
 // environment behind them, up to a NUL.
-Reading<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process& process) const {
+Result<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process& process) const {
   if (process.argumentsEnd <= process.argumentsBegin) return Title();
   const std::size_t arguments = process.argumentsEnd - process.argumentsBegin;
   const bool isEnvironmentNext = process.environmentBegin == process.argumentsEnd &&
@@ -168,11 +164,8 @@ Reading<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process
   std::string bytes(std::min<std::size_t>(end - process.argumentsBegin, kTextLimit), '\0');
   const ssize_t size =
       ::pread(memory.get(), bytes.data(), bytes.size(), static_cast<off_t>(process.argumentsBegin));
-  if (size < 0) return endedOrFailed<Title>("mem", errno);
-  if (size == 0) {
-    const auto ids = userIds();
-    return ids.ok() ? Reading<Title>(Title()) : Reading<Title>::like(ids);
-  }
+  if (size < 0) return endedOrFailed("mem", errno);
+  if (size == 0) return userIds().map([](const UserIds&) { return Title(); });
   bytes.resize(static_cast<std::size_t>(size));
   const bool goesOn = arguments <= bytes.size() && bytes[arguments - 1] != '\0';
   bytes.resize(goesOn ? std::min(bytes.find('\0'), bytes.size())
@@ -180,125 +173,123 @@ Reading<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process
   return parseTitle(bytes);
 }
 
-Reading<UserIds> ProcessFiles::userIds() const {
-  const Reading<std::string> status = readText(folder_.get(), "status");
-  if (!status.ok()) return Reading<UserIds>::like(status);
-  const auto ids = parseIds<UserIds>(*status, "\nUid:");
-  if (!ids) return endedOrFailed<UserIds>("status", EBADMSG);
+template <typename Ids>
+Result<Ids> ProcessFiles::readIds(const char* key) const {
+  const auto status = readText(folder_.get(), "status");
+  if (!status) return errorOf(status);
+  const auto ids = parseIds<Ids>(*status, key);
+  if (!ids) return endedOrFailed("status", EBADMSG);
   return *ids;
 }
 
-Reading<GroupIds> ProcessFiles::groupIds() const {
-  const Reading<std::string> status = readText(folder_.get(), "status");
-  if (!status.ok()) return Reading<GroupIds>::like(status);
-  const auto ids = parseIds<GroupIds>(*status, "\nGid:");
-  if (!ids) return endedOrFailed<GroupIds>("status", EBADMSG);
-  return *ids;
+Result<UserIds> ProcessFiles::userIds() const {
+  return readIds<UserIds>("\nUid:");
 }
 
-Reading<std::optional<uid_t>> ProcessFiles::loginUid() const {
-  using Result = Reading<std::optional<uid_t>>;
-  const Reading<std::string> text = readText(folder_.get(), "loginuid");
-  if (text.failed()) return Result::like(text);
-  if (!text.ok()) return std::optional<uid_t>();  // a kernel without it has no such file
+Result<GroupIds> ProcessFiles::groupIds() const {
+  return readIds<GroupIds>("\nGid:");
+}
+
+Result<std::optional<uid_t>> ProcessFiles::loginUid() const {
+  const auto text = readText(folder_.get(), "loginuid");
+  if (isGone(text)) return std::nullopt;  // a kernel without it has no such file
+  if (!text) return errorOf(text);
   uid_t uid = kNoLogin;
   const auto result = std::from_chars(text->data(), text->data() + text->size(), uid);
-  if (result.ec != std::errc() || uid == kNoLogin) return std::optional<uid_t>();
-  return std::optional<uid_t>(uid);
+  if (result.ec != std::errc() || uid == kNoLogin) return std::nullopt;
+  return uid;
 }
 
-Reading<std::string> ProcessFiles::workingDirectory() const {
+Result<std::string> ProcessFiles::workingDirectory() const {
   auto folder = readLink(running(), "cwd");
-  if (folder.ok() && folder->empty()) *folder = kUnknownFolder;
+  if (folder && folder->empty()) *folder = kUnknownFolder;
   return folder;
 }
 
-Reading<std::string> ProcessFiles::root() const {
+Result<std::string> ProcessFiles::root() const {
   return readLink(running(), "root");
 }
 
 // As the kernel knows it already: a file system that a user serves is not asked.
-Reading<struct statx> ProcessFiles::program() const {
+Result<struct statx> ProcessFiles::program() const {
   struct statx file {};
   constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
   if (::statx(running(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
-    return endedOrFailed<struct statx>("exe", errno);
+    return endedOrFailed("exe", errno);
   }
   return file;
 }
 
-Reading<bool> ProcessFiles::isSetuidProgram() const {
-  const auto file = program();
-  return file.ok() ? Reading<bool>((file->stx_mode & S_ISUID) != 0) : Reading<bool>::like(file);
+Result<bool> ProcessFiles::isSetuidProgram() const {
+  return program().map([](const auto& file) { return (file.stx_mode & S_ISUID) != 0; });
 }
 
-Reading<bool> ProcessFiles::runs(const std::string& path) const {
-  const auto file = program();
-  if (!file.ok()) return Reading<bool>::like(file);
-  struct statx other {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_INO, &other) != 0) return false;
-  return file->stx_ino == other.stx_ino && file->stx_dev_major == other.stx_dev_major &&
-         file->stx_dev_minor == other.stx_dev_minor;
+Result<bool> ProcessFiles::runs(const std::string& path) const {
+  return program().map([&path](const auto& file) {
+    struct statx other {};
+    return ::statx(AT_FDCWD, path.c_str(), AT_STATX_DONT_SYNC, STATX_INO, &other) == 0 &&
+           file.stx_ino == other.stx_ino && file.stx_dev_major == other.stx_dev_major &&
+           file.stx_dev_minor == other.stx_dev_minor;
+  });
 }
 
-Reading<bool> ProcessFiles::isRootsProgram() const {
-  const auto file = program();
-  if (!file.ok()) return Reading<bool>::like(file);
+Result<bool> ProcessFiles::isRootsProgram() const {
   constexpr mode_t kForbidden = S_ISUID | S_IWGRP | S_IWOTH;
-  return file->stx_uid == 0 && (file->stx_mode & kForbidden) == 0;
+  return program().map(
+      [](const auto& file) { return file.stx_uid == 0 && (file.stx_mode & kForbidden) == 0; });
 }
 
-Reading<std::string> ProcessFiles::programName() const {
+Result<std::string> ProcessFiles::programName() const {
   constexpr std::string_view kReplaced = " (deleted)";
   auto path = readLink(running(), "exe");
-  if (!path.ok()) return path;
+  if (!path) return path;
   if (path->ends_with(kReplaced)) (*path).resize(path->size() - kReplaced.size());
   return path->substr(path->rfind('/') + 1);
 }
 
-Reading<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) const {
+Result<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) const {
   const std::string name = "ns/" + kind;
   const bool endsWithThread = kind == "net" || kind == "mnt";
   const auto target = readLink(endsWithThread ? running() : folder_.get(), name.c_str());
-  if (target.failed()) return Reading<std::uint64_t>::like(target);
   // Both a kernel without this kind and a process that has ended have no such link.
-  if (!target.ok()) return 0;
+  if (isGone(target)) return 0;
+  if (!target) return errorOf(target);
   const auto number = inodeIn(*target, kind);
-  return number ? Reading<std::uint64_t>(*number)
-                : endedOrFailed<std::uint64_t>(name.c_str(), EBADMSG);
+  if (!number) return endedOrFailed(name.c_str(), EBADMSG);
+  return *number;
 }
 
 FileDescriptor ProcessFiles::openNamespace(const std::string& kind) const {
   return openFileAt(folder_.get(), ("ns/" + kind).c_str(), O_RDONLY);
 }
 
-Reading<Namespaces> ProcessFiles::namespaces() const {
+Result<Namespaces> ProcessFiles::namespaces() const {
   const auto pid = namespaceNumber("pid");
-  const auto network = pid.ok() ? namespaceNumber("net") : pid;
-  const auto mount = network.ok() ? namespaceNumber("mnt") : network;
-  if (!mount.ok()) return Reading<Namespaces>::like(mount);
+  const auto network = namespaceNumber("net");
+  const auto mount = namespaceNumber("mnt");
+  if (!pid || !network || !mount) return errorOf(pid, network, mount);
   return Namespaces{*pid, *network, *mount};
 }
 
 // In the line "Max processes             0                    0                    processes".
-Reading<bool> ProcessFiles::mayMakeProcesses() const {
+Result<bool> ProcessFiles::mayMakeProcesses() const {
   constexpr std::string_view kKey = "\nMax processes ";
-  const Reading<std::string> limits = readText(folder_.get(), "limits");
-  if (!limits.ok()) return Reading<bool>::like(limits);
+  const Result<std::string> limits = readText(folder_.get(), "limits");
+  if (!limits) return errorOf(limits);
   const std::size_t line = limits->find(kKey);
-  if (line == std::string::npos) return endedOrFailed<bool>("limits", EBADMSG);
+  if (line == std::string::npos) return endedOrFailed("limits", EBADMSG);
   const std::size_t limit = limits->find_first_not_of(' ', line + kKey.size());
   return limits->substr(std::min(limit, limits->size()), 2) != "0 ";
 }
 
-Reading<std::string> ProcessFiles::cgroups() const {
+Result<std::string> ProcessFiles::cgroups() const {
   return readText(running(), "cgroup");
 }
 
-Reading<FileIdentity> ProcessFiles::accountsFile() const {
+Result<FileIdentity> ProcessFiles::accountsFile() const {
   constexpr const char* kName = "root/etc/passwd";
   const FileDescriptor root = openFileAt(running(), "root", O_PATH | O_DIRECTORY);
-  if (!root) return endedOrFailed<FileIdentity>("root", errno);
+  if (!root) return endedOrFailed("root", errno);
   // Without this a link of that tree to an absolute path would lead into ours.
   open_how how{};
   how.flags = O_PATH | O_CLOEXEC;
@@ -306,30 +297,30 @@ Reading<FileIdentity> ProcessFiles::accountsFile() const {
   const FileDescriptor file(
       static_cast<int>(::syscall(SYS_openat2, root.get(), "etc/passwd", &how, sizeof(how))));
   struct stat status {};
-  if (!file || ::fstat(file.get(), &status) != 0) return endedOrFailed<FileIdentity>(kName, errno);
+  if (!file || ::fstat(file.get(), &status) != 0) return endedOrFailed(kName, errno);
   return FileIdentity{status.st_dev, status.st_ino};
 }
 
-Reading<std::string> ProcessFiles::readLongText(const std::string& name) const {
+Result<std::string> ProcessFiles::readLongText(const std::string& name) const {
   const FileDescriptor file = openFileAt(running(), name.c_str(), O_RDONLY);
-  if (!file) return endedOrFailed<std::string>(name.c_str(), errno);
+  if (!file) return endedOrFailed(name.c_str(), errno);
   std::string text;
-  const auto failure = readDescriptor(file.get(), name, kLongTextLimit, &text);
-  return failure ? endedOrFailed<std::string>(name.c_str(), failure->error)
-                 : Reading<std::string>(std::move(text));
+  const auto cause = readDescriptor(file.get(), name, kLongTextLimit, &text);
+  if (cause) return endedOrFailed(name.c_str(), cause->error);
+  return text;
 }
 
-Reading<std::string> ProcessFiles::mounts() const {
+Result<std::string> ProcessFiles::mounts() const {
   return readLongText("mountinfo");
 }
 
-Reading<std::string> ProcessFiles::tcpText(const std::string& table) const {
+Result<std::string> ProcessFiles::tcpText(const std::string& table) const {
   return readLongText("net/" + table);
 }
 
-Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
+Result<LowSockets> ProcessFiles::sockets(std::size_t most) const {
   const OpenFolder folder = openFolderAt(running(), "fd");
-  if (!folder) return endedOrFailed<LowSockets>("fd", errno);
+  if (!folder) return endedOrFailed("fd", errno);
 
   LowSockets low;  // the kernel lists descriptors in order of numbers
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
@@ -342,11 +333,11 @@ Reading<LowSockets> ProcessFiles::sockets(std::size_t most) const {
     const ssize_t size =
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
     if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
-    if (size < 0) return endedOrFailed<LowSockets>("fd", errno);
+    if (size < 0) return endedOrFailed("fd", errno);
     const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
     if (inode) low.sockets.push_back({*number, *inode});
   }
-  if (errno != 0) return endedOrFailed<LowSockets>("fd", errno);
+  if (errno != 0) return endedOrFailed("fd", errno);
   std::sort(low.sockets.begin(), low.sockets.end(),
             [](const auto& a, const auto& b) { return a.number < b.number; });
   return low;

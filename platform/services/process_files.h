@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "base/file_descriptor.h"
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 #include "services/process.h"
 
@@ -76,9 +76,9 @@ struct LowSockets {
 class ProcessFiles {
  public:
   ProcessFiles() = default;
-  static Reading<ProcessFiles> open(const Paths& paths, pid_t pid);
+  static Result<ProcessFiles> open(const Paths& paths, pid_t pid);
   // Those of the running process itself.
-  static Reading<ProcessFiles> openOwn(const Paths& paths);
+  static Result<ProcessFiles> openOwn(const Paths& paths);
 
   [[nodiscard]] pid_t pid() const { return pid_; }  // 0 of openOwn()
   // The memory of the program that the process runs by now; a program that it begins later has
@@ -86,57 +86,58 @@ class ProcessFiles {
   [[nodiscard]] FileDescriptor memory() const;
   // The title in `memory`, where `process` tells its place; empty where that program runs no more.
   // Where a user controls the memory the call may never return: readTitle in trust.h asks first.
-  [[nodiscard]] Reading<Title> titleIn(const FileDescriptor& memory, const Process& process) const;
+  [[nodiscard]] Result<Title> titleIn(const FileDescriptor& memory, const Process& process) const;
   // The title of whatever the process runs when it is read. As above.
-  [[nodiscard]] Reading<Title> title() const;
-  [[nodiscard]] Reading<UserIds> userIds() const;
-  [[nodiscard]] Reading<GroupIds> groupIds() const;
+  [[nodiscard]] Result<Title> title() const;
+  [[nodiscard]] Result<UserIds> userIds() const;
+  [[nodiscard]] Result<GroupIds> groupIds() const;
   // The account that logged in above the process, which stays the same whatever ids it takes later;
   // nothing where none did or the kernel does not keep it.
-  [[nodiscard]] Reading<std::optional<uid_t>> loginUid() const;
+  [[nodiscard]] Result<std::optional<uid_t>> loginUid() const;
   // Paths as the kernel gives them: " (deleted)" follows that of a removed folder. It has none
   // where a folder is too deep: the working directory is kUnknownFolder then, and the root empty.
-  [[nodiscard]] Reading<std::string> workingDirectory() const;
-  [[nodiscard]] Reading<std::string> root() const;
+  [[nodiscard]] Result<std::string> workingDirectory() const;
+  [[nodiscard]] Result<std::string> root() const;
   // Whether the program's file gives its owner's rights to whoever starts it.
-  [[nodiscard]] Reading<bool> isSetuidProgram() const;
+  [[nodiscard]] Result<bool> isSetuidProgram() const;
   // Whether the program is the very file at `path`, not only one of that name.
-  [[nodiscard]] Reading<bool> runs(const std::string& path) const;
+  [[nodiscard]] Result<bool> runs(const std::string& path) const;
   // Whether the program's file belongs to root, can be written by root alone and gives nobody
   // root's rights.
-  [[nodiscard]] Reading<bool> isRootsProgram() const;
+  [[nodiscard]] Result<bool> isRootsProgram() const;
   // Name of the program's file, without its folders; also where it has been replaced since.
-  [[nodiscard]] Reading<std::string> programName() const;
+  [[nodiscard]] Result<std::string> programName() const;
   // Whether its limit on processes lets it make another one. The kernel lets root all the same.
-  [[nodiscard]] Reading<bool> mayMakeProcesses() const;
-  [[nodiscard]] Reading<Namespaces> namespaces() const;
+  [[nodiscard]] Result<bool> mayMakeProcesses() const;
+  [[nodiscard]] Result<Namespaces> namespaces() const;
   // The number of its namespace of a `kind` ("user", as the links in /proc/PID/ns are named); 0
   // where the kernel has none of that kind or the process has ended.
-  [[nodiscard]] Reading<std::uint64_t> namespaceNumber(const std::string& kind) const;
+  [[nodiscard]] Result<std::uint64_t> namespaceNumber(const std::string& kind) const;
   // That namespace itself; none where it may not be read.
   [[nodiscard]] FileDescriptor openNamespace(const std::string& kind) const;
   // The mounts below root(), one a line, as proc(5) has them under "mountinfo".
-  [[nodiscard]] Reading<std::string> mounts() const;
+  [[nodiscard]] Result<std::string> mounts() const;
   // The lines "HIERARCHY:CONTROLLERS:PATH"; a line that is cut off has no line break.
-  [[nodiscard]] Reading<std::string> cgroups() const;
+  [[nodiscard]] Result<std::string> cgroups() const;
   // The accounts file in the tree that the process sees. The way there leads through whatever is
   // mounted in that tree, so ask only of a process that root started and whose root() is "/".
-  [[nodiscard]] Reading<FileIdentity> accountsFile() const;
+  [[nodiscard]] Result<FileIdentity> accountsFile() const;
   // TCP sockets of the network namespace of the process, as the kernel's text; `table` is "tcp" or
   // "tcp6". Gone also where the kernel has no such table.
-  [[nodiscard]] Reading<std::string> tcpText(const std::string& table) const;
+  [[nodiscard]] Result<std::string> tcpText(const std::string& table) const;
   // Those among the `most` lowest descriptors of a real process. Looking at a descriptor costs some
   // 20 microseconds, and a process may hold a million.
-  [[nodiscard]] Reading<LowSockets> sockets(std::size_t most) const;
+  [[nodiscard]] Result<LowSockets> sockets(std::size_t most) const;
 
  private:
-  static Reading<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);
-  [[nodiscard]] Reading<std::string> readText(int folder, const char* name) const;
-  [[nodiscard]] Reading<std::string> readLongText(const std::string& name) const;
-  [[nodiscard]] Reading<std::string> readLink(int folder, const char* name) const;
-  [[nodiscard]] Reading<struct statx> program() const;
-  template <typename T>
-  [[nodiscard]] Reading<T> endedOrFailed(const char* name, int error) const;
+  static Result<ProcessFiles> openNamed(const Paths& paths, pid_t pid, const std::string& name);
+  [[nodiscard]] Result<std::string> readText(int folder, const char* name) const;
+  [[nodiscard]] Result<std::string> readLongText(const std::string& name) const;
+  [[nodiscard]] Result<std::string> readLink(int folder, const char* name) const;
+  [[nodiscard]] Result<struct statx> program() const;
+  template <typename Ids>
+  [[nodiscard]] Result<Ids> readIds(const char* key) const;
+  [[nodiscard]] tl::unexpected<Error> endedOrFailed(const char* name, int error) const;
 
   // Where the kernel shows what ends with a thread: memory, program, folders, descriptors, mount
   // and network namespace.

@@ -46,7 +46,7 @@ std::optional<uid_t> makerOf(FileDescriptor space, const Home& home) {
 // Opens the user namespace of the process only where it is not ours, as that of few is.
 std::optional<uid_t> makerAround(const ProcessFiles& process, const Home& home) {
   const auto number = process.namespaceNumber("user");
-  if (!number.ok() || *number == 0 || *number == home.user) return std::nullopt;
+  if (!number || *number == 0 || *number == home.user) return std::nullopt;
   return makerOf(process.openNamespace("user"), home);
 }
 
@@ -57,17 +57,17 @@ uid_t accountBehind(uid_t uid, const Home& home) {
 
 }  // namespace
 
-Reading<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
+Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
   const auto maker = makerAround(process, home);
   if (maker && *maker != 0) return accountBehind(*maker, home);
   const auto ids = process.userIds();
-  if (!ids.ok()) return Reading<uid_t>::like(ids);
+  if (!ids) return errorOf(ids);
   return maker ? ids->real : accountBehind(ids->real, home);
 }
 
-Reading<bool> runsHere(const ProcessFiles& process, const Home& home) {
+Result<bool> runsHere(const ProcessFiles& process, const Home& home) {
   const auto number = process.namespaceNumber("pid");
-  if (!number.ok()) return Reading<bool>::like(number);
+  if (!number) return errorOf(number);
   if (*number == home.namespaces.pid) return true;
   const FileDescriptor foreign = outermost(process.openNamespace("pid"), home.namespaces.pid);
   if (!foreign) return false;

@@ -13,10 +13,10 @@ namespace zevo::connections {
 // not be read. Of the maker or that user an account that may give its number away is the owner: a
 // program can keep it outside the namespace (set-user-ID), and make another one there. The number
 // is this machine's only where runsHere() says so.
-Reading<uid_t> ownerOf(const ProcessFiles& process, const Home& home);
+Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home);
 
 // Whether the process runs beside this machine's services: in their process namespace, or in one
 // that a user other than root made there. Any other is a container's.
-Reading<bool> runsHere(const ProcessFiles& process, const Home& home);
+Result<bool> runsHere(const ProcessFiles& process, const Home& home);
 
 }  // namespace zevo::connections

@@ -19,7 +19,7 @@ pid_t pidOf(const char* entry) {
 
 }  // namespace
 
-ProcessTable::ProcessTable(std::vector<Process> processes, Outcome unread)
+ProcessTable::ProcessTable(std::vector<Process> processes, Result<void> unread)
     : unread_(std::move(unread)), processes_(std::move(processes)) {
   std::erase_if(processes_, [](const Process& p) { return p.isKernelThread || p.hasEnded; });
   const auto byPid = [](const Process& a, const Process& b) { return a.pid < b.pid; };
@@ -33,27 +33,27 @@ ProcessTable::ProcessTable(std::vector<Process> processes, Outcome unread)
                    [](const Process* a, const Process* b) { return a->parent < b->parent; });
 }
 
-Reading<ProcessTable> ProcessTable::scan(const Paths& paths) {
+Result<ProcessTable> ProcessTable::scan(const Paths& paths) {
   const OpenFolder folder(::opendir(paths.proc.c_str()));
   const auto cannotRead = [&](int error) {
-    return Reading<ProcessTable>::failure("cannot read " + paths.proc + ": " + errorText(error));
+    return failure("cannot read " + paths.proc + ": " + errorText(error));
   };
   if (!folder) return cannotRead(errno);
   std::vector<Process> processes;
   processes.reserve(512);
-  Outcome unread;
+  Result<void> unread;
   while (true) {
     errno = 0;
     const dirent* entry = ::readdir(folder.get());
     if (entry == nullptr) break;
     const pid_t pid = pidOf(entry->d_name);
     if (pid == 0) continue;
-    Reading<Process> process = readProcess(::dirfd(folder.get()), pid);
-    if (process.failed()) unread.add(Outcome::failure(process.cause()));
-    if (process.ok()) processes.push_back(std::move(*process));
+    Result<Process> process = readProcess(::dirfd(folder.get()), pid);
+    addPart(unread, process);
+    if (process) processes.push_back(std::move(*process));
   }
   if (errno != 0) return cannotRead(errno);
-  if (processes.empty() && unread.failed()) return Reading<ProcessTable>::failure(unread.cause());
+  if (processes.empty() && !unread) return errorOf(unread);
   return ProcessTable(std::move(processes), std::move(unread));
 }
 

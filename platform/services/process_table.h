@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 #include "services/process.h"
 
@@ -16,7 +16,7 @@ namespace zevo::connections {
 class ProcessTable {
  public:
   ProcessTable() = default;
-  explicit ProcessTable(std::vector<Process> processes, Outcome unread = {});
+  explicit ProcessTable(std::vector<Process> processes, Result<void> unread = {});
   ProcessTable(ProcessTable&&) = default;
   ProcessTable& operator=(ProcessTable&&) = default;
   ProcessTable(const ProcessTable&) = delete;
@@ -24,10 +24,10 @@ class ProcessTable {
 
   // Reads the line of each process once; a process that vanishes meanwhile is left out. One that
   // cannot be read is left out, which unread() says. Fails where no process can be read.
-  static Reading<ProcessTable> scan(const Paths& paths);
+  static Result<ProcessTable> scan(const Paths& paths);
 
   // Failed, with the first cause, where the scan left out a process.
-  [[nodiscard]] const Outcome& unread() const { return unread_; }
+  [[nodiscard]] const Result<void>& unread() const { return unread_; }
   // Null where there is none.
   [[nodiscard]] const Process* find(pid_t pid) const;
   // In order of pids.
@@ -44,7 +44,7 @@ class ProcessTable {
   }
 
  private:
-  Outcome unread_;
+  Result<void> unread_;
   std::vector<Process> processes_;        // by pid
   std::vector<const Process*> byParent_;  // by parent, then pid
 };

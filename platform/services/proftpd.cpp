@@ -22,12 +22,13 @@ std::string userOf(const Sources& sources, const Process& process, const Title& 
   return ids.real != 0 ? accountOf(sources, process, ids.real) : std::string();
 }
 
-LoginReading readLogin(const Sources& sources, const Process& process) {
+LoginReading readLogin(const Sources& sources, const ServedClient& /*client*/,
+                       const Process& process) {
   const auto files = sources.filesOf(process);
-  const auto title = files.ok() ? readTitle(sources, process) : Reading<Title>::like(files);
-  const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
-  const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
-  if (!folder.ok()) return LoginReading::like(folder);
+  const auto title = readTitle(sources, process);
+  const auto ids = files.and_then(&ProcessFiles::userIds);
+  const auto folder = files.and_then(&ProcessFiles::workingDirectory);
+  if (!title || !ids || !folder) return errorOf(title, ids, folder);
   std::string user = userOf(sources, process, *title, *ids);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), *folder});
@@ -48,11 +49,8 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title) {
   return title.substr(0, length);
 }
 
-Outcome readProftpd(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient&, const Process& process) {
-    return readLogin(sources, process);
-  };
-  return readSessions(sources, {ZEVO_CURCONN_FTP, isProftpd}, login, connections);
+Result<void> readProftpd(const Sources& sources, std::vector<Connection>& connections) {
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isProftpd}, readLogin, connections);
 }
 
 }  // namespace zevo::connections

@@ -16,6 +16,6 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title);
 // none, the account of a process that has become a user's. The description is the current folder as
 // it is found from outside, also where the user is confined to a part of the tree. Sessions of
 // mod_sftp look the same and are shown as FTP.
-Outcome readProftpd(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readProftpd(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

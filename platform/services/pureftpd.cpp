@@ -55,9 +55,9 @@ std::string userOf(const Sources& sources, const Process& process,
 LoginReading readLogin(const Sources& sources, const Process& process,
                        const std::map<pid_t, std::string>& accounts) {
   const auto files = sources.filesOf(process);
-  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
-  const auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
-  if (!folder.ok()) return LoginReading::like(folder);
+  const auto ids = files.and_then(&ProcessFiles::userIds);
+  const auto folder = files.and_then(&ProcessFiles::workingDirectory);
+  if (!ids || !folder) return errorOf(ids, folder);
   std::string user = userOf(sources, process, accounts, *ids);
   if (user.empty()) return std::optional<Login>();
   return std::optional<Login>({&process, std::move(user), *folder});
@@ -82,10 +82,10 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
   return accounts;
 }
 
-Outcome readPureFtpd(const Sources& sources, const ToolLimits& limits,
-                     std::vector<Connection>& connections) {
+Result<void> readPureFtpd(const Sources& sources, const ToolLimits& limits,
+                          std::vector<Connection>& connections) {
   std::optional<std::map<pid_t, std::string>> accounts;  // asked for at the first client
-  const auto login = [&](const ServedClient& /*client*/, const Process& process) {
+  const auto login = [&](const Sources&, const ServedClient&, const Process& process) {
     if (!accounts) accounts = readAccounts(sources, limits);
     return readLogin(sources, process, *accounts);
   };

@@ -21,7 +21,7 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output);
 // there, does not know the session or fails (then with a line in the log), the account of the
 // process. The description is the current folder as it is found from outside, also where the user
 // is confined to a part of the tree.
-Outcome readPureFtpd(const Sources& sources, const ToolLimits& limits,
-                     std::vector<Connection>& connections);
+Result<void> readPureFtpd(const Sources& sources, const ToolLimits& limits,
+                          std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -43,46 +43,47 @@ constexpr std::chrono::milliseconds kBetweenLooks(10);
 // The process now. One that was killed is gone within moments, and who killed it is not to read
 // that it is still there: that is waited for, but not for one that cannot die since it waits
 // itself.
-Reading<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
+Result<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
   auto now = readProcess(paths, pid);
-  for (; now.ok() && now->isEnding && !now->hasEnded && looks > 0; --looks) {
+  for (; now && now->isEnding && !now->hasEnded && looks > 0; --looks) {
     std::this_thread::sleep_for(kBetweenLooks);
     now = readProcess(paths, pid);
   }
   return now;
 }
 
-Reading<bool> isStillServed(const Paths& paths, const Connection& connection, const IsSame& isSame,
-                            int& looks) {
+Result<bool> isStillServed(const Paths& paths, const Connection& connection, const IsSame& isSame,
+                           int& looks) {
   if (connection.pid == 0) return true;  // served by no process alone
   if (connection.pid < 2 || connection.pid > kPidMax) return false;
   const auto now = readSettled(paths, connection.pid, looks);
-  if (now.isGone()) return false;
-  if (now.failed()) return Reading<bool>::like(now);
+  if (isGone(now)) return false;
+  if (hasFailed(now)) return errorOf(now);
   return !now->hasEnded && isSame(*now);
 }
 
 // Leaves out what is no longer served, and what nothing can be told of: a stale pid is nobody's to
 // signal.
-Outcome dropStale(const Paths& paths, const IsSame& isSame, std::vector<Connection>* connections) {
+Result<void> dropStale(const Paths& paths, const IsSame& isSame,
+                       std::vector<Connection>* connections) {
   std::vector<Connection> served;
   served.reserve(connections->size());
-  Outcome outcome;
+  Result<void> outcome;
   int looks = kLooksAtEnding;
   for (Connection& connection : *connections) {
     const auto isServed = isStillServed(paths, connection, isSame, looks);
-    if (isServed.failed()) outcome.add(Outcome::failure(isServed.cause()));
-    if (isServed.ok() && *isServed) served.push_back(std::move(connection));
+    addPart(outcome, isServed);
+    if (isServed && *isServed) served.push_back(std::move(connection));
   }
   connections->swap(served);
   return outcome;
 }
 
 void noteFailure(const Sources& sources, const char* server, ZEVO_CURCONN_TYPE type,
-                 const Outcome& outcome) {
-  if (!outcome.failed()) return;
+                 const Result<void>& outcome) {
+  if (outcome) return;
   sources.note(kConnectionsMissing, serviceName(type),
-               std::string(server) + ": " + outcome.cause());
+               std::string(server) + ": " + outcome.error().sentence);
 }
 
 // Samba comes last, so that its tool has run beside everything else.
@@ -91,7 +92,7 @@ void readServices(const Sources& sources, const ToolLimits& limits,
   auto smbstatus = startSmbstatus(sources, limits);
   for (const ServerCollector& server : kCollectors) {
     noteFailure(sources, server.name, server.type, server.read(sources, *connections));
-    if (smbstatus.ok() && *smbstatus) (*smbstatus)->drain();
+    if (smbstatus && *smbstatus) (*smbstatus)->drain();
   }
   noteFailure(sources, "Pure-FTPd", ZEVO_CURCONN_FTP, readPureFtpd(sources, limits, *connections));
   noteFailure(sources, "Samba", ZEVO_CURCONN_CIFS,
@@ -102,15 +103,15 @@ void logLine(const std::string& line) {
   ::syslog(LOG_WARNING, "%s", line.c_str());
 }
 
-Outcome readAll(const Paths& paths, const ToolLimits& limits,
-                const Sources::SocketReader& readSockets, const Sources::Log& log,
-                ConnectionList* list) {
+Result<void> readAll(const Paths& paths, const ToolLimits& limits,
+                     const Sources::SocketReader& readSockets, const Sources::Log& log,
+                     ConnectionList* list) {
   const auto processes = ProcessTable::scan(paths);
-  if (!processes.ok()) return Outcome::failure(processes.cause());
+  if (!processes) return errorOf(processes);
   const Sources sources(paths, *processes, readSockets, log);
-  if (!sources.sockets().ok()) return Outcome::failure(sources.sockets().cause());
-  if (processes->unread().failed()) {
-    sources.note(kConnectionsMissing, "", processes->unread().cause());
+  if (!sources.sockets()) return errorOf(sources.sockets());
+  if (!processes->unread()) {
+    sources.note(kConnectionsMissing, "", processes->unread().error().sentence);
   }
   readServices(sources, limits, &list->connections);
   nameContainers(sources, &list->connections);
@@ -118,10 +119,10 @@ Outcome readAll(const Paths& paths, const ToolLimits& limits,
     const Process* then = sources.processes().find(now.pid);
     return then == nullptr || then->startTicks == now.startTicks;
   };
-  const Outcome stale = dropStale(paths, isScanned, &list->connections);
-  if (stale.failed()) sources.note(kConnectionsMissing, "", stale.cause());
+  const Result<void> stale = dropStale(paths, isScanned, &list->connections);
+  if (!stale) sources.note(kConnectionsMissing, "", stale.error().sentence);
   list->notes = sources.notes();
-  return Outcome::done();
+  return {};
 }
 
 int get(_tag_ZEVO_CURCONN_** records) {
@@ -142,9 +143,9 @@ int get(_tag_ZEVO_CURCONN_** records) {
   limits.time = config().toolLimit;
   const ListCall call{begin, acceptedAge, limits.time + kTimeBesideTools};
   ConnectionList list;
-  Outcome outcome = readForCall(paths, limits, call, SocketTable::read, logLine, &list);
-  if (outcome.failed()) {
-    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.cause());
+  Result<void> outcome = readForCall(paths, limits, call, SocketTable::read, logLine, &list);
+  if (!outcome) {
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, outcome.error().sentence);
     return -1;
   }
   *records = pack(list.connections);
@@ -155,36 +156,37 @@ int get(_tag_ZEVO_CURCONN_** records) {
 
 }  // namespace
 
-Outcome readConnections(const Paths& paths, const ToolLimits& limits,
-                        const Sources::SocketReader& readSockets, const Sources::Log& log,
-                        ConnectionList* list) {
+Result<void> readConnections(const Paths& paths, const ToolLimits& limits,
+                             const Sources::SocketReader& readSockets, const Sources::Log& log,
+                             ConnectionList* list) {
   *list = {};
-  Outcome outcome = readAll(paths, limits, readSockets, log, list);
+  Result<void> outcome = readAll(paths, limits, readSockets, log, list);
   for (Connection& connection : list->connections) cleanTexts(connection);
   for (ReadNote& note : list->notes) note.detail = printable(note.detail);
   return outcome;
 }
 
-Outcome readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
-                    const Sources::SocketReader& readSockets, const Sources::Log& log,
-                    ConnectionList* list) {
+Result<void> readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
+                         const Sources::SocketReader& readSockets, const Sources::Log& log,
+                         ConnectionList* list) {
   bool isOurs = false;
   const auto read = [&](ConnectionList* ours) {
     isOurs = true;
     return readConnections(paths, limits, readSockets, log, ours);
   };
   TimedList timed;
-  Outcome outcome = readShared(paths, call, read, &timed);
+  Result<void> outcome = readShared(paths, call, read, &timed);
   *list = std::move(timed.list);
-  if (isOurs || outcome.failed()) return outcome;
+  if (isOurs || !outcome) return outcome;
   // The processes were there when the reading ended: one that began later is another.
   const auto isOlder = [&timed](const Process& now) {
     return startSinceBoot(now.startTicks) <= timed.ended;
   };
-  const Outcome stale = dropStale(paths, isOlder, &list->connections);
-  if (stale.failed()) {
-    log(stale.cause());
-    list->notes.push_back({std::string(kConnectionsMissing), "", printable(stale.cause())});
+  const Result<void> stale = dropStale(paths, isOlder, &list->connections);
+  if (!stale) {
+    log(stale.error().sentence);
+    list->notes.push_back(
+        {std::string(kConnectionsMissing), "", printable(stale.error().sentence)});
   }
   return outcome;
 }

@@ -30,19 +30,18 @@ std::pair<ToolResult, ToolResult> SmbstatusRuns::finish() {
   return {std::move(sessions), shares_.finish()};
 }
 
-Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
-                                                     const ToolLimits& limits) {
-  using Result = Reading<std::optional<SmbstatusRuns>>;
+Result<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
+                                                    const ToolLimits& limits) {
   const auto serving = isSmbServed(sources);
-  if (serving.failed()) return Result::like(serving);
+  if (!serving) return errorOf(serving);
   std::optional<SmbstatusRuns> runs;
   if (*serving) runs.emplace(sources.paths(), limits);
   return runs;
 }
 
-Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
-                  std::vector<Connection>& connections) {
-  if (!runs.ok()) return Outcome::failure(runs.cause());
+Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRuns>> runs,
+                       std::vector<Connection>& connections) {
+  if (!runs) return errorOf(runs);
   if (!*runs) return appendSmbProcesses(sources, kLongestSmbLogin, &connections);
   const auto [sessionsAnswer, sharesAnswer] = (*runs)->finish();
   std::optional<std::vector<SmbSession>> sessions;
@@ -58,8 +57,8 @@ Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> 
             "or later)");
   }
   if (!sessions) return appendSmbProcesses(sources, std::chrono::milliseconds(0), &connections);
-  Outcome outcome = appendSmbSessions(sources, *sessions, shares, &connections);
-  outcome.add(appendSmbProcesses(sources, kLongestSmbLogin, &connections));
+  Result<void> outcome = appendSmbSessions(sources, *sessions, shares, &connections);
+  addPart(outcome, appendSmbProcesses(sources, kLongestSmbLogin, &connections));
   return outcome;
 }
 

@@ -30,13 +30,13 @@ class SmbstatusRuns {
 
 // Starts the tool where a process may serve a session: elsewhere it has nothing to tell, and where
 // smbd never ran it would create databases. The other services are then read beside it.
-Reading<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
-                                                     const ToolLimits& limits);
+Result<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
+                                                    const ToolLimits& limits);
 
 // Appends the records of samba_records.h, and those of samba_processes.h for sessions that the tool
 // does not know. Where the tool fails, one line is logged, and what it would have told comes from
 // processes and sockets.
-Outcome readSamba(const Sources& sources, Reading<std::optional<SmbstatusRuns>> runs,
-                  std::vector<Connection>& connections);
+Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRuns>> runs,
+                       std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

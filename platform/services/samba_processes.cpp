@@ -34,12 +34,11 @@ bool isSmbdBelow(const Sources& sources, const Process& process) {
 // process is no child of smbd it may be smbd itself, whose own connections (to a directory server,
 // or one that it accepts just now) are nobody's sessions; one that a super-server started has no
 // children.
-Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Process& process) {
-  using Result = Reading<std::optional<Socket>>;
+Result<std::optional<Socket>> sessionSocket(const Sources& sources, const Process& process) {
   const bool isChild = isSmbdAbove(sources, process);
   if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
   const auto sockets = connectionsOf(sources, process, isSmbd);
-  if (!sockets.ok()) return Result::like(sockets);
+  if (!sockets) return errorOf(sockets);
   std::optional<Socket> first;
   for (const Socket& socket : *sockets) {
     if (isServicePort(socket.local.port)) return std::optional<Socket>(socket);
@@ -49,33 +48,27 @@ Reading<std::optional<Socket>> sessionSocket(const Sources& sources, const Proce
 }
 
 // Whether the process may serve a session, without a look at the descriptors of each child.
-Reading<bool> mayServe(const Sources& sources, const Process& process) {
+Result<bool> mayServe(const Sources& sources, const Process& process) {
   if (isSmbdAbove(sources, process)) return true;
-  const auto socket = sessionSocket(sources, process);
-  return socket.ok() ? Reading<bool>(socket->has_value()) : Reading<bool>::like(socket);
-}
-
-Reading<bool> isOurs(const Sources& sources, const Process& process) {
-  const auto container = containerOf(sources, process);
-  return container.ok() ? Reading<bool>(container->empty()) : Reading<bool>::like(container);
+  return sessionSocket(sources, process).map([](const std::optional<Socket>& socket) {
+    return socket.has_value();
+  });
 }
 
 // What processes and sockets tell of one process.
-Outcome appendProcess(const Sources& sources, const Process& process,
-                      std::vector<Connection>* connections) {
+Result<void> appendProcess(const Sources& sources, const Process& process,
+                           std::vector<Connection>* connections) {
   const auto vouched = isVouchedFor(sources, process, isSmbd);
-  if (vouched.failed()) return Outcome::failure(vouched.cause());
-  if (!vouched.ok() || !*vouched) return Outcome::done();
+  if (!vouched || !*vouched) return failureOf(vouched);
   const auto socket = sessionSocket(sources, process);
-  if (socket.failed()) return Outcome::failure(socket.cause());
-  if (!socket.ok() || !socket->has_value()) return Outcome::done();
+  if (!socket || !socket->has_value()) return failureOf(socket);
   connections->push_back({.pid = process.pid,
                           .time = sources.startText(process),
                           .from = numericText((*socket)->remote),
                           .user = std::string(kUnknownSmbUser),
                           .descr = std::string(kUnknownSmbShare),
                           .type = ZEVO_CURCONN_CIFS});
-  return Outcome::done();
+  return {};
 }
 
 std::set<pid_t> smbPids(const std::vector<Connection>& connections) {
@@ -88,25 +81,25 @@ std::set<pid_t> smbPids(const std::vector<Connection>& connections) {
 
 }  // namespace
 
-Reading<bool> isSmbServed(const Sources& sources) {
-  Reading<bool> found = false;
+Result<bool> isSmbServed(const Sources& sources) {
+  Result<bool> found = false;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
     auto serving = isVouchedFor(sources, *process, isSmbd);
-    if (serving.ok() && *serving) serving = mayServe(sources, *process);
-    if (serving.ok() && *serving) serving = isOurs(sources, *process);
-    if (serving.ok() && *serving) return serving;
-    if (serving.failed()) found = serving;
+    if (serving && *serving) serving = mayServe(sources, *process);
+    if (serving && *serving) serving = servesThisMachine(sources, *process);
+    if (serving && *serving) return serving;
+    if (hasFailed(serving)) found = serving;
   }
   return found;
 }
 
-Outcome appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
-                           std::vector<Connection>* connections) {
+Result<void> appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
+                                std::vector<Connection>* connections) {
   const std::set<pid_t> known = smbPids(*connections);
-  Outcome outcome;
+  Result<void> outcome;
   for (const Process* process : sources.processes().named(isSmbSessionName)) {
     if (known.contains(process->pid) || sources.age(*process) < age) continue;
-    outcome.add(appendProcess(sources, *process, connections));
+    addPart(outcome, appendProcess(sources, *process, connections));
   }
   return outcome;
 }

@@ -16,12 +16,12 @@ inline constexpr std::chrono::seconds kLongestSmbLogin{10};
 
 // Whether a process of this machine's own Samba may serve a client. The tool knows nothing of those
 // of containers.
-Reading<bool> isSmbServed(const Sources& sources);
+Result<bool> isSmbServed(const Sources& sources);
 
 // One record, with a user and a share that say that they are not known, for each process of a
 // client that is at least `age` old and has no record of SMB among `connections` yet. A client that
 // has connected and not logged in is among them: nothing tells it apart.
-Outcome appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
-                           std::vector<Connection>* connections);
+Result<void> appendSmbProcesses(const Sources& sources, std::chrono::milliseconds age,
+                                std::vector<Connection>* connections);
 
 }  // namespace zevo::connections

@@ -19,17 +19,17 @@ class SessionRecords {
  public:
   explicit SessionRecords(const Sources& sources) : sources_(sources) {}
 
-  Outcome append(const std::vector<SmbSession>& sessions,
-                 const std::optional<std::vector<SmbShare>>& shares,
-                 std::vector<Connection>* connections);
+  Result<void> append(const std::vector<SmbSession>& sessions,
+                      const std::optional<std::vector<SmbShare>>& shares,
+                      std::vector<Connection>* connections);
 
  private:
   using Shares = std::vector<const SmbShare*>;
 
-  Reading<Process> serverOf(const SmbSession& session) const;
-  Reading<bool> isServedHere(const SmbSession& session, const Process& process) const;
-  Outcome appendSession(const SmbSession& session, const Shares& shares,
-                        std::vector<Connection>* connections);
+  Result<Process> serverOf(const SmbSession& session) const;
+  Result<bool> isServedHere(const SmbSession& session, const Process& process) const;
+  Result<void> appendSession(const SmbSession& session, const Shares& shares,
+                             std::vector<Connection>* connections);
   [[nodiscard]] std::string describe(const SmbSession& session, std::string_view share) const;
 
   const Sources& sources_;
@@ -40,24 +40,23 @@ class SessionRecords {
 };
 
 // The process that serves the session. Gone where the answer is out of date.
-Reading<Process> SessionRecords::serverOf(const SmbSession& session) const {
-  if (session.pid < 2 || session.pid > kPidMax) return Reading<Process>::gone();
+Result<Process> SessionRecords::serverOf(const SmbSession& session) const {
+  if (session.pid < 2 || session.pid > kPidMax) return gone();
   const auto pid = static_cast<pid_t>(session.pid);
   const Process* scanned = sources_.processes().find(pid);
   // A session that began after the scan is known to the tool only.
-  auto process = scanned ? Reading<Process>(*scanned) : readProcess(sources_.paths(), pid);
-  if (process.ok() && (process->hasEnded || !isSmbSessionName(process->name))) {
-    return Reading<Process>::gone();
+  auto process = scanned ? Result<Process>(*scanned) : readProcess(sources_.paths(), pid);
+  if (process && (process->hasEnded || !isSmbSessionName(process->name))) {
+    return gone();
   }
   return process;
 }
 
 // Pids of other nodes of a cluster may be in use here too, so the client's end of the connection
 // decides.
-Reading<bool> SessionRecords::isServedHere(const SmbSession& session,
-                                           const Process& process) const {
+Result<bool> SessionRecords::isServedHere(const SmbSession& session, const Process& process) const {
   const auto sockets = connectionsOf(sources_, process, isSmbd);
-  if (!sockets.ok()) return Reading<bool>::like(sockets);
+  if (!sockets) return errorOf(sockets);
   return std::any_of(sockets->begin(), sockets->end(), [&session](const Socket& socket) {
     return socket.remote.port == session.clientPort && numericText(socket.remote) == session.from;
   });
@@ -71,15 +70,14 @@ std::string SessionRecords::describe(const SmbSession& session, std::string_view
   return descr + "(" + session.user + ")";
 }
 
-Outcome SessionRecords::appendSession(const SmbSession& session, const Shares& shares,
-                                      std::vector<Connection>* connections) {
+Result<void> SessionRecords::appendSession(const SmbSession& session, const Shares& shares,
+                                           std::vector<Connection>* connections) {
   const auto process = serverOf(session);
-  if (process.failed()) return Outcome::failure(process.cause());
-  const auto isHere = !session.node.empty() && process.ok() ? isServedHere(session, *process)
-                                                            : Reading<bool>(session.node.empty());
-  if (isHere.failed()) return Outcome::failure(isHere.cause());
-  if (isHere.ok() && !*isHere) ++elsewhere_;
-  if (!process.ok() || !isHere.ok() || !*isHere) return Outcome::done();
+  if (hasFailed(process)) return errorOf(process);
+  const auto isHere = !session.node.empty() && process ? isServedHere(session, *process)
+                                                       : Result<bool>(session.node.empty());
+  if (isHere && !*isHere) ++elsewhere_;
+  if (!process || !isHere || !*isHere) return failureOf(isHere);
 
   Connection connection{.pid = process->pid,
                         .time = session.time,
@@ -97,7 +95,7 @@ Outcome SessionRecords::appendSession(const SmbSession& session, const Shares& s
     connections->back().descr = describe(session, share->name);
     if (!share->time.empty()) connections->back().time = share->time;
   }
-  return Outcome::done();
+  return {};
 }
 
 // Drops IPC$ where there is anything else, and all of it but one otherwise.
@@ -111,9 +109,9 @@ void hideIpc(std::vector<const SmbShare*>* shares) {
   }
 }
 
-Outcome SessionRecords::append(const std::vector<SmbSession>& sessions,
-                               const std::optional<std::vector<SmbShare>>& shares,
-                               std::vector<Connection>* connections) {
+Result<void> SessionRecords::append(const std::vector<SmbSession>& sessions,
+                                    const std::optional<std::vector<SmbShare>>& shares,
+                                    std::vector<Connection>* connections) {
   areSharesKnown_ = shares.has_value();
   std::unordered_map<std::string_view, Shares> sharesOf;
   if (shares) {
@@ -121,11 +119,11 @@ Outcome SessionRecords::append(const std::vector<SmbSession>& sessions,
   }
   for (const SmbSession& session : sessions)
     usersOf_[{session.node, session.pid}].insert(session.user);
-  Outcome outcome;
+  Result<void> outcome;
   for (const SmbSession& session : sessions) {
     Shares& ofSession = sharesOf[session.id];
     hideIpc(&ofSession);
-    outcome.add(appendSession(session, ofSession, connections));
+    addPart(outcome, appendSession(session, ofSession, connections));
   }
   if (elsewhere_ > 0) {
     sources_.log("Samba: " + std::to_string(elsewhere_) +
@@ -144,9 +142,9 @@ bool isSmbSessionName(std::string_view name) {
   return name == "smbd" || name.starts_with("smbd[");
 }
 
-Outcome appendSmbSessions(const Sources& sources, const std::vector<SmbSession>& sessions,
-                          const std::optional<std::vector<SmbShare>>& shares,
-                          std::vector<Connection>* connections) {
+Result<void> appendSmbSessions(const Sources& sources, const std::vector<SmbSession>& sessions,
+                               const std::optional<std::vector<SmbShare>>& shares,
+                               std::vector<Connection>* connections) {
   return SessionRecords(sources).append(sessions, shares, connections);
 }
 

@@ -24,8 +24,8 @@ bool isSmbSessionName(std::string_view name);
 // it is all that a session has. Where one process serves several users, descriptions name them.
 // Without `shares` the descriptions say that the share is not known. Sessions whose process has
 // ended are left out; so are those of other nodes of a cluster, with one line in the log.
-Outcome appendSmbSessions(const Sources& sources, const std::vector<SmbSession>& sessions,
-                          const std::optional<std::vector<SmbShare>>& shares,
-                          std::vector<Connection>* connections);
+Result<void> appendSmbSessions(const Sources& sources, const std::vector<SmbSession>& sessions,
+                               const std::optional<std::vector<SmbShare>>& shares,
+                               std::vector<Connection>* connections);
 
 }  // namespace zevo::connections

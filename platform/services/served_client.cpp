@@ -21,10 +21,9 @@ struct Holder {
 // by that.
 using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
 
-Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
-                           const Process& process) {
+Result<Holder> readHolder(const Sources& sources, const ServiceKind& kind, const Process& process) {
   const auto sockets = connectionsOf(sources, process, kind.family);
-  if (!sockets.ok()) return Reading<Holder>::like(sockets);
+  if (!sockets) return errorOf(sockets);
   Holder holder;
   for (const Socket& socket : *sockets) {
     const bool isClient = !kind.port || socket.local.port == *kind.port;
@@ -34,15 +33,16 @@ Reading<Holder> readHolder(const Sources& sources, const ServiceKind& kind,
     }
     holder.hasMore |= socket.inode != holder.socket.inode;
   }
-  return holder.process != nullptr ? Reading<Holder>(holder) : Reading<Holder>::gone();
+  if (holder.process == nullptr) return gone();
+  return holder;
 }
 
-Outcome readHolders(const Sources& sources, const ServiceKind& kind, Holders* holders) {
-  Outcome outcome;
+Result<void> readHolders(const Sources& sources, const ServiceKind& kind, Holders* holders) {
+  Result<void> outcome;
   for (const Process* process : sources.processes().named(kind.family)) {
     const auto holder = readHolder(sources, kind, *process);
-    if (holder.failed()) outcome.add(Outcome::failure(holder.cause()));
-    if (holder.ok()) (*holders)[{holder->socket.inode, process->session}].push_back(*holder);
+    addPart(outcome, holder);
+    if (holder) (*holders)[{holder->socket.inode, process->session}].push_back(*holder);
   }
   return outcome;
 }
@@ -82,51 +82,50 @@ std::vector<ServedClient> gather(const Holders& holders) {
 
 // Whether the service vouches for the processes of `client`, or they are orphans whose connection
 // root accepted or opened, which no user can do.
-Reading<bool> judge(const Sources& sources, Family family, ServedClient& client) {
+Result<bool> judge(const Sources& sources, Family family, ServedClient& client) {
   const Process& top = *client.processes.front();
   auto vouched = isVouchedFor(sources, top, family);
-  if (!vouched.ok() || *vouched) return vouched;
+  if (!vouched || *vouched) return vouched;
   if (client.socket.owner != 0) return false;
   auto orphaned = isOrphan(sources, top, family);
-  client.isOrphaned = orphaned.ok() && *orphaned;
+  client.isOrphaned = orphaned && *orphaned;
   return orphaned;
 }
 
 // The login of a client: that of the first process that has one. None where the session ends just
 // now.
-LoginReading loginOf(const ServedClient& client, const LoginReader& readLogin) {
+LoginReading loginOf(const Sources& sources, const ServedClient& client,
+                     const LoginReader& readLogin) {
   for (const Process* process : client.processes) {
-    auto login = readLogin(client, *process);
-    if (login.failed() || (login.ok() && login->has_value())) return login;
+    auto login = readLogin(sources, client, *process);
+    if (hasFailed(login) || (login && login->has_value())) return login;
   }
   return std::optional<Login>();
 }
 
-Outcome appendSession(const Sources& sources, const ServiceKind& kind, ServedClient client,
-                      const LoginReader& readLogin, std::vector<Connection>* connections) {
+Result<void> appendSession(const Sources& sources, const ServiceKind& kind, ServedClient client,
+                           const LoginReader& readLogin, std::vector<Connection>* connections) {
   const auto vouched = judge(sources, kind.family, client);
-  if (vouched.failed()) return Outcome::failure(vouched.cause());
-  if (!vouched.ok() || !*vouched) return Outcome::done();
-  auto login = loginOf(client, readLogin);
-  if (login.failed()) return Outcome::failure(login.cause());
-  if (!login.ok() || !login->has_value()) return Outcome::done();
+  if (!vouched || !*vouched) return failureOf(vouched);
+  auto login = loginOf(sources, client, readLogin);
+  if (!login || !login->has_value()) return failureOf(login);
   connections->push_back({.pid = (*login)->process->pid,
                           .time = sources.startText(*client.processes.front()),
                           .from = numericText(client.socket.remote),
                           .user = std::move((*login)->user),
                           .descr = std::move((*login)->descr),
                           .type = kind.type});
-  return Outcome::done();
+  return {};
 }
 
 }  // namespace
 
-Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
-                     std::vector<Connection>& connections) {
+Result<void> readSessions(const Sources& sources, const ServiceKind& kind,
+                          const LoginReader& readLogin, std::vector<Connection>& connections) {
   Holders holders;
-  Outcome outcome = readHolders(sources, kind, &holders);
+  Result<void> outcome = readHolders(sources, kind, &holders);
   for (ServedClient& client : gather(holders)) {
-    outcome.add(appendSession(sources, kind, std::move(client), readLogin, &connections));
+    addPart(outcome, appendSession(sources, kind, std::move(client), readLogin, &connections));
   }
   return outcome;
 }

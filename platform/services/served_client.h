@@ -38,17 +38,18 @@ struct Login {
   std::string descr;
 };
 
-using LoginReading = Reading<std::optional<Login>>;
+using LoginReading = Result<std::optional<Login>>;
 
 // Whose session `process` of `client` serves; nothing where it serves none: a helper, or a client
 // who has not logged in yet.
-using LoginReader = std::function<LoginReading(const ServedClient& client, const Process& process)>;
+using LoginReader = std::function<LoginReading(const Sources& sources, const ServedClient& client,
+                                               const Process& process)>;
 
 // Appends one record for each client of the service of whose processes one serves a login. The
 // client is a process's lowest connection (to the local port of `kind`, where it has one). The
 // service has to vouch for the uppermost of its processes; where those above have ended, that one
 // must have been given the client by root's server. The time is the uppermost's. In order of pids.
-Outcome readSessions(const Sources& sources, const ServiceKind& kind, const LoginReader& readLogin,
-                     std::vector<Connection>& connections);
+Result<void> readSessions(const Sources& sources, const ServiceKind& kind,
+                          const LoginReader& readLogin, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

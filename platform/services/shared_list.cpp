@@ -142,16 +142,16 @@ class ReadersLock {
   State state_ = State::kUnusable;
 };
 
-Outcome readTimed(const ListReader& read, TimedList* list) {
+Result<void> readTimed(const ListReader& read, TimedList* list) {
   list->began = timeSinceBoot();
-  Outcome outcome = read(&list->list);
+  Result<void> outcome = read(&list->list);
   list->ended = timeSinceBoot();
   return outcome;
 }
 
-Outcome readForAll(int folder, std::string_view key, const ListReader& read, TimedList* list) {
-  Outcome outcome = readTimed(read, list);
-  if (!outcome.failed()) store(folder, listText(key, *list));
+Result<void> readForAll(int folder, std::string_view key, const ListReader& read, TimedList* list) {
+  Result<void> outcome = readTimed(read, list);
+  if (outcome) store(folder, listText(key, *list));
   return outcome;
 }
 
@@ -197,8 +197,8 @@ std::string sharingKey(const Paths& paths) {
   return key + (zone != nullptr ? zone : "");
 }
 
-Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& read,
-                   TimedList* list) {
+Result<void> readShared(const Paths& paths, const ListCall& call, const ListReader& read,
+                        TimedList* list) {
   const FileDescriptor folder = openOurFolder(paths.sharedList);
   if (!folder) return readTimed(read, list);
   const std::string key = sharingKey(paths);
@@ -211,7 +211,7 @@ Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& r
     const ReadersLock lock(folder.get());
     if (lock.state() == ReadersLock::State::kOurs) {
       // Whoever held it may have stored a list since we looked.
-      if (takeStored()) return Outcome::done();
+      if (takeStored()) return {};
       awaitOthers(folder.get(), key);
       return readForAll(folder.get(), key, read, list);
     }
@@ -225,7 +225,7 @@ Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& r
     if (!isTaken || now > call.begin + call.patience) return readTimed(read, list);
     std::this_thread::sleep_for(kTimeBetweenLooks);
   }
-  return Outcome::done();
+  return {};
 }
 
 }  // namespace zevo::connections

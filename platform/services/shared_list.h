@@ -28,7 +28,7 @@
 #include <string>
 
 #include "services/connection_list.h"
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 
 namespace zevo::connections {
@@ -55,12 +55,12 @@ std::chrono::nanoseconds restAfter(const TimedList& last, std::chrono::nanosecon
 // What somebody else's list has to have in common with ours.
 std::string sharingKey(const Paths& paths);
 
-using ListReader = std::function<Outcome(ConnectionList* list)>;
+using ListReader = std::function<Result<void>(ConnectionList* list)>;
 
 // Replaces *list by one whose reading began no earlier than `call.acceptedAge` before the call: one
 // that another process stored in the folder `paths.sharedList`, or what `read` gives now, which is
 // stored there for the others. Fails as `read` does; a failure is nobody else's.
-Outcome readShared(const Paths& paths, const ListCall& call, const ListReader& read,
-                   TimedList* list);
+Result<void> readShared(const Paths& paths, const ListCall& call, const ListReader& read,
+                        TimedList* list);
 
 }  // namespace zevo::connections

@@ -152,22 +152,21 @@ SocketTable::SocketTable(std::vector<Socket> sockets) : sockets_(std::move(socke
             [](const Socket& a, const Socket& b) { return a.inode < b.inode; });
 }
 
-Reading<SocketTable> SocketTable::read() {
+Result<SocketTable> SocketTable::read() {
   std::vector<Socket> sockets;
   if (!readFamily(AF_INET, &sockets) || !readFamily(AF_INET6, &sockets)) {
-    return Reading<SocketTable>::failure(
-        "cannot ask the kernel for the TCP connections: " + errorText(errno) +
-        "; load the kernel module tcp_diag and allow AF_NETLINK sockets");
+    return failure("cannot ask the kernel for the TCP connections: " + errorText(errno) +
+                   "; load the kernel module tcp_diag and allow AF_NETLINK sockets");
   }
   return SocketTable(std::move(sockets));
 }
 
-Reading<SocketTable> SocketTable::readOf(const ProcessFiles& process) {
+Result<SocketTable> SocketTable::readOf(const ProcessFiles& process) {
   std::vector<Socket> sockets;
   for (const char* table : {"tcp", "tcp6"}) {
     const auto text = process.tcpText(table);
-    if (text.failed()) return Reading<SocketTable>::like(text);
-    if (!text.ok()) continue;  // a kernel without IPv6 has no such table
+    if (hasFailed(text)) return errorOf(text);
+    if (!text) continue;  // a kernel without IPv6 has no such table
     const auto ofFamily = parseTcpText(*text);
     sockets.insert(sockets.end(), ofFamily.begin(), ofFamily.end());
   }

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "services/address.h"
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/process_files.h"
 
 namespace zevo::connections {
@@ -41,10 +41,10 @@ class SocketTable {
   explicit SocketTable(std::vector<Socket> sockets);
 
   // Asks the kernel, once for IPv4 and once for IPv6.
-  static Reading<SocketTable> read();
+  static Result<SocketTable> read();
 
   // Reads those of the network namespace in which a process runs, once for IPv4 and once for IPv6.
-  static Reading<SocketTable> readOf(const ProcessFiles& process);
+  static Result<SocketTable> readOf(const ProcessFiles& process);
 
   // The connection of a descriptor's inode, or null: no TCP, or no longer a connection. Lives as
   // long as the table.

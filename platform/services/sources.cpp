@@ -6,16 +6,14 @@ namespace zevo::connections {
 namespace {
 
 // The number of the network namespace; 0 where it cannot be told.
-std::uint64_t networkOf(const Reading<ProcessFiles>& files) {
-  const auto namespaces = files.ok() ? files->namespaces() : Reading<Namespaces>::like(files);
-  return namespaces.ok() ? namespaces->network : 0;
+std::uint64_t networkOf(const Result<ProcessFiles>& files) {
+  return files.and_then(&ProcessFiles::namespaces).value_or(Namespaces()).network;
 }
 
 // The same of the user namespace.
-std::uint64_t userOf(const Reading<ProcessFiles>& files) {
-  const auto number =
-      files.ok() ? files->namespaceNumber("user") : Reading<std::uint64_t>::like(files);
-  return number.ok() ? *number : 0;
+std::uint64_t userOf(const Result<ProcessFiles>& files) {
+  return files.and_then([](const ProcessFiles& open) { return open.namespaceNumber("user"); })
+      .value_or(0);
 }
 
 }  // namespace
@@ -28,9 +26,8 @@ Home readHome(const Paths& paths) {
   home.subordinates = SubordinateIds(paths.subuid);
   auto first = ProcessFiles::open(paths, 1);
   for (auto* files : {&first, &own}) {
-    const auto namespaces =
-        files->ok() ? (*files)->namespaces() : Reading<Namespaces>::like(*files);
-    if (!namespaces.ok() || *namespaces == Namespaces()) continue;
+    const auto namespaces = files->and_then(&ProcessFiles::namespaces);
+    if (!namespaces || *namespaces == Namespaces()) continue;
     home.namespaces = *namespaces;
     home.files = std::move(**files);
     break;
@@ -38,22 +35,20 @@ Home readHome(const Paths& paths) {
   return home;
 }
 
-const Reading<SocketTable>& Sources::socketsOf(std::uint64_t network,
-                                               const ProcessFiles& member) const {
+const Result<SocketTable>& Sources::socketsOf(std::uint64_t network,
+                                              const ProcessFiles& member) const {
   const auto found = otherSockets_.find(network);
   if (found != otherSockets_.end()) return found->second;
   return otherSockets_.emplace(network, SocketTable::readOf(member)).first->second;
 }
 
-const Reading<bool>& Sources::rootOwned(const Process& process) const {
+const Result<bool>& Sources::rootOwned(const Process& process) const {
   const auto found = rootOwned_.find(process.pid);
   if (found != rootOwned_.end()) return found->second;
-  const auto files = filesOf(process);
-  auto owned = files.ok() ? isRootOwned(*files) : Reading<bool>::like(files);
-  return rootOwned_.emplace(process.pid, std::move(owned)).first->second;
+  return rootOwned_.emplace(process.pid, filesOf(process).and_then(isRootOwned)).first->second;
 }
 
-const Reading<SocketTable>& Sources::sockets() const {
+const Result<SocketTable>& Sources::sockets() const {
   if (!sockets_) sockets_ = readSockets_();
   return *sockets_;
 }

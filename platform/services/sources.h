@@ -15,7 +15,7 @@
 
 #include "services/boot_clock.h"
 #include "services/connection.h"
-#include "services/outcome.h"
+#include "services/gone.h"
 #include "services/paths.h"
 #include "services/process_files.h"
 #include "services/process_table.h"
@@ -45,7 +45,7 @@ struct OrphanLooks {
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
 class Sources {
  public:
-  using SocketReader = std::function<Reading<SocketTable>()>;
+  using SocketReader = std::function<Result<SocketTable>()>;
   using Log = std::function<void(const std::string& line)>;
 
   // `readSockets` is called once, at the first use of sockets(): the dump is later than the scan,
@@ -61,20 +61,20 @@ class Sources {
 
   [[nodiscard]] const Paths& paths() const { return paths_; }
   [[nodiscard]] const ProcessTable& processes() const { return processes_; }
-  [[nodiscard]] const Reading<SocketTable>& sockets() const;
+  [[nodiscard]] const Result<SocketTable>& sockets() const;
   [[nodiscard]] const Home& home() const {
     if (!home_) home_ = readHome(paths_);
     return *home_;
   }
   // The connections of another network namespace, in which `member` runs; read once.
-  [[nodiscard]] const Reading<SocketTable>& socketsOf(std::uint64_t network,
-                                                      const ProcessFiles& member) const;
-  [[nodiscard]] Reading<ProcessFiles> filesOf(const Process& process) const {
+  [[nodiscard]] const Result<SocketTable>& socketsOf(std::uint64_t network,
+                                                     const ProcessFiles& member) const;
+  [[nodiscard]] Result<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
   // Whether root started `process`, as isRootOwned() in trust.h has it. Asked once: a user can put
   // thousands of processes below each other, and each is judged by those above it.
-  [[nodiscard]] const Reading<bool>& rootOwned(const Process& process) const;
+  [[nodiscard]] const Result<bool>& rootOwned(const Process& process) const;
   // Start of the process as local time.
   [[nodiscard]] std::string startText(const Process& process) const {
     return clock_.startText(process.startTicks);
@@ -106,10 +106,10 @@ class Sources {
   BootClock clock_;
   SocketReader readSockets_;
   Log log_;
-  mutable std::optional<Reading<SocketTable>> sockets_;
-  mutable std::map<std::uint64_t, Reading<SocketTable>> otherSockets_;  // by network namespace
+  mutable std::optional<Result<SocketTable>> sockets_;
+  mutable std::map<std::uint64_t, Result<SocketTable>> otherSockets_;  // by network namespace
   mutable std::optional<Home> home_;
-  mutable std::map<pid_t, Reading<bool>> rootOwned_;
+  mutable std::map<pid_t, Result<bool>> rootOwned_;
   mutable OrphanLooks orphanLooks_;
   mutable std::vector<ReadNote> notes_;
 };
@@ -117,6 +117,6 @@ class Sources {
 // Reads the connections of one service and appends them. A service that is not running has none; a
 // process that vanishes meanwhile has none. A process or file that cannot be read fails the
 // collector, which appends what the others tell nevertheless.
-using Collector = Outcome (*)(const Sources& sources, std::vector<Connection>& connections);
+using Collector = Result<void> (*)(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -22,7 +22,7 @@ std::string_view nextPart(std::string_view& rest, char mark) {
 std::optional<uid_t> idOf(const std::string& account) {
   if (const auto number = parseNumber<uid_t>(account)) return number;
   const auto id = accountId(account);
-  return id.ok() ? std::optional<uid_t>(*id) : std::nullopt;
+  return id ? std::optional<uid_t>(*id) : std::nullopt;
 }
 
 }  // namespace

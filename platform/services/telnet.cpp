@@ -26,23 +26,23 @@ struct Below {
 };
 
 // The first child of `parent` that still runs, and its owner.
-Reading<Below> firstChild(const Sources& sources, const Process& parent) {
+Result<Below> firstChild(const Sources& sources, const Process& parent) {
   for (const Process* child : sources.processes().children(parent.pid)) {
-    const auto files = sources.filesOf(*child);
-    const auto owner = files.ok() ? ownerOf(*files, sources.home()) : Reading<uid_t>::like(files);
-    if (owner.failed()) return Reading<Below>::failure(owner.cause());
-    if (owner.ok()) return Below{child, *owner};
+    const auto owner = sources.filesOf(*child).and_then(
+        [&sources](const ProcessFiles& open) { return ownerOf(open, sources.home()); });
+    if (hasFailed(owner)) return errorOf(owner);
+    if (owner) return Below{child, *owner};
   }
   return Below{};
 }
 
 // The user's first process below `server`, which runs as `serverUid`. A user's program named login
 // is his like any other.
-Reading<Below> usersProcess(const Sources& sources, const Process& server, uid_t serverUid) {
+Result<Below> usersProcess(const Sources& sources, const Process& server, uid_t serverUid) {
   const Process* step = &server;
   for (int i = 0; i < kLongestWay; ++i) {
     auto below = firstChild(sources, *step);
-    if (!below.ok() || below->process == nullptr) return below;
+    if (!below || below->process == nullptr) return below;
     const bool isUsers = below->uid != 0 && below->uid != serverUid;
     if (isUsers || !isLoginStep(below->process->name)) return below;
     step = below->process;
@@ -51,27 +51,26 @@ Reading<Below> usersProcess(const Sources& sources, const Process& server, uid_t
 }
 
 // Whose login `below` came from: its owner, unless that is root and the kernel knows better.
-Reading<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, const Below& below) {
+Result<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, const Below& below) {
   if (below.uid != 0) return below.uid;
-  const auto files = sources.filesOf(*below.process);
   const auto before = server.loginUid();
-  const auto after = files.ok() ? files->loginUid() : Reading<std::optional<uid_t>>::like(files);
-  if (!before.ok()) return Reading<uid_t>::like(before);
-  if (!after.ok()) return Reading<uid_t>::like(after);
+  const auto after = sources.filesOf(*below.process).and_then(&ProcessFiles::loginUid);
+  if (!before || !after) return errorOf(before, after);
   // What telnetd has already was inherited from whoever started it.
   const bool isKnown = after->has_value() && *after != *before;
   return isKnown ? **after : below.uid;
 }
 
-LoginReading readLogin(const Sources& sources, const Process& server) {
+LoginReading readLogin(const Sources& sources, const ServedClient& /*client*/,
+                       const Process& server) {
   const auto files = sources.filesOf(server);
-  const auto ids = files.ok() ? files->userIds() : Reading<UserIds>::like(files);
+  const auto ids = files.and_then(&ProcessFiles::userIds);
   const auto below =
-      ids.ok() ? usersProcess(sources, server, ids->real) : Reading<Below>::like(ids);
-  if (!below.ok()) return LoginReading::like(below);
+      ids.and_then([&](const UserIds& users) { return usersProcess(sources, server, users.real); });
+  if (!below) return errorOf(below);
   if (below->process == nullptr) return std::optional<Login>();
   const auto owner = loginOwner(sources, *files, *below);
-  if (!owner.ok()) return LoginReading::like(owner);
+  if (!owner) return errorOf(owner);
   return std::optional<Login>(
       {&server, accountOf(sources, server, *owner), pseudoTerminalName(below->process->terminal)});
 }
@@ -89,11 +88,8 @@ std::string pseudoTerminalName(std::int32_t device) {
   return "pts/" + std::to_string((major - kFirstMajor) * kMinorsOfOldKernels + minor);
 }
 
-Outcome readTelnet(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient& /*client*/, const Process& process) {
-    return readLogin(sources, process);
-  };
-  return readSessions(sources, {ZEVO_CURCONN_TELNET, isTelnetd}, login, connections);
+Result<void> readTelnet(const Sources& sources, std::vector<Connection>& connections) {
+  return readSessions(sources, {ZEVO_CURCONN_TELNET, isTelnetd}, readLogin, connections);
 }
 
 }  // namespace zevo::connections

@@ -15,6 +15,6 @@ std::string pseudoTerminalName(std::int32_t device);
 // first process below telnetd and login; one that is root's by now still counts as the user's who
 // logged in, where the kernel knows him (he may have put sudo in the place of his shell). The
 // description is that process's terminal.
-Outcome readTelnet(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readTelnet(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -1,5 +1,6 @@
 #include "services/vsftpd.h"
 
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -18,47 +19,45 @@ bool isVsftpd(std::string_view name) {
 
 // Whether `uid` may be that of processes which work for nobody yet. An orphan's arguments may be
 // anybody's.
-Reading<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t uid,
-                        const Title& arguments) {
+Result<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t uid,
+                       const Title& arguments) {
   const VsftpdGuests guests =
       client.isOrphaned ? VsftpdGuests() : readGuests(arguments.all, sources.paths().vsftpd);
   const auto helper = accountId(guests.helper);
-  if (helper.failed()) return Reading<bool>::like(helper);
-  return !helper.ok() || *helper == uid;
+  if (hasFailed(helper)) return errorOf(helper);
+  return !helper || *helper == uid;
 }
 
 // Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
 // or never one (the handler of TLS, and the parent once somebody has logged in).
-Reading<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
-                                 const Process& process, const ProcessFiles& files, uid_t uid,
-                                 const Title& arguments) {
+Result<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
+                                const Process& process, const ProcessFiles& files, uid_t uid,
+                                const Title& arguments) {
   const auto root = files.root();
-  const auto folder = root.ok() ? files.workingDirectory() : Reading<std::string>::like(root);
-  if (!folder.ok()) return Reading<bool>::like(folder);
+  const auto folder = files.workingDirectory();
+  if (!root || !folder) return errorOf(root, folder);
   if (*root == "/" || *root != *folder) return false;
   auto helpers = isHelpers(sources, client, uid, arguments);
-  if (!helpers.ok() || !*helpers) return helpers;
-  const auto parent = sources.filesOf(*client.processes.front());
-  const auto waiting = parent.ok() ? parent->root() : Reading<std::string>::like(parent);
-  if (!waiting.ok()) return Reading<bool>::like(waiting);
+  if (!helpers || !*helpers) return helpers;
+  const auto waiting = sources.filesOf(*client.processes.front()).and_then(&ProcessFiles::root);
+  if (!waiting) return errorOf(waiting);
   const bool parentWaits = &process != client.processes.front() && *waiting != "/";
   return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
 }
 
 // Each process begins as root's, and makes no other one once it has taken its user's rights. So one
 // that still may is on its way to be somebody else's, or the uppermost.
-Reading<bool> worksForRoot(const ProcessFiles& files) {
-  const auto mayMake = files.mayMakeProcesses();
-  return mayMake.ok() ? Reading<bool>(!*mayMake) : mayMake;
+Result<bool> worksForRoot(const ProcessFiles& files) {
+  return files.mayMakeProcesses().map(std::logical_not<>());
 }
 
 // Whether `process` of `client` works for a user, as far as that shows without titles.
-Reading<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
-                             const Process& process, const ProcessFiles& files, uid_t uid,
-                             const Title& arguments) {
+Result<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
+                            const Process& process, const ProcessFiles& files, uid_t uid,
+                            const Title& arguments) {
   if (uid == 0) return worksForRoot(files);
-  const auto waits = waitsInEmptyFolder(sources, client, process, files, uid, arguments);
-  return waits.ok() ? Reading<bool>(!*waits) : waits;
+  return waitsInEmptyFolder(sources, client, process, files, uid, arguments)
+      .map(std::logical_not<>());
 }
 
 // The process whose end ends the session of which `users` is the user's process. The uppermost
@@ -89,17 +88,16 @@ Login untitledLogin(const Sources& sources, const Process& process, const Title&
 // The login of which `process` is the user's process; none where it is another one.
 LoginReading readLogin(const Sources& sources, const ServedClient& client, const Process& process) {
   const auto files = sources.filesOf(process);
-  if (!files.ok()) return LoginReading::like(files);
   const auto title = readTitle(sources, process);
-  const auto ids = title.ok() ? files->userIds() : Reading<UserIds>::like(title);
-  auto folder = ids.ok() ? files->workingDirectory() : Reading<std::string>::like(ids);
-  if (!folder.ok()) return LoginReading::like(folder);
+  const auto ids = files.and_then(&ProcessFiles::userIds);
+  auto folder = files.and_then(&ProcessFiles::workingDirectory);
+  if (!title || !ids || !folder) return errorOf(title, ids, folder);
 
   const VsftpdTitle parsed = parseVsftpdTitle(title->first);
   const auto isUsers =
-      parsed.isTitle ? Reading<bool>(parsed.isLoggedIn)
+      parsed.isTitle ? Result<bool>(parsed.isLoggedIn)
                      : isUsersProcess(sources, client, process, *files, ids->effective, *title);
-  if (!isUsers.ok()) return LoginReading::like(isUsers);
+  if (!isUsers) return errorOf(isUsers);
   if (!*isUsers) return std::optional<Login>();
   Login login = parsed.user.empty()
                     ? untitledLogin(sources, process, *title, ids->effective, std::move(*folder))
@@ -107,7 +105,7 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
   login.process = endingProcess(client, process);
   // What one that ends meanwhile looked like proves nothing.
   const auto root = files->root();
-  if (!root.ok()) return LoginReading::like(root);
+  if (!root) return errorOf(root);
   return std::optional<Login>(std::move(login));
 }
 
@@ -128,11 +126,8 @@ VsftpdTitle parseVsftpdTitle(std::string_view title) {
   return parsed;
 }
 
-Outcome readVsftpd(const Sources& sources, std::vector<Connection>& connections) {
-  const auto login = [&sources](const ServedClient& client, const Process& process) {
-    return readLogin(sources, client, process);
-  };
-  return readSessions(sources, {ZEVO_CURCONN_FTP, isVsftpd}, login, connections);
+Result<void> readVsftpd(const Sources& sources, std::vector<Connection>& connections) {
+  return readSessions(sources, {ZEVO_CURCONN_FTP, isVsftpd}, readLogin, connections);
 }
 
 }  // namespace zevo::connections

@@ -30,6 +30,6 @@ VsftpdTitle parseVsftpdTitle(std::string_view title);
 //
 // With one_process_model and without titles nothing tells a login in progress from a session; both
 // are then shown.
-Outcome readVsftpd(const Sources& sources, std::vector<Connection>& connections);
+Result<void> readVsftpd(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -35,17 +35,14 @@ std::set<pid_t> withDescendants(const connections::ProcessTable& processes,
 }
 
 bool isOf(const ProcessFiles& process, uid_t uid, const Home& home) {
-  const auto owner = ownerOf(process, home);
-  if (!owner.ok() || *owner != uid) return false;
-  const auto here = runsHere(process, home);
-  return here.ok() && *here;
+  return ownerOf(process, home) == uid && runsHere(process, home).value_or(false);
 }
 
 // Whether who asks for the processes of a user in the first process's namespace misses it.
 bool isApart(const ProcessFiles& process, uid_t uid, const Home& home) {
   const auto ids = process.userIds();
   const auto number = process.namespaceNumber("pid");
-  return (ids.ok() && ids->real != uid) || (number.ok() && *number != home.namespaces.pid);
+  return (ids && ids->real != uid) || (number && *number != home.namespaces.pid);
 }
 
 void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>& except,
@@ -54,13 +51,13 @@ void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>
   paths.proc = root + paths.proc;
   paths.subuid = root + paths.subuid;
   const auto table = connections::ProcessTable::scan(paths);
-  if (!table.ok()) return;
+  if (!table) return;
   const std::set<pid_t> others = withDescendants(*table, except);
   const Home home = readHome(paths);
   for (const auto& process : table->all()) {
     if (others.contains(process.pid)) continue;
     const auto files = ProcessFiles::open(paths, process.pid);
-    if (!files.ok() || !isOf(*files, uid, home)) continue;
+    if (!files || !isOf(*files, uid, home)) continue;
     ++left->processes;
     if (isApart(*files, uid, home)) left->apart.push_back(process.pid);
   }

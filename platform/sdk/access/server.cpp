@@ -32,8 +32,7 @@ connections::Paths pathsBelow(const std::string& root) {
 }
 
 connections::ProcessTable processesOf(const connections::Paths& paths) {
-  auto table = connections::ProcessTable::scan(paths);
-  return table.ok() ? std::move(*table) : connections::ProcessTable();
+  return connections::ProcessTable::scan(paths).value_or(connections::ProcessTable());
 }
 
 }  // namespace
@@ -70,12 +69,11 @@ std::vector<std::string> Server::titles(const std::string& name) const {
   std::vector<std::string> titles;
   for (const auto* process : processes_.named([&](std::string_view own) { return own == name; })) {
     const auto files = connections::ProcessFiles::open(paths_, process->pid);
-    if (!files.ok() || isElsewhere(paths_.proc, process->pid)) continue;
+    if (!files || isElsewhere(paths_.proc, process->pid)) continue;
     const auto isRoots = connections::isRootOwned(*files);
-    if (!isRoots.ok() || !*isRoots) continue;
+    if (!isRoots || !*isRoots) continue;
     const auto title = files->title();
-    if (!title.ok() || std::find(titles.begin(), titles.end(), title->all) != titles.end())
-      continue;
+    if (!title || std::find(titles.begin(), titles.end(), title->all) != titles.end()) continue;
     titles.push_back(title->all);
   }
   return titles;

@@ -4,6 +4,7 @@
 
 #include "base/account_name.h"
 #include "platform/services/accounts.h"
+#include "platform/services/cause.h"
 
 namespace zevo::connections {
 namespace {
@@ -31,20 +32,19 @@ TEST(AccountNameTest, AnEntryThatNeverFitsIsGivenUp) {
 
 TEST(AccountIdTest, AnAccountHasItsId) {
   const auto id = accountId("alice");
-  ASSERT_TRUE(id.ok());
+  ASSERT_TRUE(id);
   EXPECT_EQ(test::kAlice, *id);
 }
 
 TEST(AccountIdTest, ANameThatNoAccountHasHasNone) {
-  for (const char* name : {"nobody-here", "", "4000"})
-    EXPECT_TRUE(accountId(name).isGone()) << name;
-  EXPECT_TRUE(accountId(std::string("alice\0", 6)).isGone());
-  EXPECT_TRUE(accountId(std::string(100000, 'a')).isGone());
+  for (const char* name : {"nobody-here", "", "4000"}) EXPECT_TRUE(isGone(accountId(name))) << name;
+  EXPECT_TRUE(isGone(accountId(std::string("alice\0", 6))));
+  EXPECT_TRUE(isGone(accountId(std::string(100000, 'a'))));
 }
 
 TEST(AccountIdTest, WhereTheNameServiceFailsNothingIsTold) {
   EXPECT_EQ("cannot look up the account \"broken\": Input/output error",
-            accountId(std::string(test::kBrokenName)).cause());
+            causeOf(accountId(std::string(test::kBrokenName))));
 }
 
 TEST(AccountNameTest, AnIdIsNobodysWhereTheNameServiceSaysSo) {

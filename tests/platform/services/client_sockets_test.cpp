@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -36,8 +37,8 @@ class ClientSocketsTest : public ::testing::Test {
     std::vector<std::size_t> looks;
     for (const Process* process : sources.processes().named(isFtp)) {
       const auto found = connectionsOf(*sources, *process, isFtp);
-      EXPECT_TRUE(found.ok()) << found.cause();
-      looks.push_back(found.ok() ? found->size() : 0);
+      EXPECT_TRUE(found) << causeOf(found);
+      looks.push_back(found ? found->size() : 0);
     }
     return looks;
   }

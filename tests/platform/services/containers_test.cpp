@@ -41,7 +41,7 @@ class ContainersTest : public test::ServiceFixture {
   std::string containerOf(pid_t pid) {
     const test::FakeSources sources(tree_);
     const auto container = connections::containerOf(*sources, *sources.processes().find(pid));
-    return container.ok() ? *container : "?";
+    return container ? *container : "?";
   }
   void addWithNamespaces(const Namespaces& namespaces, const std::string& cgroup = kWeb) {
     add({.pid = 10, .name = "sshd", .namespaces = namespaces, .cgroup = cgroup});
@@ -261,7 +261,7 @@ TEST_F(ContainerSocketsTest, AreReadOnceForEachNetworkNamespace) {
   tree_.write(10, "net/tcp", kTcp);
   const test::FakeSources sources(tree_);
   const Process& server = *sources.processes().find(10);
-  ASSERT_TRUE(connectionsOf(*sources, server, isAny).ok());
+  ASSERT_TRUE(connectionsOf(*sources, server, isAny));
   tree_.write(10, "net/tcp", "");
   EXPECT_EQ(connectionsOf(*sources, server, isAny)->size(), 1U);
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/services/accounts.h"
+#include "platform/services/cause.h"
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
 #include "platform/services/utmp_bytes.h"
@@ -36,7 +37,7 @@ class LoginTest : public ::testing::Test {
   std::vector<Connection> readBroken(const std::string& part) {
     const test::FakeSources sources(tree_);
     std::vector<Connection> connections;
-    EXPECT_THAT(readLogins(*sources, connections).cause(), ::testing::HasSubstr(part));
+    EXPECT_THAT(causeOf(readLogins(*sources, connections)), ::testing::HasSubstr(part));
     return connections;
   }
   static Connection login(pid_t pid, const std::string& descr, const std::string& user = "alice") {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -62,8 +63,8 @@ class LogindFolderTest : public ::testing::Test {
  protected:
   std::vector<LoginEntry> read() {
     std::vector<LoginEntry> entries;
-    const Outcome outcome = readLogindSessions(tree_.paths().logindSessions, &entries);
-    EXPECT_FALSE(outcome.failed()) << outcome.cause();
+    const Result<void> outcome = readLogindSessions(tree_.paths().logindSessions, &entries);
+    EXPECT_TRUE(outcome) << causeOf(outcome);
     return entries;
   }
 
@@ -85,9 +86,9 @@ TEST_F(LogindFolderTest, HasOneLoginForEachFile) {
 TEST_F(LogindFolderTest, AFileThatCannotBeReadIsAFailureThatNamesIt) {
   tree_.file("sessions/1", std::string(100000, 'x'));
   std::vector<LoginEntry> entries;
-  const Outcome outcome = readLogindSessions(tree_.paths().logindSessions, &entries);
-  ASSERT_TRUE(outcome.failed());
-  EXPECT_THAT(outcome.cause(), ::testing::HasSubstr("/sessions/1"));
+  const Result<void> outcome = readLogindSessions(tree_.paths().logindSessions, &entries);
+  ASSERT_TRUE(!outcome);
+  EXPECT_THAT(causeOf(outcome), ::testing::HasSubstr("/sessions/1"));
 }
 
 TEST_F(LogindFolderTest, AFileThatCannotBeReadCostsNoOtherItsLogin) {
@@ -95,7 +96,7 @@ TEST_F(LogindFolderTest, AFileThatCannotBeReadCostsNoOtherItsLogin) {
   tree_.file("sessions/2", sessionFile("TTY=tty1\nCLASS=user\n"));
   tree_.file("sessions/3/is_a_folder", "");
   std::vector<LoginEntry> entries;
-  EXPECT_TRUE(readLogindSessions(tree_.paths().logindSessions, &entries).failed());
+  EXPECT_TRUE(hasFailed(readLogindSessions(tree_.paths().logindSessions, &entries)));
   EXPECT_THAT(entries, ElementsAre(LoginEntry{812, 0, "tty1", "alice", "", 1763640060}));
 }
 

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -76,14 +77,14 @@ TEST(NfsClientTest, OtherTextIsNoClient) {
 
 class NfsClientsTest : public ::testing::Test {
  protected:
-  Outcome read() { return readNfsClients(tree_.paths(), &clients_); }
+  Result<void> read() { return readNfsClients(tree_.paths(), &clients_); }
 
   test::ProcTree tree_;
   std::vector<NfsClient> clients_ = {{"left over", "", ""}};
 };
 
 TEST_F(NfsClientsTest, WithoutTheKernelsServerThereAreNone) {
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(clients_, IsEmpty());
 }
 
@@ -96,7 +97,7 @@ TEST_F(NfsClientsTest, EachFolderIsAClientSinceTheTimeOfTheFolder) {
     const std::string folder = tree_.paths().nfsd + "/clients/" + number;
     ASSERT_EQ(0, ::utimensat(AT_FDCWD, folder.c_str(), times, 0));
   }
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(clients_, UnorderedElementsAre(NfsClient{"10.0.0.9", "NFSv4.2", test::kStartText},
                                              NfsClient{"10.0.0.8", "NFSv4.0", test::kStartText}));
 }
@@ -104,7 +105,7 @@ TEST_F(NfsClientsTest, EachFolderIsAClientSinceTheTimeOfTheFolder) {
 TEST_F(NfsClientsTest, AClientThatVanishesIsSkipped) {
   tree_.file("nfsd/clients/3/info", info("10.0.0.9:783"));
   std::filesystem::remove(tree_.paths().nfsd + "/clients/3/info");
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(clients_, IsEmpty());
 }
 
@@ -112,8 +113,8 @@ TEST_F(NfsClientsTest, AClientThatCannotBeReadIsAFailureThatNamesTheRemedy) {
   const std::string path = tree_.file("nfsd/clients/3/info", "");
   std::filesystem::remove(path);
   std::filesystem::create_symlink(path, path);
-  EXPECT_THAT(read().cause(), HasSubstr("clients/3/info"));
-  EXPECT_THAT(read().cause(), HasSubstr("run this as root"));
+  EXPECT_THAT(causeOf(read()), HasSubstr("clients/3/info"));
+  EXPECT_THAT(causeOf(read()), HasSubstr("run this as root"));
 }
 
 TEST(RmtabTest, EachLineIsAMount) {
@@ -135,7 +136,7 @@ TEST(RmtabTest, NamesAndEndedMountsAndGarbageAreLeftOut) {
 TEST(RmtabTest, AMissingTableHasNoMounts) {
   const test::ProcTree tree;
   std::vector<NfsMount> mounts = {{"left over", ""}};
-  EXPECT_FALSE(readRmtab(tree.paths(), &mounts).failed());
+  EXPECT_TRUE(readRmtab(tree.paths(), &mounts));
   EXPECT_THAT(mounts, IsEmpty());
 }
 
@@ -144,7 +145,7 @@ TEST(RmtabTest, ATableThatIsTooLongIsAFailureThatNamesIt) {
   const std::string path = tree.file("rmtab", "10.0.0.9:/srv/media:0x00000001\n");
   std::filesystem::resize_file(path, 64UL * 1024 * 1024);
   std::vector<NfsMount> mounts;
-  EXPECT_THAT(readRmtab(tree.paths(), &mounts).cause(), HasSubstr("rmtab"));
+  EXPECT_THAT(causeOf(readRmtab(tree.paths(), &mounts)), HasSubstr("rmtab"));
   EXPECT_THAT(mounts, IsEmpty());
 }
 
@@ -152,7 +153,7 @@ TEST(RmtabTest, SoIsOneThatIsAFolder) {
   const test::ProcTree tree;
   std::filesystem::create_directory(tree.paths().rmtab);
   std::vector<NfsMount> mounts;
-  EXPECT_THAT(readRmtab(tree.paths(), &mounts).cause(), HasSubstr("rmtab"));
+  EXPECT_THAT(causeOf(readRmtab(tree.paths(), &mounts)), HasSubstr("rmtab"));
 }
 
 }  // namespace

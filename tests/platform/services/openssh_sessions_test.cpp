@@ -83,7 +83,7 @@ TEST_F(OpensshSessionsTest, AConnectionWithAnUnreadableChildIsStillThere) {
   tree_.makeUnreadable(73, "status");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
-  EXPECT_TRUE(readOpenssh(*sources, connections).failed());
+  EXPECT_TRUE(hasFailed(readOpenssh(*sources, connections)));
   EXPECT_THAT(connections, ElementsAre(ssh(72, "no terminal")));
 }
 
@@ -209,7 +209,7 @@ TEST_F(OpensshSessionsTest, ASessionThatCannotBeReadIsAFailure) {
     tree.makeUnreadable(pid, file);
     const test::FakeSources sources(tree);
     std::vector<Connection> connections;
-    EXPECT_TRUE(readOpenssh(*sources, connections).failed()) << pid << " " << file;
+    EXPECT_TRUE(hasFailed(readOpenssh(*sources, connections))) << pid << " " << file;
   }
 }
 
@@ -227,7 +227,7 @@ TEST_F(OpensshSessionsTest, ASessionThatCannotBeReadCostsNoOtherItsRow) {
     tree.makeUnreadable(pid, "status");
     const test::FakeSources sources(tree);
     std::vector<Connection> connections;
-    EXPECT_TRUE(readOpenssh(*sources, connections).failed());
+    EXPECT_TRUE(hasFailed(readOpenssh(*sources, connections)));
     std::vector<pid_t> pids;
     for (const Connection& connection : connections) pids.push_back(connection.pid);
     EXPECT_THAT(pids, ElementsAre(pid == 60 ? 72 : 62, pid == 60 ? 82 : 72));

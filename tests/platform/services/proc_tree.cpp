@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "base/text.h"
+#include "platform/services/cause.h"
 
 namespace zevo::connections::test {
 namespace {
@@ -162,13 +163,13 @@ FakeSources::FakeSources(const ProcTree& tree, std::vector<Socket> sockets)
       processes_(std::move(*ProcessTable::scan(paths_))),
       sources_(
           paths_, processes_,
-          [table = SocketTable(std::move(sockets))] { return Reading<SocketTable>(table); },
+          [table = SocketTable(std::move(sockets))] { return Result<SocketTable>(table); },
           [this](const std::string& line) { log_.push_back(line); }) {}
 
 std::vector<Connection> readAll(Collector collector, const Sources& sources) {
   std::vector<Connection> connections;
-  const Outcome outcome = collector(sources, connections);
-  EXPECT_FALSE(outcome.failed()) << outcome.cause();
+  const Result<void> outcome = collector(sources, connections);
+  EXPECT_TRUE(outcome) << causeOf(outcome);
   return connections;
 }
 

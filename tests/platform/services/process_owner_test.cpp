@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/namespaced_process.h"
 #include "platform/services/proc_tree.h"
 
@@ -23,15 +24,15 @@ const std::string kUsersMap = "0 61234 1\n1 161234 1\n";
 
 uid_t realUser(const ProcessFiles& process) {
   const auto ids = process.userIds();
-  EXPECT_TRUE(ids.ok());
-  return ids.ok() ? ids->real : 0;
+  EXPECT_TRUE(ids);
+  return ids ? ids->real : 0;
 }
 
 class ProcessOwnerTest : public ::testing::Test {
  protected:
   static void open(pid_t pid, ProcessFiles* files) {
     auto opened = ProcessFiles::open(Paths(), pid);
-    ASSERT_TRUE(opened.ok()) << opened.cause();
+    ASSERT_TRUE(opened) << causeOf(opened);
     *files = std::move(*opened);
   }
   // Fails the test where one cannot be read.
@@ -41,7 +42,7 @@ class ProcessOwnerTest : public ::testing::Test {
     open(process.pid(), &files);
     const auto found = ownerOf(files, home_);
     const auto here = runsHere(files, home_);
-    ASSERT_TRUE(found.ok() && here.ok()) << found.cause() << here.cause();
+    ASSERT_TRUE(found && here) << causeOf(found) << causeOf(here);
     EXPECT_EQ(*found, owner);
     EXPECT_EQ(*here, isHere);
   }
@@ -124,7 +125,7 @@ TEST_F(ProcessOwnerTest, InAUserNamespaceThatCannotBeOpenedTheRealUserCounts) {
   for (const pid_t pid : {10, 11}) {
     const auto files = ProcessFiles::open(tree.paths(), pid);
     const auto owner = ownerOf(*files, readHome(tree.paths()));
-    ASSERT_TRUE(owner.ok()) << owner.cause();
+    ASSERT_TRUE(owner) << causeOf(owner);
     EXPECT_EQ(*owner, kUser);
   }
 }
@@ -134,7 +135,7 @@ TEST_F(ProcessOwnerTest, AProcessNamespaceThatCannotBeReadIsAFailure) {
   tree.add({.pid = 10, .name = "bash", .uid = kUser});
   tree.makeUnreadable(10, "ns/pid");
   const auto files = ProcessFiles::open(tree.paths(), 10);
-  EXPECT_TRUE(runsHere(*files, readHome(tree.paths())).failed());
+  EXPECT_TRUE(hasFailed(runsHere(*files, readHome(tree.paths()))));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -24,7 +25,7 @@ TEST(ProcessTableTest, FindsProcessesByPidParentAndName) {
       .add({.pid = 1000, .parent = 700, .name = "sshd"})
       .add({.pid = 20, .parent = 700, .name = "bash"});
   const auto table = ProcessTable::scan(tree.paths());
-  ASSERT_TRUE(table.ok()) << table.cause();
+  ASSERT_TRUE(table) << causeOf(table);
   ASSERT_NE(table->find(1000), nullptr);
   EXPECT_EQ(table->find(1000)->parent, 700);
   EXPECT_EQ(table->find(21), nullptr);
@@ -41,7 +42,7 @@ TEST(ProcessTableTest, LeavesOutKernelThreadsAndZombies) {
       .add({.pid = 30, .name = "sshd", .state = 'Z'})
       .add({.pid = 31, .name = "sshd", .state = 'X'});
   const auto table = ProcessTable::scan(tree.paths());
-  ASSERT_TRUE(table.ok()) << table.cause();
+  ASSERT_TRUE(table) << causeOf(table);
   EXPECT_EQ(table->all().size(), 1U);
 }
 
@@ -50,7 +51,7 @@ TEST(ProcessTableTest, AProcessThatVanishesBetweenTwoReadsIsLeftOut) {
   tree.add({.pid = 700, .name = "sshd"}).add({.pid = 701, .name = "sshd"});
   ::unlink((tree.paths().proc + "/701/stat").c_str());
   const auto table = ProcessTable::scan(tree.paths());
-  ASSERT_TRUE(table.ok()) << table.cause();
+  ASSERT_TRUE(table) << causeOf(table);
   EXPECT_NE(table->find(700), nullptr);
   EXPECT_EQ(table->find(701), nullptr);
 }
@@ -61,29 +62,29 @@ TEST(ProcessTableTest, AProcessThatCannotBeReadFailsTheScan) {
       .add({.pid = 701, .name = "smbd"})
       .makeUnreadable(700, "stat");
   const auto table = ProcessTable::scan(tree.paths());
-  ASSERT_TRUE(table.ok());
+  ASSERT_TRUE(table);
   EXPECT_EQ(table->find(700), nullptr);
   EXPECT_NE(table->find(701), nullptr);
-  EXPECT_NE(table->unread().cause().find("/proc/700/stat"), std::string::npos);
+  EXPECT_NE(causeOf(table->unread()).find("/proc/700/stat"), std::string::npos);
 }
 
 TEST(ProcessTableTest, WhereNoProcessCanBeReadTheScanFails) {
   test::ProcTree tree;
   tree.makeUnreadable(1, "stat");
-  EXPECT_TRUE(ProcessTable::scan(tree.paths()).failed());
+  EXPECT_TRUE(hasFailed(ProcessTable::scan(tree.paths())));
 }
 
 TEST(ProcessTableTest, AMissingProcFailsTheScan) {
   Paths paths;
   paths.proc = "/nonexistent/proc";
   const auto table = ProcessTable::scan(paths);
-  ASSERT_TRUE(table.failed());
-  EXPECT_NE(table.cause().find("/nonexistent/proc"), std::string::npos);
+  ASSERT_TRUE(hasFailed(table));
+  EXPECT_NE(causeOf(table).find("/nonexistent/proc"), std::string::npos);
 }
 
 TEST(ProcessTableTest, TheRealProcHasThisProcessBelowItsParent) {
   const auto table = ProcessTable::scan(Paths{});
-  ASSERT_TRUE(table.ok()) << table.cause();
+  ASSERT_TRUE(table) << causeOf(table);
   EXPECT_THAT(pidsOf(table->children(::getppid())), ::testing::Contains(::getpid()));
 }
 

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -73,7 +74,7 @@ TEST(ProcessStatTest, AZombieHasEnded) {
   test::ProcTree tree;
   tree.add({.pid = 9, .name = "sshd", .state = 'Z'});
   const auto process = readProcess(tree.paths(), 9);
-  ASSERT_TRUE(process.ok());
+  ASSERT_TRUE(process);
   EXPECT_TRUE(process->hasEnded);
 }
 
@@ -101,13 +102,13 @@ TEST(ProcessReadTest, AForkedProcessSharesItsParentsImageUntilItRunsAnotherProgr
   }
   const auto self = readProcess(Paths{}, ::getpid());
   const auto forked = readProcess(Paths{}, child);
-  ASSERT_TRUE(self.ok() && forked.ok());
+  ASSERT_TRUE(self && forked);
   EXPECT_TRUE(shareImage(*self, *forked));
   EXPECT_EQ(::write(pipe[1], "x", 1), 1);
   Process later = *forked;
   while (later.name != "sleep" && !later.hasEnded) {
     const auto now = readProcess(Paths{}, child);
-    ASSERT_TRUE(now.ok());
+    ASSERT_TRUE(now);
     later = *now;
   }
   EXPECT_FALSE(shareImage(*self, later));
@@ -117,26 +118,26 @@ TEST(ProcessReadTest, AForkedProcessSharesItsParentsImageUntilItRunsAnotherProgr
 }
 
 TEST(ProcessReadTest, AProcessThatEndedIsGone) {
-  EXPECT_TRUE(readProcess(test::ProcTree().paths(), 4711).isGone());
+  EXPECT_TRUE(isGone(readProcess(test::ProcTree().paths(), 4711)));
 }
 
 TEST(ProcessReadTest, AProcessThatCannotBeReadIsAFailureThatNamesIt) {
   test::ProcTree tree;
   tree.add({.pid = 9, .name = "sshd"}).makeUnreadable(9, "stat");
   const auto process = readProcess(tree.paths(), 9);
-  ASSERT_TRUE(process.failed());
-  EXPECT_NE(process.cause().find("/proc/9/stat"), std::string::npos) << process.cause();
+  ASSERT_TRUE(hasFailed(process));
+  EXPECT_NE(causeOf(process).find("/proc/9/stat"), std::string::npos) << causeOf(process);
 }
 
 TEST(ProcessReadTest, ALineThatIsNoProcessIsAFailure) {
   test::ProcTree tree;
   tree.add({.pid = 9, .name = "sshd"}).write(9, "stat", "nonsense");
-  EXPECT_TRUE(readProcess(tree.paths(), 9).failed());
+  EXPECT_TRUE(hasFailed(readProcess(tree.paths(), 9)));
 }
 
 TEST(ProcessReadTest, ReadsTheRealProc) {
   const auto process = readProcess(Paths{}, ::getpid());
-  ASSERT_TRUE(process.ok()) << process.cause();
+  ASSERT_TRUE(process) << causeOf(process);
   EXPECT_EQ(process->parent, ::getppid());
   EXPECT_EQ(process->session, ::getsid(0));
 }

@@ -20,11 +20,11 @@ using ::testing::Pair;
 
 constexpr pid_t kPureFtpd = 84;
 
-Outcome readWithLimits(const Sources& sources, std::vector<Connection>& connections) {
+Result<void> readWithLimits(const Sources& sources, std::vector<Connection>& connections) {
   return readPureFtpd(sources, {.time = std::chrono::minutes(2)}, connections);
 }
 
-Outcome readImpatiently(const Sources& sources, std::vector<Connection>& connections) {
+Result<void> readImpatiently(const Sources& sources, std::vector<Connection>& connections) {
   return readPureFtpd(sources, {.time = std::chrono::milliseconds(300)}, connections);
 }
 

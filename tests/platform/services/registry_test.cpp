@@ -16,6 +16,7 @@
 
 #include "base/read_file.h"
 #include "platform/services/callers.h"
+#include "platform/services/cause.h"
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
 #include "services/boot_clock.h"
@@ -48,10 +49,10 @@ class RegistryTest : public ::testing::Test {
               .uid = 1001});
   }
   // `meanwhile` happens after the scan.
-  Outcome read(const std::function<void()>& meanwhile = {}) {
+  Result<void> read(const std::function<void()>& meanwhile = {}) {
     const auto readSockets = [&meanwhile] {
       if (meanwhile) meanwhile();
-      return Reading<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
+      return Result<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
     };
     const auto log = [this](const std::string& line) { log_.push_back(line); };
     return readConnections(tree_.paths(), {}, readSockets, log, &list_);
@@ -66,66 +67,65 @@ class RegistryTest : public ::testing::Test {
 };
 
 TEST_F(RegistryTest, HasTheConnectionsOfTheServices) {
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.connections,
               ElementsAre(record(61, "alice", "pts/1"), record(71, "bob", "pts/2")));
 }
 
 TEST_F(RegistryTest, NobodyConnectedIsNoFailure) {
   for (const pid_t pid : {60, 61, 70, 71}) tree_.remove(pid);
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.connections, IsEmpty());
 }
 
 TEST_F(RegistryTest, SocketsAreAskedForOnce) {
   int asked = 0;
-  EXPECT_FALSE(read([&asked] { ++asked; }).failed());
+  EXPECT_TRUE(read([&asked] { ++asked; }));
   EXPECT_EQ(1, asked);
 }
 
 TEST_F(RegistryTest, ARecordWhoseProcessHasEndedIsLeftOut) {
-  EXPECT_FALSE(read([this] { tree_.remove(61); }).failed());
+  EXPECT_TRUE(read([this] { tree_.remove(61); }));
   EXPECT_THAT(list_.connections, ElementsAre(record(71, "bob", "pts/2")));
 }
 
 TEST_F(RegistryTest, ARecordWhoseProcessBecameAZombieIsLeftOut) {
-  EXPECT_FALSE(
-      read([this] {
-        tree_.remove(71);
-        tree_.add(
-            {.pid = 71, .parent = 70, .name = "sshd", .cmdline = "sshd: bob@pts/2", .state = 'Z'});
-      }).failed());
+  EXPECT_FALSE(hasFailed(read([this] {
+    tree_.remove(71);
+    tree_.add(
+        {.pid = 71, .parent = 70, .name = "sshd", .cmdline = "sshd: bob@pts/2", .state = 'Z'});
+  })));
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
 }
 
 TEST_F(RegistryTest, ARecordWhosePidWasGivenToAnotherProcessIsLeftOut) {
-  EXPECT_FALSE(read([this] {
-                 tree_.remove(71);
-                 tree_.add({.pid = 71,
-                            .parent = 70,
-                            .name = "sshd",
-                            .cmdline = "sshd: bob@pts/2",
-                            .startTicks = 9999});
-               }).failed());
+  EXPECT_FALSE(hasFailed(read([this] {
+    tree_.remove(71);
+    tree_.add({.pid = 71,
+               .parent = 70,
+               .name = "sshd",
+               .cmdline = "sshd: bob@pts/2",
+               .startTicks = 9999});
+  })));
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
 }
 
 TEST_F(RegistryTest, TextsAreCleanWhenTheyLeave) {
   for (const pid_t pid : {60, 61}) tree_.remove(pid);
   addSession(60, "al\x1b[31mice\xFF", "pts/1");
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "al\uFFFD[31mice\uFFFD", "pts/1"),
                                              record(71, "bob", "pts/2")));
 }
 
 TEST_F(RegistryTest, WhatIsCompleteHasNoNotes) {
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.notes, IsEmpty());
 }
 
 TEST_F(RegistryTest, WhatCannotBeReadOfAServiceIsNotedAndTheRestIsListed) {
   tree_.makeUnreadable(70, "fd");
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   Connection fromSomewhere = record(71, "bob", "pts/2");
   fromSomewhere.from = "";
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1"), fromSomewhere));
@@ -140,7 +140,7 @@ TEST_F(RegistryTest, WhatCannotBeReadOfAServiceIsNotedAndTheRestIsListed) {
 TEST_F(RegistryTest, SourcesThatFailSideBySideHaveANoteEach) {
   tree_.file("utmp/is_a_folder", "");
   tree_.file("nfsd/clients", "is no folder");
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.connections,
               ElementsAre(record(61, "alice", "pts/1"), record(71, "bob", "pts/2")));
   ASSERT_EQ(list_.notes.size(), 2U);
@@ -151,7 +151,7 @@ TEST_F(RegistryTest, SourcesThatFailSideBySideHaveANoteEach) {
 
 TEST_F(RegistryTest, AProcessThatTheScanCannotReadMayBeAnyServices) {
   tree_.makeUnreadable(71, "stat");
-  EXPECT_FALSE(read().failed());
+  EXPECT_TRUE(read());
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
   ASSERT_EQ(list_.notes.size(), 1U);
   EXPECT_EQ(list_.notes[0].service, "");
@@ -159,7 +159,7 @@ TEST_F(RegistryTest, AProcessThatTheScanCannotReadMayBeAnyServices) {
 }
 
 TEST_F(RegistryTest, ARecordWhoseProcessCannotBeReadAgainIsLeftOutAndNoted) {
-  EXPECT_FALSE(read([this] { tree_.makeUnreadable(71, "stat"); }).failed());
+  EXPECT_TRUE(read([this] { tree_.makeUnreadable(71, "stat"); }));
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1")));
   ASSERT_EQ(list_.notes.size(), 1U);
   EXPECT_THAT(list_.notes[0].detail, HasSubstr("/proc/71/stat"));
@@ -169,30 +169,28 @@ TEST_F(RegistryTest, NotesAreCleanWhenTheyLeave) {
   Paths paths = tree_.paths();
   paths.utmp = tree_.file("ut\x1bmp/is_a_folder", "");
   paths.utmp.resize(paths.utmp.rfind('/'));
-  const auto none = [] { return Reading<SocketTable>(SocketTable()); };
-  ASSERT_FALSE(readConnections(
-                   paths, {}, none, [](const std::string&) {}, &list_)
-                   .failed());
+  const auto none = [] { return Result<SocketTable>(SocketTable()); };
+  ASSERT_FALSE(hasFailed(readConnections(
+      paths, {}, none, [](const std::string&) {}, &list_)));
   ASSERT_EQ(list_.notes.size(), 1U);
   EXPECT_THAT(list_.notes[0].detail, HasSubstr("ut\uFFFDmp"));
 }
 
 TEST_F(RegistryTest, AFailedDumpOfSocketsFailsTheRead) {
-  const auto refused = [] { return Reading<SocketTable>::failure("no sockets today"); };
-  const Outcome outcome = readConnections(
+  const auto refused = [] { return failure("no sockets today"); };
+  const Result<void> outcome = readConnections(
       tree_.paths(), {}, refused, [](const std::string&) {}, &list_);
-  ASSERT_TRUE(outcome.failed());
-  EXPECT_THAT(outcome.cause(), HasSubstr("no sockets today"));
+  ASSERT_TRUE(!outcome);
+  EXPECT_THAT(causeOf(outcome), HasSubstr("no sockets today"));
   EXPECT_EQ(list_, ConnectionList());
 }
 
 TEST_F(RegistryTest, SoDoesAProcOfNoProcess) {
   Paths paths = tree_.paths();
   paths.proc = tree_.folder() + "/nothing";
-  const auto none = [] { return Reading<SocketTable>(SocketTable()); };
-  EXPECT_TRUE(readConnections(
-                  paths, {}, none, [](const std::string&) {}, &list_)
-                  .failed());
+  const auto none = [] { return Result<SocketTable>(SocketTable()); };
+  EXPECT_TRUE(hasFailed(readConnections(
+      paths, {}, none, [](const std::string&) {}, &list_)));
   EXPECT_EQ(list_, ConnectionList());
 }
 
@@ -200,12 +198,12 @@ class SharedRegistryTest : public RegistryTest {
  protected:
   ConnectionList readAged(std::chrono::milliseconds acceptedAge) {
     const auto readSockets = [] {
-      return Reading<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
+      return Result<SocketTable>(SocketTable({test::establishedSocket(9, "10.20.0.2", 22)}));
     };
     const auto log = [this](const std::string& line) { log_.push_back(line); };
     const ListCall call{timeSinceBoot(), acceptedAge, std::chrono::minutes(5)};
     ConnectionList list;
-    EXPECT_FALSE(readForCall(tree_.paths(), {}, call, readSockets, log, &list).failed());
+    EXPECT_TRUE(readForCall(tree_.paths(), {}, call, readSockets, log, &list));
     return list;
   }
   // Of a list that was read before.
@@ -256,11 +254,11 @@ TEST_F(SharedRegistryTest, CallsThatBeganBeforeARunOfToolsShareIt) {
     callers.push_back(test::start([&] {
       const ListCall call{timeSinceBoot(), std::chrono::milliseconds(0), std::chrono::minutes(5)};
       door.come();
-      const auto noSockets = [] { return Reading<SocketTable>(SocketTable()); };
+      const auto noSockets = [] { return Result<SocketTable>(SocketTable()); };
       ConnectionList list;
-      const Outcome outcome = readForCall(
+      const Result<void> outcome = readForCall(
           tree_.paths(), {}, call, noSockets, [](const std::string&) {}, &list);
-      const bool isRight = !outcome.failed() && list.connections.back().type == ZEVO_CURCONN_CIFS;
+      const bool isRight = outcome && list.connections.back().type == ZEVO_CURCONN_CIFS;
       return isRight ? 0 : 1;
     }));
   }

@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
 #include "services/samba_processes.h"
@@ -98,8 +99,8 @@ class SambaTest : public ::testing::Test {
   std::vector<Connection> read(const ToolLimits& limits = kLimits) {
     const test::FakeSources sources(tree_, sockets_);
     std::vector<Connection> connections;
-    const Outcome outcome = readSamba(*sources, startSmbstatus(*sources, limits), connections);
-    EXPECT_FALSE(outcome.failed()) << outcome.cause();
+    const Result<void> outcome = readSamba(*sources, startSmbstatus(*sources, limits), connections);
+    EXPECT_TRUE(outcome) << causeOf(outcome);
     log_ = sources.log();
     return connections;
   }
@@ -194,7 +195,7 @@ TEST_F(SambaTest, ASessionThatBeganAfterTheScanIsThere) {
   auto runs = startSmbstatus(*sources, kLimits);
   addSession(95, "10.20.0.2");
   std::vector<Connection> connections;
-  EXPECT_FALSE(readSamba(*sources, std::move(runs), connections).failed());
+  EXPECT_TRUE(readSamba(*sources, std::move(runs), connections));
   EXPECT_THAT(connections, ElementsAre(record(87, "bob", "media"), record(95, "alice", "media")));
 }
 
@@ -357,8 +358,8 @@ TEST_F(SambaFallbackTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
   tree_.makeUnreadable(89, "fd");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
-  const Outcome outcome = readSamba(*sources, startSmbstatus(*sources, kLimits), connections);
-  EXPECT_THAT(outcome.cause(), HasSubstr("/proc/89/fd"));
+  const Result<void> outcome = readSamba(*sources, startSmbstatus(*sources, kLimits), connections);
+  EXPECT_THAT(causeOf(outcome), HasSubstr("/proc/89/fd"));
   EXPECT_THAT(connections, ElementsAre(record(87, "unknown", "share not known", test::kStartText)));
 }
 
@@ -366,7 +367,7 @@ TEST_F(SambaFallbackTest, TheCallerLearnsWhatIsMissing) {
   setTool("exit 1");
   const test::FakeSources sources(tree_, sockets_);
   std::vector<Connection> connections;
-  EXPECT_FALSE(readSamba(*sources, startSmbstatus(*sources, kLimits), connections).failed());
+  EXPECT_TRUE(readSamba(*sources, startSmbstatus(*sources, kLimits), connections));
   EXPECT_THAT((*sources).notes(),
               ElementsAre(ReadNote{std::string(kDetailsMissing), "CIFS", sources.log().at(0)}));
 }

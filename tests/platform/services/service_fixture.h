@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections::test {
@@ -29,14 +30,14 @@ class ServiceFixture : public ::testing::Test {
   std::vector<Connection> readPartly(Collector collector) {
     const FakeSources sources(tree_, sockets_);
     std::vector<Connection> connections;
-    EXPECT_TRUE(collector(*sources, connections).failed());
+    EXPECT_TRUE(hasFailed(collector(*sources, connections)));
     return connections;
   }
   // The cause with which the collector fails; empty where it does not.
   std::string failureOf(Collector collector) {
     const FakeSources sources(tree_, sockets_);
     std::vector<Connection> connections;
-    return collector(*sources, connections).cause();
+    return causeOf(collector(*sources, connections));
   }
 
   ProcTree tree_;

@@ -12,6 +12,7 @@
 
 #include "platform/base/temporary_folder.h"
 #include "platform/services/callers.h"
+#include "platform/services/cause.h"
 #include "platform/services/print.h"
 #include "platform/services/proc_tree.h"
 #include "platform/services/sample_list.h"
@@ -40,13 +41,14 @@ class SharedListTest : public ::testing::Test {
     return none ? 0 : size;
   }
   // A reading that takes its time for `meanwhile`.
-  Outcome read(const ListCall& call, TimedList* list, const std::function<void()>& meanwhile = {},
-               const std::string& user = "alice") const {
+  Result<void> read(const ListCall& call, TimedList* list,
+                    const std::function<void()>& meanwhile = {},
+                    const std::string& user = "alice") const {
     const auto reader = [&](ConnectionList* found) {
       std::ofstream(tree_.folder() + "/runs", std::ios::app) << 'x';
       if (meanwhile) meanwhile();
       *found = sampleList(user);
-      return Outcome::done();
+      return Result<void>();
     };
     return readShared(tree_.paths(), call, reader, list);
   }
@@ -57,13 +59,13 @@ class SharedListTest : public ::testing::Test {
   bool isShared() const {
     const auto before = runs();
     TimedList list;
-    EXPECT_FALSE(read(callNow(kAnyAge), &list).failed());
+    EXPECT_TRUE(read(callNow(kAnyAge), &list));
     EXPECT_EQ(list.list, sampleList());
     return runs() == before;
   }
   void store() const {
     TimedList list;
-    EXPECT_FALSE(read(callNow(), &list).failed());
+    EXPECT_TRUE(read(callNow(), &list));
   }
   std::string path(const std::string& name) const { return tree_.paths().sharedList + "/" + name; }
 
@@ -79,7 +81,7 @@ TEST_F(SharedListTest, CallsThatBeganBeforeARunShareIt) {
       const ListCall call = callNow();
       door.come();
       TimedList list;
-      if (read(call, &list).failed() || list.list != sampleList()) return 1;
+      if (hasFailed(read(call, &list)) || list.list != sampleList()) return 1;
       return list.began >= call.begin && list.ended >= list.began ? 0 : 2;
     }));
   }
@@ -92,7 +94,7 @@ TEST_F(SharedListTest, CallsThatBeganBeforeARunShareIt) {
 TEST_F(SharedListTest, ARunThatBeganBeforeTheCallIsNotUsed) {
   store();
   TimedList list;
-  EXPECT_FALSE(read(callNow(), &list, {}, "bob").failed());
+  EXPECT_TRUE(read(callNow(), &list, {}, "bob"));
   EXPECT_EQ(list.list, sampleList("bob"));
   EXPECT_EQ(runs(), 2U);
 }
@@ -101,7 +103,7 @@ TEST_F(SharedListTest, NeitherIsOneThatStillGoesOn) {
   Door door;
   const pid_t reader = test::start([&] {
     TimedList list;
-    return read(callNow(), &list, [&door] { door.come(); }).failed() ? 1 : 0;
+    return hasFailed(read(callNow(), &list, [&door] { door.come(); })) ? 1 : 0;
   });
   door.await(1);  // it reads
   Door second;
@@ -109,7 +111,7 @@ TEST_F(SharedListTest, NeitherIsOneThatStillGoesOn) {
     const ListCall call = callNow();
     second.come();
     TimedList list;
-    if (read(call, &list, {}, "bob").failed()) return 1;
+    if (hasFailed(read(call, &list, {}, "bob"))) return 1;
     return list.list == sampleList("bob") ? 0 : 2;
   });
   second.await(1);  // it has begun
@@ -138,14 +140,14 @@ TEST_F(SharedListTest, AnOlderOneServesWhoAcceptsItsAge) {
   EXPECT_TRUE(isShared());
   ::usleep(20000);
   TimedList list;
-  EXPECT_FALSE(read(callNow(milliseconds(10)), &list).failed());
+  EXPECT_TRUE(read(callNow(milliseconds(10)), &list));
   EXPECT_EQ(runs(), 2U);
 }
 
 TEST_F(SharedListTest, AFailureIsNobodyElses) {
-  const auto failing = [](ConnectionList*) { return Outcome::failure("no sockets today"); };
+  const auto failing = [](ConnectionList*) { return failure("no sockets today"); };
   TimedList list;
-  EXPECT_EQ(readShared(tree_.paths(), callNow(), failing, &list).cause(), "no sockets today");
+  EXPECT_EQ(causeOf(readShared(tree_.paths(), callNow(), failing, &list)), "no sockets today");
   EXPECT_FALSE(isShared());
 }
 
@@ -153,12 +155,12 @@ TEST_F(SharedListTest, AKilledReaderDelaysNobody) {
   Door door;
   const pid_t reader = test::start([&] {
     TimedList list;
-    return read(callNow(), &list, [&door] { door.come(); }).failed() ? 1 : 0;
+    return hasFailed(read(callNow(), &list, [&door] { door.come(); })) ? 1 : 0;
   });
   door.await(1);
   const pid_t caller = test::start([&] {
     TimedList list;
-    return read(callNow(), &list).failed() || list.list != sampleList() ? 1 : 0;
+    return hasFailed(read(callNow(), &list)) || list.list != sampleList() ? 1 : 0;
   });
   ::usleep(50000);  // it waits by now, or comes later: both have to end
   ::kill(reader, SIGKILL);
@@ -170,9 +172,8 @@ TEST_F(SharedListTest, AKilledReaderDelaysNobody) {
 TEST_F(SharedListTest, AStoppedReaderLosesItsTurnOnceItsTimeIsOver) {
   const pid_t reader = test::start([&] {
     TimedList list;
-    return read(
-               callNow(), &list, [] { ::raise(SIGSTOP); }, "late")
-                   .failed()
+    return hasFailed(read(
+               callNow(), &list, [] { ::raise(SIGSTOP); }, "late"))
                ? 1
                : 0;
   });
@@ -180,15 +181,15 @@ TEST_F(SharedListTest, AStoppedReaderLosesItsTurnOnceItsTimeIsOver) {
   ASSERT_EQ(::waitpid(reader, &status, WUNTRACED), reader);
   ASSERT_TRUE(WIFSTOPPED(status));
   TimedList list;
-  EXPECT_FALSE(read(callNow({}, milliseconds(100)), &list).failed());
+  EXPECT_TRUE(read(callNow({}, milliseconds(100)), &list));
   EXPECT_EQ(list.list, sampleList());
   EXPECT_EQ(runs(), 2U);
-  EXPECT_FALSE(read(callNow({}, minutes(5)), &list).failed()) << "others share again";
+  EXPECT_TRUE(read(callNow({}, minutes(5)), &list)) << "others share again";
   EXPECT_TRUE(isShared());
   // What it stores when it goes on is older than every call since.
   ::kill(reader, SIGCONT);
   EXPECT_EQ(resultOf(reader), 0);
-  EXPECT_FALSE(read(callNow(), &list).failed());
+  EXPECT_TRUE(read(callNow(), &list));
   EXPECT_EQ(list.list, sampleList());
 }
 
@@ -360,9 +361,9 @@ TEST_F(ForeignFolderTest, MadeWithAllThatIsAboveIt) {
   TimedList list;
   const auto reader = [](ConnectionList* found) {
     *found = sampleList();
-    return Outcome::done();
+    return Result<void>();
   };
-  EXPECT_FALSE(readShared(paths, callNow(), reader, &list).failed());
+  EXPECT_TRUE(readShared(paths, callNow(), reader, &list));
   EXPECT_TRUE(fs::exists(paths.sharedList + "/list"));
 }
 

@@ -15,6 +15,7 @@
 #include <linux/sock_diag.h>
 
 #include "base/file_descriptor.h"
+#include "platform/services/cause.h"
 
 namespace zevo::connections {
 namespace {
@@ -188,7 +189,7 @@ TEST(SocketTableTest, TheKernelsDumpHasAConnectionOfThisProcess) {
   for (const auto& [overIpv6, address] : {std::pair{true, "::1"}, {false, "127.0.0.1"}}) {
     const RealConnection connection(overIpv6);
     const auto table = SocketTable::read();
-    ASSERT_TRUE(table.ok()) << table.cause();
+    ASSERT_TRUE(table) << causeOf(table);
     const Socket* socket = table->find(connection.serverInode());
     ASSERT_NE(socket, nullptr) << address;
     EXPECT_EQ(numericText(socket->remote), address);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "platform/services/cause.h"
 #include "platform/services/proc_tree.h"
 
 namespace zevo::connections {
@@ -18,15 +19,15 @@ class TrustTest : public ::testing::Test {
     const Process* process = sources.processes().find(pid);
     if (process == nullptr) ADD_FAILURE() << "no process " << pid;
     const auto vouched = isVouchedFor(*sources, *process, isFtp);
-    EXPECT_TRUE(vouched.ok()) << vouched.cause();
-    return vouched.ok() && *vouched;
+    EXPECT_TRUE(vouched.has_value()) << causeOf(vouched);
+    return vouched && *vouched;
   }
 
   std::string titleOf(pid_t pid) {
     const test::FakeSources sources(tree_);
     const auto title = readTitle(*sources, *sources.processes().find(pid));
-    EXPECT_TRUE(title.ok()) << pid << title.cause();
-    return title.ok() ? title->first : "failure";
+    EXPECT_TRUE(title) << pid << causeOf(title);
+    return title ? title->first : "failure";
   }
 
   test::ProcTree tree_;
@@ -132,7 +133,7 @@ TEST_F(TrustTest, TheTitleOfAProcessThatRanAProgramSinceTheScanIsNotRead) {
   tree_.add(later);
   tree_.makeUnreadable(11, "cmdline");
   const auto title = readTitle(*sources, *sources.processes().find(11));
-  ASSERT_TRUE(title.ok()) << title.cause();
+  ASSERT_TRUE(title) << causeOf(title);
   EXPECT_EQ(title->first, "");
 }
 
@@ -140,7 +141,7 @@ TEST_F(TrustTest, AnAncestorThatCannotBeReadIsAFailure) {
   tree_.add({.pid = 10, .name = "vsftpd", .uid = 1000});
   tree_.makeUnreadable(10, "status");
   const test::FakeSources sources(tree_);
-  EXPECT_TRUE(isVouchedFor(*sources, *sources.processes().find(10), isFtp).failed());
+  EXPECT_TRUE(hasFailed(isVouchedFor(*sources, *sources.processes().find(10), isFtp)));
 }
 
 TEST_F(TrustTest, WhetherRootStartedAProcessIsAskedOnce) {
@@ -150,15 +151,15 @@ TEST_F(TrustTest, WhetherRootStartedAProcessIsAskedOnce) {
   }
   const test::FakeSources sources(tree_);
   const auto process = [&sources](pid_t pid) { return *sources.processes().find(pid); };
-  ASSERT_TRUE(isVouchedFor(*sources, process(14), isFtp).ok());
+  ASSERT_TRUE(isVouchedFor(*sources, process(14), isFtp).has_value());
   for (pid_t pid = 10; pid < 15; ++pid) tree_.makeUnreadable(pid, "status");
   for (pid_t pid = 10; pid < 15; ++pid) {
     const auto vouched = isVouchedFor(*sources, process(pid), isFtp);
-    ASSERT_TRUE(vouched.ok()) << vouched.cause();
+    ASSERT_TRUE(vouched.has_value()) << causeOf(vouched);
     EXPECT_TRUE(*vouched);
-    EXPECT_TRUE(isBelowOrphan(*sources, process(pid), isFtp).ok());
-    EXPECT_TRUE(serverOf(*sources, process(pid)).ok());
-    EXPECT_TRUE(readTitle(*sources, process(pid)).ok());
+    EXPECT_TRUE(isBelowOrphan(*sources, process(pid), isFtp).has_value());
+    EXPECT_TRUE(serverOf(*sources, process(pid)));
+    EXPECT_TRUE(readTitle(*sources, process(pid)));
   }
 }
 
@@ -166,7 +167,7 @@ TEST_F(TrustTest, AnAncestorThatEndedMeanwhileIsGone) {
   tree_.add({.pid = 10, .name = "vsftpd", .uid = 1000});
   const test::FakeSources sources(tree_);
   tree_.remove(10);
-  EXPECT_TRUE(isVouchedFor(*sources, *sources.processes().find(10), isFtp).isGone());
+  EXPECT_TRUE(isGone(isVouchedFor(*sources, *sources.processes().find(10), isFtp)));
 }
 
 }  // namespace
