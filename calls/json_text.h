@@ -17,4 +17,12 @@ std::string compactJson(const Json::Value& value);
 // On one line, in ASCII: what is not is escaped.
 std::string asciiJson(const Json::Value& value);
 
+// The elements of `values` in their order.
+template <typename Values>
+Json::Value asArray(const Values& values) {
+  Json::Value array(Json::arrayValue);
+  for (const auto& value : values) array.append(value);
+  return array;
+}
+
 }  // namespace calls

@@ -12,6 +12,7 @@
 
 #include "base/account_name.h"
 #include "calls/enforce/kick_plan.h"
+#include "calls/json_text.h"
 #include "host/account_access.h"
 #include "host/disabled_accounts.h"
 
@@ -44,8 +45,7 @@ const char* refusalOf(const std::string& user, const std::set<std::string>& own)
 }
 
 Json::Value withCauses(Json::Value value) {
-  value["causes"] = Json::Value(Json::arrayValue);
-  for (const std::string& cause : zevo::errorTrail()) value["causes"].append(cause);
+  value["causes"] = asArray(zevo::errorTrail());
   return value;
 }
 
@@ -79,8 +79,7 @@ Json::Value accessOf(const std::string& user, zevo::AccessMoment moment) {
 Json::Value asJson(const zevo::LeftRunning& left) {
   Json::Value value(Json::objectValue);
   value["processes"] = static_cast<Json::UInt64>(left.processes);
-  value["apart"] = Json::Value(Json::arrayValue);
-  for (const pid_t pid : left.apart) value["apart"].append(pid);
+  value["apart"] = asArray(left.apart);
   value["crontab"] = left.hasCrontab;
   value["at_jobs"] = static_cast<Json::UInt64>(left.atJobs);
   return value;

@@ -198,6 +198,17 @@ class Comparison {
   std::vector<bool> isTaken_;
 };
 
+Json::Value unknownFates(const Attempt& attempt, const zevo::Error& error) {
+  Json::Value fates(Json::arrayValue);
+  for (const Target& target : attempt.targets) {
+    Json::Value& item = fates.append(asJson(target.connection));
+    item["fate"] = "not_known";
+    item["reason"] = reason("list_failed");
+    item["reason"]["causes"].append(error.sentence);
+  }
+  return fates;
+}
+
 }  // namespace
 
 std::string beginOfAttempt() {
@@ -206,13 +217,18 @@ std::string beginOfAttempt() {
   return zevo::localTimeText(std::time(nullptr) - kRounding);
 }
 
-Json::Value fatesOf(const Attempt& attempt, const Snapshot& now) {
-  return Comparison(attempt, now).fates();
+Json::Value fatesOf(const Attempt& attempt, const zevo::Result<Snapshot>& now) {
+  return now ? Comparison(attempt, *now).fates() : unknownFates(attempt, now.error());
 }
 
-bool hasFate(const Json::Value& fates, const char* fate) {
-  return std::any_of(fates.begin(), fates.end(),
-                     [&](const Json::Value& item) { return item["fate"] == fate; });
+bool mayStillGo(const Json::Value& fates) {
+  static const std::set<std::string> kFinal = {
+      "no_process",      "unknown_process", "unknown_user",    "no_time",
+      "unknown_address", "unknown_service", "under_other_user"};
+  return std::any_of(fates.begin(), fates.end(), [](const Json::Value& item) {
+    return item["fate"] == "not_known" ||
+           (item["fate"] == "still_there" && !kFinal.contains(item["reason"]["reason"].asString()));
+  });
 }
 
 std::vector<std::string> servicesWithoutUsers(const Snapshot& now) {

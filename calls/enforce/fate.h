@@ -47,10 +47,12 @@ std::string beginOfAttempt();
 //   connected_again  it ended, and its user came back: as "now"
 //   connected_since  a further connection of a user
 //   not_known        the list may lack it
-Json::Value fatesOf(const Attempt& attempt, const Snapshot& now);
+// Of a list that could not be read all of them are not known, with "reason": list_failed with
+// "causes".
+Json::Value fatesOf(const Attempt& attempt, const zevo::Result<Snapshot>& now);
 
-// Whether one of `fates` has the fate.
-bool hasFate(const Json::Value& fates, const char* fate);
+// Whether one of `fates` may be another one soon.
+bool mayStillGo(const Json::Value& fates);
 
 // The services of which `now` has connections but cannot tell the users.
 std::vector<std::string> servicesWithoutUsers(const Snapshot& now);

@@ -153,7 +153,7 @@ TEST_P(FateTest, TellsWhatBecameOfIt) {
                         .before = before,
                         .begin = kBegin,
                         .proc = "/nowhere"};
-  const Json::Value fates = fatesOf(attempt, {given.now, given.warnings});
+  const Json::Value fates = fatesOf(attempt, Snapshot{given.now, given.warnings});
   ASSERT_EQ(fates.size(), 1U);
   EXPECT_EQ(briefly(fates[0]), given.expected);
   EXPECT_EQ(fates[0]["who"], given.target.who);
@@ -197,10 +197,18 @@ TEST(Fates, SayThatTheCallMayHaveMissedIt) {
   Attempt attempt = attemptOn({kTargetShares});
   attempt.warnings = {{"still_let_in", "CIFS", ""},
                       {"details_missing", "CIFS", "smbstatus failed"}};
-  const Json::Value fates = fatesOf(attempt, {{kTargetShares}, {}});
+  const Json::Value fates = fatesOf(attempt, Snapshot{{kTargetShares}, {}});
   EXPECT_EQ(compactJson(fates[0]["reason"]),
             R"({"reason":"may_be_unlisted","warning":{"code":"details_missing",)"
             R"("detail":"smbstatus failed","service":"CIFS"}})");
+}
+
+TEST(Fates, AreNotKnownOfAListThatCannotBeRead) {
+  const Json::Value fates = fatesOf(attemptOn({kTargetShell}), zevo::failure("no sockets today"));
+  ASSERT_EQ(fates.size(), 1U);
+  EXPECT_EQ(fates[0]["fate"], "not_known");
+  EXPECT_EQ(compactJson(fates[0]["reason"]),
+            R"({"causes":["no sockets today"],"reason":"list_failed"})");
 }
 
 TEST(Fates, SayThatAProcessWaitsInTheKernel) {
@@ -208,7 +216,7 @@ TEST(Fates, SayThatAProcessWaitsInTheKernel) {
   tree.add(12, 1, "D (disk sleep)");
   Attempt attempt = attemptOn({kTargetShell});
   attempt.proc = tree.path();
-  EXPECT_EQ(briefly(fatesOf(attempt, {{kTargetShell}, {}})[0]), "still_there in_kernel");
+  EXPECT_EQ(briefly(fatesOf(attempt, Snapshot{{kTargetShell}, {}})[0]), "still_there in_kernel");
 }
 
 TEST(ServicesWithoutUsers, AreThoseWithARowThatNobodyIsNamedFor) {

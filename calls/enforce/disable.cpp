@@ -1,0 +1,136 @@
+#include "calls/enforce/disable.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include "calls/call_line.h"
+#include "calls/enforce/accounts.h"
+#include "calls/json_text.h"
+
+namespace calls::enforce {
+namespace {
+
+using Connections = std::vector<Connection>;
+using Names = std::set<std::string>;
+
+Names namesOf(const Caller& caller) {
+  Names names = {caller.user};
+  if (!caller.sudoUser.empty()) names.insert(caller.sudoUser);
+  return names;
+}
+
+Connections connectionsOf(const Names& users, const Snapshot& now) {
+  Connections theirs;
+  std::copy_if(now.connections.begin(), now.connections.end(), std::back_inserter(theirs),
+               [&](const Connection& connection) { return users.contains(connection.who); });
+  return theirs;
+}
+
+// Rows that serve one of the users under another's name: disabling goes by the name in the list.
+void addUnderOthers(const Snapshot& now, const Names& users, Json::Value* stays) {
+  for (const Connection& row : now.connections) {
+    if (users.contains(row.who)) continue;
+    for (const std::string& user : now.usersOf(row)) {
+      if (!users.contains(user)) continue;
+      Json::Value& item = stays->append(asJson(row));
+      item["reason"] = reason("under_other_user");
+      item["reason"]["user"] = user;
+    }
+  }
+}
+
+Json::Value plannedAccount(const std::string& user, const Connections& theirs,
+                           const Refusals& refusals) {
+  std::vector<pid_t> ending;
+  for (const Connection& row : theirs) {
+    if (row.who == user && hasProcess(row)) ending.push_back(static_cast<pid_t>(row.pid));
+  }
+  Json::Value account = accountPlan(user, ending);
+  const auto refusal = refusals.ofAccounts.find(user);
+  if (refusal != refusals.ofAccounts.end()) account["refusal"] = refusal->second;
+  return account;
+}
+
+Answer refused(const Work& work, const std::vector<std::string>& users, const Refusals& refusals) {
+  Json::Value result(Json::objectValue);
+  logLeftOut(work.request().summary("disable_user"), refusals.ofAll);
+  result["refusal"] = refusals.ofAll;
+  result["connections"] = Json::Value(Json::arrayValue);
+  for (const std::string& user : users) {
+    const auto own = refusals.ofAccounts.find(user);
+    Json::Value& account = result["accounts"].append(Json::Value(Json::objectValue));
+    account["user"] = user;
+    account["disabled"] = isDisabled(user).value_or(false);
+    account["reason"] = own != refusals.ofAccounts.end() ? own->second : refusals.ofAll;
+  }
+  return success(result, {});
+}
+
+std::optional<MethodAnswer> callDisable(const Work& work, const std::vector<std::string>& users) {
+  const Module& module = work.module();
+  ChildCall call{module.disable, module.context, work.request().summary("disable_user")};
+  call.context.parameters["users"] = asArray(users);
+  return callInChildren({call}, work.kickTimes()).front();
+}
+
+// What became of the accounts. `hindrance`: why the call failed, null where it did not.
+Json::Value accountResults(const std::vector<std::string>& users, const Names& disabledBefore,
+                           const Json::Value& hindrance) {
+  Json::Value accounts(Json::arrayValue);
+  for (const std::string& user : users) {
+    Json::Value& account = accounts.append(accountResult(user));
+    if (account["disabled"].asBool()) {
+      account["already"] = disabledBefore.contains(user);
+    } else {
+      account["reason"] = hindrance;
+    }
+  }
+  return accounts;
+}
+
+}  // namespace
+
+Answer planDisable(const Work& work, const std::vector<std::string>& users) {
+  const zevo::Result<Snapshot> now = work.readNow();
+  if (!now) return failed(now.error());
+  const Refusals refusals = refusalsOf(users, namesOf(work.request().caller));
+  const Names names(users.begin(), users.end());
+  const Connections theirs = connectionsOf(names, *now);
+  Json::Value plan = planOf(theirs, {*now, work.ownWay(), {}, names}, whyOutOfReach);
+  plan.removeMember("gone");
+  addUnderOthers(*now, names, &plan["stays"]);
+  plan["accounts"] = Json::Value(Json::arrayValue);
+  for (const std::string& user : users)
+    plan["accounts"].append(plannedAccount(user, theirs, refusals));
+  if (!refusals.ofAll.isNull()) plan["refusal"] = refusals.ofAll;
+  return success(plan, now->warnings);
+}
+
+Answer performDisable(const Work& work, const std::vector<std::string>& users) {
+  const Refusals refusals = refusalsOf(users, namesOf(work.request().caller));
+  if (!refusals.ofAll.isNull()) return refused(work, users, refusals);
+  const zevo::Result<Snapshot> before = work.readNow();
+  if (!before) return failed(before.error());
+  Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
+  attempt.users = {users.begin(), users.end()};
+  Names disabledBefore;
+  for (const std::string& user : users)
+    if (isDisabled(user).value_or(false)) disabledBefore.insert(user);
+  const auto answer = callDisable(work, users);
+  const Json::Value hindrance = hindranceOf(answer);
+  if (answer) attempt.warnings = answer->warnings;
+  for (const Connection& row : connectionsOf(attempt.users, *before))
+    attempt.targets.push_back({row, hindrance});
+  const zevo::Result<Snapshot> after = work.readAfter(attempt);
+  Json::Value result(Json::objectValue);
+  result["connections"] = fatesOf(attempt, after);
+  if (after) result["services_without_users"] = asArray(servicesWithoutUsers(*after));
+  result["accounts"] = accountResults(users, disabledBefore, hindrance);
+  if (!hindrance.isNull()) result["failure"] = hindrance;
+  std::vector<zevo::ReadNote> notes = attempt.warnings;
+  if (after) addNotes(after->warnings, &notes);
+  return success(result, notes);
+}
+
+}  // namespace calls::enforce

@@ -1,0 +1,136 @@
+#include "calls/enforce/kick.h"
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "calls/call_line.h"
+#include "calls/json_text.h"
+#include "host/open_files.h"
+
+namespace calls::enforce {
+namespace {
+
+using Connections = std::vector<Connection>;
+
+// The plan could not ask for open files.
+constexpr const char* kOpenFilesMissing = "open_files_missing";
+
+zevo::Result<Connections> select(const Work& work, const Selection& selection,
+                                 const Snapshot& now) {
+  std::optional<Connections> filtered;
+  if (!selection.filter.empty()) {
+    auto rows = readFiltered(work.module(), selection.filter, work.untilTheEnd());
+    if (!rows) return tl::unexpected(rows.error());
+    filtered = std::move(*rows);
+  }
+  const RowIndex index(filtered ? *filtered : now.connections);
+  Connections selected;
+  std::copy_if(now.connections.begin(), now.connections.end(), std::back_inserter(selected),
+               [&](const Connection& connection) {
+                 return index.find(connection) && isSelected(connection, selection, now);
+               });
+  return selected;
+}
+
+std::optional<zevo::OpenFiles> readOpenFiles(std::vector<zevo::ReadNote>* notes) {
+  std::string cause;
+  auto files = zevo::openFiles(&cause);
+  if (!files) notes->push_back({kOpenFilesMissing, "CIFS", cause});
+  return files;
+}
+
+Json::Value planNow(const Work& work, const Connections& wanted, Snapshot* now) {
+  PlanView view{*now, work.ownWay()};
+  if (endsSmb(wanted, *now)) view.openFiles = readOpenFiles(&now->warnings);
+  return planOf(wanted, view, whyNotEnded);
+}
+
+void leaveOut(const Work& work, const Connection& connection, const char* why) {
+  Json::Value left = nameOf(connection);
+  left["reason"] = why;
+  logLeftOut(work.request().summary("kick_connection"), left);
+}
+
+ChildCall callFor(const Work& work, const Connection& row) {
+  const Module& module = work.module();
+  ChildCall call{module.kick, module.context, work.request().summary("kick_connection")};
+  call.context.parameters[isWebLogin(row) ? "http_conn" : "service_conn"].append(nameOf(row));
+  return call;
+}
+
+// Ends those of the attempt's targets that the caller works over, or all others, and notes what
+// their calls told. Of several service connections in one call only the first would be checked
+// against its process.
+void endTargets(const Work& work, const OwnWay& own, bool isOwn, Attempt* attempt) {
+  std::vector<Target*> targets;
+  std::vector<ChildCall> calls;
+  for (Target& target : attempt->targets) {
+    if (own.isOver(target.connection) != isOwn) continue;
+    if (const char* key = whyNotEnded(target.connection)) {
+      target.hindrance = reason(key);
+      leaveOut(work, target.connection, key);
+      continue;
+    }
+    targets.push_back(&target);
+    calls.push_back(callFor(work, target.connection));
+  }
+  const auto answers = callInChildren(calls, work.kickTimes());
+  for (std::size_t i = 0; i < answers.size(); ++i) {
+    targets[i]->hindrance = hindranceOf(answers[i]);
+    if (!answers[i]) leaveOut(work, targets[i]->connection, "no_time");
+    if (answers[i]) addNotes(answers[i]->warnings, &attempt->warnings);
+  }
+}
+
+}  // namespace
+
+Answer planKick(const Work& work, const std::vector<Connection>& wanted) {
+  zevo::Result<Snapshot> now = work.readNow();
+  if (!now) return failed(now.error());
+  const Json::Value plan = planNow(work, wanted, &*now);
+  return success(plan, now->warnings);
+}
+
+Answer planKick(const Work& work, const Selection& selection) {
+  zevo::Result<Snapshot> now = work.readNow();
+  if (!now) return failed(now.error());
+  const auto wanted = select(work, selection, *now);
+  if (!wanted) return failed(wanted.error());
+  Json::Value plan = planNow(work, *wanted, &*now);
+  plan["missing_pids"] = asArray(missingPids(*wanted, selection));
+  plan["ambiguous_pids"] = asArray(ambiguousPids(*wanted, selection));
+  return success(plan, now->warnings);
+}
+
+Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
+  const zevo::Result<Snapshot> before = work.readNow();
+  if (!before) return failed(before.error());
+  const RowIndex index(before->connections);
+  Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
+  for (const Connection& named : wanted) {
+    const Connection* row = index.find(named);
+    if (row) attempt.targets.push_back({*row});
+    if (!row) leaveOut(work, named, "gone_before");
+  }
+  const OwnWay own = work.ownWay();
+  for (const bool isOwn : {false, true}) endTargets(work, own, isOwn, &attempt);
+  const zevo::Result<Snapshot> after = work.readAfter(attempt);
+  const Json::Value fates = fatesOf(attempt, after);
+  Json::Value result(Json::objectValue);
+  result["connections"] = Json::Value(Json::arrayValue);
+  Json::ArrayIndex next = 0;
+  for (const Connection& named : wanted) {
+    Json::Value& item = result["connections"].append(nameOf(named));
+    if (index.find(named)) {
+      item = fates[next++];
+    } else {
+      item["fate"] = "gone_before";
+    }
+  }
+  return success(result, after ? after->warnings : std::vector<zevo::ReadNote>());
+}
+
+}  // namespace calls::enforce
