@@ -6,9 +6,6 @@
 #include <syslog.h>
 #include <unistd.h>
 
-#define SD_JOURNAL_SUPPRESS_LOCATION
-#include <systemd/sd-journal.h>
-
 #include "base/text.h"
 
 namespace calls {
@@ -20,6 +17,7 @@ struct Sink {
   const char* program = "currentconnd";
   LogTo where = LogTo::kStandardError;
   bool isJournal = false;
+  JournalWriter writeToJournal = nullptr;
   pid_t owner = 0;  // who opened it: the daemon itself
 };
 
@@ -38,8 +36,9 @@ bool isJournalStream() {
 
 }  // namespace
 
-void openLog(const char* program, LogTo where) {
-  sink() = {program, where, where == LogTo::kStandardError && isJournalStream(), ::getpid()};
+void openLog(const char* program, LogTo where, JournalWriter writer) {
+  sink() = {program, where, where == LogTo::kStandardError && isJournalStream(), writer,
+            ::getpid()};
   ::openlog(program, LOG_PID, LOG_DAEMON);
 }
 
@@ -65,12 +64,9 @@ void logAuthorisation(int priority, const std::string& line) {
     if (sink().where == LogTo::kStandardError) logLine(priority, line);
     return;
   }
-  // A call's process is gone before the journal can look up its unit, which is the daemon's.
-  const int failure =
-      ::sd_journal_send("MESSAGE=%s", line.c_str(), "PRIORITY=%i", priority, "SYSLOG_FACILITY=%i",
-                        LOG_FAC(LOG_AUTHPRIV), "SYSLOG_IDENTIFIER=%s", sink().program,
-                        "OBJECT_PID=%i", static_cast<int>(sink().owner), nullptr);
-  if (failure < 0) logLine(priority, line);
+  const JournalWriter write = sink().writeToJournal;
+  if (write == nullptr || !write(sink().program, sink().owner, priority, line))
+    logLine(priority, line);
 }
 
 std::string inQuotes(std::string_view text, std::size_t limit) {

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace calls {
 
@@ -11,9 +12,15 @@ enum class LogTo {
   kSystemLog,      // as a command: warnings and worse, since its standard error is a person's
 };
 
+// Writes a line of the authorisation facility to the journal, for the daemon `owner`; false where
+// the journal did not take it. Given by who links the journal's library: it brings half a dozen
+// others, which a command would load in vain.
+using JournalWriter = bool (*)(const char* program, pid_t owner, int priority,
+                               const std::string& line);
+
 // To be called once, before the first line. `program` is the name that lines stand under, a
 // literal.
-void openLog(const char* program, LogTo where);
+void openLog(const char* program, LogTo where, JournalWriter writer = nullptr);
 
 // One line of `priority` (of <syslog.h>). It is lost where standard error takes nothing for a
 // while, a pipe that nobody reads for instance. Texts from outside must have gone through

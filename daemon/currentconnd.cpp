@@ -13,6 +13,7 @@
 #include "calls/call.h"
 #include "calls/log.h"
 #include "calls/system_service.h"
+#include "daemon/journal.h"
 #include "daemon/server.h"
 #include "daemon/start_checks.h"
 #include "host/config.h"
@@ -79,7 +80,7 @@ int main(int argc, char** argv) try {
   }
   if (const auto foreign = zevo::foreignPids()) return currentconnd::fail(*foreign);
   ::umask(0077);
-  calls::openLog("currentconnd", calls::LogTo::kStandardError);
+  calls::openLog("currentconnd", calls::LogTo::kStandardError, currentconnd::writeToJournal);
   return currentconnd::serve();
 } catch (const std::exception& failure) {
   return currentconnd::fail(failure.what());

@@ -1,7 +1,10 @@
 #include "services/samba.h"
 
 #include <string>
+#include <unordered_map>
 
+#include "base/account_name.h"
+#include "base/numbers.h"
 #include "services/samba_processes.h"
 #include "services/samba_records.h"
 #include "services/smbstatus.h"
@@ -14,10 +17,21 @@ std::string causeOf(const ToolResult& result) {
   return result.complete ? "gave no answer that can be read" : result.cause;
 }
 
+// The tool gives ids, since it would look up user and group of each session anew.
+void nameUsers(std::vector<SmbSession>* sessions) {
+  std::unordered_map<std::string, std::string> names;
+  for (SmbSession& session : *sessions) {
+    const auto [entry, isNew] = names.try_emplace(session.user, session.user);
+    const auto uid = parseNumber<uid_t>(session.user);
+    if (isNew && uid) entry->second = accountName(*uid);
+    session.user = entry->second;
+  }
+}
+
 }  // namespace
 
 SmbstatusRuns::SmbstatusRuns(const Paths& paths, const ToolLimits& limits)
-    : sessions_({paths.smbstatus, "--json", "--processes"}, limits),
+    : sessions_({paths.smbstatus, "--json", "--processes", "--numeric"}, limits),
       shares_({paths.smbstatus, "--json", "--shares"}, limits) {}
 
 void SmbstatusRuns::drain() {
@@ -57,6 +71,7 @@ Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRun
             "or later)");
   }
   if (!sessions) return appendSmbProcesses(sources, std::chrono::milliseconds(0), &connections);
+  nameUsers(&*sessions);
   Result<void> outcome = appendSmbSessions(sources, *sessions, shares, &connections);
   addPart(outcome, appendSmbProcesses(sources, kLongestSmbLogin, &connections));
   return outcome;

@@ -16,7 +16,7 @@ struct SmbSession {
   std::string id;
   std::string node;  // the node of a cluster; empty outside of one
   std::int64_t pid = 0;
-  std::string user;
+  std::string user;              // with --numeric their id
   std::string from;              // numeric address; empty where the answer has a name only
   std::uint16_t clientPort = 0;  // 0 where the answer has none
   std::string time;              // local time; empty before release 4.20

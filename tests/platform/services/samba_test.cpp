@@ -92,8 +92,8 @@ class SambaTest : public ::testing::Test {
   void setAnswers(const std::string& sessions, const std::string& shares) {
     tree_.file("sessions.json", sessions);
     tree_.file("shares.json", shares);
-    setTool("[ $# = 2 ] && [ $1 = --json ] || exit 9\ncase $2 in\n--processes) cat " +
-            tree_.folder() + "/sessions.json;;\n--shares) cat " + tree_.folder() +
+    setTool("[ $1 = --json ] || exit 9\ncase \"$2 $3\" in\n'--processes --numeric') cat " +
+            tree_.folder() + "/sessions.json;;\n'--shares ') cat " + tree_.folder() +
             "/shares.json;;\n*) exit 9;;\nesac");
   }
   std::vector<Connection> read(const ToolLimits& limits = kLimits) {
@@ -133,6 +133,18 @@ TEST_F(SambaTest, EachShareOfASessionIsARecord) {
   EXPECT_THAT(read(), ElementsAre(record(87, "alice", "photos", "2026-11-21 03:08:36"),
                                   record(87, "alice", "media")));
   EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(SambaTest, UsersAreGivenByTheirIds) {
+  addSession(88, "10.20.0.3");
+  addSession(89, "10.20.0.4");
+  setAnswers(sessionsText({{"1", "87", "0"},
+                           {"2", "88", "0", "10.20.0.3"},
+                           {"3", "89", "3999999999", "10.20.0.4"}}),
+             sharesText({}));
+  EXPECT_THAT(read(), ElementsAre(record(87, "root", "", test::kStartText),
+                                  record(88, "root", "", test::kStartText, "10.20.0.3"),
+                                  record(89, "3999999999", "", test::kStartText, "10.20.0.4")));
 }
 
 TEST_F(SambaTest, ASessionWithoutAShareIsARecordWithoutDescription) {
