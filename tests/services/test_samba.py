@@ -39,7 +39,8 @@ class SmbTest(ServiceTest):
         found = self.assertList([Row("unknown", address, "CIFS", "share not known")])
         done = listing.run("kick", "--yes", str(found[0]["pid"]))
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
-        self.assertFalse(processes.runs(found[0]["pid"]))
+        # Its connection is closed before it is gone.
+        waiting.until("its process to end", lambda: not processes.runs(found[0]["pid"]))
         self.assertEmptiesAfterwards()
 
 
