@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <memory>
 #include <shadow.h>
 #include <thread>
@@ -61,10 +62,10 @@ const char* wordOf(zevo::Access access) {
   return "unknown";
 }
 
-// The services that let the account in, or may do so.
-Json::Value accessOf(const std::string& user, zevo::AccessMoment moment) {
+// Those of `services` that let the account in, or may do so.
+Json::Value asJson(const std::vector<zevo::ServiceAccess>& services) {
   Json::Value all(Json::arrayValue);
-  for (const zevo::ServiceAccess& service : zevo::accountAccess(user, moment)) {
+  for (const zevo::ServiceAccess& service : services) {
     if (service.access == zevo::Access::kRefused) continue;
     Json::Value& item = all.append(reason(service.reason.c_str()));
     item["service"] = service.service;
@@ -86,29 +87,31 @@ Json::Value asJson(const zevo::LeftRunning& left) {
 }
 
 // What still runs once those that end with their connection have had the time to.
-zevo::LeftRunning leftRunningSoon(const std::string& user) {
+std::map<std::string, zevo::LeftRunning> leftRunningSoon(const std::vector<std::string>& users) {
   constexpr int kLooks = 10;
   constexpr std::chrono::milliseconds kBetweenLooks{100};
-  zevo::LeftRunning left = zevo::leftRunning(user, {});
-  for (int look = 1; look < kLooks && left.processes > 0; ++look) {
+  auto left = zevo::leftRunning(users, {});
+  const auto isAnyRunning = [&left] {
+    return std::any_of(left.begin(), left.end(),
+                       [](const auto& ofUser) { return ofUser.second.processes > 0; });
+  };
+  for (int look = 1; look < kLooks && isAnyRunning(); ++look) {
     std::this_thread::sleep_for(kBetweenLooks);
-    left = zevo::leftRunning(user, {});
+    left = zevo::leftRunning(users, {});
   }
   return left;
 }
 
-// How the disabling of the account can be undone; null where it cannot.
-Json::Value undoOf(const std::string& user) {
+// How the disabling of accounts can be undone, by their names.
+std::map<std::string, Json::Value> undos() {
+  std::map<std::string, Json::Value> all;
   const auto accounts = zevo::disabledAccounts();
-  if (!accounts) return {};
-  const auto account =
-      std::find_if(accounts->begin(), accounts->end(),
-                   [&](const zevo::DisabledAccount& known) { return known.user == user; });
-  if (account == accounts->end()) return {};
-  Json::Value undo(Json::objectValue);
-  const std::string& day = account->expiryBefore;
-  undo["expiry_before"] = day.empty() ? Json::Value() : Json::Value(day);
-  return undo;
+  if (!accounts) return all;
+  for (const zevo::DisabledAccount& account : *accounts) {
+    const std::string& day = account.expiryBefore;
+    all[account.user]["expiry_before"] = day.empty() ? Json::Value() : Json::Value(day);
+  }
+  return all;
 }
 
 }  // namespace
@@ -137,26 +140,39 @@ std::optional<bool> isDisabled(const std::string& user) {
   return expiry ? std::optional(*expiry == kDisabledExpiry) : std::nullopt;
 }
 
-Json::Value accountPlan(const std::string& user, const std::vector<pid_t>& ending) {
-  Json::Value account(Json::objectValue);
-  account["user"] = user;
-  account["exists"] = uidOf(user).has_value();
-  account["disabled"] = isDisabled(user).value_or(false);
-  account["access"] = accessOf(user, zevo::AccessMoment::kOnceDisabled);
-  account["left_running"] = asJson(zevo::leftRunning(user, ending));
-  return account;
+Json::Value accountPlans(const std::vector<std::string>& users, const std::vector<pid_t>& ending) {
+  auto access = zevo::accountAccess(users, zevo::AccessMoment::kOnceDisabled);
+  auto left = zevo::leftRunning(users, ending);
+  Json::Value accounts(Json::arrayValue);
+  for (const std::string& user : users) {
+    Json::Value& account = accounts.append(Json::Value(Json::objectValue));
+    account["user"] = user;
+    account["exists"] = uidOf(user).has_value();
+    account["disabled"] = isDisabled(user).value_or(false);
+    account["access"] = asJson(access[user]);
+    account["left_running"] = asJson(left[user]);
+  }
+  return accounts;
 }
 
-Json::Value accountResult(const std::string& user) {
-  Json::Value account(Json::objectValue);
-  account["user"] = user;
-  const bool isOut = isDisabled(user).value_or(false);
-  account["disabled"] = isOut;
-  if (!isOut) return account;
-  account["access"] = accessOf(user, zevo::AccessMoment::kNow);
-  account["left_running"] = asJson(leftRunningSoon(user));
-  if (Json::Value undo = undoOf(user); !undo.isNull()) account["undo"] = undo;
-  return account;
+Json::Value accountResults(const std::vector<std::string>& users) {
+  std::vector<std::string> out;
+  std::copy_if(users.begin(), users.end(), std::back_inserter(out),
+               [](const std::string& user) { return isDisabled(user).value_or(false); });
+  auto access = zevo::accountAccess(out, zevo::AccessMoment::kNow);
+  auto left = leftRunningSoon(out);
+  const auto undo = undos();
+  Json::Value accounts(Json::arrayValue);
+  for (const std::string& user : users) {
+    Json::Value& account = accounts.append(Json::Value(Json::objectValue));
+    account["user"] = user;
+    account["disabled"] = left.contains(user);
+    if (!left.contains(user)) continue;
+    account["access"] = asJson(access[user]);
+    account["left_running"] = asJson(left[user]);
+    if (const auto own = undo.find(user); own != undo.end()) account["undo"] = own->second;
+  }
+  return accounts;
 }
 
 }  // namespace calls::enforce

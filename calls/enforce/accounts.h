@@ -30,12 +30,13 @@ Refusals refusalsOf(const std::vector<std::string>& users, const std::set<std::s
 // Whether the account is disabled now; nothing where there is no such account.
 std::optional<bool> isDisabled(const std::string& user);
 
-// {"user", "exists", "disabled", "access", "left_running"}, as they would be once `user` is
-// disabled and the processes `ending` have gone.
-Json::Value accountPlan(const std::string& user, const std::vector<pid_t>& ending);
+// An array: for each of `users` {"user", "exists", "disabled", "access", "left_running"}, as they
+// would be once all of them are disabled and the processes `ending` have gone.
+Json::Value accountPlans(const std::vector<std::string>& users, const std::vector<pid_t>& ending);
 
-// {"user", "disabled", "access", "left_running", "undo"} of an account that was to be disabled. The
-// last one has "expiry_before", a day or null, and is there where the disabling can be undone.
-Json::Value accountResult(const std::string& user);
+// An array: for each of `users`, which were to be disabled, {"user", "disabled", "access",
+// "left_running", "undo"}. The last one has "expiry_before", a day or null, and is there where the
+// disabling can be undone.
+Json::Value accountResults(const std::vector<std::string>& users);
 
 }  // namespace calls::enforce

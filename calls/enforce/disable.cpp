@@ -40,16 +40,18 @@ void addUnderOthers(const Snapshot& now, const Names& users, Json::Value* stays)
   }
 }
 
-Json::Value plannedAccount(const std::string& user, const Connections& theirs,
-                           const Refusals& refusals) {
+Json::Value plannedAccounts(const std::vector<std::string>& users, const Connections& theirs,
+                            const Refusals& refusals) {
   std::vector<pid_t> ending;
   for (const Connection& row : theirs) {
-    if (row.who == user && hasProcess(row)) ending.push_back(static_cast<pid_t>(row.pid));
+    if (hasProcess(row)) ending.push_back(static_cast<pid_t>(row.pid));
   }
-  Json::Value account = accountPlan(user, ending);
-  const auto refusal = refusals.ofAccounts.find(user);
-  if (refusal != refusals.ofAccounts.end()) account["refusal"] = refusal->second;
-  return account;
+  Json::Value accounts = accountPlans(users, ending);
+  for (Json::Value& account : accounts) {
+    const auto refusal = refusals.ofAccounts.find(account["user"].asString());
+    if (refusal != refusals.ofAccounts.end()) account["refusal"] = refusal->second;
+  }
+  return accounts;
 }
 
 Answer refused(const Work& work, const std::vector<std::string>& users, const Refusals& refusals) {
@@ -75,13 +77,12 @@ std::optional<MethodAnswer> callDisable(const Work& work, const std::vector<std:
 }
 
 // What became of the accounts. `hindrance`: why the call failed, null where it did not.
-Json::Value accountResults(const std::vector<std::string>& users, const Names& disabledBefore,
-                           const Json::Value& hindrance) {
-  Json::Value accounts(Json::arrayValue);
-  for (const std::string& user : users) {
-    Json::Value& account = accounts.append(accountResult(user));
+Json::Value accountsAfter(const std::vector<std::string>& users, const Names& disabledBefore,
+                          const Json::Value& hindrance) {
+  Json::Value accounts = accountResults(users);
+  for (Json::Value& account : accounts) {
     if (account["disabled"].asBool()) {
-      account["already"] = disabledBefore.contains(user);
+      account["already"] = disabledBefore.contains(account["user"].asString());
     } else {
       account["reason"] = hindrance;
     }
@@ -100,9 +101,7 @@ Answer planDisable(const Work& work, const std::vector<std::string>& users) {
   Json::Value plan = planOf(theirs, {*now, work.ownWay(), {}, names}, whyOutOfReach);
   plan.removeMember("gone");
   addUnderOthers(*now, names, &plan["stays"]);
-  plan["accounts"] = Json::Value(Json::arrayValue);
-  for (const std::string& user : users)
-    plan["accounts"].append(plannedAccount(user, theirs, refusals));
+  plan["accounts"] = plannedAccounts(users, theirs, refusals);
   if (!refusals.ofAll.isNull()) plan["refusal"] = refusals.ofAll;
   return success(plan, now->warnings);
 }
@@ -126,7 +125,7 @@ Answer performDisable(const Work& work, const std::vector<std::string>& users) {
   Json::Value result(Json::objectValue);
   result["connections"] = fatesOf(attempt, after);
   if (after) result["services_without_users"] = asArray(servicesWithoutUsers(*after));
-  result["accounts"] = accountResults(users, disabledBefore, hindrance);
+  result["accounts"] = accountsAfter(users, disabledBefore, hindrance);
   if (!hindrance.isNull()) result["failure"] = hindrance;
   std::vector<zevo::ReadNote> notes = attempt.warnings;
   if (after) addNotes(after->warnings, &notes);

@@ -146,6 +146,7 @@ void ToolRun::drain() {
 ToolResult ToolRun::finish() {
   for (drain(); output_; drain()) {
     if (waitFor(output_)) continue;
+    result_.isLate = true;
     result_.cause = "did not answer within " + std::to_string(limits_.time.count() / 1000) + " s";
     endGroup();
   }
@@ -180,6 +181,7 @@ bool ToolRun::waitForEnd() const {
 
 void ToolRun::awaitEnd() {
   if (!waitForEnd()) {
+    result_.isLate = true;
     result_.cause = "did not end within " + std::to_string(limits_.time.count() / 1000) + " s";
     endGroup();
     return;

@@ -19,6 +19,7 @@ struct ToolLimits {
 
 struct ToolResult {
   bool complete = false;  // the tool ended by itself, with status 0 as far as that can be known
+  bool isLate = false;    // it did not end within its time
   std::string output;     // its standard output, also where it is not complete
   std::string cause;      // why it is not complete: "did not answer within 10 s"
 };

@@ -56,10 +56,11 @@ enum class AccessMoment {
 // The services of this server, as their configurations are now: SSH, the FTP servers, Telnet, the
 // console and the page where they are installed, since an inetd or a socket may start them; Samba
 // and AFP where they run. Empty for a name that is no account with a line of its own in the shadow
-// file. It asks `sshd -T`, `testparm` and `pdbedit`, each for the configuration's tool limit at
-// most. Needs effective uid 0.
-ZEVO_EXPORT std::vector<ServiceAccess> accountAccess(const std::string& account,
-                                                     AccessMoment moment);
+// file; each name of `accounts` has its element. It asks `sshd -T`, `testparm` and `pdbedit`, each
+// for the configuration's tool limit at most; one that hangs is not asked again for the next
+// account. Needs effective uid 0.
+ZEVO_EXPORT std::map<std::string, std::vector<ServiceAccess>> accountAccess(
+    const std::vector<std::string>& accounts, AccessMoment moment);
 
 // What the account has left running.
 struct LeftRunning {
@@ -75,8 +76,10 @@ struct LeftRunning {
   bool operator==(const LeftRunning&) const = default;
 };
 
-// Nothing for a name that is no account. `except`: processes that do not count, nor do those below
-// them: the sessions whose end is another matter.
-ZEVO_EXPORT LeftRunning leftRunning(const std::string& account, const std::vector<pid_t>& except);
+// Of each of `accounts`, from one look at all processes; nothing left for a name that is no
+// account. `except`: processes that do not count, nor do those below them: the sessions whose end
+// is another matter.
+ZEVO_EXPORT std::map<std::string, LeftRunning> leftRunning(const std::vector<std::string>& accounts,
+                                                           const std::vector<pid_t>& except);
 
 }  // namespace zevo

@@ -1,12 +1,15 @@
 #include "sdk/access/left_running.h"
 
 #include <array>
+#include <map>
 #include <memory>
 #include <set>
 #include <sys/stat.h>
+#include <utility>
 
 #include "zevo/account.h"
 
+#include "base/account_name.h"
 #include "base/open_folder.h"
 #include "services/process_owner.h"
 #include "services/process_table.h"
@@ -34,8 +37,16 @@ std::set<pid_t> withDescendants(const connections::ProcessTable& processes,
   return all;
 }
 
-bool isOf(const ProcessFiles& process, uid_t uid, const Home& home) {
-  return ownerOf(process, home) == uid && runsHere(process, home).value_or(false);
+// Those of one user id; two accounts may share it.
+using OfUser = std::multimap<uid_t, LeftRunning*>;
+
+// Whose the process is; `ofUser.end()` twice for nobody's of them.
+std::pair<OfUser::iterator, OfUser::iterator> ownersOf(const ProcessFiles& process,
+                                                       const Home& home, OfUser& ofUser) {
+  const std::pair none(ofUser.end(), ofUser.end());
+  const auto owner = ownerOf(process, home);
+  if (!owner || !ofUser.contains(*owner)) return none;
+  return runsHere(process, home).value_or(false) ? ofUser.equal_range(*owner) : none;
 }
 
 // Whether who asks for the processes of a user in the first process's namespace misses it.
@@ -45,8 +56,7 @@ bool isApart(const ProcessFiles& process, uid_t uid, const Home& home) {
   return (ids && ids->real != uid) || (number && *number != home.namespaces.pid);
 }
 
-void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>& except,
-                    LeftRunning* left) {
+void countProcesses(const std::string& root, const std::vector<pid_t>& except, OfUser ofUser) {
   connections::Paths paths;
   paths.proc = root + paths.proc;
   paths.subuid = root + paths.subuid;
@@ -57,9 +67,12 @@ void countProcesses(const std::string& root, uid_t uid, const std::vector<pid_t>
   for (const auto& process : table->all()) {
     if (others.contains(process.pid)) continue;
     const auto files = ProcessFiles::open(paths, process.pid);
-    if (!files || !isOf(*files, uid, home)) continue;
-    ++left->processes;
-    if (isApart(*files, uid, home)) left->apart.push_back(process.pid);
+    if (!files) continue;
+    const auto [first, last] = ownersOf(*files, home, ofUser);
+    for (auto one = first; one != last; ++one) {
+      ++one->second->processes;
+      if (isApart(*files, one->first, home)) one->second->apart.push_back(process.pid);
+    }
   }
 }
 
@@ -86,21 +99,38 @@ std::size_t countJobs(const std::string& folder, uid_t uid) {
 
 }  // namespace
 
-LeftRunning leftRunning(const std::string& root, const std::string& name, uid_t uid,
-                        const std::vector<pid_t>& except) {
-  LeftRunning left;
-  countProcesses(root, uid, except, &left);
-  for (const char* folder : kCrontabs)
-    left.hasCrontab |= isFile(std::string(root).append(folder).append("/").append(name));
-  for (const char* folder : kAtJobs) left.atJobs += countJobs(root + folder, uid);
-  return left;
+std::map<std::string, LeftRunning> leftRunning(const std::string& root,
+                                               const std::map<std::string, uid_t>& accounts,
+                                               const std::vector<pid_t>& except) {
+  std::map<std::string, LeftRunning> all;
+  OfUser ofUser;
+  for (const auto& [name, uid] : accounts) {
+    LeftRunning& left = all[name];
+    ofUser.emplace(uid, &left);
+    for (const char* folder : kCrontabs)
+      left.hasCrontab |= isFile(std::string(root).append(folder).append("/").append(name));
+    for (const char* folder : kAtJobs) left.atJobs += countJobs(root + folder, uid);
+  }
+  countProcesses(root, except, std::move(ofUser));
+  return all;
 }
 
 }  // namespace zevo::access
 
-zevo::LeftRunning zevo::leftRunning(const std::string& account, const std::vector<pid_t>& except) {
-  UserRecord* record = nullptr;
-  if (ZEVOUserGet(account.c_str(), &record) < 0 || record == nullptr) return {};
-  const std::unique_ptr<UserRecord, void (*)(UserRecord*)> user(record, &ZEVOUserFree);
-  return access::leftRunning("", user->name, user->uid, except);
+std::map<std::string, zevo::LeftRunning> zevo::leftRunning(const std::vector<std::string>& accounts,
+                                                           const std::vector<pid_t>& except) {
+  std::map<std::string, uid_t> known;
+  std::map<std::string, std::string> names;  // as the name service has them
+  for (const std::string& account : accounts) {
+    UserRecord* record = nullptr;
+    if (!canBeAccountName(account) || ZEVOUserGet(account.c_str(), &record) < 0) continue;
+    const std::unique_ptr<UserRecord, void (*)(UserRecord*)> user(record, &ZEVOUserFree);
+    if (!user) continue;
+    names.emplace(account, user->name);
+    known.emplace(user->name, user->uid);
+  }
+  auto found = access::leftRunning("", known, except);
+  std::map<std::string, LeftRunning> all;
+  for (const std::string& account : accounts) all[account] = found[names[account]];
+  return all;
 }

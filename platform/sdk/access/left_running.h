@@ -1,6 +1,7 @@
 // Where what an account has left running is looked for.
 #pragma once
 
+#include <map>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -9,8 +10,9 @@
 
 namespace zevo::access {
 
-// Of the account `name` with the user id `uid`; `root` goes before every path.
-LeftRunning leftRunning(const std::string& root, const std::string& name, uid_t uid,
-                        const std::vector<pid_t>& except);
+// Of the accounts with these names and user ids; `root` goes before every path.
+std::map<std::string, LeftRunning> leftRunning(const std::string& root,
+                                               const std::map<std::string, uid_t>& accounts,
+                                               const std::vector<pid_t>& except);
 
 }  // namespace zevo::access

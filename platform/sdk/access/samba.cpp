@@ -1,6 +1,7 @@
 #include <map>
 #include <set>
 #include <unistd.h>
+#include <utility>
 
 #include "sdk/access/services.h"
 #include "sdk/access/words.h"
@@ -55,21 +56,16 @@ bool hasAccountsOfItsOwn(const std::map<std::string, std::string>& settings) {
 enum class Entry { kNone, kEnabled, kDisabled, kNotRead };
 
 // The account's entry in Samba's own database.
-Entry entryOf(const SambaTool& tool, const std::string& account, std::string* cause) {
-  // A server without its tool may have entries all the same.
-  if (::access(tool.path.c_str(), F_OK) != 0) {
-    *cause = "there is no " + tool.path;
-    return Entry::kNotRead;
+Entry entryOf(const SambaDatabases::Read& database, const std::string& account) {
+  if (!database.entries) return Entry::kNotRead;
+  for (const SambaEntry& entry : *database.entries) {
+    if (entry.name == account) return entry.isDisabled() ? Entry::kDisabled : Entry::kEnabled;
   }
-  const auto entries = readSambaEntries(tool, {account}, cause);
-  if (!entries) return Entry::kNotRead;
-  if (entries->empty()) return Entry::kNone;
-  return entries->front().isDisabled() ? Entry::kDisabled : Entry::kEnabled;
+  return Entry::kNone;
 }
 
 ServiceAccess judgeServer(const Server& server, const std::string& account, AccessMoment moment,
-                          const SambaTool& tool) {
-  const std::string& file = tool.configuration;
+                          const std::string& file, SambaDatabases& databases) {
   std::vector<std::string> arguments = {kTestparm, "--suppress-prompt", "--verbose"};
   if (!file.empty()) arguments.push_back(file);
   std::string cause;
@@ -84,8 +80,9 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, Acce
   if (!hasAccountsOfItsOwn(settings)) {
     return unknown(kSamba, "domain-accounts", "disable-in-domain", settings.at("server role"));
   }
-  const Entry entry = entryOf(tool, account, &cause);
-  if (entry == Entry::kNotRead) return notRead(kSamba, cause);
+  const SambaDatabases::Read& database = databases.of(file);
+  const Entry entry = entryOf(database, account);
+  if (entry == Entry::kNotRead) return notRead(kSamba, database.cause);
   if (entry == Entry::kNone) return refused(kSamba, "no-samba-entry");
   // The account write disables the entry that the usual configuration leads to.
   const bool willBeDisabled = moment == AccessMoment::kOnceDisabled && file.empty();
@@ -96,20 +93,36 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, Acce
 
 }  // namespace
 
+SambaDatabases::SambaDatabases(SambaTool tool, std::vector<std::string> accounts)
+    : tool_(std::move(tool)), accounts_(std::move(accounts)) {}
+
+const SambaDatabases::Read& SambaDatabases::of(const std::string& file) {
+  const auto [place, isNew] = read_.try_emplace(file);
+  Read& read = place->second;
+  if (!isNew) return read;
+  // A server without its tool may have entries all the same.
+  if (::access(tool_.path.c_str(), F_OK) != 0) {
+    read.cause = "there is no " + tool_.path;
+    return read;
+  }
+  SambaTool tool = tool_;
+  tool.configuration = file;
+  read.entries = readSambaEntries(tool, accounts_, &read.cause);
+  return read;
+}
+
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
-                                         AccessMoment moment, SambaTool tool) {
+                                         AccessMoment moment, SambaDatabases& databases) {
   std::set<std::string> files;
   for (const std::string& title : server.titles("smbd")) {
     if (!title.starts_with("smbd:") && !title.starts_with("smbd[")) {
       files.insert(configurationOf(title));
     }
   }
-  tool.path = server.path(tool.path);
   std::vector<ServiceAccess> all;
-  for (const std::string& file : files) {
-    tool.configuration = file;
-    all.push_back(judgeServer(server, account, moment, tool));
-  }
+  all.reserve(files.size());
+  for (const std::string& file : files)
+    all.push_back(judgeServer(server, account, moment, file, databases));
   return all.empty() ? std::nullopt : std::optional(worstOf(all));
 }
 

@@ -55,13 +55,17 @@ std::optional<std::string> Server::read(const std::string& absolute, std::string
   return std::nullopt;
 }
 
-std::optional<std::string> Server::ask(std::vector<std::string> arguments,
+std::optional<std::string> Server::ask(const std::vector<std::string>& arguments,
                                        std::string* cause) const {
-  const std::string program = arguments.front();
-  arguments.front() = path(program);
-  ToolResult result = ToolRun(arguments, limits_).finish();
-  if (result.complete) return std::move(result.output);
-  *cause = program + " " + result.cause;
+  const std::string& program = arguments.front();
+  Asked& last = asked_[program];
+  if (!last.result.isLate && last.arguments != arguments) {
+    std::vector<std::string> all = arguments;
+    all.front() = path(program);
+    last = {arguments, ToolRun(all, limits_).finish()};
+  }
+  if (last.result.complete) return last.result.output;
+  *cause = program + " " + last.result.cause;
   return std::nullopt;
 }
 

@@ -1,6 +1,7 @@
 // Where the configurations of this server's services are read.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,8 +27,9 @@ class Server {
   [[nodiscard]] std::optional<std::string> read(const std::string& absolute,
                                                 std::string* cause) const;
   // What the program `arguments[0]` prints. Nothing, with `*cause` saying why, where it is not
-  // there, fails or hangs.
-  [[nodiscard]] std::optional<std::string> ask(std::vector<std::string> arguments,
+  // there, fails or hangs. The same question again is answered as before, and a program that has
+  // hung is not asked again: that would take its whole limit for each of many accounts.
+  [[nodiscard]] std::optional<std::string> ask(const std::vector<std::string>& arguments,
                                                std::string* cause) const;
 
   // What the processes of this name that root started, other than those of containers, call
@@ -39,8 +41,14 @@ class Server {
   [[nodiscard]] ServiceAccess askPam(const std::string& service, const std::string& pam) const;
 
  private:
+  struct Asked {
+    std::vector<std::string> arguments;
+    ToolResult result;
+  };
+
   std::string root_;
   ToolLimits limits_;
+  mutable std::map<std::string, Asked> asked_;  // by the program; its last question
   connections::Paths paths_;
   connections::ProcessTable processes_;
 };

@@ -2,13 +2,34 @@
 // with Samba and AFP, does not run.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "sdk/access/server.h"
 #include "sdk/samba_entry.h"
 
 namespace zevo::access {
+
+// The entries of some accounts in Samba's databases, each database read once.
+class SambaDatabases {
+ public:
+  struct Read {
+    // Nothing where they cannot be read, and `cause` says why.
+    std::optional<std::vector<SambaEntry>> entries;
+    std::string cause;
+  };
+
+  SambaDatabases(SambaTool tool, std::vector<std::string> accounts);
+  // Of the configuration file `file`, "" for the usual one.
+  const Read& of(const std::string& file);
+
+ private:
+  SambaTool tool_;
+  std::vector<std::string> accounts_;
+  std::map<std::string, Read> read_;
+};
 
 std::optional<ServiceAccess> opensshAccess(const Server& server, const std::string& account);
 std::optional<ServiceAccess> vsftpdAccess(const Server& server);
@@ -16,9 +37,9 @@ std::optional<ServiceAccess> proftpdAccess(const Server& server);
 std::optional<ServiceAccess> pureFtpdAccess(const Server& server);
 std::optional<ServiceAccess> telnetAccess(const Server& server);
 std::optional<ServiceAccess> consoleAccess(const Server& server);
-// `tool` is asked with the configuration of each server that runs.
+// The database of each server that runs is looked at.
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
-                                         AccessMoment moment, SambaTool tool);
+                                         AccessMoment moment, SambaDatabases& databases);
 std::optional<ServiceAccess> afpAccess(const Server& server);
 // The page of this system, whose PAM service lies in `pamFolder` ("": the system's).
 std::optional<ServiceAccess> pageAccess(const Server& server, const std::string& pamFolder);

@@ -4,6 +4,7 @@ import json
 import os
 import re
 import socket
+import subprocess
 
 import host_test
 import listing
@@ -290,6 +291,26 @@ class PlanTest(HostTest):
         self.assertEqual((True, True), (again["disabled"], again["already"]))
         self.assertEqual({"accounts": [{"user": "alice", "complete": True, "notes": []}]},
                          self.bob.post("/api/enable", {"users": ["alice"]}).data)
+
+    def test_many_accounts_with_programs_left_are_answered_for_in_time(self):
+        users = [f"pupil{number}" for number in range(100)]
+        namespace.run("newusers", text="".join(
+            f"{name}:{PASSWORD}:{7000 + number}:100::/srv:/bin/bash\n" for number, name in enumerate(users)))
+        for number in range(len(users)):
+            left = subprocess.Popen(["setpriv", f"--reuid={7000 + number}", "--regid=100", "--clear-groups",
+                                     "sleep", "1000"])
+            self.addCleanup(left.wait)
+            self.addCleanup(left.kill)
+        self._restart("call_seconds = 80")  # a second for each would be too long
+        self.addCleanup(self._restart)
+        waiting.until("their programs", lambda: self._left_running(self.plan(action="disable", users=users)) == {1})
+        result = self.perform(action="disable", users=users)
+        self.assertEqual({True}, {account["disabled"] for account in result["accounts"]})
+        self.assertEqual({1}, self._left_running(result))
+
+    @staticmethod
+    def _left_running(answer):
+        return {account["left_running"]["processes"] for account in answer["accounts"]}
 
     def test_who_works_under_anothers_name_stays(self):
         client = self.client(Smb, "alice", "10.20.0.2", "media")

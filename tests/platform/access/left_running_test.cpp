@@ -24,7 +24,7 @@ constexpr uid_t kAlice = 1001;
 class LeftRunningTest : public ::testing::Test {
  protected:
   LeftRunning left(const std::vector<pid_t>& except = {}, uid_t uid = kAlice) {
-    return leftRunning(tree.folder(), "alice", uid, except);
+    return leftRunning(tree.folder(), {{"alice", uid}}, except).at("alice");
   }
   connections::test::ProcTree tree;
 };
@@ -48,23 +48,39 @@ TEST_F(LeftRunningTest, LeavesOutProcessesOfContainers) {
   EXPECT_EQ(left(), (LeftRunning{.processes = 1}));
 }
 
+TEST_F(LeftRunningTest, TellsAccountsApartInOneLook) {
+  tree.add({.pid = 10, .name = "tmux", .uid = kAlice});
+  tree.add({.pid = 11, .name = "bash", .uid = 1002});
+  tree.add({.pid = 12, .name = "vi", .uid = 1002});
+  tree.file("var/spool/cron/bob", "* * * * * true\n");
+  const std::map<std::string, LeftRunning> expected = {
+      {"alice", {.processes = 1}},
+      {"bob", {.processes = 2, .hasCrontab = true}},
+      {"bobs-alias", {.processes = 2}},
+      {"carol", {}}};
+  EXPECT_EQ(
+      leftRunning(tree.folder(),
+                  {{"alice", kAlice}, {"bob", 1002}, {"bobs-alias", 1002}, {"carol", 1003}}, {}),
+      expected);
+}
+
 TEST(LeftRunningInNamespacesTest, TellsThoseThatNoSelectionByUserFindsApart) {
   const uid_t nobodys = 70000000 + static_cast<uid_t>(::getpid());
+  const auto left = [nobodys] { return leftRunning("", {{"alice", nobodys}}, {}).at("alice"); };
   const auto layOut = [nobodys](int kinds) {
     return connections::test::becomeUser(nobodys) && connections::test::unshareKinds(kinds);
   };
   const connections::test::NamespacedProcess user([&] { return layOut(CLONE_NEWUSER); });
   if (::geteuid() != 0 || user.pid() == 0) GTEST_SKIP() << "no user namespaces can be had here";
-  EXPECT_EQ(leftRunning("", "alice", nobodys, {}), (LeftRunning{.processes = 1}));
+  EXPECT_EQ(left(), (LeftRunning{.processes = 1}));
   // One of the two waits for the other outside.
   const connections::test::NamespacedProcess both(
       [&] { return layOut(CLONE_NEWUSER | CLONE_NEWPID) && connections::test::goOnInChild(); });
-  EXPECT_EQ(leftRunning("", "alice", nobodys, {}),
-            (LeftRunning{.processes = 3, .apart = {both.pid()}}));
+  EXPECT_EQ(left(), (LeftRunning{.processes = 3, .apart = {both.pid()}}));
   const connections::test::NamespacedProcess other(
       [&] { return layOut(CLONE_NEWUSER); }, "0 " + std::to_string(nobodys) + " 1\n1 161235 1\n",
       [] { return connections::test::becomeUser(1); });
-  auto apart = leftRunning("", "alice", nobodys, {}).apart;
+  auto apart = left().apart;
   EXPECT_THAT(apart, ::testing::UnorderedElementsAre(both.pid(), other.pid()));
 }
 

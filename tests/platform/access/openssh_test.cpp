@@ -29,6 +29,15 @@ TEST_F(OpensshTest, AsksItsPamService) {
   EXPECT_EQ(access(), passedByRules("ssh", "sshd"));
 }
 
+TEST_F(OpensshTest, OneThatHangsIsNotAskedForTheNextAccount) {
+  program("usr/sbin/sshd", "echo >>" + tree.folder() + "/runs; exec sleep 100");
+  const Server hanging(tree.folder(), {.time = std::chrono::milliseconds(1000)});
+  const Result unread = notRead("ssh", "/usr/sbin/sshd did not answer within 1 s");
+  EXPECT_EQ(opensshAccess(hanging, "alice"), unread);
+  EXPECT_EQ(opensshAccess(hanging, "carol"), unread);
+  EXPECT_EQ(std::filesystem::file_size(tree.folder() + "/runs"), 1U);
+}
+
 TEST_F(OpensshTest, TakesAnotherServicesNameFromNewerReleases) {
   sshd("usepam yes\\npamservicename open\\n");
   EXPECT_EQ(access(), passedByRules("ssh", "open"));

@@ -1,3 +1,4 @@
+#include "base/read_file.h"
 #include "platform/access/services_fixture.h"
 
 namespace zevo::access {
@@ -20,7 +21,8 @@ class SambaAccessTest : public ServicesTest {
                 flags + "]';; *) echo alice:1001:; echo bob:1002:;; esac");
   }
   Result access(const std::string& account = "alice", AccessMoment moment = AccessMoment::kNow) {
-    return sambaAccess(server(), account, moment, {tool, {}});
+    SambaDatabases databases({server().path(tool), {}}, {account});
+    return sambaAccess(server(), account, moment, databases);
   }
 
   std::string tool = "/usr/bin/pdbedit";
@@ -96,6 +98,23 @@ TEST_F(SambaAccessTest, AskedWithTheConfiguredTool) {
   EXPECT_EQ(access()->reason, "not-read");
   program("opt/samba/pdbedit", "exec " + tree.folder() + "/usr/bin/pdbedit \"$@\"");
   EXPECT_EQ(access()->reason, "samba-database");
+}
+
+TEST_F(SambaAccessTest, ServersAndDatabasesAreReadOnceForManyAccounts) {
+  configure("No");
+  entry("U");
+  const std::string log = tree.folder() + "/runs";
+  for (const char* name : {"usr/bin/testparm", "usr/bin/pdbedit"}) {
+    std::filesystem::rename(tree.folder() + "/" + name, tree.folder() + "/" + name + ".real");
+    program(name, "echo \"$*\" >>" + log + "; exec \"$0.real\" \"$@\"");
+  }
+  const Server one(tree.folder());
+  SambaDatabases databases({one.path(tool), {}}, {"alice", "carol"});
+  EXPECT_EQ(sambaAccess(one, "alice", AccessMoment::kNow, databases)->reason, "samba-database");
+  EXPECT_EQ(sambaAccess(one, "carol", AccessMoment::kNow, databases)->reason, "no-samba-entry");
+  std::string runs;
+  EXPECT_FALSE(readFile(log, 4096, &runs));
+  EXPECT_EQ(runs, "--suppress-prompt --verbose\n--list\n--list --verbose --user=alice\n");
 }
 
 TEST_F(SambaAccessTest, ToolsThatFailLeaveItUnknown) {
