@@ -40,7 +40,7 @@ class MeasuredDaemon(Currentconnd):
 
 def stated(what):
     """The number of megabytes that the document states."""
-    return int(re.search(rf"(?s)\b{what} takes (\d+) MB", namespace.read(f"{SOURCES}/docs/http.md"))[1])
+    return int(re.search(rf"\b{what} uses (?:at most )?(\d+) MB", namespace.read(f"{SOURCES}/docs/http.md"))[1])
 
 
 def filled(name, element, **more):
