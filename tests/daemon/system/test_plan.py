@@ -225,6 +225,12 @@ class PlanTest(HostTest):
                 self.assertEqual(400, self.bob.post(path, task).status, (path, task))
         self.assertEqual(400, self.bob.post("/api/perform", {"action": "kick", "select": {"user": "alice"}}).status)
 
+    def test_no_more_accounts_than_there_is_time_for(self):
+        users = [f"nobody-{number}" for number in range(251)]
+        self.assertEqual(250, len(self.plan(action="disable", users=users[1:])["accounts"]))
+        for path in ("/api/plan", "/api/perform"):
+            self.assertEqual(400, self.bob.post(path, {"action": "disable", "users": users}).status, path)
+
     def test_a_page_of_another_origin_may_neither(self):
         task = {"action": "disable", "users": ["alice"]}
         for path in ("/api/plan", "/api/perform"):
