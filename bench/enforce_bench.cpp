@@ -151,7 +151,7 @@ void signalEach(SessionList& list) {
   }
 }
 
-// Signals `count` connections; false where a process was left out.
+// Signals `count` connections; false if a process was left out.
 bool signal(std::size_t count, const std::function<void(SessionList&)>& work, bench::Costs* costs) {
   SessionList list = connections(count);
   costs->run([&] { work(list); });

@@ -39,7 +39,7 @@ unsigned __wrap_sleep(unsigned /*seconds*/) {
 }
 
 int __wrap_VLIBCFileGetLine(const char* path, const char* key, char* buffer, int size, int flags) {
-  // A path that is too long names nothing in any folder: it is not worth a copy.
+  // A path that is too long names nothing in any directory: it is not worth a copy.
   if (std::strncmp(path, kProc, std::strlen(kProc)) != 0 || std::strlen(path) > PATH_MAX)
     return __real_VLIBCFileGetLine(path, key, buffer, size, flags);
   const std::string there = processes + "/" + (path + std::strlen(kProc));

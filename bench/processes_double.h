@@ -1,5 +1,5 @@
 // Server processes, in the place of real ones: nothing is signalled, nobody waits, and /proc is a
-// folder of files. The linker sends the module's calls of kill, sleep and VLIBCFileGetLine here.
+// directory of files. The linker sends the module's calls of kill, sleep and VLIBCFileGetLine here.
 #pragma once
 
 #include <cstddef>

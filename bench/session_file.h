@@ -1,4 +1,4 @@
-// A session file of any length, in a folder of its own.
+// A session file of any length, in a directory of its own.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace bench {
 
-// The folder is made where $TMPDIR says, else in /dev/shm: session files live in /run, which is
+// The directory is made where $TMPDIR says, else in /dev/shm: session files live in /run, which is
 // memory as well. It goes with this. The platform's configuration names the file, so that the
 // module locks there.
 class SessionFile {

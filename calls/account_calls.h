@@ -7,11 +7,11 @@
 
 namespace calls {
 
-// POST /api/enable with {"users": [NAME, …]}: undoes what disabling the accounts did. For callers
-// who are administrators; the answer of a failure names its causes.
+// POST /api/enable with {"users": [NAME, …]}: enables disabled accounts again. Only for
+// administrators; the answer to a failure gives its causes.
 Answer enableAccounts(const Json::Value& parameters);
 
-// GET /api/disabled: the accounts that were disabled. For administrators too.
+// GET /api/disabled: the accounts that were disabled. Only for administrators.
 Answer disabledAccounts();
 
 }  // namespace calls

@@ -42,7 +42,7 @@ std::optional<Account> SystemAccounts::byUid(uid_t uid) {
   const auto answer = zevo::askForAccount(uid);
   if (!answer.found) return std::nullopt;
   auto account = byName(answer.entry.pw_name);
-  // A name that two accounts share says nothing of which one is asking.
+  // A name that two accounts share does not identify the caller.
   return account && account->uid == uid ? account : std::nullopt;
 }
 

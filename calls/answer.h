@@ -1,4 +1,4 @@
-// What goes back to the caller.
+// The answer to a call.
 #pragma once
 
 #include <string>
@@ -19,23 +19,23 @@ struct Answer {
   int code = 0;  // for the log: the problem's, 0 on success
 };
 
-// {"data": …} around `data`, which is JSON text, with "warnings" beside it where there are any.
+// {"data": …} with the JSON text `data`, and "warnings" if there are any.
 Answer successAnswer(const std::string& data, const Json::Value& warnings = Json::arrayValue);
 
-// A problem document. `causes` go into it where there are any.
+// A problem document, with `causes` if there are any.
 Answer problemAnswer(Problem problem, const std::vector<std::string>& causes = {});
-// The document for a method's error code; the code stands in it whatever it is.
+// The document for a method's error code, which it always contains.
 Answer methodFailureAnswer(int code, const std::vector<std::string>& causes,
                            const Json::Value& warnings = {});
 Answer wrongMethodAnswer(const std::string& allow);
 
-// The bytes of the answer: header lines as a web server takes them from an SCGI program, then the
-// body. Answers say that they are not to be kept.
+// The bytes of the answer: header lines as a web server expects them from an SCGI program, then the
+// body. Answers forbid caching.
 std::string scgiText(const Answer& answer);
 
-// What a method wrote to standard output itself, as the answer's bytes: its header lines with a
-// status before them, then the rest. Empty where `output` is not header lines followed by an empty
-// line, or where they name the status or the length themselves.
+// A method's own output as the bytes of the answer: a status, the method's header lines, then the
+// rest. Empty if `output` is not header lines followed by an empty line, or if they contain the
+// status or the length.
 std::string passedThroughText(const std::string& output);
 
 }  // namespace calls

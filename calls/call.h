@@ -12,11 +12,11 @@
 
 namespace calls {
 
-// Each takes memory and time of a password's hash, and a refused one two seconds.
+// Each takes the memory and time of a password hash, and a refused one two seconds.
 inline constexpr LoginPlaces kLoginPlaces = {
     .all = 16, .ofStrangers = 12, .ofRefused = 6, .ofOneClient = 4};
 
-// What all calls share.
+// State shared by all calls.
 struct Service {
   const Modules& modules;
   Scoreboard& board;
@@ -26,16 +26,16 @@ struct Service {
   std::string sessionFile;
 };
 
-// Answers `request`, which came through `socketKind` from a process of user `peer`, and notes in
-// `slot` what it is about. `process`: that one, where it is known.
+// Answers `request`, which came through `socketKind` from a process of user `peer`, and describes
+// it in `slot`. `process`: the id of that process, if known.
 Reply answerCall(HttpRequest& request, SocketKind socketKind, uid_t peer, const Service& service,
                  CallSlot& slot, pid_t process = 0);
 
-// The whole of a call on `connection`: reads, answers, sends, writes its line to the log.
+// Handles a whole call on `connection`: reads the request, sends the answer and logs the call.
 void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Service& service,
                      CallSlot& slot);
 
-// The description that /api/openapi.json gives.
+// The content of /api/openapi.json.
 extern const char* const kDescriptionText;
 
 }  // namespace calls

@@ -13,26 +13,26 @@
 
 namespace calls {
 
-// What is called, by whom and from where; nobody is known yet where `caller` is null. `method`:
-// what the call does on its way, where that is not what the request's path names.
+// What is called, by whom and from where; `caller` is null while the caller is unknown. `method`:
+// the method called, if it differs from the request's path.
 std::string summaryOf(const HttpRequest& request, const Caller* caller,
                       std::string_view method = {});
 
-// The same of a call that was not read: all that is known of it is the process at the other end,
-// which over the web is the web server.
+// The same for a call whose request was not read: only the process at the other end is known, which
+// over the web is the web server.
 std::string summaryOfUnread(SocketKind socketKind, uid_t peer);
 
-// What came of it, with a space in front.
+// The result of the call, with a leading space.
 std::string resultText(int status, int code);
 std::string timeText(std::chrono::steady_clock::duration spent);
 
-// Says in the authorisation log what a state-changing call is about, before it runs: its process
-// may not come back. All of it, on as many lines as that takes, or padding could push a name out;
-// of a caller whom the method will refuse the first line is enough.
+// Logs a state-changing call to the authorisation log before it runs, since its process may crash.
+// Logs all of it, on as many lines as needed, or padding could hide a name; for a caller whom the
+// method will refuse, the first line is enough.
 void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin);
-// What a call does not do that it was asked for.
+// Logs what a call skips.
 void logLeftOut(const std::string& summary, const Json::Value& what);
-// And what came of it.
+// Logs the result of the call.
 void logEnd(const std::string& summary, int status, int code, bool isAdmin);
 
 }  // namespace calls

@@ -9,14 +9,14 @@ namespace {
 using std::chrono::duration_cast;
 using std::chrono::seconds;
 
-// A child whose parent is gone ends this long after its limit, by its own alarm.
+// A child whose parent has ended is ended by its own alarm, this long after its limit.
 constexpr seconds kAlarmMargin{30};
 
 }  // namespace
 
 void beginCallProcess(std::chrono::milliseconds limit) {
   ::setpgid(0, 0);
-  // Ignoring a signal once discards what is pending of it.
+  // Ignoring a signal briefly discards pending instances of it.
   for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP, SIGWINCH, SIGCHLD}) {
     ::signal(number, SIG_IGN);
     ::signal(number, SIG_DFL);

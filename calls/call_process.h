@@ -5,11 +5,10 @@
 
 namespace calls {
 
-// To be called by a child that serves one call, before anything else: it begins with the signals of
-// a fresh program, but that a log which nobody reads any more does not end it, and a process group
-// of its own, so that what it starts ends with it and keys of a terminal do not reach it. What was
-// sent to both processes before they parted is the parent's. It ends a while after `limit` even
-// where nobody ends it.
+// Call this first in a child that serves one call. It resets the signals to those of a new program
+// (except that a log without a reader does not end the process) and starts a process group, so that
+// programs it starts end with it and terminal keys do not reach it. Signals sent before the fork
+// belong to the parent. The process ends some time after `limit` even if nobody ends it.
 void beginCallProcess(std::chrono::milliseconds limit);
 
 }  // namespace calls

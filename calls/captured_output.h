@@ -1,4 +1,4 @@
-// What a method prints.
+// The output of a method.
 #pragma once
 
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace calls {
 
-// While it lives, standard output of the process goes to memory of its own: a method may use it for
-// its answer, and whatever else it prints can damage none. A method that prints without end is
-// ended by SIGXFSZ.
+// During its lifetime, the process's standard output is redirected to memory: a method may use it
+// for its answer, and other output cannot damage an answer. SIGXFSZ ends a method that prints
+// without limit.
 class CapturedOutput {
  public:
   CapturedOutput();
@@ -18,9 +18,9 @@ class CapturedOutput {
   CapturedOutput(const CapturedOutput&) = delete;
   CapturedOutput& operator=(const CapturedOutput&) = delete;
 
-  // Whether the output is captured; where it is not, nothing may be run.
+  // Whether the output is captured; if not, no method may be run.
   explicit operator bool() const { return static_cast<bool>(saved_); }
-  // All that was printed so far, buffered output included. Nothing is to be printed afterwards.
+  // Everything printed so far, including buffered output. Nothing may be printed afterwards.
   std::string text();
 
  private:

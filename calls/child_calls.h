@@ -1,4 +1,4 @@
-// Methods that run beside each other, for one call.
+// Methods that run in parallel, for one call.
 #pragma once
 
 #include <chrono>
@@ -17,23 +17,23 @@ namespace calls {
 struct ChildCall {
   ApiHandler handler = nullptr;
   ZEVO::RequestContext context;
-  // As summaryOf gives it: what the method is about to change is logged before it runs, and how it
-  // ended afterwards, by its own process. Empty: it only reads.
+  // The result of summaryOf: the method's own process logs what it is about to change, and
+  // afterwards the result. Empty if the method only reads.
   std::string summary = {};
 };
 
-// When one call has to be done with its children.
+// The time limits for the children of one call.
 struct ChildTimes {
-  std::chrono::steady_clock::time_point lastStart;  // none is begun later
-  std::chrono::steady_clock::time_point end;        // whatever runs then is ended
+  std::chrono::steady_clock::time_point lastStart;  // no child is started later
+  std::chrono::steady_clock::time_point end;        // running children are ended
 };
 
 inline constexpr std::size_t kMostChildren = 64;
 
-// Runs each of `calls` in a process of its own, as the modules expect it, at most kMostChildren at
-// a time, and gives their answers in the same order; nothing for a call that was not begun. The
-// children belong to the process group of this process and end with it, however it ends. To be
-// called in a process without further threads whose SIGCHLD has its default action.
+// Runs each of `calls` in its own process, as the modules require, at most kMostChildren at a time,
+// and returns their answers in the same order; nothing for a call that was not started. The
+// children belong to the process group of this process and end with it. Requires a single-threaded
+// process with the default action for SIGCHLD.
 std::vector<std::optional<MethodAnswer>> callInChildren(const std::vector<ChildCall>& calls,
                                                         const ChildTimes& times);
 

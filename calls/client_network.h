@@ -1,13 +1,13 @@
-// By what clients are told apart where they are counted.
+// How clients are distinguished when they are counted.
 #pragma once
 
 #include <string>
 
 namespace calls {
 
-// The client that the numeric address belongs to: an IPv4 address is one; of an IPv6 address its
-// network of 64 bits, the least that a client gets and can call from as it likes; of an address of
-// this machine's loopback all 127.0.0.0/8, since its users can.
+// The client of a numeric address: the IPv4 address itself; for IPv6 the /64 network, the smallest
+// that clients are assigned and can use freely; for the loopback network all of 127.0.0.0/8, which
+// every local user can use.
 std::string clientOf(const std::string& address);
 
 }  // namespace calls

@@ -16,7 +16,7 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kDrainLimit{10};
 constexpr std::chrono::seconds kSendLimit{60};
 
-// Waits for `event` until `end`; false once it is too late.
+// Waits for `event` until `end`; false after that.
 bool waitFor(int connection, short event, Clock::time_point end) {
   for (;;) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
@@ -28,7 +28,7 @@ bool waitFor(int connection, short event, Clock::time_point end) {
   }
 }
 
-// The bytes that are there: 0 at the end of what the client sends, -1 on failure or at `end`.
+// The available bytes: 0 at the end of the client's data, -1 on failure or at `end`.
 ssize_t receive(int connection, std::array<char, 16384>& buffer, Clock::time_point end) {
   for (;;) {
     if (!waitFor(connection, POLLIN, end)) return -1;

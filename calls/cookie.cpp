@@ -7,7 +7,8 @@
 namespace calls {
 namespace {
 
-// Without TLS every port of the server gets the cookie; the path at least keeps it to those calls.
+// Without TLS every port of the server receives the cookie; the path at least limits it to these
+// calls.
 std::string attributes(bool tls) {
   return std::string("; Path=") + (tls ? "/" : "/api/") + "; HttpOnly; SameSite=Strict" +
          (tls ? "; Secure" : "");

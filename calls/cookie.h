@@ -1,4 +1,4 @@
-// The cookie that stands for a login.
+// The cookie of a login.
 #pragma once
 
 #include <optional>
@@ -7,16 +7,16 @@
 
 namespace calls {
 
-// Name of the cookie. Behind TLS its prefix makes browsers take it only from this very server over
-// TLS, so that no neighbour in the domain can plant one.
+// The name of the cookie. With TLS its prefix makes browsers accept it only from this server over
+// TLS, so that no other server in the domain can set it.
 std::string cookieName(bool tls);
 
-// Value of our cookie in the Cookie header `header`. None where it is not there, stands there twice
-// (one of the two was planted), or is no token.
+// The value of our cookie in the Cookie header `header`. None if it is missing, occurs twice (one
+// of the two was planted), or is not a token.
 std::optional<std::string> cookieToken(std::string_view header, bool tls);
 
-// Value of a Set-Cookie header that gives `token`, for `seconds` or until the browser ends, or
-// takes it back.
+// The value of a Set-Cookie header that sets `token`, for `seconds` or until the browser is closed,
+// or that deletes it.
 std::string cookieOf(const std::string& token, bool tls,
                      std::optional<long> seconds = std::nullopt);
 std::string cookieTakenBack(bool tls);

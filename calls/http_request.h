@@ -1,4 +1,4 @@
-// One HTTP request, as far as this daemon looks at it.
+// One HTTP request, as far as this daemon uses it.
 #pragma once
 
 #include <optional>
@@ -9,11 +9,11 @@
 
 namespace calls {
 
-// What root's command line tells of who uses it; nobody else may say such a thing.
+// What root's command line reports about its user; nobody else may send this.
 struct RootsWord {
-  std::string asUser;    // whose connections are meant; empty: all
-  std::string sudoUser;  // who became root; empty where nobody did
-  std::string terminal;  // at which, "pts/3"; empty where at none
+  std::string asUser;    // the user whose connections are requested; empty: all
+  std::string sudoUser;  // who became root; empty if nobody did
+  std::string terminal;  // "pts/3"; empty if there is none
 
   [[nodiscard]] bool isEmpty() const {
     return asUser.empty() && sudoUser.empty() && terminal.empty();
@@ -34,22 +34,21 @@ struct HttpRequest {
   std::optional<std::string> cookie;
   std::string host;
   std::optional<std::string> origin;
-  std::optional<std::string> fetchSite;  // what the browser says of the page that sends the call
+  std::optional<std::string> fetchSite;  // from the browser, about the page that sends the call
   std::string userAgent;
   bool tls = false;
   RootsWord rootsWord;
-  bool background = false;  // the page's own refresh: no activity of its login
+  bool background = false;  // automatic refresh: not an activity of the login
 };
 
 // Whether httpRequest reads the SCGI header `name`.
 bool isReadHeader(std::string_view name);
 
-// None where the request has no method, a path that does not begin with a slash, or an address that
-// is none.
+// None if the request has no method, a path without a leading slash, or an invalid address.
 std::optional<HttpRequest> httpRequest(ScgiRequest&& request);
 
-// `text` as a numeric address in its canonical form, IPv4-mapped IPv6 folded to IPv4, without port
-// and scope; none where it is no address.
+// `text` as a numeric address in its canonical form, IPv4-mapped IPv6 as IPv4, without port and
+// scope; none if it is not an address.
 std::optional<std::string> canonicalAddress(std::string_view text);
 
 }  // namespace calls

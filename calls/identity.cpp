@@ -6,7 +6,7 @@
 namespace calls {
 namespace {
 
-// Whether the login is of this account, as it was when it logged in, and may go on.
+// Whether the login belongs to this account, unchanged since it logged in, and may continue.
 bool isStillOf(const zevo::WebLogin& login, const Account& account) {
   return !login.user.empty() && account.loginName() == login.user && account.uid == login.uid &&
          account.objection().empty() && !login.passwordMark.empty() &&

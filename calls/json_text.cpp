@@ -17,7 +17,7 @@ std::string onOneLine(const Json::Value& value, bool inAscii) {
 
 }  // namespace
 
-// jsoncpp reports what it cannot read by return value, but deep nesting by exception.
+// jsoncpp reports unreadable text by its return value, but deep nesting by an exception.
 std::optional<Json::Value> parseJson(const std::string& text) {
   Json::CharReaderBuilder builder;
   builder["failIfExtra"] = true;

@@ -1,4 +1,4 @@
-// JSON from its text, and to it.
+// JSON from text and to text.
 #pragma once
 
 #include <optional>
@@ -8,13 +8,13 @@
 
 namespace calls {
 
-// None where `text` is no JSON, or more than that.
+// None if `text` is not exactly one JSON value.
 std::optional<Json::Value> parseJson(const std::string& text);
 
 // On one line, in UTF-8.
 std::string compactJson(const Json::Value& value);
 
-// On one line, in ASCII: what is not is escaped.
+// On one line, in ASCII; other characters are escaped.
 std::string asciiJson(const Json::Value& value);
 
 // The elements of `values` in their order.

@@ -16,7 +16,7 @@
 
 namespace calls {
 
-// What a login needs of the system.
+// What a login needs from the system.
 struct LoginTools {
   Accounts& accounts;
   std::function<PamResult(const std::string& name, const Secret& password,
@@ -30,7 +30,7 @@ struct LoginTools {
 };
 
 // A refused login is answered this long after it began, whatever the reason, so that neither the
-// answer nor its time tells a wrong name from a wrong password.
+// answer nor its timing distinguishes a wrong name from a wrong password.
 inline constexpr std::chrono::milliseconds kRefusalDelay{2000};
 
 // POST /api/login: the answer, with the cookie on success. Wipes the request's body. Each refusal
@@ -39,7 +39,7 @@ inline constexpr std::chrono::milliseconds kRefusalDelay{2000};
 //   login from ADDRESS: user "NAME"
 Answer logIn(HttpRequest& request, const LoginTools& tools);
 
-// {"user": …}: what /api/login and /api/whoami say of the caller, as JSON text.
+// {"user": …}: what /api/login and /api/whoami return about the caller, as JSON text.
 std::string identityText(const Caller& caller);
 
 }  // namespace calls

@@ -1,4 +1,4 @@
-// What a method answered, from the bytes of its reply.
+// The answer of a method, parsed from its bytes.
 #pragma once
 
 #include <string>
@@ -18,8 +18,8 @@ struct MethodAnswer {
   Status status = Status::kFailed;
   int code = 0;
   std::string data;
-  std::vector<std::string> causes = {};       // of kRefused and kFailed, in words; may be empty
-  std::vector<zevo::ReadNote> warnings = {};  // of kDone: what the read of connections lacks
+  std::vector<std::string> causes = {};       // of kRefused and kFailed; may be empty
+  std::vector<zevo::ReadNote> warnings = {};  // of kDone: what the list may lack
 
   bool operator==(const MethodAnswer&) const = default;
 };
@@ -31,7 +31,7 @@ inline constexpr int kCodeTooFewAdministrators = 7100;
 
 MethodAnswer failedAnswer(std::string cause);
 
-// The answer in what an SCGI server sent: header lines, an empty line, a body.
+// Parses what an SCGI server sent: header lines, an empty line, a body.
 MethodAnswer answerFromScgi(const std::string& received);
 
 }  // namespace calls

@@ -8,17 +8,17 @@
 
 namespace calls {
 
-// The bytes that go back over the connection, and what the log says of them.
+// The bytes to send, and what the log says about them.
 struct Reply {
   std::string bytes;
   int status = 0;
   int code = 0;  // 0 on success
 };
 
-// Runs the handler to its end on this thread. Whatever it does short of ending the process gives a
-// reply: an exception, no outcome, or an output that is no answer are "no answer" (500). What it
-// prints besides is dropped, with a line in the log. What the registry noted stands beside the
-// answer; its causes name paths and processes, so only administrators are told them.
+// Runs the handler on this thread. Unless it ends the process, there is always a reply: an
+// exception, a missing outcome, or output that is not an answer become "no answer" (500). Other
+// output is dropped, with a line in the log. The registry's notes are added to the answer; their
+// causes name paths and processes, so only administrators receive them.
 Reply runMethod(ApiHandler handler, ZEVO::RequestContext context);
 
 }  // namespace calls

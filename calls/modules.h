@@ -12,19 +12,19 @@
 
 namespace calls {
 
-// Every method of every loaded module. Modules stay loaded until the process ends: their start-up
-// globals are built once, before the first call.
+// All methods of all loaded modules. Modules remain loaded until the process ends: their globals
+// are initialised once, before the first call.
 class Modules {
  public:
-  // Loads every *.so of `folder`, in the order of their names. Returns false with *error naming the
-  // file and the reason where one cannot be loaded, has no table, offers a method that another one
-  // has, or could have been put there by anybody but root; also where there is none.
+  // Loads every *.so in the directory `folder`, in the order of their names. Returns false, with
+  // the file and the reason in *error, if one cannot be loaded, has no table, offers a method that
+  // another one has, or could have been written by anybody but root; also if there is none.
   bool load(const std::filesystem::path& folder, std::string* error);
 
-  // Adds the rows of a table; false with *error where one is taken or incomplete.
+  // Adds the rows of a table; false with *error if one is already present or incomplete.
   bool add(const ApiMethodRow* table, const std::string& source, std::string* error);
 
-  // Null where there is no such method.
+  // Null if the method does not exist.
   [[nodiscard]] ApiHandler find(std::string_view api, std::int64_t version,
                                 std::string_view method) const;
 

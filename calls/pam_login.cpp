@@ -30,8 +30,8 @@ struct Responses {
   pam_response* all;
 };
 
-// Answers each question that hides what is typed with the password. Any other question (a new
-// password, a second factor) cannot be answered: the login fails.
+// Answers each question without echo with the password. Other questions (a new password, a second
+// factor) cannot be answered, and the login fails.
 int converse(int count, const pam_message** messages, pam_response** answers, void* data) {
   if (count <= 0 || count > PAM_MAX_NUM_MSG) return PAM_CONV_ERR;
   Responses responses(count);
@@ -88,7 +88,7 @@ class Session {
     result_ = result;
     return result == PAM_SUCCESS;
   }
-  // PAM takes the address of a function as that of an object.
+  // PAM passes the address of a function as that of an object.
   static const void* pointerTo(void (*function)(int, unsigned, void*)) {
     return reinterpret_cast<const void*>(function);
   }

@@ -1,4 +1,4 @@
-// Checking a name and a password with the server's own rules (PAM, service "currentconn").
+// Checks a name and a password through PAM (service "currentconn").
 #pragma once
 
 #include <string>
@@ -11,13 +11,13 @@ inline constexpr const char* kPamService = "currentconn";
 
 struct PamResult {
   bool accepted = false;
-  std::string account;  // where accepted: the name that the rules settled on
-  std::string reason;   // else: for the log alone
+  std::string account;  // if accepted: the name determined by PAM
+  std::string reason;   // otherwise: for the log only
 };
 
-// Authentication, then the check that the account may be used. An empty password is never accepted.
-// Waits as long as the modules of the service do, but not for their delay after a failure: callers
-// delay themselves. Needs root's rights.
+// Authenticates the user, then checks the account. An empty password is never accepted. Waits as
+// long as the PAM modules do, but without their delay after a failure: callers add their own. Needs
+// root's rights.
 PamResult checkPassword(const std::string& name, const Secret& password,
                         const std::string& address);
 

@@ -16,7 +16,7 @@ namespace {
 constexpr Json::ArrayIndex kMostParameters = 64;
 constexpr int kDeepest = 32;
 
-// The byte of an escape's two digits; none where they are not that.
+// The byte of an escape's two digits; none if they are not hexadecimal digits.
 std::optional<char> escapedByte(std::string_view digits) {
   unsigned value = 0;
   if (digits.size() != 2) return std::nullopt;
@@ -41,9 +41,9 @@ std::optional<std::string> unescaped(std::string_view text) {
   return isText ? std::optional(plain) : std::nullopt;
 }
 
-// No less than the number of values in the JSON text: each but the first stands behind a comma, or
-// is the first one in a bracket. None where it has a comment: that is no JSON, but the reader takes
-// it, and a quote in it would hide what follows.
+// An upper bound of the number of values in the JSON text: each except the first follows a comma,
+// or is the first one in a bracket. None if it has a comment: that is not JSON, but the reader
+// accepts it, and a quote in it would hide what follows.
 std::optional<std::size_t> mostValuesIn(std::string_view text) {
   std::size_t values = 1;
   bool isInside = false;  // of a text

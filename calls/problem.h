@@ -1,4 +1,4 @@
-// Every failure that the HTTP API can answer with.
+// All failures that the HTTP API can return.
 #pragma once
 
 namespace calls {
@@ -26,14 +26,14 @@ enum class Problem {
 
 struct ProblemRow {
   int status;
-  int code;            // the method's number; the status itself where the host answers
+  int code;            // the method's number; the status for the host's own problems
   const char* title;   // the status in words
   const char* detail;  // what happened and what to do
 };
 
 const ProblemRow& rowOf(Problem problem);
 
-// The problem that a method's error code stands for; kWorkFailed for codes without a row.
+// The problem for a method's error code; kWorkFailed for codes without a row.
 Problem problemOfCode(int code);
 
 }  // namespace calls

@@ -1,4 +1,4 @@
-// Clients to whom something happened not long ago.
+// Clients that recently did something.
 #pragma once
 
 #include <atomic>
@@ -13,13 +13,13 @@ namespace calls {
 inline constexpr std::chrono::minutes kRefusalsRemembered{10};
 inline constexpr std::chrono::days kLoginsRemembered{90};
 
-// What all processes of the daemon remember of them, in memory that they share. It has its size: of
-// clients that share a place in it the last one stays. Nobody can choose whose place that is.
+// Shared memory of all processes of the daemon. Its size is fixed: of clients that share a place,
+// the latest one is kept. Nobody can choose whose place that is.
 class RecentClients {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // Aborts where there is no memory: only made at start.
+  // Aborts if there is no memory; only created at start.
   explicit RecentClients(std::chrono::seconds remembered);
   ~RecentClients();
   RecentClients(const RecentClients&) = delete;
@@ -33,7 +33,7 @@ class RecentClients {
 
   std::chrono::seconds remembered_;
   std::string key_;
-  // Half a client's hash, then the second when it was noted last; 0: nobody.
+  // Half of a client's hash, then the second at which it was last noted; 0: nobody.
   std::span<std::atomic<std::uint64_t>> places_;
 };
 

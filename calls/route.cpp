@@ -31,13 +31,13 @@ constexpr std::array<FixedRoute, 8> kFixedRoutes = {{
     {"/api/openapi.json", Endpoint::kDescription, kGet},
 }};
 
-// Methods that only read may be called with GET. A method that does not stand here changes
-// something as far as this daemon knows.
+// Methods that only read may be called with GET. Any method not listed here is assumed to change
+// something.
 constexpr std::array<std::string_view, 4> kReadingMethods = {"list", "get", "list_by_user",
                                                              "download"};
 
-// What a view login may do: look at the list. A report is a file that would leave with whoever
-// stands before the display.
+// A view login may only look at the list. A report is a file that anybody at the display could take
+// away.
 constexpr std::array<std::string_view, 3> kViewMethods = {"list", "get", "list_by_user"};
 
 template <std::size_t kSize>

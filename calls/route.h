@@ -28,13 +28,13 @@ struct Route {
   Endpoint endpoint = Endpoint::kNone;
   const char* allowed = "";      // HTTP methods, as the Allow header names them
   ApiHandler handler = nullptr;  // of kMethod
-  bool changesState = false;     // of kMethod: the call ends or disables something
+  bool changesState = false;     // of kMethod: the call changes something
   bool isForView = false;        // a view login may do it
 
   [[nodiscard]] bool allows(std::string_view httpMethod) const;
 };
 
-// Where `path` leads. Paths are exact: one with an escape or a dot segment leads nowhere.
+// The target of `path`. Paths are exact: one with an escape or a dot segment has no target.
 Route routeOf(std::string_view path, const Modules& modules);
 
 }  // namespace calls

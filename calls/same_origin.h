@@ -5,11 +5,11 @@
 
 namespace calls {
 
-// Browsers say where a state-changing call comes from: in Sec-Fetch-Site, in Origin, or in both. A
-// call that says neither comes from no browser's page, and what a page of another origin could send
-// carries no cookie of ours (SameSite=Strict). False where either header names another origin. An
-// encrypted connection is asked from an encrypted page only; where TLS ends at a proxy in front of
-// the web server, either scheme will do.
+// Browsers send the origin of a state-changing call in Sec-Fetch-Site, in Origin, or in both. A
+// call with neither does not come from a page in a browser, and calls from a page of another origin
+// carry no cookie of ours (SameSite=Strict). False if either header names another origin. With TLS,
+// only an encrypted page of this server may call; if TLS ends at a proxy in front of the web
+// server, either scheme is accepted.
 bool isSameOrigin(const HttpRequest& request);
 
 }  // namespace calls

@@ -15,7 +15,7 @@ bool isDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Digits alone, without a leading zero.
+// Only digits, without a leading zero.
 std::optional<std::size_t> parseLength(std::string_view text) {
   if (text.empty() || text.size() > kLongestLength ||
       !std::all_of(text.begin(), text.end(), isDigit)) {
@@ -27,7 +27,7 @@ std::optional<std::size_t> parseLength(std::string_view text) {
   return length;
 }
 
-// Takes the text up to the next NUL away from `block`; none where there is no NUL.
+// Removes the text up to the next NUL from `block`; none if there is no NUL.
 std::optional<std::string_view> takeText(std::string_view& block) {
   const std::size_t end = block.find('\0');
   if (end == std::string_view::npos) return std::nullopt;
@@ -141,7 +141,7 @@ ScgiParser::State ScgiParser::readComma(std::string_view& bytes) {
   if (!length) return finish(State::kMalformed);
   if (*length > longestBodyOf(*request)) return finish(State::kTooLarge);
   request_ = std::move(*request);
-  // Reserved at once: the body may hold a password, and a growing string leaves copies behind.
+  // Reserved at once: the body may contain a password, and a growing string leaves copies behind.
   request_.body.reserve(*length);
   length_ = *length;
   part_ = Part::kBody;

@@ -1,4 +1,4 @@
-// The SCGI protocol: how a web server, or the command line, hands a request over.
+// The SCGI protocol, by which a web server or the command line passes a request.
 #pragma once
 
 #include <cstddef>
@@ -19,12 +19,12 @@ struct ScgiRequest {
   std::map<std::string, std::string, std::less<>> headers;
   std::string body;
 
-  // Null where there is no such header.
+  // Null if the header is missing.
   [[nodiscard]] const std::string* header(std::string_view name) const;
 };
 
-// Puts a request together from the bytes that a connection yields. What arrives is hostile: nothing
-// is kept beyond the limits above, and a request that is not exactly one SCGI request is none.
+// Assembles a request from the bytes of a connection. The input is untrusted: nothing beyond the
+// limits above is kept, and anything but exactly one SCGI request is invalid.
 class ScgiParser {
  public:
   enum class State {
@@ -34,13 +34,12 @@ class ScgiParser {
     kTooLarge,  // it announces more than a limit allows
   };
 
-  // Takes the next bytes; returns the state after them. In another state than kNeedMore nothing
-  // more is taken.
+  // Takes the next bytes and returns the new state. Only the state kNeedMore takes more bytes.
   State feed(std::string_view bytes);
   [[nodiscard]] State state() const { return state_; }
 
-  // The request, once the state is kComplete. Its names are unique, except that of the client's own
-  // header lines ("HTTP_…") that this daemon does not read the first one stays.
+  // The request, once the state is kComplete. Its names are unique; of repeated client header lines
+  // ("HTTP_…") that this daemon does not read, the first is kept.
   [[nodiscard]] ScgiRequest& request() { return request_; }
 
  private:
@@ -59,13 +58,12 @@ class ScgiParser {
   ScgiRequest request_;
 };
 
-// The bytes of a request with these header lines and this body. CONTENT_LENGTH and SCGI come of
-// themselves.
+// The bytes of a request with these header lines and this body. CONTENT_LENGTH and SCGI are added.
 std::string scgiRequestText(const std::vector<std::pair<std::string, std::string>>& headers,
                             std::string_view body);
 
-// Reads a block of "name NUL value NUL" pairs. None where it is not that, a name stands in it twice
-// that may not, or CONTENT_LENGTH is not the first or SCGI is not 1.
+// Reads a block of "name NUL value NUL" pairs. None if it is malformed, if a name is repeated that
+// must not be, if CONTENT_LENGTH is not first, or if SCGI is not 1.
 std::optional<ScgiRequest> parseScgiHeaders(std::string_view block);
 
 }  // namespace calls

@@ -1,4 +1,4 @@
-// A text that leaves no copy behind.
+// A string that leaves no copy behind.
 #pragma once
 
 #include <cstring>
@@ -12,14 +12,14 @@ inline void wipe(std::string& text) {
   text.clear();
 }
 
-// A password. Move-only; its memory is overwritten when it goes.
+// A password. Move-only; its memory is overwritten on destruction.
 class Secret {
  public:
   Secret() = default;
   // Takes `text` over and wipes it.
   explicit Secret(std::string& text) : text_(text) { wipe(text); }
   ~Secret() { wipe(text_); }
-  // Copied: a moved text may leave its characters where they were.
+  // Copied, since a moved string may leave its characters behind.
   // NOLINTNEXTLINE(performance-move-constructor-init)
   Secret(Secret&& other) noexcept : text_(other.text_) { wipe(other.text_); }
   Secret& operator=(Secret&& other) noexcept {

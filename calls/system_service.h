@@ -1,4 +1,4 @@
-// What calls share on this server, made from its configuration.
+// The shared state of calls on this server, created from its configuration.
 #pragma once
 
 #include <string>
@@ -18,8 +18,8 @@ class SystemService {
   SystemService(const SystemService&) = delete;
   SystemService& operator=(const SystemService&) = delete;
 
-  // Loads the modules of `folder`; where that is empty, of "../modules" from the folder of this
-  // program. False with *error naming the remedy too.
+  // Loads the modules in the directory `folder`; if empty, in "../modules" relative to this
+  // program's directory. False, with the remedy in *error too.
   bool loadModules(const std::string& folder, std::string* error);
 
   [[nodiscard]] const Service& service() const { return service_; }

@@ -1,4 +1,4 @@
-// The command line, read.
+// Parses the command line.
 #pragma once
 
 #include <optional>
@@ -17,15 +17,15 @@ namespace cli {
 // What is to be done.
 struct Command {
   std::string name;                       // as typed
-  std::optional<std::string> configFile;  // nothing: the usual place
+  std::optional<std::string> configFile;  // nothing: the default file
   std::variant<Listing, Kick, Disable, Enable, ShowDisabled, Report, LoginLink> request;
 };
 
 struct Parsed {
   enum class Kind {
     kRun,    // do `command`
-    kShow,   // write `text`, a help or the version, and be done
-    kWrong,  // `text` is a sentence on what was wrong
+    kShow,   // print `text`, a help or the version, and exit
+    kWrong,  // `text` says what is wrong
   };
   Kind kind = Kind::kWrong;
   Command command;

@@ -1,4 +1,4 @@
-// What the program says by its exit status.
+// The exit status of the program.
 #pragma once
 
 namespace cli {
@@ -6,7 +6,7 @@ namespace cli {
 enum ExitCode {
   kExitDone = 0,
   kExitFailed = 1,
-  kExitUsage = 2,  // the command line or the configuration makes no sense
+  kExitUsage = 2,  // the command line or the configuration is invalid
   kExitNotAdministrator = 3,
   kExitTooFewAdministrators = 4,
 };

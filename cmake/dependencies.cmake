@@ -5,7 +5,7 @@ pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-uc)
 pkg_check_modules(MNL REQUIRED IMPORTED_TARGET libmnl)
 pkg_check_modules(NETTLE REQUIRED IMPORTED_TARGET nettle)
 pkg_check_modules(SYSTEMD REQUIRED IMPORTED_TARGET libsystemd)
-# Debian 13's pam.pc requires a package that libpam0g-dev does not bring, so PAM is found without it.
+# Debian 13's pam.pc requires a package that libpam0g-dev does not depend on, so PAM is found without it.
 find_library(PAM_LIBRARY pam REQUIRED)
 find_path(PAM_INCLUDE_FOLDER security/pam_appl.h REQUIRED)
 add_library(currentconn_pam INTERFACE)

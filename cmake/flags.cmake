@@ -15,12 +15,13 @@ target_compile_definitions(project_flags INTERFACE _GNU_SOURCE CURRENTCONN_VERSI
 target_link_options(project_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
 
 if(CURRENTCONN_SANITIZE)
-  # Instrumented code makes gcc 12 see uninitialised members in the standard library; the release build still looks.
+  # In instrumented code gcc 12 reports uninitialised members in the standard library; the release build keeps the
+  # warning.
   target_compile_options(project_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer -O0 -g1 -Wno-maybe-uninitialized)
   define_property(TARGET PROPERTY CURRENTCONN_TEST_CODE INITIALIZE_FROM_VARIABLE CURRENTCONN_TEST_CODE)
-  # The tests' own code, most of it matchers out of headers, is the bulk of this build. It does without the checks that
-  # make it three times as long; what it tests has them all.
+  # The tests' own code, mostly matchers from headers, is the bulk of this build. It omits the checks that would make it
+  # three times as long; the tested code has them all.
   target_compile_options(project_flags INTERFACE
     $<$<BOOL:$<TARGET_PROPERTY:CURRENTCONN_TEST_CODE>>:-fno-sanitize=alignment,null,vptr>)
   target_link_options(project_flags INTERFACE -fsanitize=address,undefined)

@@ -1,5 +1,5 @@
 # `cmake --install BUILD --prefix /usr`: the tree that the units and web servers' configurations in packaging/ expect.
-# Those are the administrator's choice and are not installed. The folder below keeps the build's shape, in which
+# Those are the administrator's choice and are not installed. The directory below has the layout of the build, in which
 # programs, libraries, module and texts find each other.
 set(home lib/currentconn)
 install(TARGETS currentconn currentconnd RUNTIME DESTINATION ${home}/bin)
@@ -7,7 +7,7 @@ install(TARGETS zevowebapi zevosdk zevocgi LIBRARY DESTINATION ${home}/lib)
 install(TARGETS connection_module LIBRARY DESTINATION ${home}/modules)
 install(DIRECTORY texts/ DESTINATION ${home}/share/currentconn/texts FILES_MATCHING PATTERN *.json)
 install(DIRECTORY ${CMAKE_BINARY_DIR}/page/ DESTINATION share/currentconn/page)
-# The contract: what the module and a host of it include. Those in platform/host are our own host's.
+# The contract: the headers for the module and its hosts. Those in platform/host are only for our own host.
 foreach(subject account api_request api_response api_table cgi connections error error_trail export keyed_file local_account
     login_log read_notes session_file string_bundle string_list unicode web_utils)
   install(FILES platform/include/zevo/${subject}.h DESTINATION include/currentconn/zevo)
@@ -26,7 +26,7 @@ configure_file(docs/currentconn.toml.5.in ${CMAKE_BINARY_DIR}/currentconn.toml.5
 install(FILES docs/currentconn.1 DESTINATION share/man/man1)
 install(FILES ${CMAKE_BINARY_DIR}/currentconn.toml.5 DESTINATION share/man/man5)
 install(FILES docs/currentconnd.8 DESTINATION share/man/man8)
-# A kick's services, as the table of services has them.
+# The services of a kick, from the table of services.
 set(service_table ${PROJECT_SOURCE_DIR}/platform/host/service_table.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${service_table})
 file(STRINGS ${service_table} KICKED_SERVICES REGEX "^ +{ZEVO_CURCONN_.*, true},$")

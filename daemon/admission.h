@@ -13,14 +13,14 @@ struct Load {
   std::size_t web = 0;
   std::size_t local = 0;     // of local users other than root
   std::size_t root = 0;      // of root over the local socket
-  std::size_t samePeer = 0;  // of `local`: those of the user who asks now
+  std::size_t samePeer = 0;  // of `local`: those of the asking user
 
-  // Adds one of user `peer` through `socketKind`, where user `asking` asks now.
+  // Adds a call of user `peer` through `socketKind`; `asking` is the user who asks.
   void add(calls::SocketKind socketKind, uid_t peer, uid_t asking);
 };
 
-// Places that calls over the web never take, so that the command line works while the page is
-// overrun; and those among them that only root takes.
+// Places reserved for the local socket, so that the command line works while the page is
+// overloaded; and those among them reserved for root.
 inline constexpr std::size_t kKeptForLocal = 12;
 inline constexpr std::size_t kKeptForRoot = 4;
 // One local user cannot keep the others out.

@@ -31,7 +31,7 @@ int fail(const std::string& reason) {
   return 1;
 }
 
-// Until it is told to end; the exit status.
+// Runs until told to end; returns the exit status.
 int serve() {
   std::string error;
   std::string key;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kMostLeaving = 256;
 
-// Drops what a client has sent. False once it has closed its side.
+// Discards what a client has sent. False once it has closed its side.
 bool dropBytes(int connection) {
   std::array<char, 16384> dropped{};
   const ssize_t got = ::recv(connection, dropped.data(), dropped.size(), MSG_DONTWAIT);
@@ -37,7 +37,7 @@ void FallbackReplies::addTo(std::vector<pollfd>& watched) const {
 }
 
 FallbackReplies::Clock::time_point FallbackReplies::due() const {
-  // They stand in the order of their time.
+  // They are ordered by time.
   return leaving_.empty() ? Clock::time_point::max() : leaving_.front().until;
 }
 

@@ -1,4 +1,4 @@
-// What the daemon answers itself where no process of a call does.
+// The daemon's own answers for calls whose process did not answer.
 #pragma once
 
 #include <chrono>
@@ -10,9 +10,9 @@
 
 namespace currentconnd {
 
-// Sends answers without ever waiting, and keeps each connection until its client has closed it:
-// closed with bytes of the client unread, the kernel would report a broken connection instead of
-// the answer. Nobody is kept longer than a limit, and of many at once the last are not.
+// Sends answers without waiting, and keeps each connection until its client has closed it: if it
+// were closed with unread bytes of the client, the kernel would reset it and the answer would be
+// lost. No connection is kept beyond a limit, and only a limited number at once.
 class FallbackReplies {
  public:
   using Clock = std::chrono::steady_clock;
@@ -20,12 +20,12 @@ class FallbackReplies {
   explicit FallbackReplies(std::chrono::milliseconds leaveLimit) : leaveLimit_(leaveLimit) {}
 
   void give(zevo::FileDescriptor connection, calls::Problem problem);
-  // Adds what tells that step() has something to do.
+  // Adds the descriptors that show that step() has something to do.
   void addTo(std::vector<pollfd>& watched) const;
-  // When step() has something to do in any case; the end of time where it never has.
+  // When step() must be called at the latest; the end of time if never.
   [[nodiscard]] Clock::time_point due() const;
   void step();
-  // For a child: closes all of them.
+  // For a child: closes all connections.
   void forget() { leaving_.clear(); }
 
  private:

@@ -1,4 +1,4 @@
-// Calls for which no place became free, for the log.
+// Counts rejected calls for the log.
 #pragma once
 
 #include <chrono>
@@ -13,15 +13,15 @@
 
 namespace currentconnd {
 
-// Counts them, so that a flood of calls is no flood of lines: one line a second for each caller.
+// Counts them, so that a flood of calls does not flood the log: one line per second and caller.
 class RejectedCalls {
  public:
   using Clock = std::chrono::steady_clock;
 
   void count(calls::SocketKind socketKind, uid_t peer, Clock::time_point now);
-  // When lines are to be written; the end of time where none are.
+  // When lines are due; the end of time if none are.
   [[nodiscard]] Clock::time_point due() const { return due_; }
-  // The lines of all that were counted since the last time.
+  // The lines for everything counted since the last time.
   std::vector<std::string> takeLines();
 
  private:

@@ -5,7 +5,7 @@
 #   tests/build_and_run.sh --short   units and services, in one build without sanitizers
 #   tests/build_and_run.sh --quick   the unit tests alone, under the sanitizers
 #
-# What they need has to be there.
+# What they need must be there.
 set -euo pipefail
 here=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 source "$here/packaging/build.sh"

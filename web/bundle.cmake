@@ -1,18 +1,18 @@
-# Makes the page as browsers get it out of its plain modules and styles:
+# Bundles the page from its plain modules and styles:
 #
-#   cmake -DESBUILD=PROGRAM -DSOURCE=WEB_FOLDER -DTARGET=FOLDER -P bundle.cmake
+#   cmake -DESBUILD=PROGRAM -DSOURCE=WEB_DIRECTORY -DTARGET=DIRECTORY -P bundle.cmake
 #
-# TARGET then holds index.html and, in assets/, everything that it names, each file under a name with the hash of its
-# content: a browser keeps those for good and asks for index.html alone.
+# TARGET then contains index.html and, in assets/, all files that it names, each with the hash of its content in its
+# name: browsers cache those permanently and revalidate only index.html.
 cmake_minimum_required(VERSION 3.25)
 
-# A folder is replaced as a whole, so that no file of an earlier page stays in it.
+# The directory is replaced completely, so that no file of an earlier page remains in it.
 set(made "${TARGET}.new")
 file(REMOVE_RECURSE "${made}")
 file(MAKE_DIRECTORY "${made}/assets")
 file(READ "${SOURCE}/index.html" html)
 
-# keep(CONTENT_FILE STEM ENDING NAME): takes the file as an asset; NAME becomes how the page calls it.
+# keep(CONTENT_FILE STEM ENDING NAME): adds the file as an asset; NAME is set to its name in the page.
 function(keep file stem ending name)
   file(SHA256 "${file}" hash)
   string(SUBSTRING "${hash}" 0 12 hash)
@@ -27,7 +27,7 @@ function(minify entry output)
     COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
 
-# All style sheets become one, in the order in which the page names them.
+# All style sheets are joined in the order of the page.
 string(REGEX MATCHALL "<link rel=\"stylesheet\" href=\"[^\"]+\">" sheets "${html}")
 set(imports "")
 foreach(sheet IN LISTS sheets)
@@ -44,7 +44,7 @@ foreach(sheet IN LISTS sheets)
   string(REPLACE "${sheet}" "" html "${html}")
 endforeach()
 
-# Every other file that the page names: scripts with what they import, texts, the icon.
+# All other files that the page names: scripts with their imports, texts, the icon.
 string(REGEX MATCHALL "(href|src)=\"[a-z_/]+[A-Za-z_-]*\\.(js|json|svg)\"" references "${html}")
 foreach(reference IN LISTS references)
   string(REGEX REPLACE ".*=\"([^\"]+)\"" "\\1" path "${reference}")
@@ -54,7 +54,7 @@ foreach(reference IN LISTS references)
   if(ending STREQUAL "js")
     minify("${SOURCE}/${path}" "${made}/one.js")
   else()
-    # Neither holds a line break that means anything.
+    # Line breaks in either are insignificant.
     file(READ "${SOURCE}/${path}" content)
     string(REGEX REPLACE "\n *" "" content "${content}")
     file(WRITE "${made}/one.${ending}" "${content}")

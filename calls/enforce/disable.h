@@ -1,4 +1,4 @@
-// Disabling accounts, which ends their connections.
+// Disables accounts, which ends their connections.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// What became of connections that were to end.
+// The results of an attempt to end connections.
 #pragma once
 
 #include <set>
@@ -14,28 +14,28 @@
 namespace calls::enforce {
 
 struct Target {
-  Connection connection;  // as it was listed before
-  // Why its call failed: {"reason": …}; null where it did not.
+  Connection connection;  // as listed before
+  // Why its call failed: {"reason": …}; null if it did not.
   Json::Value hindrance = {};
 };
 
-// One attempt to end connections, of which all but the list afterwards is known.
+// One attempt to end connections, before the list is read again.
 struct Attempt {
   std::vector<Target> targets;
-  std::set<std::string> users = {};           // none of whose connections is to be left
+  std::set<std::string> users = {};           // none of whose connections may remain
   std::vector<Connection> before;             // what was listed before
-  std::string begin;                          // of the calls, as beginOfAttempt gives it
+  std::string begin;                          // of the calls, from beginOfAttempt
   std::vector<zevo::ReadNote> warnings = {};  // of the calls' own reads of the list
   std::string proc = "/proc";
 };
 
-// The present time in the form of a row's. Rows that begin from now on have none before it: the
-// start of a process is told up to two seconds too early.
+// The present time in the format of rows. Rows that begin from now on are not before it: the start
+// of a process may be reported up to two seconds too early.
 std::string beginOfAttempt();
 
-// What the list `now`, which was read after `attempt`, tells of each target in its order, and then
-// of further connections of its users. A process is known by its pid and service, since the users
-// whom it serves may change; whatever has no process, by user, address and service.
+// What the list `now`, read after `attempt`, shows for each target in order, and then for further
+// connections of its users. A process is identified by its pid and service, since the users whom it
+// serves may change; anything without a process by user, address and service.
 //
 // Rows with "fate", one of
 //   ended
@@ -54,7 +54,7 @@ Json::Value fatesOf(const Attempt& attempt, const zevo::Result<Snapshot>& now);
 // Whether one of `fates` may be another one soon.
 bool mayStillGo(const Json::Value& fates);
 
-// The services of which `now` has connections but cannot tell the users.
+// The services with connections in `now` whose users are unknown.
 std::vector<std::string> servicesWithoutUsers(const Snapshot& now);
 
 }  // namespace calls::enforce

@@ -15,7 +15,7 @@ namespace {
 
 using Connections = std::vector<Connection>;
 
-// The plan could not ask for open files.
+// The plan could not read the open files.
 constexpr const char* kOpenFilesMissing = "open_files_missing";
 
 zevo::Result<Connections> select(const Work& work, const Selection& selection,
@@ -61,8 +61,8 @@ ChildCall callFor(const Work& work, const Connection& row) {
   return call;
 }
 
-// Ends those of the attempt's targets that the caller works over, or all others, and notes what
-// their calls told. Of several service connections in one call only the first would be checked
+// Ends the targets of the attempt that are the caller's own connection, or all others, and notes
+// the answers. With several service connections in one call, only the first would be checked
 // against its process.
 void endTargets(const Work& work, const OwnWay& own, bool isOwn, Attempt* attempt) {
   std::vector<Target*> targets;

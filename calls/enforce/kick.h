@@ -1,4 +1,4 @@
-// Ending connections.
+// Ends connections.
 #pragma once
 
 #include <vector>
@@ -8,7 +8,7 @@
 namespace calls::enforce {
 
 Answer planKick(const Work& work, const std::vector<Connection>& wanted);
-// The same of the connections that `selection` means.
+// The same for the connections in `selection`.
 Answer planKick(const Work& work, const Selection& selection);
 
 // Each of `wanted` once.

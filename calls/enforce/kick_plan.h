@@ -1,4 +1,4 @@
-// What a kick would do.
+// The plan of a kick.
 #pragma once
 
 #include <cstdint>
@@ -17,72 +17,72 @@
 
 namespace calls::enforce {
 
-// {"reason": key}; whoever answers with it may add values.
+// {"reason": key}; callers may add values.
 Json::Value reason(const char* key);
 
-// Why nothing here ends a connection; null where something does: no_process, console,
-// unknown_service, unknown_process.
+// Why a connection can never be ended; null if it can: no_process, console, unknown_service,
+// unknown_process.
 const char* whyOutOfReach(const Connection& connection);
-// Why a connection cannot be ended by itself; besides those: unknown_user, unknown_address.
+// Why a connection cannot be ended individually; in addition to those: unknown_user,
+// unknown_address.
 const char* whyNotEnded(const Connection& connection);
 
-// Over what the caller works.
+// The caller's own connection.
 struct OwnWay {
-  std::string user, address;          // of a web login; empty over the local socket
+  std::string user, address;          // of a web login; empty on the local socket
   std::set<std::uint32_t> processes;  // above the caller's own
 
   [[nodiscard]] bool isOver(const Connection& connection) const;
 };
 
-// Which connections are meant. All that is given must hold; something is.
+// The selected connections. All given conditions must hold; at least one is given.
 struct Selection {
   std::vector<std::uint32_t> pids;  // one of them; empty: any, as in the following
-  std::string user;                 // whom the connection's process serves
+  std::string user;                 // a user that the connection's process serves
   std::string from;
   std::string type;
-  std::string filter;  // the list method's own; not checked here
+  std::string filter;  // that of the list method; not checked here
 
   bool operator==(const Selection&) const = default;
 };
 
-// The selection in the JSON of a request; nothing where it makes no sense or selects everything.
+// The selection in the JSON of a request; nothing if it is invalid or selects everything.
 std::optional<Selection> selectionOf(const Json::Value& value);
 bool isSelected(const Connection& connection, const Selection& selection, const Snapshot& now);
 
-// Those of the selection's pids that none of `selected` has.
+// The selection's pids that no connection in `selected` has.
 std::vector<std::uint32_t> missingPids(const std::vector<Connection>& selected,
                                        const Selection& selection);
-// Those that a process and a web login have, whose numbers are counted apart, although one number
-// was given for one connection.
+// The selection's pids that both a process and a web login have, whose numbers are independent.
 std::vector<std::uint32_t> ambiguousPids(const std::vector<Connection>& selected,
                                          const Selection& selection);
 
 struct PlanView {
   const Snapshot& now;
   OwnWay own;
-  // None: not asked for, or not known.
+  // None: not requested, or not known.
   std::optional<zevo::OpenFiles> openFiles = std::nullopt;
-  std::set<std::string> users = {};  // who are meant to end; no effects on them are told
+  std::set<std::string> users = {};  // whose connections are to end; effects on them are not listed
   std::string proc = "/proc";
 };
 
-// Whether one of `wanted` is served by Samba, whose tool may then be asked for open files.
+// Whether one of `wanted` is served by Samba, so that its tool may be run for open files.
 bool endsSmb(const std::vector<Connection>& wanted, const Snapshot& now);
 
-// {"ends": […], "stays": […], "gone": […]}: what would become of `wanted`. Members of the first are
-// rows with "effects", what ends besides (same_process with "user", same_ssh_connection with
+// {"ends": […], "stays": […], "gone": […]}: what would happen to `wanted`. Members of the first are
+// rows with "effects", what else ends (same_process with "user", same_ssh_connection with
 // "connection", further_web_logins with "count", own_connection), and "open_files" with "total" and
-// the first "names"; of the second rows with "reason", where `why` gives one; of the third rows as
-// they were given.
+// the first "names"; of the second rows with "reason", if `why` returns one; of the third rows as
+// in the request.
 Json::Value planOf(const std::vector<Connection>& wanted, const PlanView& view,
                    const char* (*why)(const Connection& connection));
 
-// The rows of a list, by what clients name them by.
+// The rows of a list, by the members that identify them.
 class RowIndex {
  public:
-  // Of `rows`, which must outlive this.
+  // For `rows`, which must outlive this.
   explicit RowIndex(const std::vector<Connection>& rows);
-  // Null where there is none.
+  // Null if there is none.
   [[nodiscard]] const Connection* find(const Connection& named) const;
 
  private:

@@ -41,7 +41,7 @@ zevo::Result<Page> readPage(const Module& module, const std::string& filter,
   return std::move(*page);
 }
 
-// As the list shows the name.
+// The name in the list.
 std::string shownName(const char* user) {
   return std::string_view(user) == "root" ? "admin" : user;
 }
@@ -68,7 +68,7 @@ bool countWebLogins(const std::string& sessionFile, Snapshot* snapshot) {
   return count >= 0;
 }
 
-// The parent in the text of /proc/PID/status; 0 where there is none.
+// The parent in the text of /proc/PID/status; 0 if there is none.
 std::uint32_t parentIn(std::string_view status) {
   constexpr std::string_view kKey = "\nPPid:\t";
   const std::size_t begin = status.find(kKey);
@@ -98,7 +98,7 @@ zevo::Result<Snapshot> readSnapshot(const Module& module, const ChildTimes& time
   if (!page) return tl::unexpected(page.error());
   Snapshot snapshot{std::move(page->connections), std::move(page->warnings)};
   const auto spent = std::chrono::steady_clock::now() - begin;
-  // The same reading, where nobody has begun another since. What runs later must have its own.
+  // The same read, if nobody has begun another one since. Anything later must read again.
   zevo::acceptListAge(std::chrono::duration_cast<std::chrono::milliseconds>(spent));
   const bool isRead =
       addSmbUsers(&snapshot) && countWebLogins(module.context.sessionFilePath, &snapshot);
@@ -115,8 +115,7 @@ zevo::Result<std::vector<Connection>> readFiltered(const Module& module, const s
 }
 
 std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::string& proc) {
-  // No chain of processes is longer; a tree that is being rebuilt while it is read may run in
-  // circles.
+  // No chain of processes is longer; a tree that changes while it is read may contain cycles.
   constexpr std::size_t kMostProcesses = 64;
   constexpr std::size_t kLongestStatus = 65536;
   std::vector<std::uint32_t> above;

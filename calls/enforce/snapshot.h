@@ -1,4 +1,4 @@
-// Who is connected at one moment, and what the folded rows of the list do not tell.
+// The connections at one moment, and details that the merged rows of the list do not show.
 #pragma once
 
 #include <chrono>
@@ -19,7 +19,7 @@
 
 namespace calls::enforce {
 
-// The module's methods, as an administrator calls them.
+// The module's methods, called as an administrator.
 struct Module {
   ApiHandler list = nullptr;
   ApiHandler kick = nullptr;
@@ -30,25 +30,25 @@ struct Module {
 struct Snapshot {
   std::vector<Connection> connections;
   std::vector<zevo::ReadNote> warnings;  // what the list may lack
-  // Of each SMB process those whose connections it serves: the list folds them into one row.
+  // For each SMB process the users that it serves: the list merges them into one row.
   std::map<std::uint32_t, std::vector<std::string>> smbUsers = {};
-  // How many web logins there are of a user from an address, in one row of the list too.
+  // The number of web logins of a user from an address, also in one row of the list.
   std::map<std::pair<std::string, std::string>, std::size_t> webLogins = {};
 
-  // The users whom the connection's process serves, its own first; without empty names.
+  // The users that the connection's process serves, its own first; without empty names.
   [[nodiscard]] std::vector<std::string> usersOf(const Connection& connection) const;
 };
 
-// All that there is now. Runs "list" in a child, then reads the registry's own records of the same
-// reading.
+// The present connections. Runs "list" in a child, then reads the registry's own records of the
+// same read.
 zevo::Result<Snapshot> readSnapshot(const Module& module, const ChildTimes& times);
 
-// The rows that "list" gives for its own filter.
+// The rows of "list" with its own filter.
 zevo::Result<std::vector<Connection>> readFiltered(const Module& module, const std::string& filter,
                                                    const ChildTimes& times);
 
-// The processes above `process`, nearest first, read from the folder `proc`: a connection that one
-// of them serves carries it. What cannot be read ends the list.
+// The ancestors of `process`, nearest first, from the directory `proc`: a connection that one of
+// them serves carries it. The list ends at an unreadable process.
 std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::string& proc);
 
 }  // namespace calls::enforce

@@ -44,7 +44,7 @@ zevo::Result<Snapshot> Work::readAfter(const Attempt& attempt) const {
   constexpr std::chrono::milliseconds kTimeBetweenLooks{200};
   zevo::Result<Snapshot> now = readNow();
   for (int look = 0; now && look < kMoreLooks && mayStillGo(fatesOf(attempt, now)); ++look) {
-    // A process that was killed at the end of its grace period may take a moment to go.
+    // A process that was killed after its grace period may take a moment to end.
     std::this_thread::sleep_for(kTimeBetweenLooks);
     now = readNow();
   }

@@ -1,4 +1,4 @@
-// What ending connections and disabling accounts have in common.
+// Shared by ending connections and disabling accounts.
 #pragma once
 
 #include <chrono>
@@ -21,24 +21,24 @@ namespace calls::enforce {
 
 inline constexpr const char* kApi = "ZEVO.Core.CurrentConnection";
 
-// One call at work, from its construction on.
+// One call in progress, from its construction on.
 class Work {
  public:
   explicit Work(const Request& request);
 
-  // Whether modules have the methods that this needs.
+  // Whether the modules have the required methods.
   [[nodiscard]] bool hasModule() const;
   [[nodiscard]] const Request& request() const { return request_; }
   [[nodiscard]] const Module& module() const { return module_; }
-  // Over what the caller works.
+  // The caller's own connection.
   [[nodiscard]] OwnWay ownWay() const;
-  // The limit of the call, in which the answer has to be given.
+  // The limit of the call, within which the answer must be sent.
   [[nodiscard]] ChildTimes untilTheEnd() const { return {after(95), after(100)}; }
-  // What is begun late would be ended in its midst.
+  // Work begun too late would be ended halfway.
   [[nodiscard]] ChildTimes kickTimes() const { return {after(75), after(90)}; }
 
   [[nodiscard]] zevo::Result<Snapshot> readNow() const;
-  // The list after the attempt, read until none is there that may still go.
+  // The list after the attempt, read until no connection in it may still be ending.
   [[nodiscard]] zevo::Result<Snapshot> readAfter(const Attempt& attempt) const;
 
  private:
@@ -51,14 +51,14 @@ class Work {
   Clock::time_point begin_ = Clock::now();
 };
 
-// The answer to a call that could not be done.
+// The answer to a call that failed.
 Answer failed(const zevo::Error& error);
 Answer success(const Json::Value& result, const std::vector<zevo::ReadNote>& warnings);
 
-// Why a method did not do its work; null where it did.
+// Why a method failed; null if it did not.
 Json::Value hindranceOf(const std::optional<MethodAnswer>& answer);
 
-// Adds what `notes` lack of `more`.
+// Adds those of `more` that `notes` lack.
 void addNotes(const std::vector<zevo::ReadNote>& more, std::vector<zevo::ReadNote>* notes);
 
 }  // namespace calls::enforce

@@ -1,4 +1,4 @@
-// A process of our own for each call.
+// A child process for each call.
 #pragma once
 
 #include <chrono>
@@ -8,8 +8,8 @@
 
 namespace cli {
 
-// Serves root's calls as the daemon would, and works while the daemon does not. A call that has
-// begun goes on to its end, whatever becomes of this program.
+// Serves root's calls as the daemon would, and works without the daemon. A call that has begun is
+// completed even if this program ends.
 class ChildTransport : public Transport {
  public:
   // Each call ends after `limit` at the latest.

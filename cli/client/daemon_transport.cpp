@@ -12,7 +12,7 @@
 namespace cli {
 namespace {
 
-// Each wait on `connection`, also that for being let in, ends after `limit` with EAGAIN.
+// Each wait on `connection`, including that for acceptance, ends after `limit` with EAGAIN.
 bool limitWaits(int connection, std::chrono::seconds limit) {
   timeval time{};
   time.tv_sec = limit.count();
@@ -20,7 +20,7 @@ bool limitWaits(int connection, std::chrono::seconds limit) {
          ::setsockopt(connection, SOL_SOCKET, SO_SNDTIMEO, &time, sizeof time) == 0;
 }
 
-// Connected to root; none, with errno set, where that cannot be.
+// A connection to root's process; none, with errno set, on failure.
 zevo::FileDescriptor connectTo(const std::string& path, std::chrono::seconds limit) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;

@@ -10,11 +10,12 @@ namespace cli {
 
 class DaemonTransport : public Transport {
  public:
-  // A daemon that does not let us in within `limit` is not there.
+  // A daemon that does not accept the connection within `limit` counts as absent.
   DaemonTransport(std::string socketPath, std::chrono::seconds limit);
 
-  // Whether root listens there: another account's answers would not be believed. The connection is
-  // kept for the first call. Also true where whoever listens does not let us in: the call says so.
+  // Whether root listens there: answers of another account are not trusted. The connection is kept
+  // for the first call. Also true if the listener does not accept the connection; the call then
+  // reports that.
   [[nodiscard]] bool isThere();
 
   zevo::Result<Link> connect() override;

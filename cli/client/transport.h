@@ -1,4 +1,4 @@
-// Ways to somebody who serves calls.
+// Ways to make calls.
 #pragma once
 
 #include <sys/types.h>
@@ -8,10 +8,10 @@
 
 namespace cli {
 
-// A connection that takes one request and gives one answer.
+// A connection for one request and one answer.
 struct Link {
   zevo::FileDescriptor connection;
-  pid_t child = -1;  // a process of ours that serves it; -1: none
+  pid_t child = -1;  // the child that serves it; -1: none
 };
 
 class Transport {

@@ -1,4 +1,4 @@
-// What still lets disabled accounts in, and what they leave running, in words.
+// Describes what still lets disabled accounts in, and what they leave running.
 #pragma once
 
 #include <string>
@@ -8,12 +8,12 @@
 
 namespace cli {
 
-// Whether a line is about what will be or about what is.
+// Whether a line is about the future or the present.
 enum class Tense { kFuture, kPresent };
 
-// Of an account in the answer of /api/plan or /api/perform: a line for each service that lets it
-// in, or may do so: why, and the remedy. Then lines for what it leaves running, with the commands
-// that end it.
+// For an account in the answer of /api/plan or /api/perform: a line for each service that lets it
+// in or may do so, with the reason and the remedy, then lines for what it leaves running, with the
+// commands that end it.
 std::vector<std::string> accessLines(const Json::Value& account, Tense tense);
 
 // Whether a service certainly lets the account in.

@@ -18,11 +18,11 @@ struct Disable {
   bool operator==(const Disable&) const = default;
 };
 
-// The request for `users`, as typed. Nothing, with `*wrong` a sentence, where they make no sense.
+// The request for `users`, as typed. Nothing, with a sentence in `*wrong`, if they are invalid.
 std::optional<Disable> checkDisable(const std::vector<std::string>& users, std::string* wrong);
 
-// Shows the plan for the accounts, asks, has it performed and reports what became of each account
-// and each connection, with the commands that would undo it.
+// Shows the plan for the accounts, asks, performs it and reports the result for each account and
+// each connection, with the commands that undo it.
 ExitCode disable(const Disable& request, Client& client);
 
 }  // namespace cli

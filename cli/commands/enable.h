@@ -22,13 +22,13 @@ struct ShowDisabled {
   bool operator==(const ShowDisabled&) const = default;
 };
 
-// The request for `users`, as typed. Nothing, with `*wrong` a sentence, where it makes no sense.
+// The request for `users`, as typed. Nothing, with a sentence in `*wrong`, if it is invalid.
 std::optional<Enable> checkEnable(const std::vector<std::string>& users, std::string* wrong);
 
-// The command line that undoes the disabling of `user`.
+// The command line that enables `user` again.
 std::string enablingCommand(const std::string& user);
 
-// Undoes the disabling of the accounts, all or none, and reports what became of each.
+// Enables the accounts again, all or none, and reports the result for each.
 ExitCode enable(const Enable& request, Client& client);
 
 // Prints the accounts that are disabled.

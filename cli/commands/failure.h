@@ -1,4 +1,4 @@
-// Why there is no result, in words.
+// Describes why there is no result.
 #pragma once
 
 #include <string>
@@ -12,10 +12,10 @@ namespace cli {
 
 struct Failure {
   ExitCode exitCode = kExitFailed;
-  std::vector<std::string> lines;  // for a person: the first says what, the others why
+  std::vector<std::string> lines;  // for a person: the first says what failed, the others why
 };
 
-// Why `answer`, which is neither kDone nor kOwnOutput, is no list of connections.
+// Why `answer`, which is neither kDone nor kOwnOutput, is not a list of connections.
 Failure explainListFailure(const Answer& answer, const Listing& listing);
 
 }  // namespace cli

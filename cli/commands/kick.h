@@ -17,7 +17,7 @@ struct Kick {
   bool operator==(const Kick&) const = default;
 };
 
-// Shows the plan for what `request` selects, asks, has it performed and reports what became of each
+// Shows the plan for the selection of `request`, asks, performs it and reports the result for each
 // connection.
 ExitCode kick(const Kick& request, Client& client);
 

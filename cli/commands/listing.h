@@ -1,4 +1,4 @@
-// What a person asks of "list" and "mine".
+// The requests "list" and "mine".
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 
 namespace cli {
 
-// The account under which the module shows the connections of uid 0.
+// The name under which the module shows the connections of uid 0.
 inline constexpr const char* kNameOfRoot = "admin";
 
 struct Listing {
@@ -26,14 +26,13 @@ struct Listing {
   bool operator==(const Listing&) const = default;
 };
 
-// The API's method that answers it.
+// The API method that serves it.
 const char* methodOf(const Listing& listing);
 
-// The method's parameters: those that were asked for.
+// The method's parameters: only those that were given.
 Json::Value parametersOf(const Listing& listing);
 
-// The words of the command line for one listing, as they were typed; nothing where an option was
-// not given.
+// The command-line words of one listing, as typed; nothing for options that were not given.
 struct ListingWords {
   std::optional<std::string> user;
   std::optional<std::string> filter;
@@ -46,8 +45,8 @@ struct ListingWords {
   bool asJson = false;
 };
 
-// The listing that `words` ask for. Nothing, with `*wrong` a sentence on the first that makes no
-// sense, otherwise.
+// The listing for `words`. Nothing, with a sentence on the first invalid word in `*wrong`, on
+// failure.
 std::optional<Listing> checkListing(const ListingWords& words, std::string* wrong);
 
 }  // namespace cli

@@ -11,16 +11,16 @@
 namespace cli {
 
 struct Report {
-  Listing listing;     // of which the filter and the order count
+  Listing listing;     // only the filter and the order are used
   std::string file;    // "-": standard output
   mode_t mode = 0600;  // of the file
 
   bool operator==(const Report&) const = default;
 };
 
-// Has the module write its page of the current connections and puts it into the file: the whole
-// page, or the file stays as it was. The file belongs to the caller, whoever laid one there before:
-// it names everybody's connections.
+// Writes the module's page of the current connections to the file, completely or not at all. The
+// file then belongs to the caller, whoever owned an earlier one, since it names the connections of
+// all users.
 ExitCode writeReport(const Report& request, Client& client);
 
 }  // namespace cli

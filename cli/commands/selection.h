@@ -1,4 +1,4 @@
-// Which connections are to be ended.
+// Selects the connections to end.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace cli {
 
-// The words of the command line for it, as they were typed.
+// The command-line words, as typed.
 struct SelectionWords {
   std::vector<std::string> pids;
   std::optional<std::string> user;
@@ -18,8 +18,8 @@ struct SelectionWords {
   std::optional<std::string> filter;
 };
 
-// What /api/plan takes as "select". Nothing, with `*wrong` a sentence, where the words make no
-// sense or select everything.
+// The "select" of /api/plan. Nothing, with a sentence in `*wrong`, if the words are invalid or
+// select everything.
 std::optional<Json::Value> checkSelection(const SelectionWords& words, std::string* wrong);
 
 }  // namespace cli

@@ -7,7 +7,8 @@
 
 namespace cli {
 
-// Asks for `listing` once and writes it to standard output, or says on standard error why not.
+// Requests `listing` once and writes it to standard output, or the reason of a failure to standard
+// error.
 ExitCode showListing(const Listing& listing, Client& client);
 
 }  // namespace cli

@@ -1,4 +1,4 @@
-// What stands below the table, or instead of it.
+// The line below the table, or instead of it.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace cli {
 
-// "nobody is connected", "5 connections", "connections 2 to 3 of 5 matching "cifs"", …: how many
-// connections there are of those that `listing` asks for, and which of them the page shows.
+// "nobody is connected", "5 connections", "connections 2 to 3 of 5 matching "cifs"", …: the number
+// of connections that match `listing`, and which of them the page shows.
 std::string summaryOf(const Page& page, const Listing& listing, Charset charset);
 
 }  // namespace cli

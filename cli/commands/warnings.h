@@ -1,4 +1,4 @@
-// What a list may lack, in words.
+// Describes what a list may lack.
 #pragma once
 
 #include <string>
@@ -11,16 +11,16 @@ namespace cli {
 // A sentence for each warning, without a full stop.
 std::vector<std::string> warningLines(const std::vector<zevo::ReadNote>& warnings);
 
-// Says them on standard error, in one line.
+// Writes them to standard error, in one line.
 void complainOfWarnings(const std::vector<zevo::ReadNote>& warnings);
 
-// Says `doubt` with them as its reasons.
+// Reports `doubt` with the warnings as reasons.
 void complainOfDoubt(const std::string& doubt, const std::vector<zevo::ReadNote>& warnings);
 
-// Those of `warnings` that tell of accounts that are still let in although they were disabled.
+// The warnings about disabled accounts that are still let in.
 std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnings);
 
-// Those of `warnings` that tell of connections over the service `type`.
+// The warnings about connections over the service `type`.
 std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& warnings,
                                           const std::string& type);
 

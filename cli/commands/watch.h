@@ -7,9 +7,9 @@
 
 namespace cli {
 
-// Shows `listing` on the terminal that standard output is, again and again, until it is told to
-// end: by "q", or by a signal that ends programs. Each read is a process of its own, so a read that
-// hangs or crashes keeps nobody from leaving. The terminal is given back on every way out.
+// Shows and refreshes `listing` on the terminal at standard output until "q" or a terminating
+// signal. Each read is a separate process, so that it is possible to quit while a read hangs. The
+// terminal is restored on every exit path.
 ExitCode watch(const Listing& listing, Client& client);
 
 }  // namespace cli

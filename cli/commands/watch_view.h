@@ -1,4 +1,4 @@
-// What a watch shows, as lines of a screen.
+// The lines of the screen in --watch.
 #pragma once
 
 #include <chrono>
@@ -16,12 +16,12 @@ struct WatchView {
   std::string systime;                // of the last read that succeeded
   std::vector<Row> rows;              // of that read
   std::string summary;                // on that read
-  std::vector<std::string> warnings;  // on what it may lack
-  std::vector<std::string> problem;   // why the latest read failed; empty where it did not
+  std::vector<std::string> warnings;  // on what the list may lack
+  std::vector<std::string> problem;   // why the latest read failed; empty if it succeeded
 };
 
-// At most `size.rows` lines, none wider than `size.columns`. Where not all rows fit, a line says
-// how many more there are. A problem takes the place of the rows: they may be wrong by now.
+// At most `size.rows` lines, none wider than `size.columns`. If not all rows fit, a line gives the
+// number of the others. A problem replaces the rows, which may be outdated.
 std::vector<std::string> linesOfView(const WatchView& view, TerminalSize size, const Look& look);
 
 }  // namespace cli

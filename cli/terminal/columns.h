@@ -13,17 +13,17 @@ struct Column {
   const char* name;
   const char* help;
   std::string (*cell)(const Connection& connection);  // null in tables of other things
-  int minimum;   // its cells are cut no further while another column can give way
-  bool onRight;  // its cells stand on the right
-  int dropRank;  // where even the minimums are too wide, the column with the greatest leaves first
+  int minimum;   // its cells are truncated no further while another column can be
+  bool onRight;  // its cells are right-aligned
+  int dropRank;  // if even the minimums are too wide, the greatest is left out first
 };
 
-// In the order in which they stand.
+// In the order of display.
 std::span<const Column> columns();
 
-// The widths that `columns`, whose contents want the widths `wanted`, get in `available` terminal
-// columns with kColumnGap between each two. 0 for a column that is left out; one always stays.
-// `available` of 0 or less means that there is no bound.
+// The widths of `columns`, whose contents need the widths `wanted`, in `available` terminal columns
+// with kColumnGap between them. 0 for a column that is left out; one column always remains.
+// `available` of 0 or less means no limit.
 std::vector<int> fitColumns(std::span<const Column> columns, std::vector<int> wanted,
                             int available);
 

@@ -13,7 +13,7 @@
 namespace cli {
 namespace {
 
-// A descriptor that its owner made non-blocking, such as a pipe of an event loop.
+// The owner may have made the descriptor non-blocking, such as the pipe of an event loop.
 void waitUntilWritable(int descriptor) {
   pollfd waiting = {descriptor, POLLOUT, 0};
   poll(&waiting, 1, -1);
@@ -42,7 +42,7 @@ Written writeAll(int descriptor, std::string_view text, std::string* cause) {
 void occupyStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (fcntl(descriptor, F_GETFD) != -1 || errno != EBADF) continue;
-    // The least free descriptor is this one: those below it are open.
+    // This is the lowest free descriptor: those below it are open.
     const int mode = descriptor == STDOUT_FILENO ? O_RDONLY : O_RDWR;
     if (open("/dev/null", mode) != descriptor) _exit(1);
   }
@@ -54,7 +54,7 @@ void complain(const std::vector<std::string>& lines) {
     text += text.empty() ? "currentconn: " : "  ";
     text += displayText(line, Charset::kUtf8) + "\n";
   }
-  // Where standard error takes nothing there is nobody left to tell.
+  // If standard error fails, there is nowhere left to report it.
   writeAll(STDERR_FILENO, text);
 }
 

@@ -1,4 +1,4 @@
-// Word that something takes its time.
+// Shows that an operation takes time.
 #pragma once
 
 #include <chrono>
@@ -6,11 +6,11 @@
 
 namespace cli {
 
-// On a terminal one line of standard error that is rewritten in place and taken away at the end;
+// On a terminal one line of standard error that is updated in place and removed at the end;
 // elsewhere one line at the beginning.
 class Progress {
  public:
-  // `what` is what goes on, "ending connections".
+  // `what` names the operation, "ending connections".
   explicit Progress(std::string what);
   ~Progress();
   Progress(const Progress&) = delete;

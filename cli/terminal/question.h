@@ -5,11 +5,11 @@
 
 namespace cli {
 
-// Whether somebody can be asked: standard input is a terminal.
+// Whether it is possible to ask: standard input is a terminal.
 bool canAsk();
 
-// Writes `question` to standard error and reads the answer: true for "y" or "yes" only, in any
-// letter case.
+// Writes `question` to standard error and reads the answer: true only for "y" or "yes", ignoring
+// case.
 bool ask(const std::string& question);
 
 }  // namespace cli

@@ -20,7 +20,7 @@ std::map<Identity, int> countEach(const std::vector<Connection>& connections) {
   return counts;
 }
 
-// Takes one from the count of the connection's identity; false where none is left.
+// Decrements the count of the connection's identity; false if it is 0.
 bool takeOne(const Connection& connection, std::map<Identity, int>* counts) {
   const auto found = counts->find(identityOf(connection));
   if (found == counts->end() || found->second == 0) return false;
@@ -28,11 +28,11 @@ bool takeOne(const Connection& connection, std::map<Identity, int>* counts) {
   return true;
 }
 
-// The connections that went, by the number of connections of `before` that stayed ahead of them,
-// and which stayed, in the order of `before`.
+// The connections that ended, by the number of remaining connections before them, and the remaining
+// ones, in the order of `before`.
 struct Departures {
-  std::vector<Connection> ahead;                       // went before any that stayed
-  std::map<Identity, std::vector<Connection>> behind;  // went behind one that stayed
+  std::vector<Connection> ahead;                       // ended, before any that remained
+  std::map<Identity, std::vector<Connection>> behind;  // ended, after one that remained
 };
 
 Departures findDepartures(const std::vector<Connection>& before,

@@ -19,13 +19,13 @@ struct Row {
 // `connections` as rows without a change.
 std::vector<Row> unchangedRows(const std::vector<Connection>& connections);
 
-// The rows of `now` in their order, each that `before` lacks marked as come. Between them, each
-// behind the connection that it followed, the rows that went. Several equal rows count one by one.
+// The rows of `now` in their order, those missing in `before` marked as new. Between them, each
+// after the connection that it followed, the rows that ended. Equal rows are counted separately.
 std::vector<Row> markChanges(const std::vector<Connection>& before,
                              const std::vector<Connection>& now);
 
-// The rows of one page: those of the connections `start` up to `start` + `limit`, not counting rows
-// that went, and of these the ones that stand between or behind them. A `limit` of 0 has no end.
+// The rows of one page: the connections `start` up to `start` + `limit`, not counting ended rows,
+// and the ended rows between or after them. A `limit` of 0 means no limit.
 std::vector<Row> pageOfRows(const std::vector<Row>& rows, int start, int limit);
 
 }  // namespace cli

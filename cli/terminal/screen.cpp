@@ -8,7 +8,7 @@
 namespace cli {
 namespace {
 
-// Private modes of xterm, which its successors share: 1049 is the alternate screen, 25 the cursor.
+// Private modes of xterm and its successors: 1049 is the alternate screen, 25 the cursor.
 constexpr std::string_view kEnter = "\x1b[?1049h\x1b[?25l\x1b[2J";
 constexpr std::string_view kLeave = "\x1b[?25h\x1b[?1049l";
 constexpr std::string_view kHome = "\x1b[H";
@@ -53,7 +53,8 @@ bool Screen::draw(const std::vector<std::string>& lines) {
   std::string text(kHome);
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (i > 0) text += "\r\n";
-    // Before the line: behind one that fills its row an erasure would take its last character.
+    // Erase before the line: after a line that fills its row, erasing would remove its last
+    // character.
     const bool isLast = i + 1 == lines.size();
     text.append(isLast ? kEraseBelow : kEraseLine).append(lines[i]);
   }

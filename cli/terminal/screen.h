@@ -1,4 +1,4 @@
-// A whole terminal, borrowed.
+// Full-screen use of a terminal.
 #pragma once
 
 #include <optional>
@@ -9,8 +9,7 @@
 namespace cli {
 
 // Shows lines on the alternate screen of the terminal at `output`, without a cursor, and without
-// echo of what is typed at `input` where that is a terminal too. The terminal is given back as it
-// was by leave(), and by the destructor.
+// echo at `input` if that is a terminal too. leave() and the destructor restore the terminal.
 class Screen {
  public:
   Screen(int input, int output);
@@ -18,13 +17,13 @@ class Screen {
   Screen(const Screen&) = delete;
   Screen& operator=(const Screen&) = delete;
 
-  // Does nothing on a screen that is borrowed already.
+  // Does nothing if the screen is already in use.
   void enter();
-  // Does nothing on a screen that is given back already.
+  // Does nothing if the screen is already restored.
   void leave();
 
-  // Replaces what is shown by `lines`, none wider than the terminal and no more than it has rows.
-  // false where the terminal takes nothing any more.
+  // Shows `lines` instead, none wider than the terminal and no more than it has rows. False if the
+  // terminal is gone.
   bool draw(const std::vector<std::string>& lines);
 
  private:

@@ -10,7 +10,7 @@ Signals::Signals(std::initializer_list<int> numbers) {
   sigemptyset(&set);
   for (const int number : numbers) sigaddset(&set, number);
   descriptor_.reset(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
-  // Without the descriptor they keep doing what they did: nobody would take them.
+  // Without the descriptor the signals keep their actions, since nobody would read them.
   if (descriptor_) {
     sigprocmask(SIG_BLOCK, &set, &before_);
   } else {

@@ -1,4 +1,4 @@
-// Signals as something to wait for.
+// Signals as a descriptor to wait for.
 #pragma once
 
 #include <csignal>
@@ -9,8 +9,8 @@
 
 namespace cli {
 
-// While it lives, the signals of its set arrive at its descriptor and do nothing else. One at a
-// time in a process.
+// During its lifetime, the signals of its set arrive at its descriptor and have no other effect.
+// Only one instance per process at a time.
 class Signals {
  public:
   explicit Signals(std::initializer_list<int> numbers);
@@ -18,10 +18,10 @@ class Signals {
   Signals(const Signals&) = delete;
   Signals& operator=(const Signals&) = delete;
 
-  // Readable while one waits to be taken; -1 where the system has no descriptor left.
+  // Readable while a signal is pending; -1 if the system has no descriptor left.
   [[nodiscard]] int descriptor() const { return descriptor_.get(); }
 
-  // The next that arrived; nothing where none waits.
+  // The next pending signal; nothing if there is none.
   std::optional<int> take();
 
  private:

@@ -8,7 +8,7 @@ namespace cli {
 
 enum class Style { kPlain, kHeader, kCame, kWent, kFaint };
 
-// `text` in the style, or as it is where there are no `colours`.
+// `text` in the style, or unchanged without `colours`.
 std::string styled(std::string_view text, Style style, bool colours);
 
 }  // namespace cli

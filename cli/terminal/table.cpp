@@ -71,7 +71,7 @@ std::string_view markOf(Change change) {
   return "  ";
 }
 
-// A row that no kick can end is faint: kick itself says why.
+// A row that a kick cannot end is dimmed; kick itself says why.
 Style styleOf(const Row& row) {
   switch (row.change) {
     case Change::kCame:
@@ -84,7 +84,7 @@ Style styleOf(const Row& row) {
   return calls::enforce::whyNotEnded(row.connection) ? Style::kFaint : Style::kPlain;
 }
 
-// What stands before a line, and how it looks.
+// The prefix of a line, and its style.
 struct Trim {
   std::string_view mark;
   Style style = Style::kPlain;

@@ -10,18 +10,18 @@
 
 namespace cli {
 
-// How output looks on what standard output is connected to.
+// The appearance that suits standard output.
 Look lookOfOutput();
 
-// `table` with a line on the columns for which there is no room, if any.
+// `table`, with a line on the columns that do not fit, if any.
 std::string tableText(const Table& table);
-// The table of `connections` with a line on the columns for which there is no room, if any.
+// The table of `connections`, with a line on the columns that do not fit, if any.
 std::string tableText(const std::vector<Connection>& connections, const Look& look);
 
-// `lines`, one below the other, without what a terminal obeys.
+// `lines`, one below the other, without control characters.
 std::string linesText(const std::vector<std::string>& lines, Charset charset);
 
-// Writes `text` to standard output, or says on standard error why that failed.
+// Writes `text` to standard output, or reports the failure on standard error.
 ExitCode printText(const std::string& text);
 
 }  // namespace cli

@@ -12,7 +12,7 @@
 namespace cli {
 namespace {
 
-// More than any terminal has; a greater number is a mistake.
+// More than any terminal has; a greater number is invalid.
 constexpr int kGreatestSize = 10000;
 
 int sizeFromEnvironment(const char* name, int fallback) {

@@ -1,4 +1,4 @@
-// What the output is connected to.
+// The properties of the terminal.
 #pragma once
 
 #include "cli/terminal/text.h"
@@ -14,14 +14,14 @@ struct TerminalSize {
 // environment, else 80 by 24.
 TerminalSize terminalSize(int descriptor);
 
-// Whether colours may be used on a terminal, given NO_COLOR and TERM of the environment (null where
-// they are not set): not where NO_COLOR holds anything, nor on a terminal that is dumb or unknown.
+// Whether colours may be used on a terminal, given NO_COLOR and TERM of the environment (null if
+// not set): not if NO_COLOR has a value, nor on a dumb or unknown terminal.
 bool allowsColours(const char* noColor, const char* term);
 
-// Whether the cursor can be moved on a terminal of that TERM.
+// Whether the cursor can be moved on a terminal with this TERM.
 bool movesCursor(const char* term);
 
-// What the locale of the environment can write. Makes its character type the process's.
+// The character set of the environment's locale. Sets the character type of the process.
 Charset charsetOfLocale();
 
 }  // namespace cli

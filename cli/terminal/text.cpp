@@ -12,7 +12,7 @@ namespace {
 constexpr UChar32 kReplacement = 0xFFFD;
 constexpr int kMarksKept = 4;
 
-// The character at `*position`, which moves behind it; negative for bytes that are not UTF-8.
+// The character at `*position`, which is advanced; negative for bytes that are not UTF-8.
 UChar32 nextCharacter(std::string_view text, std::size_t* position) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   UChar32 character = 0;

@@ -10,7 +10,7 @@
 #include "zevo/connections.h"
 #include "zevo/error.h"
 
-// The skeleton's state is a few text files in one folder. A real platform asks its own services.
+// The skeleton's state is a few text files in one directory. A real platform asks its own services.
 inline std::string stateFile(const char* name) {
   const char* folder = std::getenv("MAKER_STATE");
   return std::string(folder != nullptr ? folder : "/run/maker") + "/" + name;

@@ -18,7 +18,7 @@ extern ZEVO_EXPORT ApiMethodRow gTable[7];
 // The first row of gTable.
 ZEVO_EXPORT ApiMethodRow* GetAPITable();
 
-// Does nothing. The listing handlers call it once a request; hosts may look for it.
+// Does nothing. The listing handlers call it once per request; hosts may look for it.
 ZEVO_EXPORT void set_demo_mode();
 
 }  // extern "C"

@@ -1,6 +1,6 @@
 #include "api/globals.h"
 
-// One file, so that the texts are there before the titles are taken from them.
+// In one file, so that the texts are loaded before the titles are taken from them.
 StringBundle strbundle("common", "log", "pppoe", nullptr, nullptr, nullptr);
 
 const char* gLogColumnTitles[kLogColumns] = {

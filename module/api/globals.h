@@ -1,4 +1,4 @@
-// What the module builds when it is loaded and only reads afterwards.
+// The globals of the module: built when it is loaded, only read afterwards.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 extern ZEVO_EXPORT StringBundle strbundle;
 
-// Titles and alignments of the report's columns, by index. The titles belong to strbundle, but for
+// Titles and alignments of the report's columns, by index. The titles belong to strbundle, except
 // the fourth, which is a literal and never translated.
 inline constexpr std::size_t kLogColumns = 5;
 extern const char* gLogColumnTitles[kLogColumns];

@@ -1,13 +1,13 @@
-// What every handler of the table runs in.
+// The wrapper of every handler.
 #pragma once
 
 #include <new>
 
 #include <json/value.h>
 
-// Does the work of a handler and lets std::bad_alloc out alone. jsoncpp says with an error of its
-// own that memory ran out; its other errors stand for a value that is asked for what it is not,
-// which no handler does.
+// Does the work of a handler and throws only std::bad_alloc. jsoncpp reports with its own error
+// that memory ran out; its other errors mean that a value is used as a wrong type, which no handler
+// does.
 template <typename Work>
 void runHandler(const Work& work) {
   try {

@@ -1,4 +1,5 @@
-// Reading a request's parameters: all are optional, none is validated, a bad one counts as absent.
+// Reading a request's parameters: all are optional, none is validated, an invalid one counts as
+// absent.
 #pragma once
 
 #include <string>

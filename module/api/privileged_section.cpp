@@ -18,7 +18,7 @@ void logChange(const char* call, unsigned id, int line) {
 // `section` names the half of the pair that failed.
 void logFailure(const char* call, unsigned id, const char* section, int line) {
   char buffer[1024] = {};
-  // The GNU variant may leave the buffer alone and return a text of its own.
+  // The GNU variant may leave the buffer unused and return another string.
   const char* reason = strerror_r(errno, buffer, sizeof buffer);
   syslog(kLogAuthError, "%s:%d ERROR: set%s(%d, %d, %d) [%s]", kLogSource, line, call, kUnchanged,
          static_cast<int>(id), kUnchanged, reason);

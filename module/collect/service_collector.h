@@ -3,6 +3,6 @@
 
 #include "session/session.h"
 
-// Appends the current service connections, sorted and folded among themselves, to `out`. False,
-// with a log line and `out` unchanged, where the registry could not be read.
+// Appends the current service connections, sorted and merged, to `out`. False, with a log line and
+// `out` unchanged, if the registry could not be read.
 bool SDKSessionListGet(SessionList& out);

@@ -29,8 +29,8 @@ std::uint32_t uidOf(const std::string& name) {
   return user->uid;
 }
 
-// One unsigned comparison: below the range the difference wraps far past its length, and so does
-// kUnknownUid's.
+// One unsigned comparison: below the range, and for kUnknownUid, the difference wraps far beyond
+// its length.
 bool isHidden(std::uint32_t uid) {
   return uid - kFirstHiddenUid < kHiddenUids;
 }

@@ -20,8 +20,8 @@ enum DisableUserLine : int { kTooFewLine = 560, kBusyLine = 566 };
 
 using UserNames = std::list<std::string>;
 
-// The users to disable, sorted, each once: never the caller's own account, and no directory
-// account.
+// The users to disable, sorted, each once, without the caller's own account and without directory
+// accounts.
 UserNames requestedNames(const Json::Value& elements, const std::string& loginName) {
   UserNames names;
   for (const Json::Value& element : elements) {
@@ -64,7 +64,7 @@ bool endLoginsOf(const UserNames& names, ZEVO::APIRequest* request) {
 
 void disableUser(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   const std::string loginName = request->GetLoginUserName();
-  // Demo mode does not stop the operation: whatever is recorded below replaces this success.
+  // Demo mode does not stop the operation: the outcome recorded below replaces this success.
   if (request->IsDemoMode()) response->SetSuccess(Json::Value());
   if (!request->IsAdmin()) {
     response->SetError(kErrorNotAdministrator, Json::Value());

@@ -8,12 +8,12 @@ namespace {
 
 constexpr int kPasses = 5;
 
-// A whole second, also where a handled signal interrupts it.
+// A whole second, even if a handled signal interrupts it.
 void sleepOneSecond() {
   for (unsigned left = 1; left > 0;) left = sleep(left);
 }
 
-// Marks the sessions whose process is gone; whether any still runs.
+// Marks the sessions whose process has ended; returns whether any still runs.
 bool anyStillRuns(SessionList& list) {
   bool running = false;
   for (Session& session : list) {

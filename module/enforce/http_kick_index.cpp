@@ -2,7 +2,7 @@
 
 HttpKickIndex::HttpKickIndex(std::list<HttpKickSession>& requests) {
   for (HttpKickSession& request : requests) {
-    // An earlier request takes all sessions of the user.
+    // An earlier request already takes all sessions of the user.
     if (ofUsers_.count(request.user) != 0) continue;
     if (request.allSessions) {
       ofUsers_.emplace(request.user, &request);

@@ -1,4 +1,4 @@
-// Finding the request that a login belongs to.
+// Finds the request that a login belongs to.
 #pragma once
 
 #include <map>
@@ -12,12 +12,11 @@ class HttpKickIndex {
  public:
   explicit HttpKickIndex(std::list<HttpKickSession>& requests);
 
-  // The first request of the list that asks for logins of `user` from `client`; null where none
-  // does.
+  // The first request in the list for logins of `user` from `client`; null if there is none.
   [[nodiscard]] HttpKickSession* find(std::string_view user, std::string_view client) const;
 
  private:
-  // By user and address; none that stands behind a request for all sessions of its user.
+  // By user and address, without those that follow a request for all sessions of their user.
   std::map<std::pair<std::string_view, std::string_view>, HttpKickSession*> ofAddresses_;
   std::map<std::string_view, HttpKickSession*> ofUsers_;
 };

@@ -14,7 +14,7 @@
 
 namespace {
 
-// Elements that do not name a connection in full are dropped without a word.
+// Elements that do not identify a connection completely are dropped silently.
 SessionList requestedSessions(const Json::Value& elements) {
   SessionList sessions;
   for (const Json::Value& element : elements) {
@@ -28,7 +28,7 @@ SessionList requestedSessions(const Json::Value& elements) {
   return sessions;
 }
 
-// A client is not believed: only what the registry knows at this moment is ended.
+// Clients are not trusted: only connections that the registry currently lists are ended.
 bool keepCurrentSessions(SessionList& requested) {
   if (requested.empty()) return true;
   SessionList current;
@@ -52,7 +52,7 @@ std::list<HttpKickSession> requestedLogins(const Json::Value& elements) {
 }
 
 void kickConnection(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
-  // Demo mode does not stop the operation: whatever is recorded below replaces this success.
+  // Demo mode does not stop the operation: the outcome recorded below replaces this success.
   if (request->IsDemoMode()) response->SetSuccess(Json::Value());
   if (!request->IsAdmin()) {
     response->SetError(kErrorNotAdministrator, Json::Value());

@@ -16,7 +16,7 @@ enum KillLine : int { kKillEnterLine = 260, kKillLeaveLine = 262 };
 constexpr int kNameBufferSize = 1024;
 constexpr int kAnySuffix = 2;
 
-// Whether the process may be signalled: its name fits the service, or its status cannot be read.
+// Whether the process may be signalled: its name matches the service, or its status cannot be read.
 bool isToBeSignalled(const Session& session, const std::string& statusPath) {
   char line[kNameBufferSize] = {};
   if (VLIBCFileGetLine(statusPath.c_str(), "Name:", line, kNameBufferSize, kAnySuffix) <= 0)
@@ -33,13 +33,14 @@ void sendSignal(std::uint32_t pid, int signal) {
 
 void KillServiceSessions(SessionList& list, int signal) {
   std::ostringstream path;
-  // Memory that runs out would leave half a path, which cannot be read, and the check undone.
+  // If memory ran out, a partial path would remain, which cannot be read, and the check would be
+  // skipped.
   path.exceptions(std::ios::badbit);
   // The digits must not be grouped, whatever the host's locale.
   path.imbue(std::locale::classic());
   for (const Session& session : list) {
     if (session.pid == 0 || session.type == "NFS") continue;
-    // Never emptied between sessions, see the header.
+    // Never cleared between sessions, see the header.
     path << "/proc/" << session.pid << "/status";
     if (isToBeSignalled(session, path.str())) sendSignal(session.pid, signal);
   }

@@ -33,7 +33,7 @@ struct PutObject {
 };
 using JsonPointer = std::unique_ptr<json_object, PutObject>;
 
-// Of a regular file; none for anything else. A pipe is not waited for.
+// Only for a regular file; none for anything else. Does not wait for a pipe.
 std::unique_ptr<std::FILE, CloseFile> openToRead(const std::string& path) {
   const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
   struct stat status {};
@@ -49,7 +49,7 @@ void logOpenFailure(const std::string& path) {
   syslog(kLogError, "%s:%d Fail to open file %s", kLogSource, kOpenLine, path.c_str());
 }
 
-// One record handle for all lines: each line's Init gives back the one before.
+// One record handle for all lines: each line's Init releases the previous one.
 struct RecordHandle {
   json_object* record = nullptr;
   RecordHandle() = default;
@@ -63,14 +63,14 @@ bool isHidden(json_object* record) {
   if (ZevoCgiJsonRecordGet(record, kZevoCgiFlagsField, text, kFieldBufferSize) != 1) return false;
   errno = 0;
   const JsonPointer flags(json_tokener_parse(text));
-  // Flags that were not read in full must not show a hidden session as an open one.
+  // Flags that were read incompletely must not make a hidden session visible.
   if (errno == ENOMEM) throw std::bad_alloc();
   json_object* hide = nullptr;
   return flags && json_object_object_get_ex(flags.get(), "hide", &hide) &&
          json_object_get_boolean(hide);
 }
 
-// False where the line is no record.
+// False if the line is not a record.
 bool readLine(const char* line, RecordHandle& handle, const HttpKickIndex& requests) {
   const char* client = nullptr;
   const char* user = nullptr;
@@ -78,7 +78,7 @@ bool readLine(const char* line, RecordHandle& handle, const HttpKickIndex& reque
   if (ZevoCgiJsonRecordInit(&handle.record, line) == 0) return false;
   if (ZevoCgiJsonRecordParse(handle.record, &client, &user, &id, 0, 0) == 0) return false;
   if (isHidden(handle.record)) return true;
-  // One request alone: a second one for the same session would delete its line twice.
+  // Only one request: a second one for the same session would delete its line twice.
   if (HttpKickSession* request = requests.find(user, client)) request->ids.emplace_back(id);
   return true;
 }
@@ -87,7 +87,7 @@ bool readLine(const char* line, RecordHandle& handle, const HttpKickIndex& reque
 
 bool ReadHttpKickSessions(ZEVO::APIRequest* request, std::list<HttpKickSession>& requests) {
   const std::string path = request->GetSessionFilePath();
-  // Made before the lock is taken, which others wait for.
+  // Created before taking the lock, since others wait for it.
   const HttpKickIndex index(requests);
   const SessionFileSection section(kReadEnterLine, kReadLeaveLine);
   if (!section.entered()) {

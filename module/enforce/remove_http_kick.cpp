@@ -15,7 +15,7 @@ enum RemoveLine : int { kRemoveEnterLine = 200, kWriteLine = 220, kRemoveLeaveLi
 
 constexpr int kPathBufferSize = 4096;
 
-// The session id as a JSON string, by which its line is keyed.
+// The session id as a JSON string, the key of its line.
 std::string keyOf(const std::string& id) {
   std::string key = Json::FastWriter().write(Json::Value(id));
   key.pop_back();
@@ -27,7 +27,7 @@ void unlinkAccessTime(const std::string& sessionFile, const std::string& key) {
   char path[kPathBufferSize];
   const int length =
       std::snprintf(path, sizeof path, "%s%s/%s", sessionFile.c_str(), ".access.time", id.c_str());
-  // A path that was cut names another file.
+  // A truncated path would name another file.
   if (length > 0 && length < kPathBufferSize) unlink(path);
 }
 

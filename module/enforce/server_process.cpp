@@ -27,8 +27,7 @@ bool contains(const char* text, const char* part) {
   return std::strstr(text, part) != nullptr;
 }
 
-// The log's text for the error is the system log's own %m, which pedantic compilers take for a
-// mistake.
+// The error text in the log is the system log's %m, which pedantic compilers reject.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
 void logOpenFailed(const char* path) {
@@ -40,7 +39,7 @@ void logReadFailed() {
 }
 #pragma GCC diagnostic pop
 
-// Whether the first argument of the process, which is its title, says so.
+// Whether the first argument of the process, its title, says so.
 bool isInternalSftp(std::uint32_t pid) {
   char path[128];
   std::snprintf(path, sizeof path, "/proc/%u/cmdline", pid);

@@ -1,5 +1,5 @@
-// The privileged section and, inside it, the critical section of the session file, for as long as
-// the value lives.
+// The privileged section and, inside it, the critical section of the session file, for the lifetime
+// of the value.
 #pragma once
 
 #include "zevo/cgi.h"
@@ -14,7 +14,7 @@ class SessionFileSection {
   SessionFileSection(const SessionFileSection&) = delete;
   SessionFileSection& operator=(const SessionFileSection&) = delete;
 
-  // Whether the critical section was entered: another program may hold it for longer than the wait.
+  // Whether the critical section was entered: another program may hold it beyond the waiting time.
   [[nodiscard]] bool entered() const { return handle_ >= 0; }
 
  private:

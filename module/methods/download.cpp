@@ -18,8 +18,8 @@ void downloadReport(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
     response->SetError(kErrorNotAdministrator, Json::Value());
     return;
   }
-  // From here on the page is the answer: a source that fails shows as a page of what was collected,
-  // and in the log.
+  // From here on the page is the answer: if a source fails, the page shows what was collected, and
+  // the log has the failure.
   response->SetEnableOutput(false);
   SessionList list;
   collectSessions(request, list);

@@ -28,7 +28,7 @@ OwnListParameters readOwnListParameters(ZEVO::APIRequest& request) {
   return parameters;
 }
 
-// Removes the sessions of other users. False, the list unchanged, where the name cannot be
+// Removes the sessions of other users. False, with the list unchanged, if the name cannot be
 // upper-cased.
 bool keepOwnSessions(const std::string& loginName, SessionList& list) {
   char upperName[kUpperCaseBufferSize] = {};
@@ -46,7 +46,7 @@ void listOwnSessions(ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
   set_demo_mode();
   SessionList list;
   bool complete = collectSessions(request, list);
-  // Without a login name the list stays whole: hosts never call a handler with an empty one.
+  // Without a login name the list is not filtered: hosts never call a handler with an empty one.
   if (!parameters.loginName.empty())
     complete = keepOwnSessions(parameters.loginName, list) && complete;
   SessionListUidFilter(list);

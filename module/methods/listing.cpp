@@ -8,7 +8,7 @@
 
 namespace {
 
-// Number of the first record behind the page. The sum wraps at 32 bits, which clients see as an
+// The number of the first record after the page. The sum wraps at 32 bits, which clients see as an
 // empty page.
 std::int32_t endOf(const Page& page) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(page.start) +

@@ -51,7 +51,7 @@ LogInfoList* LogInfoListAppend(LogInfoList* list, const char* text) {
     list->tail->next = node;
   }
   list->tail = node;
-  // Given back while it is linked, and again when it is popped. The order of these steps is fixed;
+  // Released while it is linked, and again when it is popped. The order of these steps is fixed;
   // the store makes it safe, since it keeps a released node readable until the report is done.
   nodes.release(node);
   return list;

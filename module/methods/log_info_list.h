@@ -4,7 +4,7 @@
 #include <cstdint>
 
 struct LogInfoNode {
-  char* text;  // a copy from malloc; never given back
+  char* text;  // a copy from malloc; never released
   LogInfoNode* next;
 };
 
@@ -21,25 +21,25 @@ struct LogInfoTable {
 
 // Number of columns, set by each report.
 extern std::uint32_t gLogInfoColumns;
-// The text last taken off a list, which a pop yields again when it has no other. Null before the
-// first.
+// The text last removed from a list, which a pop returns again if the list is empty. Null before
+// the first.
 extern char* gLogInfoLastText;
 
-// An empty list. Its record is never given back.
+// An empty list. Its record is never released.
 LogInfoList* newLogInfoList();
 
-// Appends a copy of `text`. Returns `list`, or null with a log line where `list` is null or
+// Appends a copy of `text`. Returns `list`, or null with a log line if `list` is null or
 // inconsistent.
 LogInfoList* LogInfoListAppend(LogInfoList* list, const char* text);
 
-// Takes the first text off `list`. Yields gLogInfoLastText where there is none, with a log line
-// where the list is inconsistent.
+// Removes the first text from `list`. Returns gLogInfoLastText if there is none, with a log line if
+// the list is inconsistent.
 const char* LogInfoListPop(LogInfoList* list);
-// The same for the list of `table`; without a log line where it has none.
+// The same for the list of `table`; without a log line if it has none.
 const char* LogInfoListPop(LogInfoTable* table);
 
-// Takes off everything that is left. Does not end on a list that has a head and no tail.
+// Removes all remaining texts. Does not return for a list with a head but no tail.
 void LogInfoListDrain(LogInfoList* list);
 
-// Ends a report: gives the nodes' memory back. No list that has nodes may be used afterwards.
+// Ends a report: releases the memory of the nodes. No list with nodes may be used afterwards.
 void LogInfoNodesClear();

@@ -5,9 +5,8 @@
 #include <memory>
 #include <vector>
 
-// Hands out records of one type. A released record stays readable until the store is cleared, and
-// may be released again: the report reads nodes that it has given back, and gives them back once
-// more.
+// Allocates records of one type. A released record remains readable until the store is cleared, and
+// may be released again: the report reads nodes after releasing them, and releases them again.
 template <typename Record>
 class RecordStore {
  public:

@@ -16,7 +16,7 @@ struct FreeRecord {
 };
 using TablePointer = std::unique_ptr<LogInfoTable, FreeRecord>;
 
-// Gives the nodes back on every way out of a report.
+// Releases the nodes on every path out of a report.
 struct NodesOfReport {
   ~NodesOfReport() { LogInfoNodesClear(); }
 };

@@ -3,6 +3,6 @@
 
 #include "session/session.h"
 
-// Prints header lines and page of `rows` to standard output. Cells go through the log info list, so
-// a list that is out of order shows in the page.
+// Prints header lines and page of `rows` to standard output. Cells pass through the log info list,
+// so a broken list shows in the page.
 void printReport(const SessionList& rows);

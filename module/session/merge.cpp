@@ -8,7 +8,7 @@ bool isNfs(const Session& session) {
   return session.type == "NFS";
 }
 
-// One process serves all NFS clients, so their records are told apart by address.
+// One process serves all NFS clients, so their records are distinguished by address.
 bool sameServiceConnection(const Session& a, const Session& b) {
   return a.pid == b.pid && (!isNfs(a) || !isNfs(b) || a.from == b.from);
 }

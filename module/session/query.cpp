@@ -9,7 +9,7 @@
 
 namespace {
 
-// Lines of the log messages, one for each text that is upper-cased.
+// The lines in the log messages, one for each upper-cased text.
 enum UpperCaseLine : int {
   kWhoLine = 301,
   kFromLine,
@@ -81,6 +81,6 @@ SessionSortField sortFieldOf(const std::string& sortBy) {
 }
 
 bool isAscending(const std::string& sortDirection) {
-  // The length first: a text with a NUL in it is another text.
+  // Compare the length first: a text with a NUL in it is a different text.
   return sortDirection.size() == 3 && strcasecmp(sortDirection.c_str(), "ASC") == 0;
 }

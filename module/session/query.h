@@ -1,12 +1,12 @@
-// Narrowing, ordering and paging a list of sessions as a request asks.
+// Filtering, sorting and paging a list of sessions for a request.
 #pragma once
 
 #include <string>
 
 #include "session/session.h"
 
-// Orders two sessions by one field, as text of bytes. Equal keys keep their order in both
-// directions, since lists are sorted stably.
+// Compares two sessions by one field, bytewise. Equal keys keep their order in both directions,
+// since lists are sorted stably.
 class Session::Compare {
  public:
   Compare(SessionSortField field, bool ascending) : field_(field), ascending_(ascending) {}
@@ -17,16 +17,16 @@ class Session::Compare {
   bool ascending_;
 };
 
-// Removes every record that does not contain `filter` in any letter case. False, the list
-// unchanged, where the filter cannot be upper-cased.
+// Removes every record that does not contain `filter`, ignoring case. False, with the list
+// unchanged, if the filter cannot be upper-cased.
 bool FilterSessionList(const std::string& filter, SessionList& list);
 
-// The field named exactly so; `time` for any other text.
+// The field with exactly this name; `time` for any other text.
 SessionSortField sortFieldOf(const std::string& sortBy);
-// Whether `sortDirection` is "ASC" in any letter case.
+// Whether `sortDirection` is "ASC", ignoring case.
 bool isAscending(const std::string& sortDirection);
 
-// A part of a list, by the numbers of its records counted from 0.
+// A part of a list, by record numbers from 0.
 struct Page {
   int start = 0;
   int limit = -1;  // 0 or less: the whole list

@@ -9,7 +9,7 @@
 
 #include "zevo/connections.h"
 
-// The field that a list is sorted by.
+// The sort field of a list.
 enum class SessionSortField : std::int32_t { time = 0, who = 1, from = 2, descr = 3, type = 4 };
 
 class Session {
@@ -23,10 +23,11 @@ class Session {
   std::string descr;
   std::string type;  // name of the service, see set_strType
 
-  // Takes a record of the registry or the login log. False, with nothing changed, for null.
+  // Sets the fields from a record of the registry or the login log. False, with nothing changed,
+  // for null.
   bool setValue(const _tag_ZEVO_CURCONN_* rec);
-  // Takes a connection that a client named. False, with nothing changed, where pid is 0 or a text
-  // is empty.
+  // Sets the fields of a connection named by a client. False, with nothing changed, if pid is 0 or
+  // a text is empty.
   bool setValue(unsigned int newPid, const std::string& newType, const std::string& newWho,
                 const std::string& newFrom);
   void set_strType(int id);
@@ -36,7 +37,7 @@ class Session {
   // Whether `who`, upper-cased, is `upperName`, which the caller has upper-cased.
   [[nodiscard]] bool withUserQuery(const char* upperName) const;
 
-  // Whether both name the same connection: time and description do not count, a client does not
+  // Whether both name the same connection; time and description are ignored, since clients do not
   // send them back.
   [[nodiscard]] bool is_equal(const Session& other) const;
   [[nodiscard]] bool check_can_be_kicked() const;

@@ -12,8 +12,8 @@
 
 namespace zevo {
 
-// Whether a name service may be asked for `name`: no account has an empty or a longer name, and
-// some sources copy what they are asked for to their stack. Every look-up by name asks here first.
+// Whether the name service may be queried for `name`: no account has an empty or a longer name, and
+// some sources copy the name to their stack. Every look-up by name checks this first.
 [[nodiscard]] inline bool canBeAccountName(std::string_view name) {
   return !name.empty() && name.size() < LOGIN_NAME_MAX && name.find('\0') == std::string_view::npos;
 }
@@ -22,8 +22,8 @@ namespace zevo {
 NameServiceAnswer<passwd> askForAccount(uid_t uid);
 NameServiceAnswer<passwd> askForAccount(const std::string& name);
 
-// Name of the account with the id `uid`; the id itself where no account has it (any longer) or the
-// name service does not answer, as ps writes it.
+// The name of the account with the id `uid`; like ps, the id itself if there is no such account or
+// the name service fails.
 std::string accountName(uid_t uid);
 
 }  // namespace zevo

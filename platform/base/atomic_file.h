@@ -1,4 +1,4 @@
-// Replacing a file as a whole.
+// Replaces a whole file.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@
 
 namespace zevo {
 
-// The system calls that a replacement makes: a test lets exactly one of them fail.
+// The system calls of a replacement: a test lets exactly one of them fail.
 class FileOperations {
  public:
   FileOperations() = default;
@@ -26,29 +26,28 @@ class FileOperations {
   virtual int fsetxattr(int file, const char* name, const void* value, std::size_t size);
   virtual int rename(const char* from, const char* to);
 
-  // Those of the system.
+  // The real system calls.
   static FileOperations& system();
 };
 
 struct ReplaceOptions {
-  // Of the new file, which belongs to the caller.
+  // The mode of the new file, which belongs to the caller.
   mode_t mode = 0600;
-  // Gives the new file owner, group, mode and extended attributes of the old one, where there is
-  // one. Only for an edit of a file whose owner is to be trusted: whoever lays a file under the
-  // name beforehand would own what is written there. A label that the kernel gives to no file by
-  // now, since its security module is not active, may be lost; any other attribute that cannot be
-  // kept fails the replacement. Attributes "trusted.*" can be seen, and kept, by a process with
-  // CAP_SYS_ADMIN alone.
+  // Gives the new file the owner, group, mode and extended attributes of an existing old one. Only
+  // for edits of a file with a trusted owner: anybody who created the file beforehand would own
+  // what is written to it. A label whose security module is no longer active may be lost; if any
+  // other attribute cannot be kept, the replacement fails. Attributes "trusted.*" are visible, and
+  // kept, only for a process with CAP_SYS_ADMIN.
   bool keepsIdentity = false;
-  // Removes temporaries that writers killed in the middle left beside the target. Only for a caller
-  // that holds a lock against other writers.
+  // Removes temporary files that killed writers left beside the target. Only for a caller that
+  // holds a lock against other writers.
   bool removeLeftovers = false;
 };
 
-// Makes `pieces`, one after the other, the content of `target`: a temporary file beside it is
-// written, made durable and renamed over it, so a reader or a crash sees the old file or the new
-// one. On failure the old file is unchanged and the temporary gone. `target` is no symbolic link's
-// name to follow: a link is replaced.
+// Replaces the content of `target` by the concatenated `pieces`: writes a temporary file beside it,
+// synchronises it and renames it, so that readers, or anybody after a crash, see the old file or
+// the new one. On failure the old file is unchanged and the temporary file removed. A symbolic link
+// `target` is not followed but replaced.
 [[nodiscard]] std::optional<FileFailure> replaceFile(
     const std::string& target, std::span<const std::string_view> pieces,
     const ReplaceOptions& options = {}, FileOperations& operations = FileOperations::system());

@@ -9,7 +9,7 @@ namespace zevo {
 
 std::string errorText(int error) {
   std::array<char, 256> buffer{};
-  return ::strerror_r(error, buffer.data(), buffer.size());  // GNU's: the text may lie elsewhere
+  return ::strerror_r(error, buffer.data(), buffer.size());  // GNU's: the text may be elsewhere
 }
 
 std::string FileFailure::text() const {

@@ -7,12 +7,12 @@
 
 namespace zevo {
 
-// The number of the group `name`, from whichever source the server has. None with errno 0 where
-// there is no such group, and with the reason in errno where it cannot be looked up.
+// The id of the group `name`, from any source of the name service. None, with errno 0 if there is
+// no such group, or with the reason in errno if the look-up failed.
 [[nodiscard]] std::optional<gid_t> groupNumber(const std::string& name);
 
-// What to say of it then: "there is no group "NAME"", or "cannot look up the group "NAME": reason"
-// where `error` is not 0; the name made printable.
+// The message for it: "there is no group "NAME"", or "cannot look up the group "NAME": reason" if
+// `error` is not 0; the name is made printable.
 [[nodiscard]] std::string groupFailure(const std::string& name, int error);
 
 }  // namespace zevo

@@ -1,4 +1,4 @@
-// Times as a person reads them.
+// Times in readable form.
 #pragma once
 
 #include <ctime>
@@ -6,8 +6,8 @@
 
 namespace zevo {
 
-// `time` in local time as "2026-11-20 21:26:24", so that the order of texts is that of times; empty
-// where it has no such form.
+// `time` in local time as "2026-11-20 21:26:24", so that text order is time order; empty if it
+// cannot be represented.
 std::string localTimeText(std::time_t time);
 
 }  // namespace zevo

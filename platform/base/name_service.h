@@ -1,4 +1,4 @@
-// Asking the name service for one entry.
+// Queries the name service for one entry.
 #pragma once
 
 #include <cerrno>
@@ -9,13 +9,12 @@ namespace zevo {
 
 template <typename Entry>
 struct NameServiceAnswer {
-  int error = 0;  // errno; 0 also where there is no such entry
-  // Where there is no entry: not 0 where one of the sources could not be asked, so that there may
-  // be one after all.
+  int error = 0;  // errno; 0 also if there is no such entry
+  // If no entry was found: not 0 if one of the sources failed, so that the entry may exist.
   int doubt = 0;
   bool found = false;
   Entry entry{};
-  std::vector<char> texts;  // what the entry points to
+  std::vector<char> texts;  // the data of the entry
 
   NameServiceAnswer() = default;
   NameServiceAnswer(NameServiceAnswer&&) noexcept = default;
@@ -25,7 +24,7 @@ struct NameServiceAnswer {
 };
 
 // Makes one reentrant look-up of the C library, `lookUp(entry, buffer, size, found)`, with a buffer
-// that grows to what the entry needs.
+// that grows as needed.
 template <typename Entry, typename LookUp>
 NameServiceAnswer<Entry> askNameService(const LookUp& lookUp) {
   constexpr std::size_t kFirst = 1024;
@@ -40,8 +39,8 @@ NameServiceAnswer<Entry> askNameService(const LookUp& lookUp) {
     answer.texts.resize(answer.texts.size() * 2);
   }
   answer.found = answer.error == 0 && found != nullptr;
-  // Other systems say so of an entry that is nowhere. The C library of ours says 0 then, and gives
-  // these of a source that is not there.
+  // On other systems these mean that there is no entry. Our C library returns 0 then, and these for
+  // a source that is not available.
   const int error = answer.error;
   if (error == ENOENT || error == ESRCH || error == EBADF || error == EPERM) {
     answer.doubt = error;

@@ -8,8 +8,8 @@
 
 namespace zevo {
 
-// Whether the whole of `text` is a number in the C locale's form, which then is `*number`. `base`
-// may be that of an integer, 10 without it. No plus sign and no space; zeros may lead.
+// Whether the whole of `text` is a number in the format of the C locale, stored in `*number`.
+// `base` is for integers, by default 10. No plus sign and no space; leading zeros are allowed.
 template <typename Number, typename... Base>
 bool parseNumber(std::string_view text, Number* number, Base... base) {
   Number parsed{};
@@ -20,7 +20,7 @@ bool parseNumber(std::string_view text, Number* number, Base... base) {
   return true;
 }
 
-// That number; nothing where there is none or it is out of range.
+// The number; nothing if there is none or it is out of range.
 template <typename Number, typename... Base>
 std::optional<Number> parseNumber(std::string_view text, Base... base) {
   Number number{};

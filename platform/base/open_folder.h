@@ -1,4 +1,4 @@
-// A folder open for reading its entries, closed when its owner goes.
+// A directory open for reading its entries, closed by its destructor.
 #pragma once
 
 #include <dirent.h>
@@ -10,7 +10,7 @@ struct CloseFolder {
   void operator()(DIR* folder) const { ::closedir(folder); }
 };
 
-// What opendir(3) or fdopendir(3) gave, or none.
+// The result of opendir(3) or fdopendir(3), or none.
 using OpenFolder = std::unique_ptr<DIR, CloseFolder>;
 
 }  // namespace zevo

@@ -1,4 +1,4 @@
-// Whose pids a /proc shows.
+// Checks which pids a /proc shows.
 #pragma once
 
 #include <optional>
@@ -6,9 +6,9 @@
 
 namespace zevo {
 
-// Why the pids under `proc` are not those that kill(2) takes, with the remedy; nothing where they
-// are. A process in a pid namespace of its own may see the /proc of another one: there it has
-// another pid, and its own pid is another process's.
+// Why the pids under `proc` are not those of kill(2), with the remedy; nothing if they are. A
+// process in its own pid namespace may see the /proc of another one: there it has another pid, and
+// its own pid belongs to another process.
 [[nodiscard]] std::optional<std::string> foreignPids(const std::string& proc = "/proc");
 
 }  // namespace zevo

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kSmallest = 4096;  // files of /proc have no size
 
-// One read(2), again after an interruption.
+// One read(2), retried after an interruption.
 ssize_t readSome(int descriptor, char* buffer, std::size_t size) {
   ssize_t got = -1;
   do {
@@ -30,7 +30,7 @@ std::optional<FileFailure> readDescriptor(int descriptor, const std::string& pat
   if (!S_ISREG(status.st_mode)) return FileFailure{"read", path, ENOTSUP};
   const auto size = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
   if (size > limit) return FileFailure{"read", path, EFBIG};
-  // One byte more, so that the end is seen without a larger buffer.
+  // One byte more, to detect the end without a larger buffer.
   content->resize(std::max(size + 1, kSmallest));
   for (std::size_t filled = 0;;) {
     const ssize_t got = readSome(descriptor, content->data() + filled, content->size() - filled);

@@ -1,4 +1,4 @@
-// Reading a file into memory.
+// Reads a file into memory.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 
 namespace zevo {
 
-// Replaces *content by all of the file at `path`, or says why that is not possible; EFBIG where it
-// is longer than `limit` bytes. Works for files of /proc, whose size reads as 0. Only regular files
-// are read (ENOTSUP otherwise), so nobody can make the reader wait on a pipe.
+// Replaces *content by the whole file at `path`, or returns the failure; EFBIG if it is longer than
+// `limit` bytes. Works for files of /proc, whose size is reported as 0. Only regular files are read
+// (ENOTSUP otherwise), so that nobody can make the reader wait on a pipe.
 [[nodiscard]] std::optional<FileFailure> readFile(const std::string& path, std::size_t limit,
                                                   std::string* content);
 

@@ -1,4 +1,4 @@
-// What our own functions return where they may fail.
+// The result of our own functions that may fail.
 #pragma once
 
 #include <string>
@@ -8,8 +8,8 @@
 namespace zevo {
 
 struct Error {
-  int code = 0;          // of the API, or an errno; 0 where nobody asks for one
-  std::string sentence;  // names the thing and the remedy; without a full stop
+  int code = 0;          // of the API, or an errno; 0 if not needed
+  std::string sentence;  // what failed, and the remedy; without a full stop
 };
 
 template <typename T>

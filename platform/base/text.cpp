@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
 
 struct Character {
-  std::size_t length;  // bytes taken; 1 or more also where they are ill-formed
+  std::size_t length;  // bytes consumed; at least 1, even if ill-formed
   std::uint32_t codePoint;
   bool wellFormed;
 };
@@ -34,8 +34,8 @@ std::uint8_t byteAt(std::string_view text, std::size_t index) {
   return static_cast<std::uint8_t>(text[index]);
 }
 
-// The first character of `text`, which is not empty. An ill-formed sequence is as long as the part
-// of it that could have begun a character.
+// The first character of `text`, which is not empty. The length of an ill-formed sequence is that
+// of the part that could begin a character.
 Character firstCharacter(std::string_view text) {
   const std::uint8_t lead = byteAt(text, 0);
   if (lead < 0x80) return {1, lead, true};

@@ -1,15 +1,15 @@
-// Code that root runs.
+// Loads code that root runs.
 #pragma once
 
 #include <string>
 
 namespace zevo {
 
-// Loads the shared library at `path` for the life of the process (dlopen's handle), where nobody
-// but root, or the account that the process runs as, could have put it there: file and folder
-// belong to one of them, and neither group nor others may write to them. Otherwise null, with
-// *reason a sentence without a full stop that names what is wrong and the remedy. What was checked
-// is what is loaded, whatever is done to the name meanwhile.
+// Loads the shared library at `path` for the lifetime of the process (dlopen's handle) if only
+// root, or the account of the process, could have written it: the file and its directory belong to
+// one of them, and neither group nor others may write to them. Otherwise null, with the reason and
+// the remedy in *reason, a sentence without a full stop. The file that was checked is the one that
+// is loaded, even if the name is changed in between.
 [[nodiscard]] void* loadTrustedLibrary(const std::string& path, std::string* reason);
 
 }  // namespace zevo

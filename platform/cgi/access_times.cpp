@@ -11,8 +11,8 @@
 namespace zevo {
 namespace {
 
-// Whether `error` says that a name, or one on the way to it, is not there; anything else is the
-// system's trouble.
+// Whether `error` means that a name, or a part of its path, does not exist; anything else is a
+// system failure.
 bool isMissing(int error) {
   return error == ENOENT || error == ENOTDIR || error == ELOOP;
 }

@@ -1,4 +1,4 @@
-// Which logins of a session file are in use.
+// Determines which logins of a session file are in use.
 #pragma once
 
 #include <cstdint>
@@ -12,23 +12,23 @@ namespace zevo {
 
 enum class Currency { kCurrent, kEnded, kUnknown };
 
-// The folder of access times beside a session file: one file a login, whose time is that of its
+// The directory of access times beside a session file: one file per login, with the time of its
 // last use.
 class AccessTimes {
  public:
   explicit AccessTimes(const std::string& sessionFile);
 
-  // Of a login's record, as it was when this object was made. A view login ends on its date. Any
-  // other has ended once it was not used within the configuration's idle limit, or its access time
-  // is missing, or it began before the configuration's login limit. Unknown, with the last error
-  // set, where the access time cannot be read: that says nothing about the login.
+  // The state of a login at the time when this object was created. A view login ends on its date.
+  // Any other has ended if it was not used within the configured idle limit, its access time is
+  // missing, or it began before the configured login limit. Unknown, with the last error set, if
+  // the access time cannot be read.
   [[nodiscard]] Currency currencyOf(json_object* record) const;
-  // When a login was used last, in nanoseconds since 1970; 0 where that cannot be told.
+  // When a login was last used, in nanoseconds since 1970; 0 if unknown.
   [[nodiscard]] std::int64_t lastUse(const char* id) const;
-  // Makes now the access time of a login that has one. Another one stays without.
+  // Sets the access time of a login to now if it has one.
   void touch(const char* id) const;
   void remove(const char* id) const;
-  // The folder; none where it cannot be read.
+  // The directory; none if it cannot be read.
   [[nodiscard]] const FileDescriptor& folder() const { return folder_; }
 
  private:
@@ -36,7 +36,7 @@ class AccessTimes {
 
   std::string path_;
   FileDescriptor folder_;
-  int folderError_;  // errno where there is no folder
+  int folderError_;  // errno if there is no directory
   std::time_t now_;
 };
 

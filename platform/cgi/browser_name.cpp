@@ -11,11 +11,11 @@ namespace {
 constexpr std::size_t kLongestName = 40;
 
 struct Browser {
-  std::string_view mark;  // what only its User-Agent, or that of a browser further below, contains
+  std::string_view mark;  // found only in its User-Agent, or that of a browser below
   const char* name;
 };
 
-// In this order: most browsers also claim to be the ones below them.
+// In this order, since most browsers also claim to be those below them.
 constexpr std::array<Browser, 9> kBrowsers = {{
     {"Edg/", "Edge"},
     {"OPR/", "Opera"},

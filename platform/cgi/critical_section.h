@@ -1,4 +1,4 @@
-// The critical section of a session file, held as long as this lives.
+// The critical section of a session file, for the lifetime of this object.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace zevo {
 
-// Keeps other processes out, but not other threads of this one. Never nested.
+// Excludes other processes, but not other threads of this one. Never nested.
 class CriticalSection {
  public:
-  // Waits `milliseconds` at most; the last error is set where the section was not entered.
+  // Waits `milliseconds` at most; the last error is set if the section was not entered.
   CriticalSection(const std::string& sessionFile, int milliseconds) {
     ZEVO_CGI cgi;
     ZevoCgiInit(sessionFile.c_str(), &cgi);

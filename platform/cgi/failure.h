@@ -1,5 +1,4 @@
-// How functions over the session file end that cannot do their work: the last error set, its cause
-// noted.
+// Failures of functions on the session file: set the last error and note its cause.
 #pragma once
 
 #include <string>
@@ -10,7 +9,7 @@
 
 namespace zevo {
 
-// Notes `cause` under `code`, with the place of the call. Returns -1.
+// Notes `cause` under `code`, with the location of the call. Returns -1.
 inline int fail(int code, const std::string& cause, const char* file = __builtin_FILE(),
                 int line = __builtin_LINE()) {
   noteError(code, cause, file, line);

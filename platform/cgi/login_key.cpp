@@ -23,7 +23,7 @@ bool isOwnersAlone(int file) {
          (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-// Stores the key that is there in *key, or nothing where none is that can be trusted.
+// Stores the existing key in *key, or nothing if there is none that can be trusted.
 std::optional<FileFailure> readKey(const std::string& path, std::string* key) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
   if (!file && (errno == ENOENT || errno == ELOOP)) return std::nullopt;

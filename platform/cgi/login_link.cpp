@@ -34,7 +34,7 @@ bool isYoung(const struct stat& status) {
   return age >= 0 && age < kLoginLinkSeconds;
 }
 
-// Takes a number and the space behind it away from `text`.
+// Removes a number and the space after it from `text`.
 template <typename Number>
 std::optional<Number> takeNumber(std::string_view& text) {
   Number number = 0;
@@ -45,7 +45,7 @@ std::optional<Number> takeNumber(std::string_view& text) {
   return number;
 }
 
-// "UID END MARK NAME"; the end is 0 for any other than a view login.
+// "UID END MARK NAME"; the end is 0 unless it is a view login.
 std::string contentOf(const LinkAccount& account) {
   return std::to_string(account.uid) + " " + std::to_string(account.viewUntil.value_or(0)) + " " +
          account.passwordMark + " " + account.name;
@@ -110,7 +110,7 @@ std::optional<LinkAccount> takeLoginLink(const std::string& sessionFilePath,
   if (!file || ::fstat(file.get(), &status) != 0 || !isYoung(status)) return std::nullopt;
   std::string content;
   if (readDescriptor(file.get(), name, kLongestLink, &content)) return std::nullopt;
-  // Whoever removes the name has taken the link; everybody else comes too late.
+  // Whoever removes the name gets the link; everybody else is too late.
   if (::unlinkat(folder.get(), name.c_str(), 0) != 0) return std::nullopt;
   return parseAccount(content);
 }

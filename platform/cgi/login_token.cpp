@@ -38,9 +38,9 @@ bool isBase64Url(char c) {
 
 std::string newLoginToken() {
   std::array<std::uint8_t, kTokenBytes> bytes{};
-  // Up to 256 bytes come whole or, before the kernel has gathered its first randomness, late.
+  // Up to 256 bytes are returned completely; early after the boot the call may wait.
   while (::getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size())) {
-    if (errno != EINTR) std::abort();  // no kernel that we run on; a guessable secret is worse
+    if (errno != EINTR) std::abort();  // unsupported kernel; a guessable secret would be worse
   }
   return base64Url(bytes);
 }

@@ -6,8 +6,8 @@
 
 namespace zevo {
 
-// The lines of `content`, each with its line feed; the last one may lack it. None where `content`
-// is empty.
+// The lines of `content`, each with its line feed; the last one may lack it. None if `content` is
+// empty.
 inline std::vector<std::string_view> linesOf(std::string_view content) {
   std::vector<std::string_view> lines;
   while (!content.empty()) {

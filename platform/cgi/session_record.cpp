@@ -13,7 +13,7 @@ struct TokenerDeleter {
   void operator()(json_tokener* tokener) const { json_tokener_free(tokener); }
 };
 
-// The object that all of `text` is, or null.
+// The object in `text`, if it is the whole text, or null.
 JsonObject parseWith(int flags, std::string_view text) {
   const std::unique_ptr<json_tokener, TokenerDeleter> tokener(json_tokener_new_ex(kDeepest));
   if (!tokener) return owned(nullptr);
@@ -26,8 +26,8 @@ JsonObject parseWith(int flags, std::string_view text) {
   return object;
 }
 
-// Where json-c 0.18 is strict it takes each byte above 127 for a control character, so the syntax
-// is checked without these.
+// In strict mode json-c 0.18 treats each byte above 127 as a control character, so the syntax is
+// checked without these.
 JsonObject parseObject(std::string_view text) {
   std::string ascii(text);
   std::replace_if(
@@ -42,7 +42,7 @@ std::string_view withoutLineBreak(std::string_view line) {
   return line;
 }
 
-// JSON allows none in its texts, which json-c does not check.
+// JSON does not allow them in strings, which json-c does not check.
 bool hasControlCharacter(std::string_view line) {
   return std::any_of(line.begin(), line.end(),
                      [](char c) { return static_cast<unsigned char>(c) < 0x20; });
@@ -79,7 +79,7 @@ JsonObject parseSessionRecord(std::string_view line) {
   JsonObject record = owned(json_object_new_object());
   if (!fields || !record) return owned(nullptr);
   if (json_object_object_add(record.get(), id.c_str(), fields.get()) != 0) return owned(nullptr);
-  static_cast<void>(fields.release());  // it is the record's now
+  static_cast<void>(fields.release());  // now owned by the record
   return record;
 }
 

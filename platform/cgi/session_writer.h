@@ -1,4 +1,4 @@
-// Recording logins to the web interface.
+// Records logins to the page.
 #pragma once
 
 #include <ctime>
@@ -8,7 +8,7 @@
 
 namespace zevo {
 
-// A login as it is recorded; all texts come from outside.
+// A login to record; all texts come from outside.
 struct Login {
   std::string id;       // base64url, at most 128 characters
   std::string client;   // numeric address
@@ -16,20 +16,20 @@ struct Login {
   std::string browser;  // the browser's name, shortened until the line fits
   std::time_t start = 0;
   bool isHidden = false;
-  // The account's number; a host that keeps it notices when the name changes hands.
+  // The user id of the account, by which a host notices that the name was given to another account.
   std::optional<uid_t> uid = std::nullopt;
   std::string passwordMark = {};  // keyed hash of the account's password field, base64url
   std::optional<std::time_t> viewUntil = std::nullopt;  // of a view login: when it ends
 };
 
-// Appends the login to the session file at `path`, which is created where it is missing, and sets
+// Appends the login to the session file at `path`, which is created if it does not exist, and sets
 // its access time to now. Enters the critical section, waiting `milliseconds` at most. Returns the
-// login's own number, above 0; -1 with the last error set, and the file unchanged, where the id is
-// taken or no base64url, another text is no UTF-8 or too long, or the file cannot be written.
+// number of the login, above 0; -1 with the last error set, and the file unchanged, if the id is in
+// use or not base64url, another text is not UTF-8 or too long, or the file cannot be written.
 int appendLogin(const std::string& path, const Login& login, int milliseconds);
 
 // Sets the access time of the login `id` to now. False with the last error set on failure, also for
-// an id that is no base64url.
+// an id that is not base64url.
 bool touchAccessTime(const std::string& path, const std::string& id);
 
 }  // namespace zevo

@@ -44,7 +44,7 @@ std::optional<WebLogin> loginOf(json_object* record) {
       uid > UINT_MAX || start < 0) {
     return std::nullopt;
   }
-  // What is not positively a login with all rights is none.
+  // Anything that is not clearly a login with all rights is not one.
   const std::int64_t end = sessionNumber(record, kEndField, -1);
   const bool isView = sessionField(record, kEndField) != nullptr;
   if (isView && end < 0) return std::nullopt;
@@ -61,10 +61,10 @@ std::optional<WebLogin> loginOf(json_object* record) {
                   .number = static_cast<int>(number)};
 }
 
-// Those of the user's logins that end so that one more can begin: the longest unused.
+// The logins of the user that end so that a new one can begin: the least recently used.
 std::set<std::string> loginsToEnd(std::string_view content, const std::string& user,
                                   const AccessTimes& times) {
-  std::vector<std::pair<std::int64_t, std::string>> logins;  // by their last use
+  std::vector<std::pair<std::int64_t, std::string>> logins;  // by last use
   for (const std::string_view line : linesOf(content)) {
     const JsonObject record = parseSessionRecord(line);
     const auto login = record ? loginOf(record.get()) : std::nullopt;
@@ -79,7 +79,7 @@ std::set<std::string> loginsToEnd(std::string_view content, const std::string& u
   return ids;
 }
 
-// Access times without a login are left by a crash between the two writes.
+// A crash between the two writes leaves access times without a login.
 void removeStrayTimes(const AccessTimes& times, const std::set<std::string, std::less<>>& ids) {
   const int copy = times.folder() ? ::fcntl(times.folder().get(), F_DUPFD_CLOEXEC, 0) : -1;
   const OpenFolder entries(::fdopendir(copy));
@@ -98,8 +98,8 @@ LoginSearch searchResultOf(Currency currency) {
   return currency == Currency::kCurrent ? LoginSearch::kFound : LoginSearch::kNone;
 }
 
-// Removes the logins that have ended by `judge`, and their access times; none where it does not
-// know of one. Lines that are no record stay.
+// Removes the logins that have ended according to `judge`, and their access times; none if the
+// state of one is unknown. Lines that are not records are kept.
 bool removeLogins(const std::string& path, const Judgement& judge) {
   const CriticalSection section(path, kLockMilliseconds);
   if (!section) return false;
@@ -136,7 +136,7 @@ bool addWebLogin(const std::string& path, WebLogin* login) {
   if (const auto failure = readFile(path, kLongestSessionFile, &content))
     return failAtFile(*failure);
   const AccessTimes times(path);
-  // Of several logins at once each may find the same ones; the next login ends what is left.
+  // Several concurrent logins may find the same ones; the next login ends the rest.
   const std::set<std::string> ending =
       login->viewUntil ? std::set<std::string>() : loginsToEnd(content, login->user, times);
   const bool isSwept = removeLogins(path, [&](json_object* record) {

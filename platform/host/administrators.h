@@ -1,4 +1,4 @@
-// Who administers this server.
+// Identifies the administrators of this server.
 #pragma once
 
 #include "zevo/account.h"
@@ -7,8 +7,8 @@
 namespace zevo {
 
 // Whether the account is an administrator: uid 0, or a member of the administrators' group of the
-// configuration, by its primary group or otherwise, as the name service tells it. False where the
-// name service fails. Whether the account may log in is not asked.
+// configuration, by its primary group or otherwise, according to the name service. False if the
+// name service fails. Does not check whether the account may log in.
 ZEVO_EXPORT bool isAdministrator(const UserRecord& user);
 
 }  // namespace zevo

@@ -1,4 +1,4 @@
-// The configuration of platform and hosts. The module has none.
+// The configuration of the platform and its hosts. The module has none.
 #pragma once
 
 #include <chrono>
@@ -14,21 +14,21 @@ struct Config {
   std::string language;  // "" : the locale's
   std::string sessionFile = "/run/currentconn/sessions";
   std::chrono::minutes idleLimit{15};  // of a web login
-  std::chrono::hours loginLimit{12};   // a web login ends so long after it began, however used
+  std::chrono::hours loginLimit{12};   // a web login ends this long after it began
   std::chrono::seconds toolLimit{10};  // how long a service's own tool may take
   std::string smbstatus = "/usr/bin/smbstatus";
   std::string pdbedit = "/usr/bin/pdbedit";
-  std::string stateFolder = "/var/lib/currentconn";  // what is kept over restarts
-  std::string listFolder = "/run/currentconn/list";  // of the list that calls share for a moment
+  std::string stateFolder = "/var/lib/currentconn";  // state that survives restarts
+  std::string listFolder = "/run/currentconn/list";  // of the list that concurrent calls share
   std::string administratorsGroup;  // "" : the first of administrators, sudo, wheel that exists
-  int minAdmins = 1;                // valid administrators that an account write leaves
-  // The daemon's alone.
+  int minAdmins = 1;                // valid administrators that must remain after an account write
+  // Only for the daemon.
   std::string webSocket = "/run/currentconn/web.sock";
   std::string webGroup = "www-data";  // of the web server
   std::string localSocket = "/run/currentconn/local.sock";
-  bool rootPasswordLogin = false;  // whether root logs in to the page by password too
-  std::string moduleFolder;        // "" : `modules` beside the folder of the program
-  std::string pamFolder;           // "" : the system's folders of PAM services
+  bool rootPasswordLogin = false;  // whether root may also log in to the page by password
+  std::string moduleFolder;        // "" : `modules` beside the program's directory
+  std::string pamFolder;           // "" : the system's directories of PAM services
   int maxCalls = 64;               // calls at once
   std::chrono::seconds callLimit{180};
 
@@ -37,18 +37,18 @@ struct Config {
 
 inline constexpr const char* kDefaultConfigPath = "/etc/currentconn/currentconn.toml";
 
-// Makes the file at `path` the process's configuration. Hosts call it once, before they load a
-// module. A missing file is an error only where `required`; it leaves the defaults. Returns false
-// with `*error` naming file, line and reason, and changes nothing, where the file cannot be read,
-// an unknown key stands in it, or a value has the wrong type or range; with effective uid 0 also
-// where others than root could have written the file.
+// Loads the file at `path` as the configuration of the process. Hosts call it once, before they
+// load a module. A missing file is an error only if `required`; otherwise the defaults apply.
+// Returns false, with file, line and reason in `*error`, and changes nothing if the file cannot be
+// read, has an unknown key, or a value of a wrong type or range; with effective uid 0 also if users
+// other than root can write the file.
 ZEVO_EXPORT bool loadConfig(const std::string& path, bool required, std::string* error);
 
-// The process's configuration: the defaults until loadConfig succeeds.
+// The configuration of the process: the defaults until loadConfig succeeds.
 ZEVO_EXPORT const Config& config();
 
-// `reason`, why the value of `key` cannot be used, after the place where it is set:
-// "FILE:LINE: reason". Where the key has its default there is no such place, and `reason` is all.
+// `reason`, why the value of `key` cannot be used, preceded by its location: "FILE:LINE: reason".
+// If the key has its default, only `reason`.
 ZEVO_EXPORT std::string configProblem(std::string_view key, const std::string& reason);
 
 }  // namespace zevo

@@ -1,4 +1,4 @@
-// Whether the configuration's names stand for something.
+// Checks the names in the configuration.
 #pragma once
 
 #include <string>
@@ -7,9 +7,9 @@
 
 namespace zevo {
 
-// Whether what the configuration names, and every host needs, is there: texts in the language and
-// the group of administrators. Hosts ask once, after loadConfig. False with *error naming file,
-// line, reason and remedy otherwise.
+// Whether what every host needs exists: texts in the configured language and the group of
+// administrators. Hosts call it once, after loadConfig. False, with file, line, reason and remedy
+// in *error, otherwise.
 ZEVO_EXPORT bool checkConfig(std::string* error);
 
 }  // namespace zevo

@@ -1,4 +1,4 @@
-// How old a list of connections may be.
+// The permitted age of a list of connections.
 #pragma once
 
 #include <chrono>
@@ -7,9 +7,9 @@
 
 namespace zevo {
 
-// From now on ZEVOCurConnGet of this process may give a list whose reading began up to `age` before
-// the call. Without this no list is older than its call. For calls whose caller only looks at the
-// list and soon looks again: whoever ends connections needs one that is true now.
+// From now on ZEVOCurConnGet in this process may return a list whose read began up to `age` before
+// the call. Otherwise no list is older than its call. For automatic refreshes only: callers that
+// end connections need a current list.
 ZEVO_EXPORT void acceptListAge(std::chrono::milliseconds age);
 
 }  // namespace zevo

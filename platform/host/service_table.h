@@ -1,6 +1,6 @@
-// The services whose connections are listed, each once. What lists services reads this table; the
-// module, whose names are part of its API, and the texts that name services are held against it by
-// tests.
+// The services whose connections are listed, each once. All code that lists services uses this
+// table; tests compare it with the module, whose names are part of its API, and with texts that
+// name services.
 #pragma once
 
 #include <algorithm>
@@ -14,15 +14,15 @@ namespace zevo {
 
 struct ListedService {
   ZEVO_CURCONN_TYPE id;
-  std::string_view name;                  // as the list has it
-  std::array<std::string_view, 3> words;  // that mean it on the command line, the usual one first
-  // Part of the name of each process that serves it, without which a kick signals nothing; empty
-  // where no process serves a connection alone.
+  std::string_view name;                  // its name in the list
+  std::array<std::string_view, 3> words;  // its names on the command line, the usual one first
+  // Part of the name of each process that serves it, required for a kick to signal it; empty if no
+  // process serves a single connection.
   std::string_view process;
   bool canBeEnded;  // by a kick
 };
 
-// One row a line: the completions of the shells are made from it too.
+// One row per line: the shell completions are generated from it too.
 inline constexpr std::array<ListedService, 9> kListedServices = {{
     {ZEVO_CURCONN_CIFS, "CIFS", {"cifs", "smb"}, "smbd", true},
     {ZEVO_CURCONN_AFP, "AFP", {"afp"}, "afpd", true},
@@ -35,7 +35,7 @@ inline constexpr std::array<ListedService, 9> kListedServices = {{
     {ZEVO_CURCONN_HTTP, "HTTP/HTTPS", {"web", "http", "http/https"}, "", true},
 }};
 
-// The name of a connection that is of none of them.
+// The name for connections of any other service.
 inline constexpr std::string_view kUnlistedService = "UNKNOWN";
 
 // The list's name for the type `id`.
@@ -46,7 +46,7 @@ constexpr std::string_view serviceName(ZEVO_CURCONN_TYPE id) {
   return kUnlistedService;
 }
 
-// What `part` gives for each service, with a comma and a blank between each two.
+// The results of `part` for each service, separated by a comma and a space.
 template <typename Part>
 std::string enumerateServices(Part part) {
   std::string text;

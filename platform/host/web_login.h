@@ -1,5 +1,5 @@
-// Logins in the session file, for the host that writes them. All functions take the path of the
-// session file and need its owner's rights; those that write enter its critical section.
+// Logins in the session file, for the host. All functions take the path of the session file and
+// need its owner's rights; those that write enter its critical section.
 #pragma once
 
 #include <cstdint>
@@ -17,53 +17,53 @@ struct WebLogin {
   std::string user;          // login name as modules see it: "admin" for uid 0
   uid_t uid = 0;             // of that account when it logged in
   std::string address;       // of the client, numeric
-  std::string browser = {};  // short name; shortened further until the record's line fits
+  std::string browser = {};  // short name; shortened until the record's line fits
   std::time_t started = 0;
   std::string passwordMark = {};  // of the account when it logged in
-  // When it ends. Only a view login has it: it lists and changes nothing, and does not idle out.
+  // When it ends; only for a view login, which lists, changes nothing and has no idle timeout.
   std::optional<std::time_t> viewUntil = std::nullopt;
-  int number = 0;  // the login's own, 1 or more: what lists show as its pid
+  int number = 0;  // of the login, 1 or more: its pid in lists
 
   bool operator==(const WebLogin&) const = default;
 };
 
-// So many logins that are no view logins may one account have: with logins without end it would
-// make the file so long that nobody's calls, and no disabling, would come to their end.
+// The limit for logins of one account, not counting view logins: without a limit an account could
+// make the file so long that no call, and no disabling, would complete.
 inline constexpr int kMostLogins = 64;
 
-// Writes a login that begins now: gives it the lowest number that no other has, and its access
-// time. Logins that have ended by the configuration's limits or on their date go at the same time,
-// and so do access times that belong to none, and of an account with too many logins those that
-// were not used for the longest time. Returns false with the last error set, and the file
-// unchanged, on failure; that an access time cannot be read is one.
+// Writes a login that begins now, with the lowest free number and its access time. Also removes
+// logins that have ended by the configured limits or on their date, access times without a login,
+// and the least recently used logins of an account that has too many. Returns false, with the last
+// error set and the file unchanged, on failure, including an unreadable access time.
 ZEVO_EXPORT bool addWebLogin(const std::string& path, WebLogin* login);
 
 enum class LoginSearch { kFound, kNone, kFailed };
 
-// Stores the login of this id in *login where it stands in the file and has not ended. Failed, with
-// the last error set, where the file or its access time cannot be read: then nothing is known; a
-// file that is not there holds no login. Takes no lock.
+// Stores the login with this id in *login if it is in the file and has not ended. Failed, with the
+// last error set, if the file or its access time cannot be read: then nothing is known. A missing
+// file has no logins. Takes no lock.
 ZEVO_EXPORT LoginSearch findWebLogin(const std::string& path, const std::string& id,
                                      WebLogin* login);
 
-// Makes now the access time of a login that is there; one that was removed meanwhile stays away.
+// Sets the access time of an existing login to now; one that was removed in the meantime is not
+// created again.
 ZEVO_EXPORT void touchWebLogin(const std::string& path, const std::string& id);
 
-// Ends a login. True also where there was none; false with the last error set on failure.
+// Ends a login. True also if there was none; false, with the last error set, on failure.
 ZEVO_EXPORT bool removeWebLogin(const std::string& path, const std::string& id);
 
-// The key for the password marks of the logins in the file, 43 characters: kept beside it for as
-// long, so that logins outlive a restart of the host, and made where there is none that only its
-// owner could have read. None with the last error set where it can be neither read nor made.
+// The key for the password marks of the logins in the file, 43 characters. It is stored beside the
+// file, so that logins survive a restart of the host, and created if there is none that only its
+// owner could have read. None, with the last error set, if it can be neither read nor created.
 ZEVO_EXPORT std::optional<std::string> loginKey(const std::string& path);
 
-// The mark of the account `name` whose password field this is (host/login_state.h): another one
-// after each change of either.
+// The mark of the account `name` with this password field (host/login_state.h); it differs after
+// each change of either.
 ZEVO_EXPORT std::string passwordMark(const std::string& key, const std::string& name,
                                      const std::string& passwordField);
 
 // Short name of the browser for a User-Agent header: "Firefox", "Chrome", "curl", …; the first
-// word, made printable, where it is none that is known.
+// word, made printable, if it is not known.
 ZEVO_EXPORT std::string browserName(const std::string& userAgent);
 
 }  // namespace zevo

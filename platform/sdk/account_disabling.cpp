@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::time_t kSecondsOfADay = 24L * 60 * 60;
 
-// One batch on its way.
+// One batch in progress.
 struct DisablingBatch {
   const DisablingTools& tools;
   const std::set<std::string>& names;
@@ -27,9 +27,10 @@ SambaBefore sambaBefore(const DisablingBatch& batch, const std::string& name) {
   return entry->second.isDisabled() ? SambaBefore::kDisabled : SambaBefore::kEnabled;
 }
 
-// What undoing must restore, from the account as it is: of what we set ourselves, what was before.
-// Each database for itself, since somebody may have enabled the account in one of them alone. A
-// flag cannot tell who set it, so an entry that was enabled before stays recorded as that.
+// What undoing must restore: the present state of the account, or the earlier state of what we set
+// ourselves. Separately for each database, since somebody may have enabled the account in only one
+// of them. A flag does not show who set it, so an entry that was enabled before remains recorded as
+// enabled.
 void note(DisablingBatch& batch, const std::string& name, const std::string& expiry) {
   const Actor& actor = batch.tools.actor;
   const Disabling fresh{expiry, sambaBefore(batch, name), actor.name, actor.place, batch.tools.now};
@@ -56,7 +57,7 @@ bool readSamba(DisablingBatch& batch) {
   return true;
 }
 
-// Up to the point of no return.
+// The steps before the point of no return.
 int writeFiles(DisablingBatch& batch) {
   const Disablings before = batch.record.disablings();
   batch.after = before;
@@ -74,7 +75,7 @@ int writeFiles(DisablingBatch& batch) {
     return ZEVO_ERR_SYSTEM;
   };
   const int code = writeShadow(batch.tools.accounts, write);
-  // Where that fails too, the list of disabled accounts shows these as changed since.
+  // If that fails too, the list of disabled accounts shows these as changed since.
   if (code != ZEVO_ERR_NONE && batch.record.disablings() != before) batch.record.write(before);
   return code;
 }
@@ -84,7 +85,7 @@ std::string detailOf(const std::string& name, const std::string& cause) {
          "; disable the account again";
 }
 
-// Those whose entries are to be disabled, as it is where that fails for want of memory.
+// The accounts whose entries are to be disabled, in case memory runs out.
 std::vector<StillLetIn> thoseLetIn(const DisablingBatch& batch) {
   std::vector<StillLetIn> accounts;
   for (const auto& [name, entry] : batch.samba) {
@@ -93,7 +94,7 @@ std::vector<StillLetIn> thoseLetIn(const DisablingBatch& batch) {
   return accounts;
 }
 
-// False with the detail of the account where it is still let in.
+// False, with the detail of the account, if it is still let in.
 bool disableInSamba(const DisablingBatch& batch, StillLetIn& account) {
   try {
     std::string cause;
@@ -101,7 +102,7 @@ bool disableInSamba(const DisablingBatch& batch, StillLetIn& account) {
     if (setSambaDisabled(batch.tools.samba, entry, true, &cause)) return true;
     account.detail = detailOf(account.user, cause);
   } catch (const std::bad_alloc&) {
-    // The detail already says so.
+    // The detail already has the reason.
   }
   return false;
 }
@@ -128,7 +129,7 @@ int disablingRefusal(const DisablingTools& tools, const std::set<std::string>& n
     for (auto& [name, expiry] : fields) expiry = kDisablingField;
     return ZEVO_ERR_NONE;
   };
-  // Past all rules, and short of the file: whatever this gives stops the write.
+  // After all checks and before the file is written: any failure here stops the write.
   write.prepare = [&isAllowed]() -> int {
     isAllowed = true;
     return ZEVO_ERR_SYSTEM;
@@ -146,7 +147,7 @@ int disableAccounts(const DisablingTools& tools, const std::set<std::string>& na
   stillLetIn->clear();
   if (names.empty()) return ZEVO_ERR_NONE;
   for (const std::string& name : names) {
-    // The record could not hold it.
+    // The record cannot represent it.
     if (validUtf8(name)) continue;
     return notedError(ZEVO_ERR_NO_SUCH_USER,
                       "there is no account \"" + printable(name, 256) + "\"");

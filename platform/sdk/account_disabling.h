@@ -1,4 +1,4 @@
-// Disabling accounts in all databases of this server, and undoing it.
+// Disabling accounts in all databases of this server, and enabling them again.
 #pragma once
 
 #include <chrono>
@@ -15,24 +15,24 @@
 
 namespace zevo {
 
-// The day of expiry that disables an account: the second of 1970, expired for every clock.
+// The expiry day that disables an account: the second of 1970, expired by any clock.
 inline constexpr long kDisablingDay = 1;
 inline constexpr std::string_view kDisablingField = "1";  // as the shadow entry has it
 
-// What it works on; a test gives its own.
+// The files and tools; tests use their own.
 struct DisablingTools {
   AccountDatabase accounts;
   SambaTool samba;
   std::string recordFolder;
-  std::chrono::milliseconds recordWait{60000};  // others run Samba's tool meanwhile
+  std::chrono::milliseconds recordWait{60000};  // others run Samba's tool in between
   Actor actor;
   std::time_t now = 0;
 
-  // Those of this server.
+  // The files and tools of this server.
   static DisablingTools system();
 };
 
-// An account that is disabled but for its Samba entry, and the sentence that says so and why.
+// An account that is disabled except for its Samba entry, and a sentence with the reason.
 struct StillLetIn {
   std::string user;
   std::string detail;
@@ -46,10 +46,10 @@ struct StillLetIn {
 //    changes nothing (the record is written back);
 // 4. Samba's entries get their flag, one after the other; those that fail are put into *stillLetIn,
 //    for want of memory too.
-// An account that was disabled before keeps its first record. Where somebody has changed its expiry
-// since, the record takes that, and where somebody has enabled its Samba entry, that; an entry that
-// was enabled at first stays recorded so. An account of which nothing changes gets no record.
-// Returns ZEVO_ERR_NONE, or the error that it has set and noted.
+// An account that is already disabled keeps its first record, but an expiry or Samba flag that was
+// changed since is recorded; an entry that was enabled at first remains recorded as enabled. An
+// account without any change gets no record. Returns ZEVO_ERR_NONE, or the error that it has set
+// and noted.
 int disableAccounts(const DisablingTools& tools, const std::set<std::string>& names,
                     std::vector<StillLetIn>* stillLetIn);
 

@@ -1,4 +1,4 @@
-// The local accounts as their files hold them.
+// The local accounts in their files.
 #pragma once
 
 #include <set>
@@ -8,18 +8,18 @@
 
 namespace zevo {
 
-// Fields of one line, as many as there are colons plus one. They belong to `line`.
+// The fields of one line, separated by colons. They belong to `line`.
 std::vector<std::string_view> fieldsOf(std::string_view line);
 
-// Paths of the shells with which one may log in.
+// Paths of the login shells.
 std::set<std::string> parseShells(std::string_view content);
 
 // One line of the shadow file.
 struct ShadowEntry {
   std::string_view name, password, expiryDay;
-  std::size_t expiryDayStart;  // where the day's field begins in the file
+  std::size_t expiryDayStart;  // offset of the day's field in the file
 };
-// The entries in the file's order; lines without the fields of one are passed over. They belong to
+// The entries in the file's order; lines without the required fields are skipped. They belong to
 // `content`.
 std::vector<ShadowEntry> parseShadow(std::string_view content);
 

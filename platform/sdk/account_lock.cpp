@@ -15,8 +15,8 @@ namespace {
 
 constexpr std::size_t kLongestStatus = 65536;
 
-// The rest of the line of /proc/PID/status that begins with `key`; a name fakes no line, since the
-// kernel escapes line breaks.
+// The rest of the line of /proc/PID/status that begins with `key`; a process name cannot fake a
+// line, since the kernel escapes line breaks.
 std::string_view valueOf(std::string_view status, std::string_view key) {
   const std::size_t begin = status.find(key);
   if (begin == std::string_view::npos) return {};
@@ -24,13 +24,13 @@ std::string_view valueOf(std::string_view status, std::string_view key) {
   return status.substr(0, status.find('\n'));
 }
 
-// Of the real user, the first of the numbers in `ids`.
+// The name of the real user, the first number in `ids`.
 std::string userName(std::string_view ids) {
   const auto uid = parseNumber<uid_t>(ids.substr(0, ids.find('\t')));
   return uid ? accountName(*uid) : "unknown";
 }
 
-// The process, its name and its real user: passwd has root's rights, but its user can stop it.
+// The process, its name and its real user: passwd has root's rights, but its user can suspend it.
 std::string describe(pid_t pid) {
   std::string process = "process " + std::to_string(pid);
   std::string status;
@@ -39,8 +39,8 @@ std::string describe(pid_t pid) {
          userName(valueOf(status, "\nUid:\t")) + ")";
 }
 
-// Who holds a lock that conflicts with `wanted`, and what to do. The kernel names neither a process
-// of another pid namespace nor the holder of an open file's lock.
+// Who holds a lock that conflicts with `wanted`, and the remedy. The kernel reports neither a
+// process of another pid namespace nor the holder of an open file's lock.
 std::string heldBy(int file, struct flock wanted) {
   const bool isTold = ::fcntl(file, F_GETLK, &wanted) == 0 && wanted.l_type != F_UNLCK;
   if (!isTold || wanted.l_pid <= 0) return "another process holds it; try again";
@@ -58,8 +58,8 @@ std::optional<std::string> lockAccounts(const std::string& path, std::chrono::mi
   struct flock whole {};
   whole.l_type = F_WRLCK;
   whole.l_whence = SEEK_SET;
-  // The lock of an open file conflicts with the process's lock that lckpwdf(3) takes, and unlike it
-  // also with another of our own.
+  // An open file's lock conflicts with the process lock of lckpwdf(3) and, unlike that, also with
+  // other locks of this process.
   while (::fcntl(lock->get(), F_OFD_SETLK, &whole) != 0) {
     if (errno == EINTR) continue;
     if (errno != EAGAIN && errno != EACCES) return FileFailure{"lock", path, errno}.text();

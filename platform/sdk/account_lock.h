@@ -9,13 +9,13 @@
 
 namespace zevo {
 
-// Takes a record lock on all of the file at `path`, which is created with mode 0600 where it is
-// missing. Otherwise says why it cannot: after `wait` it names the process that holds the lock, as
-// far as the kernel tells, and the remedy. The lock is given back with the descriptor, also when
-// the holder dies. It does not cover a child forked while it is held.
+// Takes a record lock on the whole file at `path`, which is created with mode 0600 if it does not
+// exist. On failure, returns the reason: after `wait`, the process that holds the lock, if the
+// kernel reports it, and the remedy. The lock is released with the descriptor, also when the holder
+// ends. It does not cover a child forked while it is held.
 //
-// On /etc/.pwd.lock it is the lock that lckpwdf(3), and so passwd, usermod and PAM take, without
-// that function's alarm signal. It does not cover editors that do not take it.
+// On /etc/.pwd.lock it is the lock of lckpwdf(3), used by passwd, usermod and PAM, but without that
+// function's alarm signal. It does not cover editors that do not take it.
 std::optional<std::string> lockAccounts(const std::string& path, std::chrono::milliseconds wait,
                                         FileDescriptor* lock);
 

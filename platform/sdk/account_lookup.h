@@ -1,4 +1,4 @@
-// Looking accounts and groups up in the name service.
+// Looks up accounts and groups in the name service.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@
 
 namespace zevo {
 
-// The reentrant calls of the C library; a test gives its own.
+// The reentrant calls of the C library; tests use their own.
 struct NameService {
   int (*byName)(const char* name, passwd* entry, char* buffer, std::size_t size, passwd** found);
   int (*byId)(uid_t uid, passwd* entry, char* buffer, std::size_t size, passwd** found);
@@ -35,16 +35,16 @@ struct Account {
 
 struct Group {
   gid_t gid = 0;
-  std::set<std::string> members;  // those that the group names; its primary members are not there
+  std::set<std::string> members;  // the members listed in the group, without its primary members
 };
 
-// The two fields that say whether an account is locked or expired.
+// The two fields for locked and expired accounts.
 struct ShadowFields {
   std::string password, expiryDay;
 };
 
-// What the name service knows, from whichever sources the server has; a test gives its own. The
-// functions that return int give 0 or an errno; what does not exist is 0 and an empty optional.
+// The name service, with all sources of the server; tests use their own. The functions with an int
+// result return 0 or an errno; if the entry does not exist, 0 and an empty optional.
 class AccountSource {
  public:
   AccountSource() = default;
@@ -55,13 +55,13 @@ class AccountSource {
   virtual int account(const std::string& name, std::optional<Account>* account);
   virtual int group(const std::string& name, std::optional<Group>* group);
   virtual int shadow(const std::string& name, std::optional<ShadowFields>* shadow);
-  // Names of the accounts whose primary group is `group`, of those sources that tell all of their
-  // accounts: directories often do not.
+  // Names of the accounts whose primary group is `group`, from sources that enumerate their
+  // accounts; directory services often do not.
   virtual int primaryMembers(gid_t group, std::set<std::string>* names);
   // Whether a login of the account gets `group`. A source that fails adds no group.
   virtual bool isInGroup(const std::string& name, gid_t primary, gid_t group);
 
-  // Those of the system.
+  // The system's.
   static AccountSource& system();
 };
 

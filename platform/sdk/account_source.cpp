@@ -19,7 +19,7 @@ std::string textOf(const char* value) {
   return value != nullptr ? value : "";
 }
 
-// The enumeration of all accounts, which the process has once.
+// The enumeration of all accounts, of which the process has only one.
 struct AccountWalk {
   AccountWalk() { ::setpwent(); }
   ~AccountWalk() { ::endpwent(); }
@@ -45,7 +45,8 @@ int AccountSource::group(const std::string& name, std::optional<Group>* group) {
       askNameService<::group>([&](::group* entry, char* texts, std::size_t size, ::group** found) {
         return ::getgrnam_r(name.c_str(), entry, texts, size, found);
       });
-  // Another source's group would be taken for the administrators' where this one may yet exist.
+  // Otherwise a group of another source could be taken for the administrators' group although this
+  // one exists.
   if (!answer.found) return answer.error != 0 ? answer.error : answer.doubt;
   Group read{answer.entry.gr_gid, {}};
   for (char** member = answer.entry.gr_mem; member != nullptr && *member != nullptr; ++member) {

@@ -12,14 +12,14 @@
 
 namespace zevo {
 
-// Where the accounts are; a test gives its own.
+// The account files; tests use their own.
 struct AccountPaths {
   std::string shadow = "/etc/shadow";
   std::string shells = "/etc/shells";
   std::string lock = "/etc/.pwd.lock";
 };
 
-// The accounts and the rule that an account write keeps.
+// The accounts and the rule of an account write.
 struct AccountDatabase {
   AccountPaths paths;
   std::string administratorsGroup;
@@ -30,29 +30,29 @@ struct AccountDatabase {
   AccountSource* source = &AccountSource::system();
 };
 
-// The day of expiry of accounts, as the field of the shadow entry holds it.
+// The expiry days of accounts, as in the fields of the shadow entries.
 using ExpiryFields = std::map<std::string, std::string>;
 
 struct ShadowWrite {
   enum class Purpose {
-    kChange,   // keeps the rule on administrators; each name must have an entry
-    kRestore,  // asks for no administrators; a name without an entry is passed over
+    kChange,   // applies the rule on administrators; each name must have an entry
+    kRestore,  // no rule on administrators; a name without an entry is skipped
   };
   Purpose purpose = Purpose::kChange;
   std::set<std::string> names;
-  // Called once, with the files locked and all rules but that on administrators checked: turns the
-  // fields of `names` as they are into those that are to be. Any code but ZEVO_ERR_NONE, which it
-  // has set and noted, stops the write.
+  // Called once, with the files locked and all rules except that on administrators checked: maps
+  // the present fields of `names` to the new ones. Any code except ZEVO_ERR_NONE, which it has set
+  // and noted, stops the write.
   std::function<int(ExpiryFields& fields)> decide;
-  // Called with the files locked where the write will happen: the last that can stop it.
+  // Called with the files locked just before the write: the last step that can stop it.
   std::function<int()> prepare = {};
 };
 
 // Writes all changes or none. Returns ZEVO_ERR_NONE, or the error that it has set and noted.
 int writeShadow(const AccountDatabase& database, const ShadowWrite& write);
 
-// The day of expiry of each of `names` that has an entry, read without a lock. False with the last
-// error set and noted where the file cannot be read.
+// The expiry day of each of `names` that has an entry, read without a lock. False, with the last
+// error set and noted, if the file cannot be read.
 bool readExpiry(const AccountPaths& paths, const std::set<std::string>& names,
                 ExpiryFields* fields);
 

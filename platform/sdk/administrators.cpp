@@ -24,7 +24,7 @@ bool mayLogInByNameService(const Administrator& administrator, long today) {
   return !isLockedWithoutEntry(administrator.account.password);
 }
 
-// Adds the account `name` where it is a member other than uid 0. 0 or an errno.
+// Adds the account `name` if it is a member other than uid 0. 0 or an errno.
 int addMember(AccountSource& source, const std::string& name, const Group& group,
               std::set<Administrator>* members) {
   std::optional<Account> account;
@@ -34,7 +34,7 @@ int addMember(AccountSource& source, const std::string& name, const Group& group
                         source.isInGroup(account->name, account->gid, group.gid);
   if (!isMember) return 0;
   Administrator member{*account, {}};
-  // Where it cannot be read, the entry that the password field refers to is missing.
+  // If it cannot be read, the entry that the password field refers to is missing.
   source.shadow(account->name, &member.shadow);
   members->insert(std::move(member));
   return 0;

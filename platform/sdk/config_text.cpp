@@ -115,7 +115,7 @@ bool readLocalSocket(const toml::node& value, Config* config) {
   return readPath(value, &config->localSocket);
 }
 
-// A path, or "" for the usual place.
+// A path, or "" for the default.
 bool readPathOrNone(const toml::node& value, std::string* path) {
   const auto* text = value.as_string();
   if (text == nullptr || !text->get().empty()) return readPath(value, path);
@@ -187,7 +187,7 @@ std::string unknownKey(std::string_view key) {
   return text;
 }
 
-// What is wrong with one entry; empty where nothing is.
+// The error in one entry; empty if there is none.
 std::string readEntry(std::string_view name, const toml::node& value, Config* config) {
   const auto* key = std::find_if(kKeys.begin(), kKeys.end(),
                                  [name](const Key& known) { return name == known.name; });

@@ -1,4 +1,4 @@
-// The configuration's text.
+// The text of the configuration.
 #pragma once
 
 #include <map>
@@ -9,15 +9,15 @@
 
 namespace zevo {
 
-// The line of each key that a file sets; the others have their defaults.
+// The line of each key in the file; other keys have their defaults.
 using ConfigLines = std::map<std::string, unsigned, std::less<>>;
 
 // "PATH:LINE: reason", the path made printable.
 std::string atLine(const std::string& path, unsigned line, const std::string& reason);
 
-// Reads `text`, the content of the file at `path`, into *config, over what it holds, and the places
-// of its keys into *lines. Returns false with "PATH:LINE: reason" in *error, and changes nothing
-// else, where that is not possible.
+// Reads `text`, the content of the file at `path`, into *config, replacing its values, and the
+// lines of its keys into *lines. On failure returns false, with "PATH:LINE: reason" in *error, and
+// changes nothing else.
 bool parseConfig(std::string_view text, const std::string& path, Config* config, ConfigLines* lines,
                  std::string* error);
 

@@ -1,4 +1,4 @@
-// The disabled accounts as hosts answer with them.
+// The disabled accounts in the answers of hosts.
 #include "host/disabled_accounts.h"
 
 namespace zevo {

@@ -1,4 +1,4 @@
-// What was done to the accounts that are disabled, kept until it is undone.
+// The record of disabled accounts, kept until they are enabled.
 #pragma once
 
 #include <chrono>
@@ -17,10 +17,10 @@ namespace zevo {
 enum class SambaBefore { kNone, kEnabled, kDisabled };
 
 struct Disabling {
-  std::string expiry;  // the field of the shadow entry before, as it stood there
+  std::string expiry;  // the earlier field of the shadow entry, unchanged
   SambaBefore samba = SambaBefore::kNone;
-  std::string by;    // who did it
-  std::string from;  // at which terminal or address
+  std::string by;    // who disabled it
+  std::string from;  // from which terminal or address
   std::time_t when = 0;
 
   bool operator==(const Disabling&) const = default;
@@ -29,29 +29,30 @@ struct Disabling {
 // By account name.
 using Disablings = std::map<std::string, Disabling>;
 
-// The file's syntax: one JSON object a line and account, with "user", "expiry", "samba" ("none",
-// "enabled" or "disabled"), "by", "from" and "when" (seconds since 1970), and nothing else.
-// Nothing, with *line the number of the first line that is no such object or names an account
-// again, where the content is no record.
+// The syntax of the file: one JSON object per line and account, with "user", "expiry", "samba"
+// ("none", "enabled" or "disabled"), "by", "from" and "when" (seconds since 1970), and nothing
+// else. Nothing, with the number of the first line that is invalid or repeats an account in *line,
+// if the content is not a record.
 std::optional<Disablings> parseDisablings(std::string_view content, unsigned* line);
 std::string textOf(const Disablings& disablings);
 
-// The file "disabled" of a folder that only root can enter, locked as long as this lives.
+// The file "disabled" in a directory that only root can enter, locked for the lifetime of this
+// object.
 class DisablingRecord {
  public:
   DisablingRecord(std::string folder, FileOperations& operations)
       : folder_(std::move(folder)), operations_(operations) {}
 
-  // Makes the folder where it is missing, takes the lock and reads the file; a missing file is an
-  // empty record. False with the last error set and noted, above all where the file is damaged: it
-  // is then left as it is.
+  // Creates the directory if it does not exist, takes the lock and reads the file; a missing file
+  // is an empty record. False, with the last error set and noted, on failure, in particular if the
+  // file is damaged; it is then left unchanged.
   bool open(std::chrono::milliseconds wait);
-  // The same without a lock and without making anything.
+  // The same without a lock and without creating anything.
   bool read();
 
   [[nodiscard]] const Disablings& disablings() const { return disablings_; }
-  // Replaces the file by `disablings` and makes that durable. False with the last error set and
-  // noted, the file as before. Only after open().
+  // Replaces the file by `disablings` and synchronises it. False, with the last error set and noted
+  // and the file unchanged, on failure. Only after open().
   bool write(const Disablings& disablings);
 
  private:

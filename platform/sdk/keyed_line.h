@@ -1,4 +1,4 @@
-// Lines that begin with a key, in files that are replaced as a whole.
+// Lines that begin with a key, in files that are replaced completely.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace zevo {
 
-// The first line of `content` that begins with `key`, with its line feed where it has one; empty
-// where there is none. `key` is not empty.
+// The first line of `content` that begins with `key`, with its line feed, if any; empty if there is
+// none. `key` is not empty.
 std::string_view lineWithKey(std::string_view content, std::string_view key);
 
-// VLIBCFileSetLine without a value, through `operations`.
+// VLIBCFileSetLine without a value, using `operations`.
 int deleteLine(const std::string& path, std::string_view key, FileOperations& operations);
 
 }  // namespace zevo

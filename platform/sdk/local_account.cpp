@@ -19,7 +19,7 @@ namespace {
 
 thread_local std::vector<ReadNote> notes;
 
-// The process's: a call may go on in another thread than its host's.
+// Per process, since a call may continue in another thread than its host's.
 Actor& actor() {
   static Actor value;
   return value;
@@ -27,13 +27,13 @@ Actor& actor() {
 
 using Changes = std::map<std::string, VLIBUserShadow>;
 
-// The batch by name, or the error that was set.
+// The batch by account name, or the error that was set.
 int read(char** names, UserRecord** users, VLIBUserShadow** shadows, int count, Changes* changes) {
   for (int i = 0; i < count; ++i) {
     if (names == nullptr || names[i] == nullptr || shadows == nullptr || shadows[i] == nullptr) {
       return notedError(ZEVO_ERR_NO_SUCH_USER, "an account of the batch has no name or no change");
     }
-    // Also where root's entry in the files has another name than the name service gives.
+    // Even if root's entry in the files has another name than in the name service.
     if (users != nullptr && users[i] != nullptr && users[i]->uid == 0) {
       return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS, "root's account is never changed");
     }
@@ -72,8 +72,8 @@ int set(const Changes& changes, std::vector<StillLetIn>* stillLetIn) {
   return notedError(ZEVO_ERR_SYSTEM, "a batch either disables all of its accounts or none");
 }
 
-// The batch with its outcomes. Nothing after the write itself takes memory: by then the accounts
-// are changed, and the caller must learn what is not.
+// The batch with its outcomes. Nothing after the write allocates memory: by then the accounts are
+// changed, and the caller must learn what failed.
 int setUsers(char** names, UserRecord** users, VLIBUserShadow** shadows, int count,
              std::vector<int>& codes) {
   const auto size = static_cast<std::size_t>(std::max(count, 0));
@@ -83,13 +83,13 @@ int setUsers(char** names, UserRecord** users, VLIBUserShadow** shadows, int cou
   std::vector<StillLetIn> stillLetIn;
   int code = read(names, users, shadows, count, &changes);
   if (code == ZEVO_ERR_NONE) code = set(changes, &stillLetIn);
-  // All or none: what stopped one stopped all.
+  // All or none: a failure of one applies to all.
   std::fill(codes.begin(), codes.end(), code);
   for (StillLetIn& account : stillLetIn) {
     for (std::size_t i = 0; i < size; ++i) {
       if (account.user == names[i]) codes[i] = ZEVO_ERR_SYSTEM;
     }
-    // The texts of the other fields are short enough to stand in the object itself.
+    // The strings of the other fields are short enough to be stored in the object itself.
     ReadNote& note = notes.emplace_back();
     note.code = kStillLetIn;
     note.service = "CIFS";

@@ -25,14 +25,14 @@ std::optional<FileFailure> readShells(const std::string& path, std::set<std::str
 }
 
 bool isLoginShell(const std::set<std::string>& shells, const std::string& shell) {
-  // Some systems list them among the shells.
+  // Some systems include them in the list of shells.
   const std::string_view name = std::string_view(shell).substr(shell.rfind('/') + 1);
   if (name == "nologin" || name == "false") return false;
   return shells.empty() || shells.contains(shell.empty() ? "/bin/sh" : shell);
 }
 
-// Programs differ in whether an account's last day is the day of expiry or the day before, and in
-// what day 0 means. In doubt the account does not count.
+// Programs differ on whether an account's last day is the expiry day or the day before, and on the
+// meaning of day 0. In doubt the account does not count.
 bool isExpired(std::string_view expiryDay, long today) {
   if (expiryDay.empty()) return false;
   const auto day = parseNumber<long>(expiryDay);

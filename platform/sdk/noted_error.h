@@ -1,4 +1,4 @@
-// How account changes end that cannot be made.
+// Failures of account changes.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@
 
 namespace zevo {
 
-// Sets the last error and notes the cause, with the place of the call. Returns `code`.
+// Sets the last error and notes the cause, with the location of the call. Returns `code`.
 inline int notedError(int code, const std::string& cause, const char* file = __builtin_FILE(),
                       int line = __builtin_LINE()) {
   noteError(code, cause, file, line);

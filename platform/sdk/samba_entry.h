@@ -9,30 +9,30 @@
 
 namespace zevo {
 
-// Samba's tool for its accounts, pdbedit, which reaches them wherever smb.conf puts them.
+// Samba's tool for its accounts, pdbedit, which finds them according to smb.conf.
 struct SambaTool {
   std::string path;
   ToolLimits limits;
-  std::string configuration = {};  // the file instead of the usual smb.conf; "": that one
+  std::string configuration = {};  // used instead of the default smb.conf; "": the default
 };
 
 struct SambaEntry {
   std::string name;
-  // Letters of pdbedit's account flags; "D": disabled, so Samba lets nobody in with it.
+  // Letters of pdbedit's account flags; "D": disabled, so that Samba refuses it.
   std::string flags;
 
   [[nodiscard]] bool isDisabled() const { return flags.find('D') != std::string::npos; }
 };
 
-// Reads those of the accounts `names` that have an entry, in that order. None where the tool is not
-// there, since then neither is Samba's server. Nothing, with *cause a sentence without a full stop,
-// where the entries cannot be read.
+// Reads the entries of those of `names` that have one, in that order. None if the tool is not
+// installed, since then Samba's server is not either. Nothing, with a sentence without a full stop
+// in *cause, if the entries cannot be read.
 std::optional<std::vector<SambaEntry>> readSambaEntries(const SambaTool& tool,
                                                         const std::vector<std::string>& names,
                                                         std::string* cause);
 
-// Sets or takes the disabled flag of the entry, all others left as they are. False with *cause as
-// above where that failed, or the entry does not show it afterwards.
+// Sets or clears the disabled flag of the entry and keeps all others. False, with *cause as above,
+// if that failed or the entry does not show it afterwards.
 bool setSambaDisabled(const SambaTool& tool, const SambaEntry& entry, bool isDisabled,
                       std::string* cause);
 

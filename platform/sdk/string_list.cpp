@@ -10,14 +10,14 @@
 namespace zevo {
 namespace {
 
-// What stands behind a list: its strings one after the other, each with its NUL.
+// The buffer of a list: its strings one after the other, each with its NUL.
 struct StringList : VLIBCSzList {
   std::vector<char> texts;
   std::vector<std::size_t> starts;
   std::vector<char*> items;  // one more than strings: a null ends them
 };
 
-// All memory is there before anything changes.
+// All memory is allocated before anything changes.
 void append(StringList& list, const char* text) {
   const std::size_t length = std::strlen(text) + 1;
   if (list.starts.capacity() == list.starts.size()) {

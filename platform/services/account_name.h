@@ -9,14 +9,13 @@
 
 namespace zevo::connections {
 
-// Stands for an account that nobody can tell.
+// Stands for an unknown account.
 inline constexpr std::string_view kUnknownUser = "unknown";
 
-// Whether no account has the id `uid`. False where the name service fails.
+// Whether no account has the id `uid`. False if the name service fails.
 bool isNobodys(uid_t uid);
 
-// Id of the account `name`; gone where there is none, failed where the name service does not
-// answer.
+// The id of the account `name`; gone if there is none, failed if the name service fails.
 Result<uid_t> accountId(const std::string& name);
 
 }  // namespace zevo::connections

@@ -25,7 +25,7 @@ std::string interfaceName(std::uint32_t index) {
   return ::if_indextoname(index, name.data()) ? name.data() : std::to_string(index);
 }
 
-// By name or as digits; 0 where there is no such interface.
+// By name or as digits; 0 if there is no such interface.
 std::uint32_t interfaceIndex(std::string_view zone) {
   if (const auto index = parseNumber<std::uint32_t>(zone)) return *index;
   return ::if_nametoindex(std::string(zone).c_str());

@@ -14,7 +14,7 @@ bool isAfpd(std::string_view name) {
   return name == "afpd";
 }
 
-// The user whom a process with these ids serves; empty while nobody has logged in.
+// The user served by a process with these ids; empty while nobody has logged in.
 std::string userOf(const Sources& sources, const Process& process, const UserIds& users,
                    const GroupIds& groups) {
   if (users.effective != 0) return accountOf(sources, process, users.effective);

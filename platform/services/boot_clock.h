@@ -1,4 +1,4 @@
-// Times as the registry writes them.
+// The times of the registry.
 #pragma once
 
 #include <chrono>
@@ -11,28 +11,28 @@
 
 namespace zevo::connections {
 
-// Time since the start of the system, including that in which it slept: the clock by which the
-// kernel dates processes.
+// Time since the start of the system, including suspended time: the clock of the kernel's process
+// start times.
 std::chrono::nanoseconds timeSinceBoot();
 
 // When a process started, by that clock; `ticks` is Process::startTicks.
 std::chrono::milliseconds startSinceBoot(std::uint64_t ticks);
 
-// When processes started. Reads the start of the system at its first use, so it costs nothing
-// where nobody is connected.
+// Start times of processes. Reads the start of the system at its first use, so that it costs
+// nothing if nobody is connected.
 class BootClock {
  public:
   explicit BootClock(const Paths& paths);
   BootClock(const BootClock&) = delete;
   BootClock& operator=(const BootClock&) = delete;
 
-  // Start of the system; nothing where it is not known.
+  // The start of the system; nothing if unknown.
   [[nodiscard]] std::optional<std::time_t> boot() const;
   // `ticks` is Process::startTicks.
   [[nodiscard]] std::optional<std::time_t> startTime(std::uint64_t ticks) const;
-  // Empty where the start of the system is not known.
+  // Empty if the start of the system is unknown.
   [[nodiscard]] std::string startText(std::uint64_t ticks) const;
-  // How long a process has run when this clock was made; below 0 where it started later.
+  // How long a process had run when this clock was created; negative if it started later.
   [[nodiscard]] std::chrono::milliseconds age(std::uint64_t ticks) const;
 
  private:

@@ -9,17 +9,17 @@
 namespace zevo::connections {
 namespace {
 
-// A server takes the client's connection before it opens anything for the client, so that lies
-// below all files. What its listener held at that moment may lie below it: AFP's holds a descriptor
-// for each session.
+// A server accepts the client's connection before it opens anything for the client, so its
+// descriptor is lower than those of all files. Descriptors that the listener had at that moment may
+// be lower still: AFP's listener has one per session.
 constexpr std::size_t kMostOfService = 4096;
-// No more than a quarter of what a user's process may open without asking for more.
+// No more than a quarter of the default limit of open files.
 constexpr std::size_t kMostOfOrphan = 256;
-// Where many processes look like orphans, each still has these: an FTP server's holds its client
-// under the lowest.
+// If many processes look like orphans, this many are still examined for each: an FTP server has its
+// client among the lowest.
 constexpr std::size_t kLeastOfOrphan = 8;
 
-// The sockets of an orphan, out of the looks that all of them share.
+// The sockets of an orphan, within the budget that all orphans share.
 Result<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& process,
                                       const ProcessFiles& files) {
   OrphanLooks& looks = sources.orphanLooks();
@@ -37,7 +37,7 @@ Result<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& pro
   return low;
 }
 
-// The sockets of `process` as far as it is looked at.
+// The sockets of `process`, as far as they are examined.
 Result<LowSockets> askedSockets(const Sources& sources, const Process& process, Family family,
                                 const ProcessFiles& files) {
   const auto vouched = isVouchedFor(sources, process, family);
@@ -48,9 +48,9 @@ Result<LowSockets> askedSockets(const Sources& sources, const Process& process, 
   return *orphaned ? lowSocketsOfOrphan(sources, process, files) : LowSockets();
 }
 
-// The connections of the network namespace of a process's server, where that is not ours; null
-// where it is. That of the process itself is not asked: it may be one that the server made for the
-// session alone, or one that a user filled with sockets.
+// The connections in the network namespace of a process's server, if that is not ours; null if it
+// is. The process's own namespace is not read: the server may have created it for the session
+// alone, or a user may have filled it with sockets.
 const Result<SocketTable>* otherSockets(const Sources& sources, const Process& process,
                                         const ProcessFiles& files) {
   const std::uint64_t ours = sources.home().network;

@@ -1,5 +1,5 @@
-// The servers that the registry reads, in this order. Those that ask a tool of the server's own
-// besides, Pure-FTPd and Samba, come after them.
+// The servers that the registry reads, in this order, followed by those with a tool of their own,
+// Pure-FTPd and Samba.
 #pragma once
 
 #include <array>
@@ -18,21 +18,20 @@
 
 namespace zevo::connections {
 
-// One record for each afpd with a client on the AFP port that has logged in. Such a process takes
-// the user's effective ids, and root's for moments of its work; the user of a session that is met
-// in one of these is "unknown". A login of root looks like one in progress and is left out. Nothing
-// tells the volumes in use.
+// One record for each afpd with a client on the AFP port that has logged in. Such a process has the
+// user's effective ids, and briefly root's; the user of a session that is read at such a moment is
+// "unknown". A login of root looks like one in progress and is left out. The volumes in use are not
+// known.
 Result<void> readAfp(const Sources& sources, std::vector<Connection>& connections);
 
-// One record for each login that utmp has, or logind where there is no utmp, with the pid of a
-// process of its user, as LoginProcesses finds it. Terminals that a network service opened are that
-// service's connections and left out here, and so are entries whose process has ended and those of
-// which no process is left.
+// One record per login in utmp, or in logind if there is no utmp, with the pid of a process of its
+// user, found by LoginProcesses. Terminals opened by a network service belong to that service's
+// connections and are left out, and so are entries whose processes have ended.
 Result<void> readLogins(const Sources& sources, std::vector<Connection>& connections);
 
 struct ServerCollector {
   const char* name;        // of the program or source
-  ZEVO_CURCONN_TYPE type;  // as notes name it
+  ZEVO_CURCONN_TYPE type;  // its name in notes
   Collector read;
 };
 

@@ -8,7 +8,7 @@
 namespace zevo::connections {
 namespace {
 
-// Copies `text` with a NUL to *end and moves *end behind it.
+// Copies `text` with a NUL to *end and moves *end past it.
 const char* appendText(const std::string& text, char** end) {
   char* start = *end;
   std::memcpy(start, text.c_str(), text.size() + 1);

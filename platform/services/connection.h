@@ -1,4 +1,4 @@
-// A connection as the collectors find it, and the block in which the registry hands them out.
+// A connection found by the collectors, and the block of records that the registry returns.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace zevo::connections {
 
-// One connection to one resource; the fields are those of _tag_ZEVO_CURCONN_. Texts may still hold
-// any byte.
+// One connection to one resource; the fields are those of _tag_ZEVO_CURCONN_. Texts may still
+// contain any byte.
 struct Connection {
   pid_t pid = 0;
   std::string time = {};
@@ -27,7 +27,7 @@ struct Connection {
 void cleanTexts(Connection& connection);
 
 // Packs the records and their texts into one block that free() releases; each text ends at its
-// first NUL. Null where there are no records, or, with ENOMEM in errno, no memory.
+// first NUL. Null if there are not records or, with ENOMEM in errno, no memory.
 _tag_ZEVO_CURCONN_* pack(const std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

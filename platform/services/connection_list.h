@@ -1,4 +1,4 @@
-// What a reading of the registry gives.
+// The result of one read of the registry.
 #pragma once
 
 #include <vector>
@@ -11,7 +11,7 @@ namespace zevo::connections {
 
 struct ConnectionList {
   std::vector<Connection> connections;
-  std::vector<ReadNote> notes;  // on what it lacks
+  std::vector<ReadNote> notes;  // what the list may lack
 
   bool operator==(const ConnectionList&) const = default;
 };

@@ -13,7 +13,7 @@ constexpr std::size_t kLongestName = 64;
 
 enum class Kind { kId, kName, kUnitName };
 
-// How an engine calls the cgroup of a container.
+// The name of a container's cgroup under an engine.
 struct Form {
   std::string_view prefix;
   std::string_view suffix;
@@ -33,7 +33,7 @@ constexpr std::array<Form, 10> kForms = {{
     {"systemd-nspawn@", ".service", Kind::kUnitName},
 }};
 
-// Folders below which a container's cgroup bears its bare name.
+// Directories below which a container's cgroup has the plain name.
 constexpr std::array<std::string_view, 2> kNameFolders = {"lxc", "lxc.payload"};
 
 bool isIn(char c, char first, char last) {
@@ -60,7 +60,7 @@ std::optional<std::string> shownName(std::string_view name) {
   return isName ? std::optional<std::string>(name) : std::nullopt;
 }
 
-// Without the escapes of systemd's unit names: "\x2d" stands for '-'.
+// Decodes the escapes of systemd's unit names: "\x2d" is '-'.
 std::string unescaped(std::string_view text) {
   constexpr std::string_view kMark = "\\x";
   std::string plain;
@@ -97,7 +97,7 @@ std::optional<std::string> nameOf(std::string_view folder, std::string_view comp
   return isNamed ? shownName(component) : std::nullopt;
 }
 
-// The innermost container on the way that `path` goes.
+// The innermost container in `path`.
 std::optional<std::string> nameIn(std::string_view path) {
   std::optional<std::string> innermost;
   std::string_view folder;
@@ -114,7 +114,7 @@ std::optional<std::string> nameIn(std::string_view path) {
 }  // namespace
 
 std::optional<std::string> containerName(std::string_view cgroups) {
-  // What follows the last line break was cut off.
+  // Text after the last line break is truncated.
   for (std::size_t length = 0; (length = cgroups.find('\n')) != std::string_view::npos;) {
     const std::string_view line = cgroups.substr(0, length);
     cgroups.remove_prefix(length + 1);

@@ -7,10 +7,10 @@
 
 namespace zevo::connections {
 
-// The container that the text of a /proc/PID/cgroup tells: the name that its engine gave it, or the
-// first twelve digits of its id, as the engines' own lists show it. With containers in containers,
-// the innermost. Nothing where no path is of a known engine's form, or the name is not at most 64
-// letters, digits, '.', '_' and '-': behind a user's name it must not read as anything else.
+// The container in the text of a /proc/PID/cgroup: the name given by its engine, or the first
+// twelve digits of its id, as in the engines' own lists. For nested containers, the innermost.
+// Nothing if no path has the form of a known engine, or the name is not at most 64 letters, digits,
+// '.', '_' and '-': after a user's name it must be unambiguous.
 std::optional<std::string> containerName(std::string_view cgroups);
 
 }  // namespace zevo::connections

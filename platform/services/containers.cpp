@@ -14,8 +14,8 @@ namespace {
 
 constexpr int kTries = 3;
 
-// Whether both see the same accounts file. While an account is added a new file takes the place of
-// the old one, so a difference counts only where this machine's file stayed the same.
+// Whether both see the same accounts file. Adding an account replaces the file, so a difference
+// counts only if this machine's file remained the same.
 Result<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& home) {
   auto before = home.accountsFile();
   for (int i = 0; i < kTries; ++i) {
@@ -29,9 +29,9 @@ Result<bool> haveSameAccounts(const ProcessFiles& process, const ProcessFiles& h
   return false;
 }
 
-// Whether a server serves this machine's accounts though its mount namespace is its own, as those
-// of many services are. One that is confined to a folder, or that root did not start, is not asked:
-// the way to its accounts file could lead through what a user laid out.
+// Whether a server serves this machine's accounts although it has its own mount namespace, like
+// many services. A server that is confined to a directory, or that root did not start, is not
+// examined: the path to its accounts file could lead through a user's mounts.
 bool sharesAccounts(const Sources& sources, const ProcessFiles& server) {
   const auto root = server.root();
   const auto owned = isRootOwned(server);
@@ -40,13 +40,13 @@ bool sharesAccounts(const Sources& sources, const ProcessFiles& server) {
   return same && *same;
 }
 
-// Of a kind that this kernel does not have, both are 0.
+// If this kernel lacks the kind, both are 0.
 bool hasEnded(const Namespaces& process, const Namespaces& home) {
   return (process.pid == 0 && home.pid != 0) || (process.network == 0 && home.network != 0) ||
          (process.mount == 0 && home.mount != 0);
 }
 
-// The number of the namespace in which `server` serves other accounts; 0 where it serves ours.
+// The number of the namespace in which `server` serves other accounts; 0 if it serves ours.
 std::uint64_t otherNamespace(const Sources& sources, const ProcessFiles& server,
                              const Namespaces& namespaces) {
   const Namespaces& home = sources.home().namespaces;
@@ -56,7 +56,7 @@ std::uint64_t otherNamespace(const Sources& sources, const ProcessFiles& server,
   return sharesAccounts(sources, server) ? 0 : namespaces.mount;
 }
 
-// What containerOf() says of the process that decides.
+// The result of containerOf() for the process that decides.
 Result<std::string> judge(const Sources& sources, const Process& process) {
   const auto files = sources.filesOf(process);
   const auto namespaces = files.and_then(&ProcessFiles::namespaces);
@@ -69,13 +69,13 @@ Result<std::string> judge(const Sources& sources, const Process& process) {
   return name ? *name : std::to_string(other);
 }
 
-// The process with the id `pid`, be it one that began after the scan.
+// The process with the id `pid`, even if it began after the scan.
 Result<Process> processOf(const Sources& sources, pid_t pid) {
   const Process* process = sources.processes().find(pid);
   return process != nullptr ? Result<Process>(*process) : readProcess(sources.paths(), pid);
 }
 
-// What containerOf() says of each process, asked once.
+// The result of containerOf() for each process, computed once.
 class Containers {
  public:
   explicit Containers(const Sources& sources) : sources_(sources) {}

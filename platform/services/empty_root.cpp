@@ -18,8 +18,8 @@ bool listsAsKernels(const Result<ProcessFiles>& files, std::uint64_t mount) {
   return mounts && isKernelsMount(*mounts, mount);
 }
 
-// Whether one of the processes from `process` upwards has it among its mounts. A process that is
-// confined has only those below its root; the server above it has all of their common namespace.
+// Whether one of the processes from `process` upwards has it among its mounts. A confined process
+// shows only those below its root; the server above it shows all of the common namespace.
 bool isKernelsMountOf(const Sources& sources, const Process& process, std::uint64_t mount) {
   const Process* step = &process;
   for (int i = 0; i < kMostAbove && step != nullptr; ++i) {
@@ -29,7 +29,7 @@ bool isKernelsMountOf(const Sources& sources, const Process& process, std::uint6
   return false;
 }
 
-// Takes the next word off `line`.
+// Removes the next word from `line`.
 std::string_view nextWord(std::string_view& line) {
   const std::string_view word = line.substr(0, line.find(' '));
   line.remove_prefix(std::min(word.size() + 1, line.size()));
@@ -62,7 +62,7 @@ bool isKernelsMount(std::string_view mounts, std::uint64_t id) {
 
 bool hasEmptyRoot(const Sources& sources, const Process& process, uid_t uid) {
   const std::string path = sources.paths().proc + "/" + std::to_string(process.pid) + "/root";
-  // Neither of these two asks the file system.
+  // Neither of these two accesses the file system.
   const FileDescriptor root = openFile(path.c_str(), O_PATH | O_DIRECTORY);
   struct statx status {};
   constexpr int kHow = AT_EMPTY_PATH | AT_STATX_DONT_SYNC;

@@ -1,4 +1,4 @@
-// Processes that are confined to an empty folder.
+// Processes confined to an empty directory.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,13 @@
 
 namespace zevo::connections {
 
-// Whether the mount `id` in `mounts`, the lines of ProcessFiles::mounts(), is a file system that
-// the kernel serves itself. One in user space may be a user's, and keep whoever looks into it
-// waiting for ever.
+// Whether the mount `id` in `mounts`, the lines of ProcessFiles::mounts(), is a file system in the
+// kernel. One in user space may belong to a user, and accessing it may never return.
 bool isKernelsMount(std::string_view mounts, std::uint64_t id);
 
-// Whether the tree of `process` is one empty folder that belongs to somebody else than `uid`. What
-// must not be looked at, or cannot be found among the mounts that the processes from `process`
-// upwards or the first process see, is no such folder.
+// Whether the root of `process` is an empty directory that does not belong to `uid`. False if it
+// must not be accessed, or is not among the mounts of the processes from `process` upwards or of
+// the first process.
 bool hasEmptyRoot(const Sources& sources, const Process& process, uid_t uid);
 
 }  // namespace zevo::connections

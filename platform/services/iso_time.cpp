@@ -6,7 +6,7 @@
 namespace zevo::connections {
 namespace {
 
-// Takes a number of exactly `digits` digits from `lowest` to `highest`.
+// Parses a number of exactly `digits` digits from `lowest` to `highest`.
 bool takeNumber(std::string_view& rest, std::size_t digits, int lowest, int highest, int* number) {
   if (rest.size() < digits) return false;
   const char* end = rest.data() + digits;

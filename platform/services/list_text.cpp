@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kFormat = "currentconn list 1\n";
 constexpr std::int64_t kMostElements = 10'000'000;
 
-// Numbers are eight bytes of this machine; a text is its length and its bytes.
+// Numbers are eight bytes in native order; a text is its length and its bytes.
 class ListWriter {
  public:
   void number(std::int64_t value) {
@@ -28,7 +28,7 @@ class ListWriter {
   std::string text_;
 };
 
-// Once something was missing or out of bounds, what is read means nothing and isWhole() is false.
+// After a missing or invalid value, further values are meaningless and isWhole() is false.
 class ListReading {
  public:
   explicit ListReading(std::string_view text) : rest_(text) {}

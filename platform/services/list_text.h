@@ -1,4 +1,4 @@
-// A list as bytes that another process reads.
+// A list as bytes for another process.
 #pragma once
 
 #include <optional>
@@ -11,7 +11,7 @@ namespace zevo::connections {
 
 std::string listText(std::string_view key, const TimedList& list);
 
-// Nothing where the bytes are not all of what listText gives for `key` and a list that began at
+// Nothing if the bytes are not the complete result of listText for `key` and a list that began at
 // `oldest` or later.
 std::optional<TimedList> parseListText(std::string_view text, std::string_view key,
                                        std::chrono::nanoseconds oldest);

@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::size_t kUtmpLimit = 64UL * 1024 * 1024;  // 170,000 entries
 constexpr int kLongestWay = 32;                         // up through parents
-// How much later than its entry a process may have started. What started later still took over the
-// pid of one that ended without a word.
+// How much later than its entry a process may have started. A process that started later has reused
+// the pid of one that ended unnoticed.
 constexpr std::time_t kSlackSeconds = 60;
 
 bool isNetworkService(std::string_view name) {
@@ -30,8 +30,8 @@ bool isNetworkService(std::string_view name) {
                                         [&](const ListedService& s) { return isIn(s.process); });
 }
 
-// Whether one of root's network services stands above `process`, or is it. A user's program under
-// the name of one hides nothing.
+// Whether `process` or one of its ancestors is one of root's network services. A user's program
+// with such a name does not count.
 Result<bool> isServed(const Sources& sources, const Process& process) {
   const Process* step = &process;
   for (int i = 0; i < kLongestWay && step != nullptr; ++i) {
@@ -44,13 +44,13 @@ Result<bool> isServed(const Sources& sources, const Process& process) {
   return false;
 }
 
-// The process that made `entry`; null where it has ended and the pid is free or somebody else's.
+// The process that created `entry`; null if it has ended and the pid is free or reused.
 const Process* makerOf(const Sources& sources, const LoginEntry& entry) {
   const Process* maker = sources.processes().find(entry.pid);
   if (maker == nullptr || entry.pid < 2) return nullptr;
   const auto boot = sources.bootTime();
   const auto start = sources.startTime(*maker);
-  // An entry from before the start of the system was made while the clock was not set yet.
+  // An entry from before the start of the system was written before the clock was set.
   const bool isComparable = boot && start && entry.time >= *boot;
   return isComparable && *start > entry.time + kSlackSeconds ? nullptr : maker;
 }

@@ -43,13 +43,13 @@ bool isLeader(const Process* process) {
   return process != nullptr && process->pid == process->session;
 }
 
-// All that could stand for `entry`, the best first.
+// All candidates for `entry`, the best first.
 std::vector<const Process*> candidatesFor(const ProcessTable& processes, const LoginEntry& entry,
                                           const Process& maker) {
   std::vector<const Process*> candidates;
   const auto device = deviceOf(entry.terminal);
   if (device) {
-    // Several where others have pseudo terminals of their own, which any user can have.
+    // Several if others have pseudo terminals of the same name, which any user can create.
     for (const Process& process : processes.all()) {
       if (process.terminal == *device && isLeader(&process)) candidates.push_back(&process);
     }
@@ -67,7 +67,7 @@ std::vector<const Process*> candidatesFor(const ProcessTable& processes, const L
   return candidates;
 }
 
-// Whether ids of `process` mean this machine's accounts.
+// Whether the ids of `process` are this machine's accounts.
 Result<bool> isOurs(const Sources& sources, const Process& process, const ProcessFiles& files) {
   auto here = runsHere(files, sources.home());
   return here && *here ? servesThisMachine(sources, process) : here;
@@ -80,8 +80,8 @@ const Result<uid_t>& LoginProcesses::idOf(const std::string& user) {
   return found != ids_.end() ? found->second : ids_.emplace(user, accountId(user)).first->second;
 }
 
-// By the owner, who may signal the process himself: the effective user is the user in root's
-// servers, too, while they work for him.
+// By the owner, who may signal the process: the effective user would also match root's servers
+// while they work for the user.
 Result<bool> LoginProcesses::readIsUsers(const Process& process, const std::string& user) {
   const auto files = sources_.filesOf(process);
   const auto owner =

@@ -1,4 +1,4 @@
-// The process that a login's row names, and that is ended when its user is to go.
+// The process of a login's row, which is ended to end the login.
 #pragma once
 
 #include <map>
@@ -10,9 +10,9 @@
 
 namespace zevo::connections {
 
-// An entry tells of a terminal and of a process, and any user can have an entry made (by utempter)
-// for a terminal or a process that somebody else takes over later. So only a process of the
-// entry's own user stands for a login.
+// An entry has a terminal and a process, and any user can create an entry (through utempter) for a
+// terminal or a process that later belongs to somebody else. So only a process of the entry's own
+// user counts.
 class LoginProcesses {
  public:
   explicit LoginProcesses(const Sources& sources) : sources_(sources) {}
@@ -20,8 +20,7 @@ class LoginProcesses {
   // The first that is a process of the entry's user among: who leads the session on its terminal,
   // the session that it names, the session of `maker`, which made it; `maker`; and the first
   // children of `maker`, which may be root's login program. Its owner is the entry's user, and it
-  // runs beside this machine's services, in no container. Gone where there is none or no such
-  // account.
+  // runs beside this machine's services, in no container. Gone if there is none or no such account.
   Result<const Process*> of(const LoginEntry& entry, const Process& maker);
 
  private:
@@ -31,7 +30,7 @@ class LoginProcesses {
 
   const Sources& sources_;
   std::map<std::string, Result<uid_t>> ids_;
-  // Many entries may lead to the same processes.
+  // Many entries may have the same processes.
   std::map<std::pair<pid_t, std::string>, Result<bool>> verdicts_;
 };
 

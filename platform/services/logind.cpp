@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kFileLimit = 64UL * 1024;  // one has about twenty short lines
 
-// The value of the first line "KEY=value"; empty where there is none.
+// The value of the first line "KEY=value"; empty if there is none.
 std::string_view valueOf(std::string_view text, std::string_view key) {
   while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find('\n'));
@@ -26,7 +26,8 @@ std::string_view valueOf(std::string_view text, std::string_view key) {
   return {};
 }
 
-// What the session is used on: its terminal, else its display, else what opened it.
+// The seat of the session: its terminal, otherwise its display, otherwise the program that opened
+// it.
 std::string placeOf(std::string_view text) {
   for (const std::string_view key : {"TTY", "DISPLAY", "SERVICE"}) {
     const std::string_view value = valueOf(text, key);
@@ -60,11 +61,11 @@ Result<void> readLogindSessions(const std::string& folder, std::vector<LoginEntr
   Result<void> outcome;
   for (errno = 0; const dirent* file = ::readdir(open.get()); errno = 0) {
     const std::string_view name = file->d_name;
-    // Beside "c1" stand "c1.ref", a pipe, and temporary files with a point before their name.
+    // Besides "c1" there are "c1.ref", a pipe, and temporary files whose names begin with a dot.
     if (name.find('.') != std::string_view::npos) continue;
     std::string text;
     const auto cause = readFile(folder + "/" + file->d_name, kFileLimit, &text);
-    if (cause && cause->error == ENOENT) continue;  // the session ended meanwhile
+    if (cause && cause->error == ENOENT) continue;  // the session ended in the meantime
     if (cause) addPart(outcome, Result<void>(failure(cause->text())));
     if (cause) continue;
     auto entry = parseLogindSession(text);

@@ -11,12 +11,12 @@
 
 namespace zevo::connections {
 
-// The login of a user that the text of one session file records; nothing for other sessions (of
-// background jobs, greeters, or already closing).
+// The login of a user from the text of one session file; nothing for other sessions (background
+// jobs, greeters, or already closing).
 std::optional<LoginEntry> parseLogindSession(std::string_view text);
 
-// Those of all files of `folder`; none where there is no such folder. Fails where one cannot be
-// read; *entries then has those of the others.
+// The logins of all files in the directory `folder`; none if it does not exist. Fails if a file
+// cannot be read; *entries then has those of the others.
 Result<void> readLogindSessions(const std::string& folder, std::vector<LoginEntry>* entries);
 
 }  // namespace zevo::connections

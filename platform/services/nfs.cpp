@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::uint16_t kNfsPort = 2049;
 
-// What is known about one client address.
+// The data of one client address.
 struct Host {
   int connections = 0;                           // to the NFS port
   int clients = 0;                               // of version 4
@@ -20,7 +20,7 @@ struct Host {
 using Hosts = std::map<std::string, Host>;
 
 // The host with the address `from`. The kernel's server and the mount table write a link-local
-// address without its interface, the sockets tell it with one: it is the same host.
+// address without its interface, the socket table with it: it is the same host.
 Hosts::iterator findHost(Hosts* hosts, const std::string& from) {
   const auto found = hosts->find(from);
   if (found != hosts->end()) return found;
@@ -29,7 +29,7 @@ Hosts::iterator findHost(Hosts* hosts, const std::string& from) {
   return next != hosts->end() && next->first.starts_with(withInterface) ? next : hosts->end();
 }
 
-// Kernel threads open their sockets as root, and so does a server that root started.
+// Kernel threads and servers started by root open their sockets as root.
 bool isServed(const Socket& socket) {
   return socket.local.port == kNfsPort && socket.inode != 0 && socket.owner == 0 &&
          !socket.isHalfClosed;
@@ -44,7 +44,7 @@ Result<void> countConnections(const Sources& sources, Hosts* hosts) {
   return {};
 }
 
-// Version 4 clients come with a state of their own, whether they hold a connection just now or not.
+// Version 4 clients have their own state, with or without a current connection.
 Result<void> addClients(const Paths& paths, Hosts* hosts) {
   std::vector<NfsClient> clients;
   Result<void> outcome = readNfsClients(paths, &clients);
@@ -58,8 +58,8 @@ Result<void> addClients(const Paths& paths, Hosts* hosts) {
   return outcome;
 }
 
-// The table keeps mounts of clients that went without a word: a mount counts where its client holds
-// a connection that no version 4 client accounts for.
+// The table keeps mounts of clients that left without unmounting: a mount counts if its client has
+// a connection that does not belong to a version 4 client.
 void addMounts(const Sources& sources, Hosts* hosts) {
   if (!isKernelNfsRunning(sources.paths())) return;
   std::vector<NfsMount> mounts;

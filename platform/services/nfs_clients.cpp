@@ -26,8 +26,8 @@ std::string_view takeLine(std::string_view& rest) {
   return line;
 }
 
-// What follows `key` on the first line that begins with it. The kernel escapes line breaks in what
-// the client chose.
+// The text after `key` on the first line that begins with it. The kernel escapes line breaks in the
+// client's strings.
 std::optional<std::string_view> valueAfter(std::string_view text, std::string_view key) {
   while (!text.empty()) {
     std::string_view line = takeLine(text);
@@ -38,8 +38,8 @@ std::optional<std::string_view> valueAfter(std::string_view text, std::string_vi
   return std::nullopt;
 }
 
-// The address in "10.0.0.9:783" and "[2001:db8::1]:783" with the quotes around it; as it stands
-// where it has neither form.
+// The address in "10.0.0.9:783" and "[2001:db8::1]:783" with the quotes around it; unchanged if it
+// has neither form.
 std::string addressIn(std::string_view quoted) {
   if (quoted.starts_with('"')) quoted.remove_prefix(1);
   if (quoted.ends_with('"')) quoted.remove_suffix(1);
@@ -54,7 +54,7 @@ std::string versionText(std::optional<std::string_view> minorVersion) {
   return number ? "NFSv4." + std::to_string(*number) : "NFSv4";
 }
 
-// The client may be gone by now; the kernel then says ENXIO for its files.
+// The client may have disconnected; the kernel then reports ENXIO for its files.
 bool clientHasGone(int error) {
   return error == ENOENT || error == ENXIO || error == ESRCH;
 }

@@ -1,5 +1,5 @@
-// The clients that the kernel's NFS server knows: those of version 4 with their state, those of
-// version 3 through the mount table.
+// The clients of the kernel's NFS server: version 4 clients by their state, version 3 clients by
+// the mount table.
 #pragma once
 
 #include <cstddef>
@@ -16,38 +16,37 @@ namespace zevo::connections {
 // A client of version 4.
 struct NfsClient {
   std::string from;     // numeric address without port
-  std::string version;  // "NFSv4.2"; "NFSv4" where the minor version is not told
-  std::string time;     // local time at which the server made the client; not part of its info
+  std::string version;  // "NFSv4.2"; "NFSv4" if the minor version is unknown
+  std::string time;     // local time at which the server created the client; not in its info
 
   bool operator==(const NfsClient&) const = default;
 };
 
-// Parses the file info of a client. Nothing where the client is not confirmed (any longer) or
-// `info` is no such text. Older kernels write no status: their clients count as confirmed.
+// Parses the file info of a client. Nothing if the client is not, or no longer, confirmed or if
+// `info` is malformed. Older kernels write no status: their clients count as confirmed.
 std::optional<NfsClient> parseNfsClient(std::string_view info);
 
-// Replaces *clients by those of the folder clients/ of the kernel's server; by none where there is
-// no such server, or one before Linux 5.3. Fails where one cannot be read; *clients then has the
-// others.
+// Replaces *clients by those in the directory clients/ of the kernel's server; by none if there is
+// no such server, or before Linux 5.3. Fails if one cannot be read; *clients then has the others.
 Result<void> readNfsClients(const Paths& paths, std::vector<NfsClient>* clients);
 
 // A line of the mount table.
 struct NfsMount {
   std::string from;    // numeric address
-  std::string folder;  // path of the export or of a folder in it
+  std::string folder;  // path of the export or of a directory in it
 
   bool operator==(const NfsMount&) const = default;
 };
 
-// Parses the table's lines "10.0.0.9:/srv/media:0x00000001". Left out are lines of clients by name,
-// since asking for their addresses could take forever, and of mounts that were counted down to 0.
+// Parses the table's lines "10.0.0.9:/srv/media:0x00000001". Lines with client names are left out,
+// since looking up their addresses could hang, and so are mounts with a count of 0.
 std::vector<NfsMount> parseRmtab(std::string_view table);
 
 // Whether the kernel's server runs; without it the mount table is a leftover.
 bool isKernelNfsRunning(const Paths& paths);
 
-// Replaces *mounts by those of the table, by none where there is no table. Fails where it cannot be
-// read or is too long.
+// Replaces *mounts by those of the table, by none if there is no table. Fails if it cannot be read
+// or is too long.
 Result<void> readRmtab(const Paths& paths, std::vector<NfsMount>* mounts);
 
 }  // namespace zevo::connections

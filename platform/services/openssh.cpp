@@ -30,11 +30,11 @@ struct Session {
   const Process* process = nullptr;  // its SIGTERM ends the connection
   const Process* owner = nullptr;    // root's process that holds the connection's socket
   std::string user;
-  std::string use;  // as sshSession() tells it
+  std::string use;  // the result of sshSession()
   std::string from;
 };
 
-// The title of an sshd without the program's name; empty where it has none that can be believed.
+// The title of an sshd without the program's name; empty if it has none that can be trusted.
 Result<std::string> titleText(const Sources& sources, const Process* process) {
   if (process == nullptr || !isSshd(process->name)) return std::string();
   return readTitle(sources, *process).map([](const Title& title) {
@@ -42,14 +42,14 @@ Result<std::string> titleText(const Sources& sources, const Process* process) {
   });
 }
 
-// Whether root's own process with this title serves a session. While a child of one has not become
-// a program yet, it bears its title.
+// Whether root's process with this title serves a session. Until a child executes a program, it has
+// its parent's title.
 bool isUnguarded(const SshSession& told, const std::string& parentText) {
   return told.use != kInternalSftp && !sshSession(parentText);
 }
 
-// The client's connection that `process` still holds though the guard of its session was killed;
-// nothing where it is no such process.
+// The client's connection that `process` still has after the guard of its session was killed;
+// nothing if it is not such a process.
 Result<std::optional<Socket>> orphansClient(const Sources& sources, const Process& process) {
   const Result<bool>& owned = sources.rootOwned(process);
   if (!owned) return errorOf(owned);
@@ -62,8 +62,8 @@ Result<std::optional<Socket>> orphansClient(const Sources& sources, const Proces
   return socket;
 }
 
-// The session of which only `process` is left. Its title may be anybody's, and reading it may never
-// return, so its user id alone tells whom it serves.
+// The session of which only `process` remains. Its title cannot be trusted, and reading it may
+// never return, so only its user id shows whom it serves.
 Result<Session> identifyOrphan(const Sources& sources, const Process& process) {
   const auto client = orphansClient(sources, process);
   if (!client) return errorOf(client);
@@ -75,8 +75,8 @@ Result<Session> identifyOrphan(const Sources& sources, const Process& process) {
   return Session{&process, &process, std::move(user), std::string(kUnknownTerminal), {}};
 }
 
-// Whether `user` in a title is the account with the number `uid`. Where that cannot be told, as in
-// a container, the title is believed.
+// Whether `user` in a title is the account with the id `uid`. If that is unknown, as in a
+// container, the title is trusted.
 Result<bool> isAccount(const Sources& sources, const Process& process, const std::string& user,
                        uid_t uid) {
   const auto id = accountId(user);
@@ -84,8 +84,8 @@ Result<bool> isAccount(const Sources& sources, const Process& process, const std
   return servesThisMachine(sources, process).map(std::logical_not<>());
 }
 
-// The process of root's that guards the session of a user's process: its parent. Null where that
-// serves a session itself, or the login is still going on.
+// Root's process that guards the session of a user's process: its parent. Null if that serves a
+// session itself, or if the login is still in progress.
 Result<const Process*> guardOf(const Sources& sources, const Process* parent,
                                const std::string& user) {
   if (parent == nullptr || !isSshd(parent->name) || user == kLoginHelper) return nullptr;
@@ -94,8 +94,8 @@ Result<const Process*> guardOf(const Sources& sources, const Process* parent,
   return *owned ? parent : nullptr;
 }
 
-// A session whose title, or that of its guard, may have been cut off: sshd has room for titles
-// where its arguments and environment were.
+// A session whose title, or that of its guard, may be truncated: sshd's titles overwrite its
+// arguments and environment.
 Result<Session> identifyByIds(const Sources& sources, Session session, const SshSession& told,
                               const std::string& parentText) {
   const Process& process = *session.process;
@@ -115,7 +115,7 @@ Result<Session> identifyByIds(const Sources& sources, Session session, const Ssh
   });
 }
 
-// The session that `process` serves; its owner is null where it serves none.
+// The session that `process` serves; its owner is null if it serves none.
 Result<Session> identify(const Sources& sources, const Process& process) {
   const auto text = titleText(sources, &process);
   if (!text) return errorOf(text);
@@ -130,14 +130,14 @@ Result<Session> identify(const Sources& sources, const Process& process) {
   return identifyByIds(sources, std::move(session), *told, *parentText);
 }
 
-// Address of the client, empty where it did not come over TCP.
+// The address of the client; empty if it did not connect over TCP.
 Result<std::string> clientAddress(const Sources& sources, const Process& owner) {
   return clientSocket(sources, owner, isSshd).map([](const std::optional<Socket>& socket) {
     return socket ? numericText(socket->remote) : std::string();
   });
 }
 
-// What runs below a session.
+// The processes below a session.
 struct Below {
   std::vector<const Process*> internalSftp;
   bool hasExternalSftp = false;
@@ -153,7 +153,7 @@ bool isSftpServer(const Sources& sources, const Process& process) {
          });
 }
 
-// Notes what `child` of a session is: an SFTP server, the shell that started one, or anything else.
+// Classifies `child` of a session: an SFTP server, the shell that started one, or anything else.
 void addProgram(const Sources& sources, const Process& child, Below* below) {
   if (isSftpServer(sources, child)) {
     below->hasExternalSftp = true;
@@ -183,7 +183,7 @@ Result<void> readBelow(const Sources& sources, const Session& session, Below* be
   return outcome;
 }
 
-// The terminals of a session, or what stands for them, and an SFTP server that is a program.
+// The terminals of a session, or their replacement, and an SFTP server that is a program.
 std::vector<std::string> describe(const Session& session, const Below& below) {
   std::vector<std::string> uses;
   std::string_view rest = session.use == kNoTerminal ? std::string_view() : session.use;
@@ -199,7 +199,7 @@ std::vector<std::string> describe(const Session& session, const Below& below) {
   return uses;
 }
 
-// The folder in which the SFTP server works.
+// The working directory of the SFTP server.
 Result<void> appendInternalSftp(const Sources& sources, const Session& session,
                                 const Process& server, std::vector<Connection>* connections) {
   const auto folder = sources.filesOf(server).and_then(&ProcessFiles::workingDirectory);
@@ -248,7 +248,7 @@ bool isSshGuard(std::string_view text) {
 }
 
 std::optional<SshSession> sshSession(std::string_view text) {
-  // The listener shows its arguments, and brackets mark every stage before a session.
+  // The listener shows its arguments, and titles before a session have brackets.
   if (text.empty() || text.starts_with('/') || text.starts_with('[') || text.ends_with(']')) {
     return std::nullopt;
   }

@@ -1,4 +1,4 @@
-// Where the registry reads: one value, so that recorded trees serve as fixtures.
+// The paths of the registry, in one value, so that recorded trees can be used as fixtures.
 #pragma once
 
 #include <string>
@@ -18,10 +18,10 @@ struct Paths {
       "/usr/lib/openssh/sftp-server", "/usr/libexec/openssh/sftp-server",
       "/usr/libexec/sftp-server", "/usr/lib/ssh/sftp-server", "/usr/lib/misc/sftp-server"};
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
-  // Folder of the list that calls of the same moment share; empty: each call reads for itself.
+  // The directory of the list that concurrent calls share; empty: each call reads separately.
   std::string sharedList = "/run/currentconn/list";
   std::string subuid = "/etc/subuid";
-  std::string vsftpd = "/etc/vsftpd.conf";  // read where it was started without naming a file
+  std::string vsftpd = "/etc/vsftpd.conf";  // used if it was started without a file
 };
 
 }  // namespace zevo::connections

@@ -17,7 +17,7 @@ constexpr std::uint64_t kKernelThreadFlag = 0x00200000;  // PF_KTHREAD of the ke
 constexpr std::uint64_t kExitingFlag = 0x00000004;       // PF_EXITING
 constexpr std::uint64_t kKillSignal = 1U << (SIGKILL - 1);
 
-// Takes the next word off `rest`.
+// Removes the next word from `rest`.
 std::string_view nextWord(std::string_view& rest) {
   const std::size_t length = rest.find_first_of(" \n");
   const std::string_view word = rest.substr(0, length);

@@ -24,11 +24,11 @@ namespace {
 
 constexpr std::size_t kTextLimit = 4095;
 constexpr std::size_t kLongTextLimit = 64UL * 1024 * 1024;  // some 430,000 sockets
-constexpr int kMostThreads = 64;  // a tracer may keep any number of ended ones before the others
+constexpr int kMostThreads = 64;  // a tracer may keep any number of ended threads before the others
 constexpr uid_t kNoLogin = static_cast<uid_t>(-1);  // of the kernel's loginuid
 
-// "/proc/PID/cmdline": each argument ends in NUL; a title leaves the rest of the old arguments as
-// NULs behind it.
+// "/proc/PID/cmdline": each argument ends in NUL; after a title, the rest of the old arguments are
+// NULs.
 Title parseTitle(const std::string& bytes) {
   Title title;
   title.first = bytes.substr(0, bytes.find('\0'));
@@ -38,7 +38,7 @@ Title parseTitle(const std::string& bytes) {
 }
 
 // The line "Uid:\tREAL\tEFFECTIVE\tSAVED\tFILE" of /proc/PID/status, or that of "Gid:". The name
-// above it cannot fake such a line, since the kernel escapes line breaks there.
+// above it cannot fake such a line, since the kernel escapes its line breaks.
 template <typename Ids>
 std::optional<Ids> parseIds(std::string_view status, std::string_view key) {
   const std::size_t line = status.find(key);
@@ -70,17 +70,18 @@ std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view k
 OpenFolder openFolderAt(int parent, const char* name) {
   FileDescriptor descriptor = openFileAt(parent, name, O_RDONLY | O_DIRECTORY);
   OpenFolder folder(descriptor ? ::fdopendir(descriptor.get()) : nullptr);
-  if (folder) static_cast<void>(descriptor.release());  // the folder closes it
+  if (folder) static_cast<void>(descriptor.release());  // the directory closes it
   return folder;
 }
 
-// Whether the thread (of a folder "TID/", else the first one) runs: one that has ended has no root.
+// Whether the thread (of the directory "TID/", or the first one) runs: one that has ended has no
+// root.
 bool runsThread(int folder, const std::string& thread = "") {
   char byte = 0;
   return ::readlinkat(folder, (thread + "root").c_str(), &byte, 1) >= 0 || errno != ENOENT;
 }
 
-// The folder of a thread that goes on where the first one has ended; none where that runs, or all
+// The directory of a thread that still runs if the first one has ended; none if that runs, or all
 // have ended.
 FileDescriptor openOtherThread(int process) {
   if (runsThread(process)) return {};
@@ -139,7 +140,7 @@ Result<std::string> ProcessFiles::readText(int folder, const char* name) const {
 Result<std::string> ProcessFiles::readLink(int folder, const char* name) const {
   std::array<char, 4096> target{};
   const ssize_t size = ::readlinkat(folder, name, target.data(), target.size());
-  // A user may go down as deep as no path can name; that must not hide the connection.
+  // A user's directory may be too deep for a path; that must not hide the connection.
   if (size < 0 && errno == ENAMETOOLONG) return std::string();
   if (size < 0) return endedOrFailed(name, errno);
   return std::string(target.data(), static_cast<std::size_t>(size));
@@ -153,8 +154,8 @@ FileDescriptor ProcessFiles::memory() const {
   return openFileAt(running(), "mem", O_RDONLY);
 }
 
-// As the kernel makes "cmdline" of it: a title that is longer than the arguments goes on in the
-// environment behind them, up to a NUL.
+// Like the kernel's "cmdline": a title that is longer than the arguments continues in the
+// environment after them, up to a NUL.
 Result<Title> ProcessFiles::titleIn(const FileDescriptor& memory, const Process& process) const {
   if (process.argumentsEnd <= process.argumentsBegin) return Title();
   const std::size_t arguments = process.argumentsEnd - process.argumentsBegin;
@@ -210,7 +211,7 @@ Result<std::string> ProcessFiles::root() const {
   return readLink(running(), "root");
 }
 
-// As the kernel knows it already: a file system that a user serves is not asked.
+// From the kernel's cache: a user's file system is not accessed.
 Result<struct statx> ProcessFiles::program() const {
   struct statx file {};
   constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
@@ -251,7 +252,7 @@ Result<std::uint64_t> ProcessFiles::namespaceNumber(const std::string& kind) con
   const std::string name = "ns/" + kind;
   const bool endsWithThread = kind == "net" || kind == "mnt";
   const auto target = readLink(endsWithThread ? running() : folder_.get(), name.c_str());
-  // Both a kernel without this kind and a process that has ended have no such link.
+  // The link is missing if the kernel lacks this kind, or if the process has ended.
   if (isGone(target)) return 0;
   if (!target) return errorOf(target);
   const auto number = inodeIn(*target, kind);
@@ -290,7 +291,7 @@ Result<FileIdentity> ProcessFiles::accountsFile() const {
   constexpr const char* kName = "root/etc/passwd";
   const FileDescriptor root = openFileAt(running(), "root", O_PATH | O_DIRECTORY);
   if (!root) return endedOrFailed("root", errno);
-  // Without this a link of that tree to an absolute path would lead into ours.
+  // Otherwise an absolute link in that tree would lead into ours.
   open_how how{};
   how.flags = O_PATH | O_CLOEXEC;
   how.resolve = RESOLVE_IN_ROOT | RESOLVE_NO_MAGICLINKS;
@@ -322,17 +323,17 @@ Result<LowSockets> ProcessFiles::sockets(std::size_t most) const {
   const OpenFolder folder = openFolderAt(running(), "fd");
   if (!folder) return endedOrFailed("fd", errno);
 
-  LowSockets low;  // the kernel lists descriptors in order of numbers
+  LowSockets low;  // the kernel lists descriptors in numerical order
   for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
     const auto number = parseNumber<int>(entry->d_name);
     if (!number) continue;
     low.hasMore = low.looks == most;
     if (low.hasMore) break;
     ++low.looks;
-    std::array<char, 64> target{};  // a socket's is shorter; anything longer is none
+    std::array<char, 64> target{};  // a socket's link is shorter
     const ssize_t size =
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
-    if (size < 0 && errno == ENOENT) continue;  // closed meanwhile
+    if (size < 0 && errno == ENOENT) continue;  // closed in the meantime
     if (size < 0) return endedOrFailed("fd", errno);
     const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
     if (inode) low.sockets.push_back({*number, *inode});

@@ -23,7 +23,7 @@ FileDescriptor related(const FileDescriptor& space, unsigned long which) {
   return FileDescriptor(::ioctl(space.get(), which));
 }
 
-// Of `space` and those around it, the one directly in `home`; none where `home` is not around it.
+// Of `space` and its ancestors, the one directly in `home`; none if `home` is not an ancestor.
 FileDescriptor outermost(FileDescriptor space, std::uint64_t home) {
   for (int i = 0; i < kDeepest; ++i) {
     FileDescriptor around = related(space, NS_GET_PARENT);
@@ -34,7 +34,7 @@ FileDescriptor outermost(FileDescriptor space, std::uint64_t home) {
   return {};
 }
 
-// Who made the outermost user namespace around what runs in `space`, if that is not ours.
+// The creator of the outermost user namespace around `space`, if that is not ours.
 std::optional<uid_t> makerOf(FileDescriptor space, const Home& home) {
   if (home.user == 0 || numberOf(space) == home.user) return std::nullopt;
   const FileDescriptor foreign = outermost(std::move(space), home.user);
@@ -43,14 +43,14 @@ std::optional<uid_t> makerOf(FileDescriptor space, const Home& home) {
   return maker;
 }
 
-// Opens the user namespace of the process only where it is not ours, as that of few is.
+// Opens the user namespace of the process only if it is not ours, which is rare.
 std::optional<uid_t> makerAround(const ProcessFiles& process, const Home& home) {
   const auto number = process.namespaceNumber("user");
   if (!number || *number == 0 || *number == home.user) return std::nullopt;
   return makerOf(process.openNamespace("user"), home);
 }
 
-// The account that may give the number `uid` away, else `uid` itself.
+// The account to which the id `uid` is assigned, otherwise `uid` itself.
 uid_t accountBehind(uid_t uid, const Home& home) {
   return home.subordinates.ownerOf(uid).value_or(uid);
 }

@@ -1,4 +1,4 @@
-// To which of this machine's accounts a process belongs.
+// Determines to which of this machine's accounts a process belongs.
 #pragma once
 
 #include <sys/types.h>
@@ -7,16 +7,16 @@
 
 namespace zevo::connections {
 
-// The number of the account: who made the outermost user namespace around the process that is not
-// ours, since whatever number it has there is one of those that its maker may give away. In one
-// that root made, as for a container, it is the real user. So it is where there is none or it may
-// not be read. Of the maker or that user an account that may give its number away is the owner: a
-// program can keep it outside the namespace (set-user-ID), and make another one there. The number
-// is this machine's only where runsHere() says so.
+// The user id of the account: the creator of the outermost user namespace around the process that
+// is not ours, since any id in it is one that its creator was assigned. In a namespace that root
+// created, as for a container, it is the real user, and also if there is none or it may not be
+// read. If that id is assigned to an account (subuid), that account is the owner: a program can
+// keep the id outside the namespace (set-user-ID), and create another namespace there. The id is
+// this machine's only if runsHere().
 Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home);
 
 // Whether the process runs beside this machine's services: in their process namespace, or in one
-// that a user other than root made there. Any other is a container's.
+// that a user other than root created there. Any other process belongs to a container.
 Result<bool> runsHere(const ProcessFiles& process, const Home& home);
 
 }  // namespace zevo::connections

@@ -12,7 +12,7 @@
 namespace zevo::connections {
 namespace {
 
-// The pid that the entry of /proc names, or 0.
+// The pid of the entry of /proc, or 0.
 pid_t pidOf(const char* entry) {
   return std::max(parseNumber<pid_t>(entry).value_or(0), 0);
 }
@@ -23,7 +23,7 @@ ProcessTable::ProcessTable(std::vector<Process> processes, Result<void> unread)
     : unread_(std::move(unread)), processes_(std::move(processes)) {
   std::erase_if(processes_, [](const Process& p) { return p.isKernelThread || p.hasEnded; });
   const auto byPid = [](const Process& a, const Process& b) { return a.pid < b.pid; };
-  // /proc lists in order of pids, so this is nearly always a look only.
+  // /proc is in order of pids, so this is nearly always only a check.
   if (!std::is_sorted(processes_.begin(), processes_.end(), byPid)) {
     std::sort(processes_.begin(), processes_.end(), byPid);
   }

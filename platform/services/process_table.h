@@ -11,8 +11,8 @@
 
 namespace zevo::connections {
 
-// Immutable after the scan. Kernel threads and zombies are not in it. Pointers that it gives live
-// as long as the table.
+// Immutable after the scan. Without kernel threads and zombies. Its pointers are valid as long as
+// the table.
 class ProcessTable {
  public:
   ProcessTable() = default;
@@ -22,18 +22,18 @@ class ProcessTable {
   ProcessTable(const ProcessTable&) = delete;
   ProcessTable& operator=(const ProcessTable&) = delete;
 
-  // Reads the line of each process once; a process that vanishes meanwhile is left out. One that
-  // cannot be read is left out, which unread() says. Fails where no process can be read.
+  // Reads the line of each process once; a process that ends in the meantime is left out. One that
+  // cannot be read is left out, which unread() reports. Fails if no process can be read.
   static Result<ProcessTable> scan(const Paths& paths);
 
-  // Failed, with the first cause, where the scan left out a process.
+  // Failed, with the first cause, if the scan left out an unreadable process.
   [[nodiscard]] const Result<void>& unread() const { return unread_; }
-  // Null where there is none.
+  // Null if there is none.
   [[nodiscard]] const Process* find(pid_t pid) const;
   // In order of pids.
   [[nodiscard]] std::vector<const Process*> children(pid_t pid) const;
   [[nodiscard]] std::span<const Process> all() const { return processes_; }
-  // Those whose name `matches` takes, in order of pids.
+  // The processes whose name satisfies `matches`, in order of pids.
   template <typename Matches>
   [[nodiscard]] std::vector<const Process*> named(Matches matches) const {
     std::vector<const Process*> found;

@@ -13,8 +13,8 @@ bool isProftpd(std::string_view name) {
   return name == "proftpd" || name == "in.proftpd";
 }
 
-// The user whom the process serves; empty while nobody has logged in. A login in progress keeps
-// root as real user, since it has still to become the account that logs in.
+// The user that the process serves; empty while nobody has logged in. A login in progress keeps
+// root as real user, since it has not yet changed to the account.
 std::string userOf(const Sources& sources, const Process& process, const Title& title,
                    const UserIds& ids) {
   const auto user = proftpdTitleUser(title.first);
@@ -41,7 +41,7 @@ std::optional<std::string_view> proftpdTitleUser(std::string_view title) {
   constexpr std::string_view kBeforeHost = " - ";
   if (!title.starts_with(kBegin)) return std::nullopt;
   title.remove_prefix(kBegin.size());
-  // The command behind the colon is the client's; the host before it holds no blank.
+  // The command after the colon comes from the client; the host before it contains no space.
   const std::size_t end = title.find(": ");
   if (end == std::string_view::npos) return std::nullopt;
   const std::size_t length = title.substr(0, end).rfind(kBeforeHost);

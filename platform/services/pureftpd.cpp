@@ -15,12 +15,12 @@ namespace {
 
 constexpr std::string_view kNotLoggedIn = "?";
 
-// pure-ftpd, or with a data base for its users pure-ftpd-mysql and the like.
+// pure-ftpd, or with a database of users a name such as pure-ftpd-mysql.
 bool isPureFtpd(std::string_view name) {
   return name.starts_with("pure-ftpd");
 }
 
-// Takes the next field, without its escapes, off `line`.
+// Removes the next field from `line` and returns it without escapes.
 std::string takeField(std::string_view& line) {
   std::string field;
   std::size_t at = 0;
@@ -32,7 +32,7 @@ std::string takeField(std::string_view& line) {
   return field;
 }
 
-// The accounts that Pure-FTPd's own tool tells; none where it cannot be asked.
+// The accounts reported by Pure-FTPd's own tool; none if it cannot be run.
 std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimits& limits) {
   const std::string& tool = sources.paths().pureFtpwho;
   if (::access(tool.c_str(), X_OK) != 0 && errno == ENOENT) return {};
@@ -44,7 +44,7 @@ std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimi
   return {};
 }
 
-// The user whom the process serves; empty while nobody has logged in.
+// The user that the process serves; empty while nobody has logged in.
 std::string userOf(const Sources& sources, const Process& process,
                    const std::map<pid_t, std::string>& accounts, const UserIds& ids) {
   const auto account = accounts.find(process.pid);
@@ -84,7 +84,7 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
 
 Result<void> readPureFtpd(const Sources& sources, const ToolLimits& limits,
                           std::vector<Connection>& connections) {
-  std::optional<std::map<pid_t, std::string>> accounts;  // asked for at the first client
+  std::optional<std::map<pid_t, std::string>> accounts;  // read at the first client
   const auto login = [&](const Sources&, const ServedClient&, const Process& process) {
     if (!accounts) accounts = readAccounts(sources, limits);
     return readLogin(sources, process, *accounts);

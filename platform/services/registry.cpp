@@ -29,20 +29,19 @@
 namespace zevo::connections {
 namespace {
 
-// What a reading takes at most besides what its tools take.
+// The time limit of a read, in addition to that of its tools.
 constexpr std::chrono::seconds kTimeBesideTools{2};
 
 std::chrono::milliseconds acceptedAge{0};
 
-// A look at the process of a record: since it was read its pid may have been given to another one.
+// Checks the process of a record: its pid may have been reused since it was read.
 using IsSame = std::function<bool(const Process& now)>;
 
 constexpr int kLooksAtEnding = 50;  // for all records together
 constexpr std::chrono::milliseconds kBetweenLooks(10);
 
-// The process now. One that was killed is gone within moments, and who killed it is not to read
-// that it is still there: that is waited for, but not for one that cannot die since it waits
-// itself.
+// The present process. A killed process ends within moments, and whoever killed it must not read
+// that it still exists: we wait for that, unless it cannot end because it is waiting itself.
 Result<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
   auto now = readProcess(paths, pid);
   for (; now && now->isEnding && !now->hasEnded && looks > 0; --looks) {
@@ -54,7 +53,7 @@ Result<Process> readSettled(const Paths& paths, pid_t pid, int& looks) {
 
 Result<bool> isStillServed(const Paths& paths, const Connection& connection, const IsSame& isSame,
                            int& looks) {
-  if (connection.pid == 0) return true;  // served by no process alone
+  if (connection.pid == 0) return true;  // no process serves only it
   if (connection.pid < 2 || connection.pid > kPidMax) return false;
   const auto now = readSettled(paths, connection.pid, looks);
   if (isGone(now)) return false;
@@ -62,8 +61,7 @@ Result<bool> isStillServed(const Paths& paths, const Connection& connection, con
   return !now->hasEnded && isSame(*now);
 }
 
-// Leaves out what is no longer served, and what nothing can be told of: a stale pid is nobody's to
-// signal.
+// Leaves out what is no longer served or unknown: a stale pid must not be signalled.
 Result<void> dropStale(const Paths& paths, const IsSame& isSame,
                        std::vector<Connection>* connections) {
   std::vector<Connection> served;
@@ -86,7 +84,7 @@ void noteFailure(const Sources& sources, const char* server, ZEVO_CURCONN_TYPE t
                std::string(server) + ": " + outcome.error().sentence);
 }
 
-// Samba comes last, so that its tool has run beside everything else.
+// Samba comes last, so that its tool runs in parallel with everything else.
 void readServices(const Sources& sources, const ToolLimits& limits,
                   std::vector<Connection>* connections) {
   auto smbstatus = startSmbstatus(sources, limits);
@@ -178,7 +176,7 @@ Result<void> readForCall(const Paths& paths, const ToolLimits& limits, const Lis
   Result<void> outcome = readShared(paths, call, read, &timed);
   *list = std::move(timed.list);
   if (isOurs || !outcome) return outcome;
-  // The processes were there when the reading ended: one that began later is another.
+  // The processes existed when the read ended: one that began later is a different one.
   const auto isOlder = [&timed](const Process& now) {
     return startSinceBoot(now.startTicks) <= timed.ended;
   };

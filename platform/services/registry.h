@@ -10,15 +10,14 @@
 
 namespace zevo::connections {
 
-// Replaces *list by the connections of all services: with texts that are clean, and with pids of
-// processes that were still the scanned ones when everything had been read. What cannot be read of
-// one service is noted and logged. Fails where processes or sockets cannot be read; *list is then
-// empty.
+// Replaces *list by the connections of all services, with sanitised texts and with pids that still
+// belonged to the scanned processes after everything had been read. Failures of single services are
+// noted and logged. Fails if processes or sockets cannot be read; *list is then empty.
 Result<void> readConnections(const Paths& paths, const ToolLimits& limits,
                              const Sources::SocketReader& readSockets, const Sources::Log& log,
                              ConnectionList* list);
 
-// The same for one of many calls, as shared_list.h has it.
+// The same for one of many calls, as in shared_list.h.
 Result<void> readForCall(const Paths& paths, const ToolLimits& limits, const ListCall& call,
                          const Sources::SocketReader& readSockets, const Sources::Log& log,
                          ConnectionList* list);

@@ -9,18 +9,17 @@
 
 namespace zevo::connections {
 
-// A process that serves SMB or helps to: "smbd", "smbd[10.0.0.9]" of newer releases,
-// "smbd-notifyd".
+// A process of an SMB server: "smbd", "smbd[10.0.0.9]" of newer releases, "smbd-notifyd".
 bool isSmbd(std::string_view name);
 
-// Samba's own tool at work. Two runs side by side, since one that is asked for both gives the
-// sessions only, and one that is asked for neither looks through all open files and locks as well.
+// A run of Samba's own tool. Two parallel runs, since one with both options prints only the
+// sessions, and one without either also reads all open files and locks.
 class SmbstatusRuns {
  public:
   SmbstatusRuns(const Paths& paths, const ToolLimits& limits);
 
   void drain();
-  // What was printed: sessions, shares.
+  // The output: sessions, shares.
   std::pair<ToolResult, ToolResult> finish();
 
  private:
@@ -28,14 +27,13 @@ class SmbstatusRuns {
   ToolRun shares_;
 };
 
-// Starts the tool where a process may serve a session: elsewhere it has nothing to tell, and where
-// smbd never ran it would create databases. The other services are then read beside it.
+// Starts the tool if a process may serve a session: otherwise it has nothing to report, and if smbd
+// never ran it would create databases. The other services are read in parallel.
 Result<std::optional<SmbstatusRuns>> startSmbstatus(const Sources& sources,
                                                     const ToolLimits& limits);
 
 // Appends the records of samba_records.h, and those of samba_processes.h for sessions that the tool
-// does not know. Where the tool fails, one line is logged, and what it would have told comes from
-// processes and sockets.
+// does not know. If the tool fails, one line is logged, and processes and sockets are used instead.
 Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRuns>> runs,
                        std::vector<Connection>& connections);
 

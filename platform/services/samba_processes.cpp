@@ -30,10 +30,9 @@ bool isSmbdBelow(const Sources& sources, const Process& process) {
                      [](const Process* child) { return isSmbd(child->name); });
 }
 
-// The client's connection of a session's process: the one to an SMB port, else the first. Where the
-// process is no child of smbd it may be smbd itself, whose own connections (to a directory server,
-// or one that it accepts just now) are nobody's sessions; one that a super-server started has no
-// children.
+// The client's connection of a session's process: the one to an SMB port, otherwise the first. If
+// the process is not a child of smbd, it may be smbd itself, whose own connections (to a directory
+// server, or one being accepted) are not sessions; one started by a super-server has no children.
 Result<std::optional<Socket>> sessionSocket(const Sources& sources, const Process& process) {
   const bool isChild = isSmbdAbove(sources, process);
   if (!isChild && isSmbdBelow(sources, process)) return std::optional<Socket>();
@@ -47,7 +46,7 @@ Result<std::optional<Socket>> sessionSocket(const Sources& sources, const Proces
   return first;
 }
 
-// Whether the process may serve a session, without a look at the descriptors of each child.
+// Whether the process may serve a session, without examining the descriptors of each child.
 Result<bool> mayServe(const Sources& sources, const Process& process) {
   if (isSmbdAbove(sources, process)) return true;
   return sessionSocket(sources, process).map([](const std::optional<Socket>& socket) {
@@ -55,7 +54,7 @@ Result<bool> mayServe(const Sources& sources, const Process& process) {
   });
 }
 
-// What processes and sockets tell of one process.
+// The record of one process from processes and sockets.
 Result<void> appendProcess(const Sources& sources, const Process& process,
                            std::vector<Connection>* connections) {
   const auto vouched = isVouchedFor(sources, process, isSmbd);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::string_view kHiddenShare = "IPC$";
 
-// What the answers of the tool become.
+// The records from the tool's answers.
 class SessionRecords {
  public:
   explicit SessionRecords(const Sources& sources) : sources_(sources) {}
@@ -39,12 +39,12 @@ class SessionRecords {
   int elsewhere_ = 0;  // sessions of other nodes
 };
 
-// The process that serves the session. Gone where the answer is out of date.
+// The process that serves the session. Gone if the answer is outdated.
 Result<Process> SessionRecords::serverOf(const SmbSession& session) const {
   if (session.pid < 2 || session.pid > kPidMax) return gone();
   const auto pid = static_cast<pid_t>(session.pid);
   const Process* scanned = sources_.processes().find(pid);
-  // A session that began after the scan is known to the tool only.
+  // A session that began after the scan is known only to the tool.
   auto process = scanned ? Result<Process>(*scanned) : readProcess(sources_.paths(), pid);
   if (process && (process->hasEnded || !isSmbSessionName(process->name))) {
     return gone();
@@ -52,7 +52,7 @@ Result<Process> SessionRecords::serverOf(const SmbSession& session) const {
   return process;
 }
 
-// Pids of other nodes of a cluster may be in use here too, so the client's end of the connection
+// Pids of other nodes of a cluster may also be in use here, so the client's end of the connection
 // decides.
 Result<bool> SessionRecords::isServedHere(const SmbSession& session, const Process& process) const {
   const auto sockets = connectionsOf(sources_, process, isSmbd);
@@ -98,7 +98,7 @@ Result<void> SessionRecords::appendSession(const SmbSession& session, const Shar
   return {};
 }
 
-// Drops IPC$ where there is anything else, and all of it but one otherwise.
+// Removes IPC$ if there is any other share, and all but one of it otherwise.
 void hideIpc(std::vector<const SmbShare*>* shares) {
   const auto isHidden = [](const SmbShare* share) { return share->name == kHiddenShare; };
   const bool hasOther = !std::all_of(shares->begin(), shares->end(), isHidden);

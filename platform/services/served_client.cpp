@@ -9,16 +9,15 @@
 namespace zevo::connections {
 namespace {
 
-// A process and the client's connection that it holds.
+// A process and its connection to the client.
 struct Holder {
   const Process* process = nullptr;
   Socket socket;
-  bool hasMore = false;  // other connections besides
+  bool hasMore = false;  // other connections
 };
 
-// The processes that hold one connection, in order of pids. A listener holds a new client's
-// connection for a moment too; where it gives its processes sessions of their own it is told apart
-// by that.
+// The processes that have one connection, in order of pids. A listener briefly has a new client's
+// connection too; if its processes have their own sessions, it is distinguished by that.
 using Holders = std::map<std::pair<std::uint64_t, pid_t>, std::vector<Holder>>;
 
 Result<Holder> readHolder(const Sources& sources, const ServiceKind& kind, const Process& process) {
@@ -47,8 +46,8 @@ Result<void> readHolders(const Sources& sources, const ServiceKind& kind, Holder
   return outcome;
 }
 
-// The holder whose parent is not one of `holders`, the first where several are orphans. Pids that
-// were given anew during the scan could close a circle: then the first.
+// The holder whose parent is not one of `holders`; if several are orphans, the first. Pids reused
+// during the scan could form a cycle: then the first.
 const Holder& uppermost(const std::vector<Holder>& holders) {
   const auto isBelowAnother = [&holders](const Holder& holder) {
     return std::any_of(holders.begin(), holders.end(), [&holder](const Holder& other) {
@@ -80,8 +79,8 @@ std::vector<ServedClient> gather(const Holders& holders) {
   return clients;
 }
 
-// Whether the service vouches for the processes of `client`, or they are orphans whose connection
-// root accepted or opened, which no user can do.
+// Whether the service vouches for the processes of `client`, or they are orphans with a connection
+// that root accepted or opened, which users cannot do.
 Result<bool> judge(const Sources& sources, Family family, ServedClient& client) {
   const Process& top = *client.processes.front();
   auto vouched = isVouchedFor(sources, top, family);
@@ -92,8 +91,8 @@ Result<bool> judge(const Sources& sources, Family family, ServedClient& client) 
   return orphaned;
 }
 
-// The login of a client: that of the first process that has one. None where the session ends just
-// now.
+// The login of a client: that of the first process that has one. None if the session is just
+// ending.
 LoginReading loginOf(const Sources& sources, const ServedClient& client,
                      const LoginReader& readLogin) {
   for (const Process* process : client.processes) {

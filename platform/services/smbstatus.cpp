@@ -17,11 +17,11 @@
 namespace zevo::connections {
 namespace {
 
-// Whom smbstatus shows while a login is going on.
+// What smbstatus shows as the user during a login.
 constexpr std::int64_t kNoUser = -1;
 constexpr std::int64_t kNoUserUnsigned = 4294967295;
 
-// The member `name` of the object that `text` is, where that is an object too.
+// The member `name` of the object `text`, if it is an object too.
 std::optional<Json::Value> parseMember(std::string_view text, const char* name) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
@@ -42,7 +42,7 @@ std::optional<Json::Value> parseMember(std::string_view text, const char* name) 
   return member;
 }
 
-// Texts are texts, numbers may stand as such; anything else is the empty text.
+// Strings are taken as they are, numbers are accepted; anything else is the empty string.
 std::string textOf(const Json::Value& object, const char* name) {
   const Json::Value& value = object[name];
   if (value.isString()) return value.asString();
@@ -59,8 +59,8 @@ std::string numericAddress(std::string_view text) {
   return address ? numericText(*address) : std::string();
 }
 
-// Takes address and port out of "ipv4:10.20.0.3:52988" or "ipv6:fd20::2:60718"; a server may be
-// configured to give a host's name there.
+// Parses address and port in "ipv4:10.20.0.3:52988" or "ipv6:fd20::2:60718"; depending on the
+// server's configuration there is a host name instead.
 void takeHostname(std::string_view hostname, SmbSession* session) {
   if (!hostname.starts_with("ipv4:") && !hostname.starts_with("ipv6:")) return;
   hostname.remove_prefix(5);
@@ -76,7 +76,7 @@ struct SmbServer {
   std::int64_t pid = 0;
 };
 
-// In a cluster the pid reads "node:pid"; a task of its own follows as ".task".
+// In a cluster the pid has the form "node:pid"; a task is appended as ".task".
 std::optional<SmbServer> parseServer(const Json::Value& object) {
   if (!object.isObject()) return std::nullopt;
   SmbServer server;

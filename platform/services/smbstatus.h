@@ -11,14 +11,14 @@
 
 namespace zevo::connections {
 
-// One login of one client. Texts may hold any byte.
+// One login of one client. Texts may contain any byte.
 struct SmbSession {
   std::string id;
   std::string node;  // the node of a cluster; empty outside of one
   std::int64_t pid = 0;
   std::string user;              // with --numeric their id
-  std::string from;              // numeric address; empty where the answer has a name only
-  std::uint16_t clientPort = 0;  // 0 where the answer has none
+  std::string from;              // numeric address; empty if the answer has only a name
+  std::uint16_t clientPort = 0;  // 0 if the answer has none
   std::string time;              // local time; empty before release 4.20
 
   bool operator==(const SmbSession&) const = default;
@@ -28,18 +28,18 @@ struct SmbSession {
 struct SmbShare {
   std::string sessionId;
   std::string name;
-  std::string time;  // local time; empty where the answer's is none
+  std::string time;  // local time; empty if the answer has no valid one
 
   bool operator==(const SmbShare&) const = default;
 };
 
-// Parse what `smbstatus --json --processes` and `--shares` print, in the order of their members.
-// Sessions whose login is still going on, and members that are no sessions or shares, are left out.
-// Nothing where the text as a whole is no such answer.
+// Parse the output of `smbstatus --json --processes` and `--shares`, in the order of their members.
+// Sessions whose login is still in progress, and members that are not sessions or shares, are left
+// out. Nothing if the text is not such an answer.
 std::optional<std::vector<SmbSession>> parseSmbSessions(std::string_view text);
 std::optional<std::vector<SmbShare>> parseSmbShares(std::string_view text);
-// The same of `smbstatus --json --locks`, as host/open_files.h says. Those of other nodes of a
-// cluster are left out.
+// The same for `smbstatus --json --locks`, for host/open_files.h. Those of other nodes of a cluster
+// are left out.
 std::optional<OpenFiles> parseSmbOpenFiles(std::string_view text);
 
 }  // namespace zevo::connections

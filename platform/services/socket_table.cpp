@@ -20,7 +20,7 @@ namespace zevo::connections {
 namespace {
 
 constexpr int kTries = 5;
-constexpr std::size_t kDatagramBytes = 32UL * 1024;  // the kernel sends no larger ones in a dump
+constexpr std::size_t kDatagramBytes = 32UL * 1024;  // the kernel's maximum in a dump
 
 struct CloseNetlink {
   void operator()(mnl_socket* socket) const { ::mnl_socket_close(socket); }
@@ -49,7 +49,7 @@ int takeSocket(const nlmsghdr* header, void* data) {
   return MNL_CB_OK;
 }
 
-// The end of a dump carries the error that ended it, or 0.
+// The end of a dump has the error that ended it, or 0.
 int takeEnd(const nlmsghdr* header, void* /*data*/) {
   if (::mnl_nlmsg_get_payload_len(header) < sizeof(int)) return MNL_CB_STOP;
   const int error = *static_cast<const int*>(::mnl_nlmsg_get_payload(header));
@@ -92,7 +92,7 @@ DumpProgress receive(const mnl_socket* netlink, std::vector<Socket>* sockets) {
   return progress;
 }
 
-// One dump of one family; errno says why it failed.
+// One dump of one family; on failure errno has the reason.
 DumpProgress dump(std::uint8_t family, std::vector<Socket>* sockets) {
   const Netlink netlink(::mnl_socket_open2(NETLINK_SOCK_DIAG, SOCK_CLOEXEC));
   if (!netlink || ::mnl_socket_bind(netlink.get(), 0, MNL_SOCKET_AUTOPID) < 0) {

@@ -1,5 +1,5 @@
-// The TCP connections of this system at one moment: the established ones, and those of which the
-// peer has closed its own direction, in which data may still flow to it.
+// The TCP connections of this system at one moment: the established ones, and those whose peer has
+// closed its direction, while data may still be sent to it.
 #pragma once
 
 #include <cstddef>
@@ -26,12 +26,12 @@ struct Socket {
 
 enum class DumpProgress { kMore, kDone, kInterrupted, kFailed };
 
-// The next datagram of the kernel's at this socket, whole, in `buffer`; those of other processes
-// are dropped. Its size, or -1 with errno set.
+// Reads the kernel's next complete datagram from this socket into `buffer`; those of other
+// processes are dropped. Returns its size, or -1 with errno set.
 ssize_t receiveFromKernel(int netlink, std::span<char> buffer);
 
-// Takes the sockets out of one netlink datagram of sock_diag. kInterrupted: the dump may lack
-// connections and is to be made anew. kFailed: errno says why.
+// Parses the sockets in one netlink datagram of sock_diag. kInterrupted: the dump may lack
+// connections and must be repeated. kFailed: errno has the reason.
 DumpProgress parseDump(std::span<const char> datagram, std::vector<Socket>* sockets);
 
 // Immutable once built.
@@ -40,14 +40,14 @@ class SocketTable {
   SocketTable() = default;
   explicit SocketTable(std::vector<Socket> sockets);
 
-  // Asks the kernel, once for IPv4 and once for IPv6.
+  // Queries the kernel, once for IPv4 and once for IPv6.
   static Result<SocketTable> read();
 
-  // Reads those of the network namespace in which a process runs, once for IPv4 and once for IPv6.
+  // Reads the connections in a process's network namespace, once for IPv4 and once for IPv6.
   static Result<SocketTable> readOf(const ProcessFiles& process);
 
-  // The connection of a descriptor's inode, or null: no TCP, or no longer a connection. Lives as
-  // long as the table.
+  // The connection of a descriptor's inode, or null if it is not TCP or no longer a connection.
+  // Valid as long as the table.
   [[nodiscard]] const Socket* find(std::uint64_t inode) const;
   [[nodiscard]] std::span<const Socket> all() const { return sockets_; }
 

@@ -5,12 +5,12 @@
 namespace zevo::connections {
 namespace {
 
-// The number of the network namespace; 0 where it cannot be told.
+// The number of the network namespace; 0 if unknown.
 std::uint64_t networkOf(const Result<ProcessFiles>& files) {
   return files.and_then(&ProcessFiles::namespaces).value_or(Namespaces()).network;
 }
 
-// The same of the user namespace.
+// The same for the user namespace.
 std::uint64_t userOf(const Result<ProcessFiles>& files) {
   return files.and_then([](const ProcessFiles& open) { return open.namespaceNumber("user"); })
       .value_or(0);

@@ -1,4 +1,4 @@
-// What a collector reads from.
+// The data that collectors read.
 #pragma once
 
 #include <chrono>
@@ -24,22 +24,22 @@
 
 namespace zevo::connections {
 
-// What this machine's own services are told by.
+// How this machine's own services are identified.
 struct Home {
-  ProcessFiles files;         // of the first process, or our own where that cannot be read
+  ProcessFiles files;         // of the first process, or our own if that cannot be read
   Namespaces namespaces;      // of the same
   std::uint64_t network = 0;  // the namespace of sockets()
-  std::uint64_t user = 0;     // our own user namespace; 0 where it cannot be read
+  std::uint64_t user = 0;     // our own user namespace; 0 if it cannot be read
   SubordinateIds subordinates;
 };
 
-// Not our own process alone: services are often confined to a mount namespace, this one too.
+// Not only our own process: services, including this one, are often confined to a mount namespace.
 Home readHome(const Paths& paths);
 
-// A user can make processes that look like orphans, as many as he may have.
+// A user can create processes that look like orphans, up to the process limit.
 struct OrphanLooks {
   std::size_t left = 8192;
-  bool isNoted = false;  // that these were not enough
+  bool isNoted = false;  // whether these were not enough
 };
 
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.
@@ -49,7 +49,7 @@ class Sources {
   using Log = std::function<void(const std::string& line)>;
 
   // `readSockets` is called once, at the first use of sockets(): the dump is later than the scan,
-  // so every connection of a scanned process is in it.
+  // so that it has every connection of a scanned process.
   Sources(const Paths& paths, const ProcessTable& processes, SocketReader readSockets, Log log)
       : paths_(paths),
         processes_(processes),
@@ -66,20 +66,20 @@ class Sources {
     if (!home_) home_ = readHome(paths_);
     return *home_;
   }
-  // The connections of another network namespace, in which `member` runs; read once.
+  // The connections of another network namespace, that of `member`; read once.
   [[nodiscard]] const Result<SocketTable>& socketsOf(std::uint64_t network,
                                                      const ProcessFiles& member) const;
   [[nodiscard]] Result<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
-  // Whether root started `process`, as isRootOwned() in trust.h has it. Asked once: a user can put
-  // thousands of processes below each other, and each is judged by those above it.
+  // Whether root started `process`, by isRootOwned() in trust.h. Computed once: a user can nest
+  // thousands of processes, and each depends on those above it.
   [[nodiscard]] const Result<bool>& rootOwned(const Process& process) const;
   // Start of the process as local time.
   [[nodiscard]] std::string startText(const Process& process) const {
     return clock_.startText(process.startTicks);
   }
-  // Nothing where the start of the system is not known.
+  // Nothing if the start of the system is unknown.
   [[nodiscard]] std::optional<std::time_t> startTime(const Process& process) const {
     return clock_.startTime(process.startTicks);
   }
@@ -90,14 +90,15 @@ class Sources {
   }
   // One line for the administrator.
   void log(const std::string& line) const { log_(line); }
-  // What the caller of the registry is to learn, and the administrator reads in the log.
+  // A note for the caller of the registry, and for the administrator in the log.
   void note(std::string_view code, std::string_view service, const std::string& detail) const {
     log_(code == kConnectionsMissing ? detail + "; connections may be missing from the list"
                                      : detail);
     notes_.push_back({std::string(code), std::string(service), detail});
   }
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
-  // What is left of the looks at descriptors that all orphans of services share (client_sockets.h).
+  // The remaining number of descriptors to examine, shared by all orphans of services
+  // (client_sockets.h).
   [[nodiscard]] OrphanLooks& orphanLooks() const { return orphanLooks_; }
 
  private:
@@ -114,9 +115,9 @@ class Sources {
   mutable std::vector<ReadNote> notes_;
 };
 
-// Reads the connections of one service and appends them. A service that is not running has none; a
-// process that vanishes meanwhile has none. A process or file that cannot be read fails the
-// collector, which appends what the others tell nevertheless.
+// Reads the connections of one service and appends them. A service that is not running has none,
+// and neither has a process that ends in the meantime. If a process or file cannot be read, the
+// collector fails, but still appends the others.
 using Collector = Result<void> (*)(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kFileLimit = 16UL * 1024 * 1024;  // some 600,000 accounts
 
-// Takes what stands before `mark` off `rest`, and the mark.
+// Removes the text before `mark`, and the mark, from `rest`.
 std::string_view nextPart(std::string_view& rest, char mark) {
   const std::string_view part = rest.substr(0, rest.find(mark));
   rest.remove_prefix(std::min(rest.size(), part.size() + 1));
@@ -48,7 +48,7 @@ std::optional<uid_t> SubordinateIds::ownerOf(uid_t uid) const {
     return uid >= range.first && uid - range.first < range.count;
   };
   const auto range = std::find_if(ranges_->begin(), ranges_->end(), holds);
-  // A directory's accounts may have numbers of the same kind.
+  // Accounts of a directory service may have such ids too.
   if (range == ranges_->end() || !isNobodys(uid)) return std::nullopt;
   const auto owner = idOf(range->account);
   return owner && *owner != 0 ? owner : std::nullopt;

@@ -1,4 +1,4 @@
-// The user ids that accounts may give to their processes besides their own (subuid(5)).
+// The additional user ids assigned to accounts (subuid(5)).
 #pragma once
 
 #include <cstdint>
@@ -12,13 +12,13 @@ namespace zevo::connections {
 
 class SubordinateIds {
  public:
-  // Those of no file: nothing is allotted.
+  // Without a file: nothing is assigned.
   SubordinateIds() = default;
-  // Reads the file `path` when it is first asked. One that cannot be read allots nothing.
+  // Reads the file `path` at the first use. If it cannot be read, nothing is assigned.
   explicit SubordinateIds(std::string path) : path_(std::move(path)) {}
 
-  // The account to which `uid` is allotted; nothing where it is an account's own, nobody's, or
-  // root's, who allots to containers.
+  // The account to which `uid` is assigned; nothing if it is an account's own id, unassigned, or
+  // root's, who assigns it to containers.
   [[nodiscard]] std::optional<uid_t> ownerOf(uid_t uid) const;
 
  private:

@@ -15,7 +15,7 @@ constexpr std::size_t kWordDigits = 8;
 constexpr std::size_t kIpv4Words = 1;
 constexpr std::size_t kIpv6Words = 4;
 
-// The fields of a line, in proc(5)'s order, up to the last one that matters.
+// The fields of a line, in the order of proc(5), up to the last one needed.
 enum Field { kLocal = 1, kRemote = 2, kState = 3, kOwner = 7, kInode = 9, kFields = 10 };
 using Fields = std::array<std::string_view, kFields>;
 

@@ -1,4 +1,4 @@
-// The kernel's own text of a network namespace's TCP sockets. Unlike netlink it can be read of any
+// The kernel's text of a network namespace's TCP sockets. Unlike netlink, it can be read for any
 // process's namespace without entering it.
 #pragma once
 
@@ -9,9 +9,8 @@
 
 namespace zevo::connections {
 
-// The connections in a /proc/PID/net/tcp or tcp6, as SocketTable has them. Addresses carry no
-// interface, since its number means something in that namespace only. Lines of another form are
-// left out.
+// The connections in a /proc/PID/net/tcp or tcp6, as in SocketTable. Addresses have no interface,
+// since its number is valid only in that namespace. Malformed lines are left out.
 std::vector<Socket> parseTcpText(std::string_view text);
 
 }  // namespace zevo::connections

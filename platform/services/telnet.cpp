@@ -7,21 +7,21 @@
 namespace zevo::connections {
 namespace {
 
-constexpr int kLongestWay = 16;  // pids that are given anew during the scan could close a circle
+constexpr int kLongestWay = 16;  // pids reused during the scan could form a cycle
 
 bool isTelnetd(std::string_view name) {
   return name == "telnetd" || name == "in.telnetd";
 }
 
-// Programs between telnetd and the user's own. Netkit's telnetd is no root process and has
-// telnetlogin start login.
+// Programs between telnetd and the user's own. Netkit's telnetd does not run as root; telnetlogin
+// starts login.
 bool isLoginStep(std::string_view name) {
   return name == "login" || name == "telnetlogin" || isTelnetd(name);
 }
 
 // A process below telnetd.
 struct Below {
-  const Process* process = nullptr;  // null where nobody has logged in
+  const Process* process = nullptr;  // null if nobody has logged in
   uid_t uid = 0;
 };
 
@@ -37,7 +37,7 @@ Result<Below> firstChild(const Sources& sources, const Process& parent) {
 }
 
 // The user's first process below `server`, which runs as `serverUid`. A user's program named login
-// is his like any other.
+// counts like any other.
 Result<Below> usersProcess(const Sources& sources, const Process& server, uid_t serverUid) {
   const Process* step = &server;
   for (int i = 0; i < kLongestWay; ++i) {
@@ -50,13 +50,14 @@ Result<Below> usersProcess(const Sources& sources, const Process& server, uid_t 
   return Below{};
 }
 
-// Whose login `below` came from: its owner, unless that is root and the kernel knows better.
+// The account whose login `below` belongs to: its owner, unless that is root and the kernel
+// recorded another one.
 Result<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, const Below& below) {
   if (below.uid != 0) return below.uid;
   const auto before = server.loginUid();
   const auto after = sources.filesOf(*below.process).and_then(&ProcessFiles::loginUid);
   if (!before || !after) return errorOf(before, after);
-  // What telnetd has already was inherited from whoever started it.
+  // A login id that telnetd has itself was inherited from its parent.
   const bool isKnown = after->has_value() && *after != *before;
   return isKnown ? **after : below.uid;
 }

@@ -7,8 +7,7 @@
 namespace zevo::connections {
 namespace {
 
-constexpr int kLongestAncestry =
-    16;  // pids that are given anew during the scan could close a circle
+constexpr int kLongestAncestry = 16;  // pids reused during the scan could form a cycle
 
 constexpr std::array<std::string_view, 4> kSuperServers = {"inetd", "inetutils-inetd",
                                                            "openbsd-inetd", "xinetd"};
@@ -17,7 +16,8 @@ bool isSuperServer(std::string_view name) {
   return std::find(kSuperServers.begin(), kSuperServers.end(), name) != kSuperServers.end();
 }
 
-// Whether `process` runs what one of root's processes above it runs, as the scan saw them.
+// Whether `process` runs the same program as one of root's processes above it, according to the
+// scan.
 Result<bool> isRootsImage(const Sources& sources, const Process& process) {
   const Process* step = &process;
   for (int i = 0; i < kLongestAncestry; ++i) {
@@ -36,8 +36,8 @@ Result<Title> readTitle(const Sources& sources, const Process& process) {
   const auto isRoots = isRootsImage(sources, process);
   if (!files || !isRoots) return errorOf(files, isRoots);
   if (!*isRoots) return Title();
-  // A program that it has run since the scan may be a user's. One that it begins only after this
-  // look has another memory than the one that is open by then.
+  // A program executed since the scan may be a user's. One executed after this check has another
+  // memory than the one opened before.
   const FileDescriptor memory = files->memory();
   const auto now = readProcess(sources.paths(), process.pid);
   if (!now) return errorOf(now);

@@ -11,22 +11,23 @@
 
 namespace zevo::connections {
 
-// What a longer name of a user is cut down to in utmp.
+// The length to which utmp truncates user names.
 inline constexpr std::size_t kLongestUser = 32;
 
-// A login as utmp or logind records it. Texts may hold any byte.
+// A login in utmp or logind. Texts may contain any byte.
 struct LoginEntry {
-  pid_t pid = 0;         // of the process that made the entry
-  pid_t session = 0;     // of the session's leader as the entry has it; 0 where it has none
-  std::string terminal;  // "tty1", "pts/3"; other words where there is no terminal
+  pid_t pid = 0;         // of the process that wrote the entry
+  pid_t session = 0;     // of the session's leader in the entry; 0 if it has none
+  std::string terminal;  // "tty1", "pts/3"; other words if there is no terminal
   std::string user;
-  std::string from;  // numeric address of a login from elsewhere, else empty
+  std::string from;  // numeric address of a remote login, otherwise empty
   std::time_t time = 0;
 
   bool operator==(const LoginEntry&) const = default;
 };
 
-// The entries of users in the bytes of a utmp file. What follows the last whole entry is left out.
+// The entries of users in the bytes of a utmp file. Bytes after the last complete entry are
+// ignored.
 std::vector<LoginEntry> parseUtmp(std::string_view bytes);
 
 // Whether the bytes end in the middle of an entry.

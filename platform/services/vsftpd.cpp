@@ -17,8 +17,8 @@ bool isVsftpd(std::string_view name) {
   return name == "vsftpd";
 }
 
-// Whether `uid` may be that of processes which work for nobody yet. An orphan's arguments may be
-// anybody's.
+// Whether `uid` may belong to processes that serve nobody yet. An orphan's arguments cannot be
+// trusted.
 Result<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t uid,
                        const Title& arguments) {
   const VsftpdGuests guests =
@@ -28,8 +28,8 @@ Result<bool> isHelpers(const Sources& sources, const ServedClient& client, uid_t
   return !helper || *helper == uid;
 }
 
-// Whether the process waits in the folder of secure_chroot_dir, as those do that know no user yet
-// or never one (the handler of TLS, and the parent once somebody has logged in).
+// Whether the process waits in the directory secure_chroot_dir, like those that have no user yet or
+// never have one (the TLS handler, and the parent once somebody has logged in).
 Result<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& client,
                                 const Process& process, const ProcessFiles& files, uid_t uid,
                                 const Title& arguments) {
@@ -45,13 +45,13 @@ Result<bool> waitsInEmptyFolder(const Sources& sources, const ServedClient& clie
   return parentWaits ? *root == *waiting : hasEmptyRoot(sources, process, uid);
 }
 
-// Each process begins as root's, and makes no other one once it has taken its user's rights. So one
-// that still may is on its way to be somebody else's, or the uppermost.
+// Each process starts as root, and cannot create another one after it has changed to its user. So
+// one that still can is either before that change or the uppermost.
 Result<bool> worksForRoot(const ProcessFiles& files) {
   return files.mayMakeProcesses().map(std::logical_not<>());
 }
 
-// Whether `process` of `client` works for a user, as far as that shows without titles.
+// Whether `process` of `client` serves a user, as far as that is visible without titles.
 Result<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
                             const Process& process, const ProcessFiles& files, uid_t uid,
                             const Title& arguments) {
@@ -60,10 +60,10 @@ Result<bool> isUsersProcess(const Sources& sources, const ServedClient& client,
       .map(std::logical_not<>());
 }
 
-// The process whose end ends the session of which `users` is the user's process. The uppermost
-// takes all others with it, unless data flows: then these go on without it, and who moves the data
-// has to end. Over TLS that is the handler, without which the user's process ends at once; the
-// other way round the handler would go on waiting for a client who takes no data.
+// The process whose end ends the session of which `users` is the user's process. The end of the
+// uppermost ends all others, except during a transfer: then they continue without it, and the
+// process that transfers the data must end. With TLS that is the handler, without which the user's
+// process ends at once; conversely, the handler would wait for a client that takes no data.
 const Process* endingProcess(const ServedClient& client, const Process& users) {
   const Process* ending = client.processes.front();
   for (const Process* process : client.withMore) {
@@ -74,8 +74,8 @@ const Process* endingProcess(const ServedClient& client, const Process& users) {
   return ending;
 }
 
-// The account of the user's process, under which virtual users are served, too: then `folder` is
-// followed by that.
+// The account of the user's process, which may also serve virtual users: this is then appended to
+// `folder`.
 Login untitledLogin(const Sources& sources, const Process& process, const Title& arguments,
                     uid_t uid, std::string folder) {
   Login login{.user = accountOf(sources, process, uid), .descr = std::move(folder)};
@@ -85,7 +85,7 @@ Login untitledLogin(const Sources& sources, const Process& process, const Title&
   return login;
 }
 
-// The login of which `process` is the user's process; none where it is another one.
+// The login of which `process` is the user's process; none if it is another process.
 LoginReading readLogin(const Sources& sources, const ServedClient& client, const Process& process) {
   const auto files = sources.filesOf(process);
   const auto title = readTitle(sources, process);
@@ -103,7 +103,7 @@ LoginReading readLogin(const Sources& sources, const ServedClient& client, const
                     ? untitledLogin(sources, process, *title, ids->effective, std::move(*folder))
                     : Login{.user = parsed.user, .descr = std::move(*folder)};
   login.process = endingProcess(client, process);
-  // What one that ends meanwhile looked like proves nothing.
+  // The data of a process that ends in the meantime prove nothing.
   const auto root = files->root();
   if (!root) return errorOf(root);
   return std::optional<Login>(std::move(login));

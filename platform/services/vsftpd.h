@@ -8,28 +8,28 @@
 
 namespace zevo::connections {
 
-// What the title of a process says where setproctitle_enable is on.
+// The contents of the title of a process if setproctitle_enable is on.
 struct VsftpdTitle {
   bool isTitle = false;     // false: the arguments that the server was started with
-  bool isLoggedIn = false;  // the process works for a user who has logged in
-  std::string user;         // his name as he gave it; empty where the title does not hold all of it
+  bool isLoggedIn = false;  // the process serves a user who has logged in
+  std::string user;         // the name sent by the client; empty if truncated in the title
 };
 
 // "vsftpd: ::ffff:10.0.0.9/alice: STOR a: b" is alice's; "vsftpd: 10.0.0.9: connected" and
 // "vsftpd: 10.0.0.9: not logged in" are nobody's.
 VsftpdTitle parseVsftpdTitle(std::string_view title);
 
-// One record for each session, though two processes serve it, and three over TLS. The pid is that
-// of the uppermost, since the user's own puts SIGTERM off until his next command; while the session
-// holds a data connection it is that of the process which moves the data, since that one goes on
-// without the uppermost. It puts SIGTERM off too: only SIGKILL ends a transfer. The user is the
-// title's, else the account of the user's process; the description is that process's current folder
-// as it is found from outside, also where the user is confined to a part of the tree. Without
-// titles the name of a virtual user is known to vsftpd alone: the user is then the account that
+// One record per session, although two processes serve it, or three with TLS. The pid is that of
+// the uppermost, since the user's process defers SIGTERM until the next command; while the session
+// has a data connection it is that of the process that transfers the data, since that continues
+// without the uppermost. It defers SIGTERM too: only SIGKILL ends a transfer. The user is the one
+// in the title, otherwise the account of the user's process; the description is that process's
+// working directory as seen from outside, even if the user is confined to a part of the tree.
+// Without titles only vsftpd knows the name of a virtual user: the user is then the account that
 // serves all of them, and the description says so, "/srv/shared (virtual user)".
 //
-// With one_process_model and without titles nothing tells a login in progress from a session; both
-// are then shown.
+// With one_process_model and without titles a login in progress looks like a session; both are then
+// shown.
 Result<void> readVsftpd(const Sources& sources, std::vector<Connection>& connections);
 
 }  // namespace zevo::connections

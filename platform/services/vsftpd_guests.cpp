@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t kFileLimit = 1024UL * 1024;
 
-// Takes the text up to the next `separator` off `rest`.
+// Removes the text up to the next `separator` from `rest`.
 std::string_view take(std::string_view& rest, char separator) {
   const std::size_t length = rest.find(separator);
   const std::string_view part = rest.substr(0, length);

@@ -11,7 +11,7 @@ namespace ZEVO {
 struct APIRequest::State {
   RequestContext context;
 
-  // The parameter, or null where the call does not carry it.
+  // The parameter, or null if the call does not have it.
   [[nodiscard]] const Json::Value* find(const char* name) const {
     if (name == nullptr || !context.parameters.isObject()) return nullptr;
     return context.parameters.find(name, name + std::strlen(name));
@@ -22,7 +22,7 @@ namespace {
 
 std::optional<int> numberOf(const Json::Value& value, bool textual) {
   if (textual) return value.isString() ? zevo::parseNumber<int>(value.asString()) : std::nullopt;
-  // JSON has one type of number: 5.0 is 5, while 5.5 and what 32 bits do not hold are no integers.
+  // JSON has one type of number: 5.0 is 5, but 5.5 and numbers beyond 32 bits are not integers.
   if (!value.isNumeric() || !value.isInt()) return std::nullopt;
   return value.asInt();
 }

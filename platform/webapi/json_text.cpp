@@ -28,11 +28,11 @@ void writeReal(double number, std::string& out) {
   }
   const std::size_t begin = out.size();
   writeNumber(number, out);
-  // Keeps a real one a real one for readers that tell them apart.
+  // Keeps a real number real for readers that distinguish them.
   if (out.find_first_of(".e", begin) == std::string::npos) out += ".0";
 }
 
-// How many bytes at the start of `text` stand for themselves in a JSON string.
+// The number of bytes at the start of `text` that need no escape in a JSON string.
 std::size_t plainLength(std::string_view text) {
   const auto stop = std::find_if(text.begin(), text.end(), [](char c) {
     return static_cast<std::uint8_t>(c) < 0x20 || c == '"' || c == '\\';
@@ -68,7 +68,7 @@ void writeUtf8(std::string_view text, std::string& out) {
   out += '"';
 }
 
-// Whether each byte of `text` is a character that stands for itself.
+// Whether no byte of `text` needs an escape.
 bool isPlainAscii(std::string_view text) {
   bool other = false;
   for (const char c : text) {
@@ -93,11 +93,11 @@ void writeString(std::string_view text, std::string& out) {
 void writeStringValue(const Json::Value& value, std::string& out) {
   const char* begin = nullptr;
   const char* end = nullptr;
-  value.getString(&begin, &end);  // false for a value made from a null pointer: the empty text
+  value.getString(&begin, &end);  // false for a value created from a null pointer: the empty string
   writeString(begin == nullptr ? std::string_view() : std::string_view(begin, end), out);
 }
 
-// A value that holds no others.
+// A value that is not an array or object.
 void writeLeaf(const Json::Value& value, std::string& out) {
   switch (value.type()) {
     case Json::intValue:
@@ -116,7 +116,7 @@ void writeLeaf(const Json::Value& value, std::string& out) {
   }
 }
 
-// An array or object that is being written.
+// An array or object being written.
 struct Open {
   Json::Value::const_iterator next, end;
   bool isObject;

@@ -5,7 +5,7 @@
 namespace WebUtils {
 namespace {
 
-// What stands for `c`; empty where it stands for itself.
+// The replacement for `c`; empty if it needs none.
 std::string_view reference(char c, bool lineBreaks) {
   switch (c) {
     case '&':

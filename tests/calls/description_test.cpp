@@ -1,4 +1,4 @@
-// The description of the API against the table of services.
+// Compares the description of the API with the table of services.
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -16,7 +16,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// Every list of values that names a service, wherever it stands.
+// Every list of values that contains a service, anywhere.
 void collectServiceLists(const Json::Value& value, std::vector<Names>& lists) {
   if (value.isObject() && value["enum"].isArray()) {
     Names names;
@@ -27,7 +27,7 @@ void collectServiceLists(const Json::Value& value, std::vector<Names>& lists) {
   for (const Json::Value& part : value) collectServiceLists(part, lists);
 }
 
-// A connection names any service, a warning one that the registry reads, SSH standing for SFTP too.
+// A connection has any service, a warning one that the registry reads, with SSH also for SFTP.
 TEST(Description, NamesEveryServiceOfTheTable) {
   Names all = {std::string(zevo::kUnlistedService)};
   Names read;

@@ -19,7 +19,7 @@ inline std::string netstring(const std::string& text) {
   return std::to_string(text.size()) + ":" + text + ",";
 }
 
-// A well-formed request with `more` header lines behind the two that it must have.
+// A well-formed request with `more` header lines after the two required ones.
 inline std::string scgiRequest(const Headers& more, const std::string& body = "") {
   Headers headers = {{"CONTENT_LENGTH", std::to_string(body.size())}, {"SCGI", "1"}};
   headers.insert(headers.end(), more.begin(), more.end());

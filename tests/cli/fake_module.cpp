@@ -1,8 +1,8 @@
-// A module that answers what a test tells it, and writes down how it was called.
+// A module that gives scripted answers, and records how it was called.
 //
-// The folder named by CURRENTCONN_FAKE holds "answers.json", an object that gives for each method
-// an array of answers, one for each call and the last for all further ones; calls append a line
-// each to "calls". An answer is an object with one of
+// The directory named by CURRENTCONN_FAKE holds "answers.json", an object that gives for each
+// method an array of answers, one for each call and the last for all further ones; calls append a
+// line each to "calls". An answer is an object with one of
 //   "data":   the result of a success (any value)
 //   "error":  a code; "causes", an array of texts, goes to the error trail
 //   "print":  a text for standard output, with the host's own output off
@@ -10,7 +10,7 @@
 //   "throw":  true: an exception that escapes
 //   "silent": true: no outcome at all
 // and perhaps "warnings", an array of notes of the registry's, "wait_ms", the time before it, or
-// "wait_for", the name of a file of the folder that must be there first.
+// "wait_for", the name of a file of the directory that must be there first.
 #include <array>
 #include <chrono>
 #include <csignal>

@@ -82,7 +82,7 @@ Program::Program() : answers_(Json::objectValue) {
   fs::permissions(folder_, fs::perms(0755));
   for (const char* name : {"bin", "modules", "lib"}) fs::create_directory(folder_ / name);
   // Copies: the program looks beside its own file, and a caller without rights may not reach the
-  // folder of the build.
+  // directory of the build.
   fs::copy(CURRENTCONN_PROGRAM, folder_ / "bin");
   fs::copy(CURRENTCONN_FAKE_MODULE, modulePath());
   for (const fs::directory_entry& library : fs::directory_iterator(CURRENTCONN_LIBRARIES)) {
@@ -95,7 +95,7 @@ Program::Program() : answers_(Json::objectValue) {
       << "list_folder = \"" << (folder_ / "list").string() << "\"\n"
       << "state_folder = \"" << (folder_ / "state").string() << "\"\n";
   environment = {"LC_ALL=C.UTF-8", "PATH=/usr/bin:/bin", "CURRENTCONN_FAKE=" + folder_.string()};
-  // What the sanitizers are told in this run holds for the program as well.
+  // The settings of the sanitizers apply to the program too.
   for (const char* name : {"ASAN_OPTIONS", "UBSAN_OPTIONS", "LSAN_OPTIONS"}) {
     if (const char* value = std::getenv(name))
       environment.push_back(std::string(name) + "=" + value);

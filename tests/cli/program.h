@@ -1,4 +1,4 @@
-// The built program, run beside a module that answers what a test wants.
+// The built program, run with a module that gives scripted answers.
 #pragma once
 
 #include <filesystem>
@@ -18,8 +18,8 @@ struct Outcome {
   std::string err;
 };
 
-// An installation in a folder of its own: bin/currentconn, lib/ and modules/ with the fake module,
-// and a configuration whose session file stands in it too. Removed at the end.
+// An installation in a directory of its own: bin/currentconn, lib/ and modules/ with the fake
+// module, and a configuration whose session file stands in it too. Removed at the end.
 class Program {
  public:
   Program();
@@ -30,13 +30,13 @@ class Program {
   [[nodiscard]] const std::filesystem::path& folder() const { return folder_; }
   [[nodiscard]] std::filesystem::path modulePath() const;
 
-  // What the module answers to `method`, call by call; see the fake module for the form.
+  // The module's answers to `method`, call by call; see the fake module for the format.
   void answer(const std::string& method, const std::vector<std::string>& answers);
 
   // How it was called so far, in that order.
   [[nodiscard]] std::vector<Json::Value> calls() const;
 
-  // The words of a command line that runs it with `arguments` and the configuration.
+  // The command line that runs it with `arguments` and the configuration.
   [[nodiscard]] std::vector<std::string> commandLine(std::vector<std::string> arguments) const;
 
   // The environment in which it runs: LC_ALL and PATH only, and what the test adds.
@@ -57,7 +57,7 @@ class Program {
 
 // The answer of a listing method with these rows in JSON.
 std::string listAnswer(const std::vector<std::string>& rows, int total = -1);
-// `answer` of a read that could not tell all connections of `service`, or what `code` means.
+// `answer` of a read that lacks connections of `service`, or what `code` means.
 std::string incomplete(const std::string& answer, const std::string& service,
                        const std::string& code = "connections_missing");
 // A row in JSON.

@@ -1,4 +1,4 @@
-// The built program on a terminal of its own.
+// The built program on its own terminal.
 #pragma once
 
 #include <functional>
@@ -34,9 +34,9 @@ class TerminalSession {
   void resize(int columns, int rows) const;
   void signal(int number) const;
 
-  // Everything that came out so far.
+  // All output so far.
   [[nodiscard]] const std::string& output() const { return output_; }
-  // What the terminal does with what is typed.
+  // The terminal's input modes.
   [[nodiscard]] tcflag_t localModes() const;
   // The lines of the last complete redraw, without colours.
   [[nodiscard]] std::vector<std::string> lastFrame() const;

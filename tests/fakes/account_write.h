@@ -13,7 +13,7 @@
 
 namespace fakes {
 
-// Lists and results move wherever their interface allows it. What is handed out must be given back
+// Lists and results move wherever their interface allows it. What is handed out must be released
 // once.
 class AccountWrite {
  public:

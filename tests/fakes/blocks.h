@@ -9,9 +9,9 @@
 
 namespace fakes {
 
-// Every block must be given back exactly once while the double lives. A released block is filled
-// with 0xDD and stays allocated until then, so that reading it later shows and its address is not
-// handed out again.
+// Every block must be released exactly once while the double lives. A released block is filled with
+// 0xDD and stays allocated until then, so that reading it later shows and its address is not handed
+// out again.
 class Blocks {
  public:
   explicit Blocks(Calls& calls) : calls_(calls) {}

@@ -1,4 +1,4 @@
-// The ordered log of what the code under test asked of the platform and of the system.
+// The ordered log of the calls from the code under test to the platform and the system.
 #pragma once
 
 #include <initializer_list>

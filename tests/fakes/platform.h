@@ -1,6 +1,6 @@
 // The platform double: linked instead of the platform's libraries and of the system calls that
-// would change the machine. A test makes one, scripts what it expects and reads what was asked;
-// anything that is not scripted fails the test and does nothing.
+// would change the machine. A test creates one, scripts what it expects and reads the recorded
+// calls; anything that is not scripted fails the test and does nothing.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// Signals, naps and files, as a model: nothing is signalled, nobody waits, nothing is deleted.
+// Signals, sleeps and files, as a model: nothing is signalled, nobody waits, nothing is deleted.
 #pragma once
 
 #include <functional>
@@ -13,11 +13,11 @@ class Processes {
  public:
   explicit Processes(Calls& calls) : calls_(calls) {}
 
-  // What kill() answers: 0, or the error that it fails with. Unscripted until set.
+  // The result of kill(): 0, or the error. Unscripted until set.
   std::function<int(pid_t, int)> onKill;
-  // What sleep() answers: the seconds left, 0 after the whole sleep. Unscripted until set.
+  // The result of sleep(): the seconds left, 0 after the whole sleep. Unscripted until set.
   std::function<unsigned(unsigned)> onSleep;
-  // What unlink() answers: 0, or the error that it fails with. Unscripted until set.
+  // The result of unlink(): 0, or the error. Unscripted until set.
   std::function<int(const std::string&)> onUnlink;
 
   int signal(pid_t pid, int number, const std::string& as);

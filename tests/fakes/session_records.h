@@ -11,8 +11,8 @@ struct json_object;
 
 namespace fakes {
 
-// A line is "client|user|id|flags", the last for field 16 and only where it is there; a line
-// without two bars is no record, one with two lacks a text. Records not given back fail the test.
+// A line is "client|user|id|flags", the last for field 16 and only if it is there; a line without
+// two bars is not a record, one with two lacks a text. Records not released fail the test.
 class SessionRecords {
  public:
   SessionRecords(Calls& calls, Ids& ids, Refusals& refusals)

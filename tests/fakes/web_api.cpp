@@ -33,7 +33,7 @@ void recordRead(const char* function, const char* name, int necessity, bool vali
 struct APIRequest::State {
   RequestContext context;
 
-  // Null where the call does not carry it.
+  // Null if the call does not carry it.
   const Json::Value* find(const char* name) const {
     return context.parameters.isMember(name) ? &context.parameters[name] : nullptr;
   }

@@ -1,4 +1,4 @@
-// The built module as a host meets it: through dlopen and its exported table, on the real platform.
+// The built module as a host uses it: through dlopen and its exported table, on the real platform.
 #include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>

@@ -1,4 +1,4 @@
-// Values that a hostile caller may put anywhere in a request.
+// Values that a hostile client may put anywhere in a request.
 #pragma once
 
 #include <vector>

@@ -12,7 +12,7 @@ namespace module_test {
 
 namespace {
 
-// The kernel lets the parent go on before the title of the child can be read.
+// The kernel lets the parent continue before the title of the child can be read.
 void awaitTitle(pid_t pid) {
   const std::string path = "/proc/" + std::to_string(pid) + "/cmdline";
   std::string title;

@@ -2,13 +2,13 @@
 # Installs the servers and clients that the service tests start inside their namespaces.
 #
 #   tests/services/packages.sh            installs what is missing, by name; a second run changes nothing
-#   tests/services/packages.sh --missing  prints what is missing, one name a line, and changes nothing
-#   tests/services/packages.sh --names    prints the packages that it installs, one name a line
+#   tests/services/packages.sh --missing  prints what is missing, one name per line, and changes nothing
+#   tests/services/packages.sh --names    prints the packages that it installs, one name per line
 #
-# Servers that exclude each other as packages, telnetd, whose package would put a Telnet service into inetd.conf, a module
-# that would switch itself on in the machine's Apache, and a further source of accounts for the name service are only
-# unpacked, into build/service-packages/root. No daemon is started, and none that is installed here starts at the next
-# boot. Exit status: 0 all there, 1 something could not be had (the reason is printed).
+# Servers whose packages conflict, telnetd, whose package would add a Telnet service to inetd.conf, a module that would
+# enable itself in the machine's Apache, and a further source of accounts for the name service are only unpacked, into
+# build/service-packages/root. No daemon is started, and no installed one starts at the next boot. Exit status: 0 all
+# installed, 1 something could not be installed (the reason is printed).
 set -euo pipefail
 
 installed_packages=(

@@ -5,11 +5,11 @@
 
 #include "zevo/export.h"
 
-// One account as the system's name service knows it. All of it is one block.
+// One account according to the name service, in one block of memory.
 struct UserRecord {
   uid_t uid;
   gid_t gid;
-  const char* name;  // the account's own name: "root" for a look-up of its alias
+  const char* name;  // the account name: "root" for a look-up of its alias
   const char* home;
   const char* shell;
 };
@@ -18,8 +18,8 @@ extern "C" {
 
 // Looks up the account `name` (local or of any other source of the name service) and stores a new
 // record in *user. Returns 0 on success; a negative number, with *user null and the last error set,
-// where there is no such account (ZEVO_ERR_NO_SUCH_USER) or the look-up failed. Where no account
-// "admin" exists, "admin" is uid 0, since root's connections are shown under that name. The caller
+// if there is no such account (ZEVO_ERR_NO_SUCH_USER) or the look-up failed. If there is no
+// account "admin", "admin" is uid 0, since root's connections are shown under that name. The caller
 // releases the record with ZEVOUserFree.
 ZEVO_EXPORT int ZEVOUserGet(const char* name, UserRecord** user);
 

@@ -1,4 +1,4 @@
-// One call of a method: who is asking, and with which parameters.
+// One call of a method: the caller and the parameters.
 #pragma once
 
 #include <memory>
@@ -10,38 +10,37 @@
 
 namespace ZEVO {
 
-// Whether a read insists on its parameter. The value decides nothing but that: every read yields an
-// APIParameter.
+// Whether a parameter is required. It has no other effect: every read returns an APIParameter.
 enum PARAM_NECESSITY { PARAM_OPTIONAL = 0, PARAM_REQUIRED = 1 };
 
-// The value of a parameter that was there and had the right type, or nothing.
+// The value of a parameter that was present with the right type, or nothing.
 template <typename T>
 class APIParameter {
  public:
   APIParameter() = default;
   explicit APIParameter(T value) : value_(std::make_shared<const T>(std::move(value))) {}
 
-  // The value, or `fallback` where the parameter is absent or did not check.
+  // The value, or `fallback` if the parameter is absent or invalid.
   [[nodiscard]] T Get(const T& fallback) const { return value_ ? *value_ : fallback; }
 
  private:
   std::shared_ptr<const T> value_;
 };
 
-// What the host knows of a call before it runs the handler.
+// What the host knows about a call before it runs the handler.
 struct RequestContext {
   std::string loginUserName;  // "admin" for uid 0
   bool isAdmin = false;
   bool isDemoMode = false;
-  std::string sessionFilePath;  // empty: the call came over no web server
-  // Object of parameters. In a call whose parameters are `textual` (a query string) each value is a
-  // string, which also satisfies a read as integer where the whole text is one; otherwise values
-  // have the types of their JSON.
+  std::string sessionFilePath;  // empty: the call did not come through a web server
+  // The object of parameters. In a call whose parameters are `textual` (a query string) each value
+  // is a string, which can also be read as an integer if the whole string is one; otherwise values
+  // have their JSON types.
   Json::Value parameters = Json::Value(Json::objectValue);
   bool textual = false;
 };
 
-// Reads never throw, whatever the caller sent; a value of another type counts as absent.
+// Reads never throw, whatever the client sent; a value of another type counts as absent.
 class ZEVO_EXPORT APIRequest {
  public:
   using StringValidator = bool (*)(const std::string&);
@@ -60,13 +59,14 @@ class ZEVO_EXPORT APIRequest {
                                    IntValidator validator);
   APIParameter<Json::Value> GetAndCheckArray(const char* name, PARAM_NECESSITY necessity,
                                              ArrayValidator validator);
-  // Whether the call carries the parameter at all, of whatever type (null included).
+  // Whether the call has the parameter at all, of any type (including null).
   bool HasParam(const char* name);
 
   bool IsAdmin();
   bool IsDemoMode();
   std::string GetLoginUserName();
-  // Path of the session file of the web server that carried the call; empty where there is none.
+  // The path of the session file of the web server through which the call came; empty if there is
+  // none.
   std::string GetSessionFilePath();
 
  private:

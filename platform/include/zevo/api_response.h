@@ -1,4 +1,4 @@
-// The outcome of a call. The last recorded one holds.
+// The outcome of a call. The last recorded one counts.
 #pragma once
 
 #include <memory>
@@ -17,15 +17,15 @@ class ZEVO_EXPORT APIResponse {
   APIResponse(const APIResponse&) = delete;
   APIResponse& operator=(const APIResponse&) = delete;
 
-  // Handlers: `data` is written out as JSON text at once, so a large result is never held twice as
-  // a tree.
+  // For handlers: `data` is converted to JSON text at once, so that a large result is never in
+  // memory twice as a tree.
   void SetSuccess(const Json::Value& data);
   // `code` is not 0.
   void SetError(int code, const Json::Value& data);
-  // false: the handler writes its own answer, header lines included, to standard output.
+  // false: the handler writes its own answer, including header lines, to standard output.
   void SetEnableOutput(bool enable);
 
-  // Hosts: what was recorded.
+  // For hosts: what was recorded.
   [[nodiscard]] bool HasOutcome() const;
   [[nodiscard]] bool IsOutputEnabled() const;
   // 0 on success.

@@ -1,4 +1,4 @@
-// The table by which a web-API module offers its methods to a host.
+// The table in which a web-API module offers its methods to a host.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@ class APIResponse;
 }  // namespace ZEVO
 
 // A handler runs to completion on the caller's thread, one call at a time in a process. It records
-// exactly one outcome in the response, unless it has switched the host's output off, and lets no
-// exception but std::bad_alloc out.
+// exactly one outcome in the response, unless it has turned the host's output off, and throws
+// nothing but std::bad_alloc.
 using ApiHandler = void (*)(ZEVO::APIRequest* request, ZEVO::APIResponse* response);
 
 // One method of one API. A table ends with a row whose fields are all zero.

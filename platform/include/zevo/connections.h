@@ -1,11 +1,11 @@
-// The registry of current connections: who is connected to the services of this server.
+// The registry of the current connections to the services of this server.
 #pragma once
 
 #include <cstddef>
 
 #include "zevo/export.h"
 
-// Type ids of connections. 6 is no connection type.
+// Type ids of connections. 6 is not a connection type.
 enum ZEVO_CURCONN_TYPE {
   ZEVO_CURCONN_CIFS = 4,
   ZEVO_CURCONN_AFP = 5,
@@ -22,10 +22,10 @@ enum ZEVO_CURCONN_TYPE {
 // platform they are valid UTF-8 without control characters. They live in the same block as the
 // array that holds the record.
 struct _tag_ZEVO_CURCONN_ {
-  int pid;  // process whose SIGTERM ends the connection; 0 where none serves it alone (NFS)
-  const char* time;  // start in local time as "2026-11-20 21:26:24"; empty where nothing tells it
-  const char* from;  // numeric client address without port; empty for a local login
-  const char* user;  // account name as the service knows it; empty where the service has none (NFS)
+  int pid;            // process whose SIGTERM ends the connection; 0 if none serves only it (NFS)
+  const char* time;   // start in local time as "2026-11-20 21:26:24"; empty if unknown
+  const char* from;   // numeric client address without port; empty for a local login
+  const char* user;   // account name according to the service; empty if it has none (NFS)
   const char* descr;  // what is in use: share, terminal, directory, protocol version
   int type;           // ZEVO_CURCONN_TYPE
 };
@@ -40,14 +40,14 @@ static_assert(offsetof(_tag_ZEVO_CURCONN_, type) == 40);
 
 extern "C" {
 
-// Reads the current connections of all file services and console logins, one record for each
-// resource in use. Stores the address of a newly allocated array in *records, or null, and returns
-// the number of records; a service that is not installed or not running has none. What could
-// not be read of a service is left out and stands in the notes of zevo/read_notes.h. Returns a
-// negative number and sets the last error where processes or sockets cannot be read, or /proc shows
-// other pids than those that kill(2) takes. The caller releases *records with one free(), whatever
-// the result. Needs effective uid 0 to see other users' processes; starts child processes and waits
-// for them (10 s each at most, see the configuration).
+// Reads the current connections of all file services and console logins, one record per resource in
+// use. Stores the address of a newly allocated array in *records, or null, and returns the number
+// of records; a service that is not installed or not running has none. What could not be read of a
+// service is left out and noted (zevo/read_notes.h). Returns a negative number and sets the last
+// error if processes or sockets cannot be read, or if the pids in /proc are not those of kill(2).
+// The caller releases *records with one free() in any case. Needs effective uid 0 to see other
+// users' processes; starts child processes and waits for them (10 s each at most, see the
+// configuration).
 ZEVO_EXPORT int ZEVOCurConnGet(_tag_ZEVO_CURCONN_** records);
 
 }  // extern "C"

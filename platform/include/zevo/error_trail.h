@@ -1,4 +1,4 @@
-// Why a call of the platform failed, in words, for hosts that tell a person.
+// Describes why a call of the platform failed, for hosts that report it to a person.
 #pragma once
 
 #include <string>
@@ -10,9 +10,9 @@
 namespace zevo {
 
 // Causes that failing platform calls of this thread noted since the trail was last cleared, oldest
-// first, at most 8; each a sentence without a full stop that names the thing and the remedy. A call
-// that succeeds may leave a note too (a part that it could do without failed), so a host reads the
-// trail only after a call that failed.
+// first, at most 8; each a sentence without a full stop that says what failed, and the remedy. A
+// successful call may leave a note too (an optional part failed), so hosts read the trail only
+// after a failed call.
 ZEVO_EXPORT std::vector<std::string> errorTrail();
 ZEVO_EXPORT void clearErrorTrail();
 

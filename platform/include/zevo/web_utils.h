@@ -1,4 +1,4 @@
-// Helpers for modules that write HTML themselves.
+// Helpers for modules that write HTML.
 #pragma once
 
 #include <string>
@@ -7,9 +7,8 @@
 
 namespace WebUtils {
 
-// `text` with & < > " ' replaced by character references, so that it is text wherever HTML takes
-// text or a quoted attribute value; all other bytes stay as they are. `lineBreaks`: each line feed
-// becomes "<br>" as well.
+// `text` with & < > " ' replaced by character references, so that it is safe as HTML text or quoted
+// attribute value; all other bytes are unchanged. `lineBreaks`: each line feed also becomes "<br>".
 ZEVO_EXPORT std::string EncodeHtml(const std::string& text, bool lineBreaks);
 
 }  // namespace WebUtils

@@ -13,7 +13,7 @@ constexpr const char* kAfp = "afp";
 constexpr const char* kAfpFile = "/etc/netatalk/afp.conf";
 constexpr const char* kUsualUams = "uams_dhx.so uams_dhx2.so";
 
-// The value of `name` in the section [Global]; empty where it is not there.
+// The value of `name` in the section [Global]; empty if missing.
 std::string globalValue(const std::string& text, const std::string& name) {
   bool isGlobal = false;
   std::string value;
@@ -28,7 +28,7 @@ std::string globalValue(const std::string& text, const std::string& name) {
   return value;
 }
 
-// The file that a method of logging in is, where its name stands for one of several.
+// The file of a login method whose name is a link to one of several.
 std::string programOf(const Server& server, const std::string& folder, const std::string& uam) {
   std::vector<std::string> patterns = {"/usr/lib/netatalk", "/usr/lib64/netatalk",
                                        "/usr/lib/*/netatalk"};
@@ -70,7 +70,7 @@ std::optional<ServiceAccess> afpAccess(const Server& server) {
   std::replace(uams.begin(), uams.end(), ',', ' ');
   std::vector<ServiceAccess> all;
   for (const std::string& uam : wordsOf(uams)) {
-    if (uam == "uams_guest.so") continue;  // it logs in nobody's account
+    if (uam == "uams_guest.so") continue;  // no account logs in with it
     all.push_back(judgeMethod(server, programOf(server, globalValue(*text, "uam path"), uam)));
   }
   if (!all.empty()) return worstOf(all);

@@ -2,7 +2,7 @@
 
 namespace zevo::access {
 
-// The daemon looks at the expiry of every caller itself, whatever PAM says at the login.
+// The daemon checks the expiry of every caller itself, independently of PAM.
 std::optional<ServiceAccess> pageAccess(const Server& server, const std::string& pamFolder) {
   const std::string folder = pamFolder.empty() ? "/etc/pam.d" : pamFolder;
   if (!server.has(folder + "/currentconn")) return std::nullopt;

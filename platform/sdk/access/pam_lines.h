@@ -1,4 +1,4 @@
-// The account rules of a PAM service, as its files give them.
+// The account rules of a PAM service, from its files.
 #pragma once
 
 #include <map>
@@ -9,7 +9,8 @@
 
 namespace zevo::access {
 
-// What a stack does after a module has returned. A number above 0 is a jump over that many modules.
+// The action of a stack after a module has returned. A number above 0 is a jump over that many
+// modules.
 enum PamAction : int {
   kPamIgnore = 0,
   kPamOk = -1,
@@ -21,27 +22,28 @@ enum PamAction : int {
 
 struct PamControl {
   std::map<std::string, int> actions;  // by the return value's name: "success", "acct_expired"
-  int fallback = kPamBad;              // of the others
+  int fallback = kPamBad;              // for the others
 
   [[nodiscard]] int actionOn(const std::string& value) const;
   bool operator==(const PamControl&) const = default;
 };
 
 struct PamRule {
-  int level = 0;       // how many substacks it stands in
-  std::string module;  // as written; empty for a substack's beginning, which does nothing
+  int level = 0;       // the number of substacks around it
+  std::string module;  // as written; empty for the start of a substack, which does nothing
   bool hasArguments = false;
   PamControl control;
 
   bool operator==(const PamRule&) const = default;
 };
 
-// "required" and the like, or what stands in brackets, without them. Nothing where it is neither.
+// A keyword such as "required", or the text in brackets, without them. Nothing if it is neither.
 std::optional<PamControl> parsePamControl(std::string_view word);
 
-// The account rules of `service`, includes put in their places. `folders` are searched in order, as
-// PAM does; a service without account rules has those of "other". `root` goes before absolute paths
-// in the files. Nothing, with `*cause` saying why, where a file cannot be read or understood.
+// The account rules of `service`, with includes expanded. The directories `folders` are searched in
+// order, as PAM does; a service without account rules has those of "other". `root` is the prefix of
+// absolute paths in the files. Nothing, with the reason in `*cause`, if a file cannot be read or
+// parsed.
 std::optional<std::vector<PamRule>> readPamRules(const std::vector<std::string>& folders,
                                                  const std::string& root,
                                                  const std::string& service, std::string* cause);

@@ -6,10 +6,10 @@
 namespace zevo::access {
 namespace {
 
-// A return value, as far as it makes a difference to the stack.
+// A return value, as far as it matters to the stack.
 enum class Kind {
   kSuccess,
-  kRenewal,  // new_authtok_reqd: the login goes on after a change of the password
+  kRenewal,  // new_authtok_reqd: the login continues after a change of the password
   kIgnore,
   kRefusal,
 };
@@ -21,7 +21,7 @@ struct Outcome {
 
 enum class Impression { kNone, kPositive, kNegative };
 
-// Where a run through the rules stands.
+// The position in a run through the rules.
 struct State {
   std::size_t index = 0;
   Impression impression = Impression::kNone;
@@ -45,14 +45,14 @@ std::vector<Outcome> anyOutcome(const PamControl& control) {
   return outcomes;
 }
 
-// What a module can return for an expired local account; `*isKnown` tells whether we know that.
+// What a module can return for an expired local account; `*isKnown` says whether this is known.
 std::vector<Outcome> outcomesOf(const PamRule& rule, bool* isKnown) {
   const PamControl& control = rule.control;
   *isKnown = true;
   if (rule.module == "pam_unix.so") return {{Kind::kRefusal, control.actionOn("acct_expired")}};
   if (rule.module == "pam_deny.so") return {{Kind::kRefusal, control.actionOn("auth_err")}};
   if (rule.module == "pam_permit.so") return {{Kind::kSuccess, control.actionOn("success")}};
-  // It refuses only while the system goes down.
+  // It refuses only while the system is shutting down.
   if (rule.module == "pam_nologin.so" && !rule.hasArguments) {
     return {{Kind::kIgnore, control.actionOn("ignore")}};
   }
@@ -109,7 +109,7 @@ class Runs {
     switch (outcome.action) {
       case kPamIgnore:
         break;
-      case kPamReset:  // what it goes back to is not kept here
+      case kPamReset:  // its previous state is not kept here
         mayPass_ = mayRefuse_ = true;
         return;
       case kPamBad:
@@ -145,13 +145,13 @@ class Runs {
     state->status = kind == Kind::kRenewal || isSuccess ? kind : Kind::kRefusal;
   }
 
-  // The last rule of the stack of `level` that `index` stands in.
+  // The last rule of the stack of `level` that contains `index`.
   [[nodiscard]] std::size_t endOfStack(std::size_t index, int level) const {
     while (index + 1 < rules_.size() && rules_[index + 1].level >= level) ++index;
     return index;
   }
 
-  // Over `count` rules, of which a substack is one. Jumping itself says neither yes nor no.
+  // Skips `count` rules, counting a substack as one. A jump itself neither accepts nor refuses.
   void jump(State* state, int level, int count) const {
     for (; count > 0; --count) {
       const std::size_t next = state->index + 1;

@@ -1,4 +1,4 @@
-// What PAM's account rules do with an expired account.
+// How PAM's account rules treat an expired account.
 #pragma once
 
 #include <string>
@@ -9,19 +9,19 @@
 namespace zevo::access {
 
 enum class PamVerdict {
-  kRefuses,  // whatever the modules that we do not know return
+  kRefuses,  // regardless of the results of unknown modules
   kPasses,   // the same
   kUnclear,
 };
 
 struct PamAnswer {
   PamVerdict verdict = PamVerdict::kUnclear;
-  std::string cause;  // of kUnclear: the module that decides, or what could not be read
+  std::string cause;  // for kUnclear: the deciding module, or what could not be read
 
   bool operator==(const PamAnswer&) const = default;
 };
 
-// Of a local account whose shadow entry has expired.
+// For a local account whose shadow entry has expired.
 PamAnswer judgeExpired(const std::vector<PamRule>& rules);
 
 // The same, from the files of `service`; `folders` and `root` as in readPamRules.

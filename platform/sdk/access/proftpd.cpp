@@ -12,7 +12,7 @@ constexpr const char* kProftpd = "proftpd";
 constexpr const char* kProftpdFile = "/etc/proftpd/proftpd.conf";
 constexpr int kDeepestProftpdInclude = 8;
 
-// Directives that bring users of another source, and the module that reads them.
+// Directives for users from another source, and the modules that read them.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kOtherUsers = {
     {{"authuserfile", "mod_auth_file.c"},
      {"sqlconnectinfo", "mod_sql.c"},
@@ -20,16 +20,16 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kOtherUse
      {"radiusauthserver", "mod_radius.c"},
      {"radiusengine", "mod_radius.c"}}};
 
-// What the files say, wherever they say it.
+// The settings of the files, wherever they occur.
 struct ProftpdSettings {
   std::vector<std::string> order;  // modules of AuthOrder
-  bool hasVirtualHosts = false;    // in which the order and all else may be another
+  bool hasVirtualHosts = false;    // in which the order and other settings may differ
   bool isPamOff = false;
   std::vector<std::string> pam;                                 // services
   std::vector<std::pair<std::string, std::string>> otherUsers;  // directive and module
 };
 
-// The files that `pattern` stands for, as absolute paths of the server.
+// The files that match `pattern`, as absolute paths of the server.
 std::vector<std::string> matching(const Server& server, const std::string& pattern) {
   std::vector<std::string> files;
   glob_t found{};
@@ -51,7 +51,7 @@ class ProftpdReader {
  public:
   explicit ProftpdReader(const Server& server) : server_(server) {}
 
-  // False, with the cause kept, where a file cannot be read.
+  // False, with the cause stored, if a file cannot be read.
   bool read(const std::string& file, int depth) {
     if (depth > kDeepestProftpdInclude) {
       cause_ = file + " is included too deeply";
@@ -120,7 +120,7 @@ ServiceAccess judgeSettings(const Server& server, const ProftpdSettings& setting
     for (const std::string& pam : settings.pam) services.push_back(server.askPam(kProftpd, pam));
     checks.push_back(services.empty() ? server.askPam(kProftpd, kProftpd) : worstOf(services));
   }
-  // Whom PAM lets in first is in; whom it refuses, the other check refuses too.
+  // A user accepted by PAM is logged in; a user refused by PAM is refused by the other check too.
   const bool isPamFirst =
       !checks.empty() && !settings.hasVirtualHosts &&
       placeIn(settings.order, "mod_auth_pam.c") <= placeIn(settings.order, "mod_auth_unix.c");
@@ -137,7 +137,7 @@ ServiceAccess judgeSettings(const Server& server, const ProftpdSettings& setting
 
 std::optional<ServiceAccess> proftpdAccess(const Server& server) {
   if (!server.has("/usr/sbin/proftpd") && !server.runs(kProftpd)) return std::nullopt;
-  // A server that runs shows a title in place of its arguments: another file could not be seen.
+  // A running server shows a title instead of its arguments, so another file would not be visible.
   ProftpdReader reader(server);
   if (!reader.read(kProftpdFile, 0)) return notRead(kProftpd, reader.cause());
   return judgeSettings(server, reader.settings());

@@ -17,7 +17,7 @@ ServiceAccess judgeSource(const Server& server, const std::string& source) {
 
 std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
   if (!server.has("/usr/sbin/pure-ftpd") && !server.runs(kPureFtpd)) return std::nullopt;
-  // The server shows no arguments. What starts it on Debian tells which it would get.
+  // The server shows no arguments. Debian's start script determines them.
   std::string cause;
   const auto options = server.ask({kPureFtpdWrapper, "--show-options"}, &cause);
   if (!options) return notRead(kPureFtpd, cause);
@@ -26,7 +26,7 @@ std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     if (words[i] == "-l") checks.push_back(judgeSource(server, words[i + 1]));
   }
-  // Without a source of its own it takes the system's accounts.
+  // Without a source of its own it uses the system's accounts.
   if (checks.empty()) return refused(kPureFtpd, "own-check");
   return agreed(checks);
 }

@@ -38,14 +38,14 @@ ServiceAccess judgeSettings(const Server& server, const Settings& settings,
   }
   const auto pam = settings.find("pam_service_name");
   ServiceAccess result = server.askPam(kVsftpd, pam != settings.end() ? pam->second : "ftp");
-  // Users of another database pass rules of their own; whether this one is among them is not known.
+  // Users of another database have their own rules; it is not known whether this one is among them.
   if (hasGuests && result.access == Access::kLetIn) {
     return unknown(kVsftpd, "own-users", "remove-own-user", "guest_enable in " + file);
   }
   return result;
 }
 
-// `words`: the arguments of a server that shows them.
+// `words`: the visible arguments of a server.
 ServiceAccess judgeArguments(const Server& server, const std::vector<std::string>& words) {
   Settings settings;
   std::string file = kVsftpdFile;
@@ -62,7 +62,8 @@ ServiceAccess judgeArguments(const Server& server, const std::vector<std::string
   return judgeSettings(server, settings, file);
 }
 
-// A server that shows titles instead of its arguments. It has its usual file if that asks for them.
+// A server that shows titles instead of its arguments. It uses the default file if that enables
+// titles.
 ServiceAccess judgeTitled(const Server& server) {
   std::string cause;
   const auto text = server.read(kVsftpdFile, &cause);

@@ -7,13 +7,13 @@
 
 namespace zevo::access {
 
-// The parts of `text` between blanks and line breaks.
+// The parts of `text` between spaces and line breaks.
 std::vector<std::string> wordsOf(std::string_view text);
 
-// The lines of `text` without the blanks around them.
+// The lines of `text` without surrounding spaces.
 std::vector<std::string> linesOf(std::string_view text);
 
-// `text` without the blanks around it.
+// `text` without surrounding spaces.
 std::string_view trimmed(std::string_view text);
 
 // ASCII letters in lower case.

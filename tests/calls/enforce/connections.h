@@ -17,7 +17,7 @@ inline Connection connection(std::uint32_t pid, const std::string& who,
   return {"2026-11-20 21:26:24", who, from, type, descr, pid, type != "NFS", type != "NFS"};
 }
 
-// A folder like /proc.
+// A directory like /proc.
 class ProcessTree {
  public:
   void add(std::uint32_t pid, std::uint32_t parent, const std::string& state = "S (sleeping)") {

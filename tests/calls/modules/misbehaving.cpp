@@ -1,4 +1,4 @@
-// A module whose methods do what none should.
+// A module whose methods misbehave.
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -31,7 +31,7 @@ void hang(APIRequest* /*request*/, APIResponse* /*response*/) {
   for (;;) ::pause();
 }
 
-// Hangs in a program that it has started, deaf to every signal that can be ignored.
+// Hangs in a program that it has started, which ignores all signals that can be ignored.
 void hangInChild(APIRequest* /*request*/, APIResponse* /*response*/) {
   if (::fork() == 0) {
     ::signal(SIGTERM, SIG_IGN);

@@ -106,7 +106,7 @@ TEST(ScgiAnswer, ThatIsNoneIsAFailure) {
   }
 }
 
-// A socket on which a child answers one call and writes down what it was asked.
+// A socket on which a child answers one call and records the request.
 class DaemonClient : public ::testing::Test {
  protected:
   DaemonClient() {
@@ -207,14 +207,14 @@ TEST_F(DaemonClient, DoesNotBelieveAnybodyButRoot) {
             Answer::Status::kFailed);
 }
 
-// A socket of this process on which nobody is let in.
+// A socket of this process that accepts no connections.
 class SilentDaemon : public DaemonClient {
  protected:
   SilentDaemon() : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     EXPECT_EQ(::bind(listener_.get(), target(), sizeof address_), 0);
     EXPECT_EQ(::listen(listener_.get(), 0), 0);
   }
-  // Takes the places of those who wait to be let in.
+  // Fills the queue of waiting connections.
   void fill() {
     while (true) {
       zevo::FileDescriptor waiting(

@@ -1,4 +1,4 @@
-// A folder that is there for one test.
+// A directory that is there for one test.
 #pragma once
 
 #include <algorithm>
@@ -33,7 +33,7 @@ class TemporaryFolder {
     return file(name);
   }
 
-  // Names in the folder, sorted.
+  // Names in the directory, sorted.
   [[nodiscard]] std::vector<std::string> names() const {
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(path_)) {

@@ -18,7 +18,7 @@ struct Texts {
   bool operator==(const Texts&) const = default;
 };
 
-// A record handle as a reader of the file holds it: given back once, after the last line.
+// A record handle as a reader of the file holds it: released once, after the last line.
 class RecordHandle : public testing::Test {
  protected:
   ~RecordHandle() override { json_object_put(record_); }

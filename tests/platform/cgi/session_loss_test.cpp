@@ -67,7 +67,7 @@ class SessionLoss : public testing::Test {
  protected:
   SessionLoss() { EXPECT_EQ(ZEVOCgiSessionFileCreate(path_.c_str()), 0); }
 
-  // One login more; false where it cannot be recorded.
+  // One login more; false if it cannot be recorded.
   bool add(std::size_t login) {
     ledger_->states[login] = kAdding;
     const Login record = {
@@ -77,7 +77,7 @@ class SessionLoss : public testing::Test {
     return true;
   }
 
-  // One login less; false where it is no longer there.
+  // One login less; false if it is no longer there.
   bool remove(std::size_t login) {
     ZEVO_CGI cgi;
     ZevoCgiInit(path_.c_str(), &cgi);

@@ -1,4 +1,4 @@
-// A stand-in for Samba's pdbedit, over a folder with one file of flags for each entry.
+// A stand-in for Samba's pdbedit, over a directory with one file of flags for each entry.
 #pragma once
 
 #include <filesystem>

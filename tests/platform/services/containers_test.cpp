@@ -37,7 +37,7 @@ Namespaces otherMounts() {
 
 class ContainersTest : public test::ServiceFixture {
  protected:
-  // The container whose accounts the process serves; "?" where nobody can tell.
+  // The container whose accounts the process serves; "?" if nobody can tell.
   std::string containerOf(pid_t pid) {
     const test::FakeSources sources(tree_);
     const auto container = connections::containerOf(*sources, *sources.processes().find(pid));

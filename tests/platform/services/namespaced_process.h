@@ -23,7 +23,7 @@ class NamespacedProcess {
   NamespacedProcess(const NamespacedProcess&) = delete;
   NamespacedProcess& operator=(const NamespacedProcess&) = delete;
 
-  // As this machine counts it; 0 where it could not be laid out.
+  // As this machine counts it; 0 if it could not be laid out.
   [[nodiscard]] pid_t pid() const { return pid_; }
 
  private:

@@ -107,7 +107,8 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   }
   fs::create_symlink(process.cwd, folder / "cwd");
   fs::create_symlink(process.root, folder / "root");
-  fs::create_symlink("/proc/self/mountinfo", folder / "mountinfo");  // that of the trees' folders
+  fs::create_symlink("/proc/self/mountinfo",
+                     folder / "mountinfo");  // that of the trees' directories
   writeNamespaces(folder, process.namespaces, process.userNamespace);
   writeFile(folder / "cgroup", process.cgroup);
   const std::string limit = std::to_string(process.processLimit);

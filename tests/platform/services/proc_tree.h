@@ -1,4 +1,4 @@
-// A recorded /proc in a temporary folder.
+// A recorded /proc in a temporary directory.
 #pragma once
 
 #include <string>
@@ -70,7 +70,7 @@ class ProcTree {
   // All paths lie below the tree; only proc exists at first.
   [[nodiscard]] const Paths& paths() const { return paths_; }
   [[nodiscard]] const std::string& folder() const { return folder_; }
-  // Path of a file below the tree, written with `content`; the folders above it are made.
+  // Path of a file below the tree, written with `content`; the directories above it are made.
   std::string file(const std::string& name, const std::string& content) const;
 
  private:

@@ -121,7 +121,7 @@ TEST_F(ProcessFilesTest, ReadsWorkingDirectoryAndRoot) {
   EXPECT_EQ(*files.root(), "/srv");
 }
 
-// A process of our own in a folder that no path can name, which it removes again in the end.
+// A process of our own in a directory that no path can name, which it removes again in the end.
 class DeepProcess {
  public:
   explicit DeepProcess(const std::string& top) {
@@ -231,7 +231,7 @@ TEST_F(ProcessFilesTest, EveryReadingThatIsRefusedIsAFailureThatNamesTheFile) {
   EXPECT_NE(causeOf(files.isSetuidProgram()).find("/proc/9/exe"), std::string::npos);
 }
 
-// A child that waits until it is told to go on with `then`, and ends with the test.
+// A child that waits until it is told to continue with `then`, and ends with the test.
 class WaitingChild {
  public:
   template <typename Then>
@@ -325,7 +325,7 @@ TEST(TitlesInMemoryTest, AreGoneWithTheirProcess) {
   EXPECT_TRUE(isGone(files.titleIn(memory, process)));
 }
 
-// A child whose first thread has ended while another one goes on, as /proc shows it by now.
+// A child whose first thread has ended while another one continues, as /proc shows it by now.
 pid_t forkWithoutFirstThread() {
   const pid_t child = ::fork();
   if (child == 0) {

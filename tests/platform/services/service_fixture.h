@@ -33,7 +33,7 @@ class ServiceFixture : public ::testing::Test {
     EXPECT_TRUE(hasFailed(collector(*sources, connections)));
     return connections;
   }
-  // The cause with which the collector fails; empty where it does not.
+  // The cause with which the collector fails; empty if it does not.
   std::string failureOf(Collector collector) {
     const FakeSources sources(tree_, sockets_);
     std::vector<Connection> connections;

@@ -45,7 +45,7 @@ class VsftpdFixture : public ServiceFixture {
          .root = place,
          .sockets = standardStreams(kClient)});
   }
-  // A process below that parent which waits in the empty folder.
+  // A process below that parent which waits in the empty directory.
   void addWaiting(pid_t pid, pid_t parent, const std::string& text = kArguments) {
     add({.pid = pid,
          .parent = parent,
@@ -83,7 +83,7 @@ class VsftpdFixture : public ServiceFixture {
     return {pid, kStartText, "10.20.0.2", user, descr, ZEVO_CURCONN_FTP};
   }
 
-  std::string empty_;  // the folder of secure_chroot_dir
+  std::string empty_;  // the directory of secure_chroot_dir
 };
 
 }  // namespace zevo::connections::test
