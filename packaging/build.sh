@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2154,SC2034
-# What ./run, ./test and ./package share: the packages that a build needs, and one build. Sourced by bash with $here set
-# to the project's folder.
+# Shared by ./run, ./test and ./package: the packages that a build needs, and one build. Sourced by bash with $here set
+# to the project's directory.
 
 build_packages=(
   ca-certificates cmake esbuild g++ ninja-build pkg-config
@@ -13,7 +13,7 @@ install_build_packages() {
   "$here/packaging/install_packages.sh" "${build_packages[@]}" "$@"
 }
 
-# build_preset PRESET [cmake options]: says nothing where there is nothing to do, and all of it where it fails.
+# build_preset PRESET [cmake options]: prints nothing if there is nothing to do, and everything if it fails.
 build_preset() {
   local preset=$1 log="$here/build/$1.log"
   shift
@@ -24,7 +24,7 @@ build_preset() {
   fi
   if ! (cd "$here" && cmake --preset "$preset" "$@" && cmake --build --preset "$preset") >"$log" 2>&1; then
     cat "$log" >&2
-    echo "the $preset build failed; the whole of it stands above and in $log" >&2
+    echo "the $preset build failed; see the output above or $log" >&2
     return 1
   fi
 }

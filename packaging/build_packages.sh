@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# Builds the Debian packages of the project into build/packages with the tools of the system that it runs on, and holds
-# them to lintian. Objects are kept in build/package-objects: a second run compiles what has changed.
+# Builds the Debian packages of the project into build/packages with the tools of this system, and checks them with
+# lintian. Objects are kept in build/package-objects, so that a second run compiles only changes.
 set -euo pipefail
 project=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 build=$project/build
 log=$build/packages.log
 
-# Lays the project's files anew. One with the same content keeps its time, so that it is not compiled again; any other
-# gets a new one, since its own may be older than the object of what was there before.
+# Copies the project's files again. A file with the same content keeps its time, so that it is not compiled again; any
+# other gets a new time, since its own may be older than an existing object.
 renew_source() {
   local fresh=$build/package-fresh file
   rm -rf "$fresh"
@@ -34,7 +34,7 @@ build_them() {
 
 if ! build_them >"$log" 2>&1; then
   cat "$log" >&2
-  echo "the packages could not be built; the whole of it stands above and in $log" >&2
+  echo "the packages could not be built; see the output above or $log" >&2
   exit 1
 fi
 lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$build"/packages/*.changes

@@ -1,18 +1,18 @@
 #!/usr/bin/env bash
 # Throw-away roots of Debian releases, kept under build/roots, and commands that run in them.
 #
-#   packaging/debian_root.sh make ROOT RELEASE PACKAGE…   makes build/roots/ROOT, unless it is there with these packages
+#   packaging/debian_root.sh make ROOT RELEASE PACKAGE…   creates build/roots/ROOT unless it exists with these packages
 #   packaging/debian_root.sh run ROOT COMMAND…            runs a command in it, without network
-#   packaging/debian_root.sh keep ROOT COMMAND…           the same with the machine's network; changes of the root stay
+#   packaging/debian_root.sh keep ROOT COMMAND…           the same with the machine's network; keeps changes of the root
 #
-# A command finds the project under its own path, with build/in-ROOT for its build/. It runs in mount, process and
-# host-name namespaces of its own: whatever it starts ends with it, and its mounts with that. Nothing of the machine is
-# changed. Package sources, keyring and proxies are those of the machine's apt.
+# A command sees the project at its own path, with build/in-ROOT as its build/. It runs in its own mount, process and
+# host-name namespaces: its child processes and mounts end with it. The machine is not changed. Package sources, keyring
+# and proxies are those of the machine's apt.
 set -euo pipefail
 
 project=$(cd "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")/.." && pwd)
 roots=$project/build/roots
-# Everything that a command starts ends when this program does, and this when its caller does, however they end.
+# Everything that a command starts ends with this program, and this program with its caller, however they end.
 namespaces=(setpriv --pdeathsig KILL unshare --mount --pid --uts --ipc --cgroup --fork --kill-child --propagation private)
 
 say() { printf 'root: %s\n' "$*" >&2; }
@@ -22,10 +22,10 @@ fail() {
   exit 1
 }
 
-# Prints why no root can be made here, or nothing.
+# Prints why no root can be created here, or nothing.
 obstacle() {
   if [[ $EUID -ne 0 ]]; then
-    echo "only root can make one; run this with sudo"
+    echo "only root can create one; run this with sudo"
   elif ! command -v apt-get >/dev/null; then
     echo "there is no apt-get"
   elif ! "${namespaces[@]}" sh -c 'mount -t tmpfs tmpfs /mnt && mkdir /mnt/1 /mnt/2 /mnt/3 &&
@@ -34,10 +34,10 @@ obstacle() {
   fi
 }
 
-# apt's own account could not write where it goes, and would say so.
+# apt's own account could not write to the destination and would complain.
 download() { apt-get -qq -o APT::Sandbox::User=root download "$@"; }
 
-# The program that makes roots: the machine's, or the one of its package, which is not installed for this.
+# The program that creates roots: the installed one, or the one from its package, which is only unpacked.
 mmdebstrap() {
   local unpacked=$roots/tools
   if [[ ! -x $unpacked/usr/bin/mmdebstrap ]] && ! type -P mmdebstrap >/dev/null; then
@@ -55,7 +55,7 @@ source_address() {
   apt-get indextargets --format '$(REPO_URI) $(RELEASE)' 'Created-By: Packages' | awk -v suite="$1" '$2 ~ suite { print $1; exit }'
 }
 
-# The machine's own sources, for another release where it has to be.
+# The machine's own sources, adapted to another release if necessary.
 package_sources() {
   local release=$1 debian security
   debian=$(source_address '^[a-z]+$')
@@ -76,26 +76,26 @@ make_root() {
   say "making ${root#"$project/"}: Debian $release with $# packages and what they need"
   rm -rf "$root" "$root.packages" "$root.new"
   mkdir -p "$roots"
-  # The lists stay, so that later packages of the same root match the ones that are there.
+  # The lists are kept, so that packages installed later match the existing ones.
   apt-config dump Acquire | grep -E '::(Proxy|Check-Valid-Until|Check-Date)\b' >"$root.apt" || true
   package_sources "$release" | mmdebstrap --quiet --mode=root --variant=minbase --aptopt="$root.apt" --dpkgopt=force-unsafe-io \
     --skip=cleanup/apt/lists --include="$(IFS=,; echo "$*")" "$release" "$root.new" - >&2 ||
     fail "mmdebstrap could not make a root of Debian $release"
-  # The installer of a package must not start a daemon, here as little as on the machine.
+  # Installing a package must not start a daemon.
   printf '#!/bin/sh\nexit 101\n' >"$root.new/usr/sbin/policy-rc.d"
   chmod 0755 "$root.new/usr/sbin/policy-rc.d"
   mv "$root.new" "$root"
   echo "$wanted" >"$root.packages"
 }
 
-# Runs inside the new namespaces: puts the root in place of the machine's and starts the command.
+# Runs inside the new namespaces: replaces the machine's root and starts the command.
 enter() {
   local name=$1 keep=$2 root=$roots/$1 at=/mnt
   shift 2
   if [[ $keep ]]; then
     mount --bind "$root" "$at"
   else
-    # What a command changes stays in memory and ends with it.
+    # Changes made by a command are kept in memory and discarded.
     mount -t tmpfs -o mode=0755 tmpfs "$at"
     mkdir "$at/upper" "$at/work" "$at/root"
     mount -t overlay -o "lowerdir=$root,upperdir=$at/upper,workdir=$at/work" overlay "$at/root"
@@ -111,7 +111,7 @@ enter() {
   mount --bind "$project" "$at$project"
   mount --bind "$project/build/in-$name" "$at$project/build"
   if [[ $keep ]]; then
-    # The machine's way out, and the authorities that it trusts there.
+    # The machine's network configuration, and its certificate authorities.
     cp --dereference /etc/resolv.conf /etc/hosts "$at/etc/"
     cp --dereference /etc/ssl/certs/ca-certificates.crt "$at/etc/ssl/certs/" 2>/dev/null || true
   else

@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# Installs Debian packages by name where they are missing; a second run changes nothing and asks nobody.
+# Installs missing Debian packages by name, without questions; a second run changes nothing.
 #
 #   packaging/install_packages.sh NAME…             installs
-#   packaging/install_packages.sh --missing NAME…   prints those that are missing, one a line, and changes nothing
+#   packaging/install_packages.sh --missing NAME…   prints the missing ones, one per line, and changes nothing
 #
-# No daemon of the machine is started or stopped, and none that comes with a package starts at the next boot. Exit
-# status: 0 all there, 1 something could not be had (the reason is printed).
+# No daemon of the machine is started or stopped, and no daemon of an installed package starts at the next boot. Exit
+# status: 0 all installed, 1 something could not be installed (the reason is printed).
 set -euo pipefail
 
 policy_file=/usr/sbin/policy-rc.d
@@ -28,11 +28,11 @@ need_root() {
   [[ $EUID -eq 0 ]] && return
   command -v sudo >/dev/null && return
   say "these packages are missing and only root can install them: $*"
-  say "run this as root, or install sudo, or have them installed: apt-get install --no-install-recommends $*"
+  say "run this as root, install sudo, or have them installed: apt-get install --no-install-recommends $*"
   exit 1
 }
 
-# A package's own scripts start its daemon unless this file forbids it. One that was there before comes back as it was.
+# A package's own scripts start its daemon unless this file forbids it. An existing file is restored.
 hold_daemons_back() {
   if [[ -e $policy_file && ! -e $policy_aside ]] && ! grep -qF "$policy_mark" "$policy_file"; then
     as_root mv "$policy_file" "$policy_aside"
@@ -67,7 +67,7 @@ install_all() {
   say "installing $*"
   before=$(installed)
   hold_daemons_back
-  apt_get update || say "the package lists could not be renewed; going on with the ones that are here"
+  apt_get update || say "the package lists could not be updated; continuing with the present ones"
   if ! apt_get install --yes --no-install-recommends "$@"; then
     say "apt-get could not install: $*"
     exit 1
@@ -83,7 +83,7 @@ main() {
     only_print=yes
     shift
   fi
-  command -v dpkg-query >/dev/null || { say "this system has no dpkg; install what these Debian packages hold: $*"; exit 1; }
+  command -v dpkg-query >/dev/null || { say "this system has no dpkg; install the contents of these Debian packages: $*"; exit 1; }
   local -a wanted
   mapfile -t wanted < <(missing "$@")
   ((${#wanted[@]})) || return 0

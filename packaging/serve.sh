@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Serves the page on http://127.0.0.1:8088 out of a build: a daemon and a lighttpd of their own, with everything that they
-# write in one folder under /run. Prints a link that logs in once. Ctrl-C ends both and leaves nothing.
+# Serves the page on http://127.0.0.1:8088 from a build, with a separate daemon and lighttpd, which write only to one
+# directory under /run. Prints a link that logs in once. Ctrl-C ends both and leaves nothing behind.
 #
-#   packaging/serve.sh BUILD_FOLDER [PORT]
+#   packaging/serve.sh BUILD_DIRECTORY [PORT]
 set -euo pipefail
 
 build=$(readlink -f "$1")
@@ -34,12 +34,12 @@ local_socket = "$folder/local.sock"
 pam_folder = "$folder/pam"
 END
   mkdir -m 0700 "$folder/pam"
-  # The server's own rules, without installing a file for them.
+  # The PAM rules of this server, without installing a file.
   sed 's,^@include \(.*\),@include /etc/pam.d/\1,' "$packaging/pam/currentconn" >"$folder/pam/currentconn"
 }
 
 write_server_configuration() {
-  # The checkout may lie where the web server's account cannot look.
+  # The web server's account may not have access to the checkout.
   cp -r "$build/page" "$folder/page"
   chmod -R u=rwX,go=rX "$folder/page"
   cat >"$folder/lighttpd.conf" <<END
@@ -77,7 +77,7 @@ all_run() {
 
 answers() { (exec 3<>"/dev/tcp/127.0.0.1/$port"); }
 
-# listens PROCESS: whether it is this very process that listens on the port, and not another one that was quicker.
+# listens PROCESS: whether this process listens on the port, and not another one that was faster.
 listens() {
   local address inode
   printf -v address '0100007F:%04X' "$port"
@@ -102,9 +102,9 @@ main() {
   wait_for lighttpd "${children[1]}" listens "${children[1]}"
   echo "Open this link within five minutes; it works once and logs you in as the administrator:"
   "$build/bin/currentconn" login-link --config "$folder/currentconn.toml" --url "http://127.0.0.1:$port/"
-  echo "Without TLS a browser shows the login to every port of 127.0.0.1: open no page there that you do not trust."
-  echo "Ctrl-C ends it."
-  # `wait -n` would never return for one that ended before it was called.
+  echo "Without TLS a browser sends the login to every port of 127.0.0.1: do not open pages there that you do not trust."
+  echo "Ctrl-C quits."
+  # `wait -n` would not return for a process that ended before the call.
   exec 3<> <(:)
   while all_run; do read -rt 1 -u 3 || true; done
   fail "a server ended by itself"

@@ -1,14 +1,14 @@
--- Limits of one client's calls, which lighttpd itself does not have: whoever exceeds them is answered 503 before the
--- daemon hears of it. Run by mod_magnet (Debian: lighttpd-modules-lua) for every path under /api/.
+-- Limits of one client's calls, which lighttpd itself does not have: a client that exceeds them receives 503 without
+-- involving the daemon. Run by mod_magnet (Debian: lighttpd-modules-lua) for every path under /api/.
 
--- A client is an IPv4 address, or an IPv6 network of 64 bits, the least that one gets. It may try 12 passwords a minute, and make 20 calls a second; so many at once are served without a wait.
+-- A client is an IPv4 address or a /64 IPv6 network, the smallest that clients are assigned.
 local limits = {
   logins = { each_second = 12 / 60, at_once = 6 },
   calls = { each_second = 20, at_once = 65 },
 }
 local most_clients = 20000
 
--- The server is one process, and its globals live as long as it does.
+-- The server is one process, and its globals exist as long as it does.
 _G.currentconn_buckets = _G.currentconn_buckets or { count = 0, logins = {}, calls = {} }
 
 local function groups_of(text)
@@ -17,7 +17,7 @@ local function groups_of(text)
   return groups
 end
 
--- By which a client is counted: an IPv4 address, or the first four groups of an IPv6 address.
+-- The key of a client: an IPv4 address, or the first four groups of an IPv6 address.
 local function client_of(address)
   if not address:find(":", 1, true) then return address end
   local head, tail = address:match("^(.-)::(.*)$")
@@ -34,7 +34,7 @@ local function forget_when_full()
   end
 end
 
--- What has not yet drained out of the client's bucket. A clock that was set back empties it.
+-- The present level of the client's bucket. A clock that was set back empties it.
 local function level(bucket, limit, now)
   if now < bucket.at then return 0 end
   return math.max(0, bucket.level - (now - bucket.at) * limit.each_second)
