@@ -92,14 +92,14 @@ class Load:
 
 
 def turned_away(daemon):
-    """How many calls the daemon has turned away so far, as its log says a second later."""
+    """How many calls the daemon has rejected so far, as its log says a second later."""
     time.sleep(1.2)
     return sum(map(int, re.findall(r"status=503 .*calls=(\d+)", daemon.log_text())))
 
 
 def median_rates(paths, clients, cookie, daemon):
     """The median rate of each path; the paths take turns, so that all share what else the machine does. Calls that the
-    daemon turned away do not count."""
+    daemon rejected do not count."""
     rates = {path: [] for path in paths}
     so_far = turned_away(daemon)
     for _ in range(ROUNDS):
@@ -108,7 +108,7 @@ def median_rates(paths, clients, cookie, daemon):
             refused = turned_away(daemon) - so_far if path.startswith(API) else 0
             so_far += refused
             if refused:
-                show(f"{path} at {clients} clients: {refused} of {load.calls} calls were turned away")
+                show(f"{path} at {clients} clients: {refused} of {load.calls} calls were rejected")
             rates[path].append(load.rate * (1 - refused / load.calls))
     return {path: statistics.median(found) for path, found in rates.items()}
 

@@ -56,7 +56,7 @@ std::variant<Parameters, Problem> parametersOf(const HttpRequest& request) {
   return Parameters{std::move(*values), false};
 }
 
-// The actor of what the call changes, for the record of disabled accounts.
+// Who makes the change, for the record of disabled accounts.
 void setActor(const Caller& caller) {
   if (caller.via == SocketKind::kWeb) return zevo::setActor({caller.user, caller.address});
   const std::string place = caller.terminal.empty() ? "local" : caller.terminal;
@@ -200,7 +200,7 @@ Reply answerCaller(const Caller& caller, const HttpRequest& request, const Route
   }
 }
 
-// The process at the other end of the connection; 0 where nothing tells it.
+// The process at the other end of the connection; 0 if unknown.
 pid_t processOf(int connection) {
   ucred peer{};
   socklen_t size = sizeof peer;
@@ -245,8 +245,8 @@ void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Se
   const auto spent = [&] { return timeText(std::chrono::steady_clock::now() - began); };
   ScgiParser parser;
   if (!readRequest(connection, kReadLimit, parser)) {
-    slot.isAnswering = true;  // nobody is to be answered
-    logLine(LOG_DEBUG, slot.shownSummary() + spent() + ": not sent to its end; dropped");
+    slot.isAnswering = true;  // there is nobody to answer
+    logLine(LOG_DEBUG, slot.shownSummary() + spent() + ": the request was incomplete; dropped");
     return;
   }
   zevo::clearErrorTrail();

@@ -11,9 +11,9 @@ namespace {
 
 constexpr std::size_t kLoggedAtOnce = 3000;  // bytes; a longer line might be cut on its way
 
-// The level of a state-changing call's lines in the authorisation log. The journal drops the lines
-// of a unit that writes too many, counted by level, so a caller who will be refused, however often,
-// has another one.
+// The level of a state-changing call's lines in the authorisation log. The journal drops lines of a
+// unit that writes too many, counted per level, so the lines of callers who will be refused have a
+// level of their own.
 int levelFor(bool isAdmin) {
   return isAdmin ? LOG_NOTICE : LOG_DEBUG;
 }
@@ -52,14 +52,14 @@ void logBeginning(const std::string& summary, const Json::Value& parameters, boo
   const std::string text = asciiJson(parameters);
   for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
     const bool isCut = text.size() - at > kLoggedAtOnce;
-    logAuthorisation(levelFor(isAdmin), summary + (at == 0 ? " begins with " : " goes on with ") +
+    logAuthorisation(levelFor(isAdmin), summary + (at == 0 ? " begins with " : " continues with ") +
                                             text.substr(at, kLoggedAtOnce) + (isCut ? " …" : ""));
     if (!isAdmin) return;
   }
 }
 
 void logLeftOut(const std::string& summary, const Json::Value& what) {
-  logAuthorisation(LOG_NOTICE, summary + " left out: " + asciiJson(what).substr(0, kLoggedAtOnce));
+  logAuthorisation(LOG_NOTICE, summary + " skipped: " + asciiJson(what).substr(0, kLoggedAtOnce));
 }
 
 void logEnd(const std::string& summary, int status, int code, bool isAdmin) {

@@ -25,7 +25,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::milliseconds kBeforeNextTry{100};  // where no process can be had
+constexpr std::chrono::milliseconds kBeforeNextTry{100};  // when no process can be created
 constexpr std::chrono::seconds kTimeToDie{2};  // a process that waits for a disk may need longer
 
 void writeAll(int descriptor, std::string_view bytes) {
@@ -36,9 +36,9 @@ void writeAll(int descriptor, std::string_view bytes) {
   }
 }
 
-// All that a child does.
+// The whole work of a child.
 [[noreturn]] void serve(const ChildCall& call, pid_t parent, int output) {
-  // Whoever ends the parent, as the daemon does with a call that takes too long, ends this too.
+  // Ending the parent, as the daemon does with a call that takes too long, ends this process too.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) ::_exit(1);
   const bool isLogged = !call.summary.empty();
@@ -47,10 +47,10 @@ void writeAll(int descriptor, std::string_view bytes) {
   if (isLogged) logEnd(call.summary, reply.status, reply.code, call.context.isAdmin);
   writeAll(output, reply.bytes);
   std::fflush(nullptr);
-  ::_exit(0);  // no destructors of objects that are the parent's
+  ::_exit(0);  // no destructors of the parent's objects
 }
 
-// The answer of a child that has closed its pipe, from what it wrote.
+// The answer of a child that has closed its pipe.
 MethodAnswer answerOf(pid_t child, const std::string& received) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -109,7 +109,7 @@ class Children {
     zevo::FileDescriptor ours(ends[0]);
     const zevo::FileDescriptor theirs(ends[1]);
     const pid_t parent = ::getpid();
-    std::fflush(nullptr);  // text that waits in a buffer would come out of both processes
+    std::fflush(nullptr);  // both processes would write buffered text
     const pid_t child = ::fork();
     if (child < 0) return false;
     if (child == 0) serve(calls_[next_], parent, theirs.get());
@@ -129,7 +129,7 @@ class Children {
     std::erase_if(running_, [this](Running& child) { return !takeOutput(child); });
   }
 
-  // False once the child has ended and its answer is taken.
+  // False once the child has ended and its answer has been read.
   bool takeOutput(Running& child) {
     std::array<char, 65536> bytes{};
     for (;;) {
@@ -146,7 +146,7 @@ class Children {
   void endAll() {
     for (Running& child : running_) {
       child.isLate = true;
-      answers_[child.index] = failedAnswer("the method did not end within its time");
+      answers_[child.index] = failedAnswer("the method did not finish in time");
       ::kill(child.pid, SIGKILL);
     }
   }

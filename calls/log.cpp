@@ -11,7 +11,7 @@
 namespace calls {
 namespace {
 
-constexpr int kPatienceOfSink = 50;  // ms
+constexpr int kSinkTimeout = 50;  // ms
 
 struct Sink {
   const char* program = "currentconnd";
@@ -51,10 +51,11 @@ void logLine(int priority, const std::string& line) {
       sink().isJournal ? "<" + std::to_string(LOG_PRI(priority)) + ">"
                        : std::string(sink().program) + "[" + std::to_string(::getpid()) + "]: ";
   const std::string text = prefix + line + "\n";
-  // Calls are more than their lines: where nobody takes these any more, they are lost.
+  // Calls matter more than their log lines: if nobody reads the lines, they are lost.
   pollfd taker{STDERR_FILENO, POLLOUT, 0};
-  if (::poll(&taker, 1, kPatienceOfSink) <= 0) return;
-  // In one piece, so that lines of several processes do not mix; nobody could be told of a failure.
+  if (::poll(&taker, 1, kSinkTimeout) <= 0) return;
+  // In one write, so that lines of several processes do not mix; a failure cannot be reported
+  // anywhere.
   static_cast<void>(!::write(STDERR_FILENO, text.data(), text.size()));
 }
 

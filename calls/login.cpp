@@ -21,7 +21,7 @@ constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kLongestPassword = 511;  // PAM_MAX_RESP_SIZE with its NUL
 constexpr const char* kRootAlias = "admin";
 
-// What a client gave: a token, or a name and a password.
+// The client's credentials: a token, or a name and a password.
 struct Credentials {
   std::string token;
   std::string name;
@@ -37,7 +37,7 @@ bool isText(const Json::Value& value, std::size_t limit) {
   return size <= limit && std::memchr(begin, 0, size) == nullptr;
 }
 
-// Moves the text out of `value`, whose own copy is overwritten.
+// Moves the text out of `value` and overwrites its copy.
 Secret takeSecret(const Json::Value& value) {
   const char* begin = nullptr;
   const char* end = nullptr;
@@ -67,13 +67,13 @@ std::optional<Credentials> readCredentials(HttpRequest& request) {
 }
 
 struct Verdict {
-  std::optional<Account> account;                       // who may come in
+  std::optional<Account> account;                       // who may log in
   std::string name;                                     // for the log
-  std::string reason;                                   // why nobody may
+  std::string reason;                                   // why the login is refused
   std::optional<std::time_t> viewUntil = std::nullopt;  // of a view login
 };
 
-// Where an account "admin" of its own exists, the page could not tell the two apart.
+// If there is an account named "admin", the page could not distinguish the two.
 bool isShadowedRoot(const Account& account, Accounts& accounts) {
   if (account.uid != 0) return false;
   const auto alias = accounts.byName(kRootAlias);
@@ -91,7 +91,7 @@ Verdict judge(const std::string& name, const std::optional<Account>& account, Ac
   return {account, name, ""};
 }
 
-// Why the account does not get in by its password, whatever that is; empty where it may.
+// Why the account may not log in by password, whatever the password; empty if it may.
 std::string objectionToPassword(const std::optional<Account>& account) {
   if (!account || account->uid != 0) return "";
   if (!zevo::config().rootPasswordLogin)
@@ -105,7 +105,7 @@ Verdict checkToken(const std::string& token, const LoginTools& tools) {
   if (!link) return {std::nullopt, "", "the login link is unknown, used or too old"};
   const auto account = tools.accounts.byName(link->name);
   if (account && account->uid != link->uid) {
-    return {std::nullopt, link->name, "the account is another one than the link was made for"};
+    return {std::nullopt, link->name, "the link was made for a different account"};
   }
   if (account && account->passwordMark != link->passwordMark) {
     return {std::nullopt, link->name, "the password was changed after the link was made"};
@@ -126,22 +126,22 @@ Verdict checkCredentials(const Credentials& credentials, const std::string& addr
   const auto known = tools.accounts.byName(name);
   std::string objection = objectionToPassword(known);
   if (!objection.empty()) return {std::nullopt, name, objection};
-  // An unknown name takes the same road as a known one.
+  // An unknown name is handled like a known one.
   const PamResult result =
       tools.checkPassword(known ? known->name : name, credentials.password, address);
   if (!result.accepted) return {std::nullopt, name, result.reason};
   const auto account = tools.accounts.byName(result.account);
   objection = objectionToPassword(account);
   if (!objection.empty()) return {std::nullopt, name, objection};
-  // The login would go on with the new password's mark. PAM can take as long as its user likes.
+  // Otherwise the login would carry the mark of the new password. The user can delay PAM at will.
   if (known && account && known->name == account->name &&
       known->passwordMark != account->passwordMark) {
-    return {std::nullopt, name, "the password was changed meanwhile"};
+    return {std::nullopt, name, "the password was changed in the meantime"};
   }
   return judge(name, account, tools.accounts);
 }
 
-// None where the body makes no sense. The password is gone when this returns: a refusal waits.
+// None if the body is invalid. The password is wiped when this returns, since a refusal waits.
 std::optional<Verdict> checkRequest(HttpRequest& request, const LoginTools& tools) {
   const auto credentials = readCredentials(request);
   if (!credentials) return std::nullopt;
@@ -158,7 +158,7 @@ Answer refuse(const Verdict& verdict, const std::string& address,
   return problemAnswer(Problem::kWrongLogin);
 }
 
-// A view login outlives its browser; any other goes with it.
+// A view login outlives its browser; any other login ends with it.
 std::optional<long> secondsLeft(const zevo::WebLogin& login) {
   if (!login.viewUntil) return std::nullopt;
   return *login.viewUntil - login.started;
@@ -193,8 +193,8 @@ Answer letIn(const Account& account, std::optional<std::time_t> viewUntil,
 
 Answer logIn(HttpRequest& request, const LoginTools& tools) {
   const auto began = std::chrono::steady_clock::now();
-  // From here on the C library overwrites what is freed, so that no copy of the password stays in
-  // the JSON reader's or a PAM module's memory.
+  // From here on the C library overwrites freed memory, so that the JSON reader and PAM modules
+  // leave no copy of the password.
   ::mallopt(M_PERTURB, 0x5A);
   if (!request.remoteAddress) return problemAnswer(Problem::kMalformed);
   const auto verdict = checkRequest(request, tools);

@@ -11,7 +11,7 @@ namespace calls {
 namespace {
 
 constexpr std::string_view kDataStart = R"({"data":)";
-// No text can hold it: quotes in texts are escaped.
+// No string can contain it, since quotes in strings are escaped.
 constexpr std::string_view kWarningsStart = R"(,"warnings":)";
 constexpr std::string_view kJsonType = "\r\nContent-Type: application/json\r\n";
 constexpr int kOk = 200;
@@ -27,8 +27,7 @@ int statusOf(std::string_view headers) {
   return status;
 }
 
-// The answer in `body`, {"data":…} or {"data":…,"warnings":[…]}: the data stays the text that it
-// is.
+// The answer in `body`, {"data":…} or {"data":…,"warnings":[…]}; the data remains JSON text.
 MethodAnswer answerOfSuccess(const std::string& body) {
   MethodAnswer answer;
   answer.status = MethodAnswer::Status::kDone;
@@ -44,7 +43,7 @@ MethodAnswer answerOfSuccess(const std::string& body) {
   return answer;
 }
 
-// A host's own problem has the number of its HTTP status for a code; a method's has another.
+// The host's own problems have the HTTP status as their code; those of methods have another one.
 MethodAnswer answerOfProblem(const Json::Value& document, int status) {
   MethodAnswer answer;
   const Json::Value code = document.get("code", Json::Value());
@@ -86,7 +85,7 @@ MethodAnswer answerFromScgi(const std::string& received) {
   }
   const std::optional<Json::Value> document = calls::parseJson(body);
   if (status == kOk || !document || !document->isObject()) {
-    return failedAnswer("the answer makes no sense");
+    return failedAnswer("the answer is not valid");
   }
   return answerOfProblem(*document, status);
 }

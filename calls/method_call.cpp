@@ -27,7 +27,7 @@ Reply failed(const std::string& why, bool showCauses) {
   return replyOf(problemAnswer(Problem::kNoAnswer, causes));
 }
 
-// What ended the handler early; empty where it came back.
+// Why the handler ended early; empty if it returned.
 std::string run(ApiHandler handler, ZEVO::APIRequest& request, ZEVO::APIResponse& response) {
   try {
     handler(&request, &response);
@@ -35,7 +35,7 @@ std::string run(ApiHandler handler, ZEVO::APIRequest& request, ZEVO::APIResponse
   } catch (const std::exception& thrown) {
     return "the method threw " + inQuotes(thrown.what());
   } catch (...) {
-    return "the method threw something";
+    return "the method threw an unknown exception";
   }
 }
 
@@ -84,7 +84,7 @@ Reply runMethod(ApiHandler handler, ZEVO::RequestContext context) {
   if (!response.IsOutputEnabled()) return ownOutput(printed, isAdmin);
   if (!printed.empty()) {
     logLine(LOG_WARNING, "the method printed " + std::to_string(printed.size()) +
-                             " bytes beside its answer; they were dropped");
+                             " bytes outside its answer; they were dropped");
   }
   return outcomeOf(response, isAdmin);
 }

@@ -45,7 +45,7 @@ bool Modules::load(const std::filesystem::path& folder, std::string* error) {
   const auto libraries = librariesIn(folder, failure);
   if (failure || libraries.empty()) {
     *error = "cannot find a module in " + folder.string() + ": " +
-             (failure ? failure.message() : "no *.so is there");
+             (failure ? failure.message() : "there is no *.so");
     return false;
   }
   for (const auto& library : libraries) {

@@ -63,7 +63,7 @@ bool Scoreboard::beginLogin(CallSlot& slot, std::string_view client, const Login
   std::size_t fromThere = 0;
   for (const CallSlot& other : slots_) {
     const std::uint64_t otherFrom = other.loginFrom;
-    const bool isYoung = other.loginBegan > secondsOf(now - kLoginPatience);
+    const bool isYoung = other.loginBegan > secondsOf(now - kLoginGrace);
     if (otherFrom != 0 && isYoung) ++logins;
     if (otherFrom == from) ++fromThere;
   }

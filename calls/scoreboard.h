@@ -1,4 +1,4 @@
-// What the daemon and the children that serve its calls know of each other's calls.
+// The state of all calls, shared by the daemon and the children that serve them.
 #pragma once
 
 #include <array>
@@ -14,17 +14,17 @@
 
 namespace calls {
 
-// One call in flight. It lies in memory that parent and children share, so a child that went wrong
-// may have written anything into it.
+// One running call, in memory shared by the parent and the children. A faulty child may have
+// written anything into it.
 struct CallSlot {
-  std::atomic<std::uint64_t> loginFrom;  // stands for the client that logs in; 0: no login
+  std::atomic<std::uint64_t> loginFrom;  // identifies the client that logs in; 0: no login
   std::atomic<std::int64_t> loginBegan;  // seconds of Scoreboard::Clock
-  std::atomic<bool> isAnswering;         // who sets it sends the answer
+  std::atomic<bool> isAnswering;         // whoever sets it sends the answer
   std::array<char, 384> summary;         // "method=… user=… from=…", for the log
 
   // By the child.
   void setSummary(std::string_view text);
-  // By the parent: made printable, whatever is there.
+  // By the parent: always made printable.
   [[nodiscard]] std::string shownSummary() const;
   void clear();
 };
@@ -34,16 +34,16 @@ static_assert(std::atomic<bool>::is_always_lock_free &&
                   std::atomic<std::uint64_t>::is_always_lock_free,
               "processes share it");
 
-// A login that has taken so long holds no place any more that others want: who logs in may be able
-// to hold up PAM for as long as he likes. For the client itself it counts until it ends.
-inline constexpr std::chrono::seconds kLoginPatience{10};
+// A login that has taken this long no longer takes a place from others, since a client may be able
+// to delay PAM at will. For the client itself it counts until it ends.
+inline constexpr std::chrono::seconds kLoginGrace{10};
 
-// How many logins may go on at once.
+// How many logins may run at once.
 struct LoginPlaces {
-  std::size_t all;          // some are kept for clients that have logged in before
-  std::size_t ofStrangers;  // which have not; a guesser may have any number of addresses
-  std::size_t ofRefused;    // strangers with a refusal not long ago
-  std::size_t ofOneClient;  // one guesser does not keep everybody out
+  std::size_t all;          // some are reserved for clients that have logged in before
+  std::size_t ofStrangers;  // that have not; a guesser may have any number of addresses
+  std::size_t ofRefused;    // strangers with a recent refusal
+  std::size_t ofOneClient;  // a guesser does not keep everybody out
 };
 
 // The slots, as many as calls may be served at once.
@@ -51,7 +51,7 @@ class Scoreboard {
  public:
   using Clock = std::chrono::steady_clock;
 
-  explicit Scoreboard(std::size_t slots);  // aborts where there is no memory: only called at start
+  explicit Scoreboard(std::size_t slots);  // aborts if there is no memory; only called at start
   ~Scoreboard();
   Scoreboard(const Scoreboard&) = delete;
   Scoreboard& operator=(const Scoreboard&) = delete;
@@ -59,8 +59,8 @@ class Scoreboard {
   [[nodiscard]] CallSlot& slot(std::size_t index) { return slots_[index]; }
   [[nodiscard]] std::size_t size() const { return slots_.size(); }
 
-  // Marks the call as a login of `client` (clientOf). False, and not marked, where the others leave
-  // no place for it. Of several that try at the same time all may be turned away.
+  // Marks the call as a login of `client` (clientOf). False, and not marked, if there is no place
+  // for it. If several try at the same time, all may be rejected.
   bool beginLogin(CallSlot& slot, std::string_view client, const LoginPlaces& places,
                   Clock::time_point now = Clock::now());
   // Remembers that a login of the client was refused, or succeeded.

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::chrono::seconds kLongestPam{60};
 
-// A login that PAM does not come back from ends with its process.
+// A login in which PAM does not return ends with its process.
 PamResult checkPasswordInTime(const std::string& name, const Secret& password,
                               const std::string& address) {
   const unsigned before = ::alarm(kLongestPam.count());
@@ -68,7 +68,7 @@ SystemService::~SystemService() = default;
 bool SystemService::loadModules(const std::string& folder, std::string* error) {
   if (modules_.load(folder.empty() ? folderOfProgram() : std::filesystem::path(folder), error))
     return true;
-  *error += folder.empty() ? "; reinstall currentconn" : "; name another folder of modules";
+  *error += folder.empty() ? "; reinstall currentconn" : "; set another module directory";
   return false;
 }
 

@@ -18,7 +18,7 @@
 namespace cli {
 namespace {
 
-// Shows the value of an option that may stand without it as "--watch[=SECONDS]".
+// Shows an option with an optional value as "--watch[=SECONDS]".
 class HelpFormatter : public CLI::Formatter {
  public:
   std::string make_option_opts(const CLI::Option* option) const override {
@@ -27,15 +27,15 @@ class HelpFormatter : public CLI::Formatter {
   }
 };
 
-// JSON holds no other text; a byte would reach the method as U+FFFD.
+// JSON cannot carry other text; invalid bytes would reach the method as U+FFFD.
 CLI::Validator isUtf8() {
   const auto fault = [](const std::string& value) {
-    return std::string(zevo::validUtf8(value) ? "" : "is not valid UTF-8: give it in UTF-8");
+    return std::string(zevo::validUtf8(value) ? "" : "is not valid UTF-8");
   };
   return {fault, ""};
 }
 
-// Any bytes, as the path of a file may have them.
+// Any bytes, since the path of a file may contain them.
 CLI::Option* addBytes(CLI::App* command, const std::string& name, const char* type,
                       const char* help, std::optional<std::string>* word) {
   const auto take = [word](const std::string& value) { *word = value; };
@@ -64,13 +64,13 @@ void addWatch(CLI::App* command, std::optional<std::string>* word) {
     *word = results.back() == "true" ? "" : results.back();
     return true;
   };
-  command->add_option("--watch", take, "Show it again every 2 or SECONDS seconds")
+  command->add_option("--watch", take, "Refresh every SECONDS seconds (default: 2)")
       ->expected(0)
       ->option_text("[=SECONDS]");
 }
 
 void addConfig(CLI::App* command, std::optional<std::string>* word) {
-  addBytes(command, "--config", "FILE", "Read this configuration, not the usual one", word);
+  addBytes(command, "--config", "FILE", "Read this configuration instead of the default", word);
 }
 
 void addOrder(CLI::App* command, ListingWords* words) {
@@ -81,7 +81,7 @@ void addOrder(CLI::App* command, ListingWords* words) {
 }
 
 void addFilter(CLI::App* command, std::optional<std::string>* word) {
-  addWord(command, "--filter", "TEXT", "Only where TEXT occurs, in any letter case", word);
+  addWord(command, "--filter", "TEXT", "Only rows that contain TEXT, ignoring case", word);
 }
 
 void addListingOptions(CLI::App* command, ListingWords* words) {
@@ -92,7 +92,7 @@ void addListingOptions(CLI::App* command, ListingWords* words) {
   addWatch(command, &words->watch);
 }
 
-// How a command that ends connections is to go about it.
+// The options of commands that end connections.
 struct CautionWords {
   bool isConfirmed = false;
   bool isDryRun = false;
@@ -103,7 +103,7 @@ void addCaution(CLI::App* command, CautionWords* words) {
   addSwitch(command, "--dry-run", "Only show what would be done", &words->isDryRun);
 }
 
-// The command line as CLI11 is to read it.
+// The grammar of the command line, for CLI11.
 struct Grammar {
   CLI::App app{kProgramHelp, "currentconn"};
   std::optional<std::string> configFile;
@@ -149,7 +149,7 @@ void addListings(Grammar* grammar) {
   addListingOptions(list, &grammar->listWords);
 
   CLI::App* mine = addCommand(grammar, "mine", kMineHelp, kMineExamples + columnsHelp());
-  addWord(mine, "--user", "NAME", "Whose connections (default: the caller's own)",
+  addWord(mine, "--user", "NAME", "Connections of this user (default: the caller)",
           &grammar->mineWords.user);
   addListingOptions(mine, &grammar->mineWords);
 }
@@ -157,10 +157,10 @@ void addListings(Grammar* grammar) {
 void addKick(Grammar* grammar) {
   CLI::App* kick = addCommand(grammar, "kick", kKickHelp, kKickExamples);
   SelectionWords* words = &grammar->kickWords;
-  addWords(kick, "PID", "Connections by the list's column PID", &words->pids);
-  addWord(kick, "--user", "NAME", "Only this user's", &words->user);
-  addWord(kick, "--from", "ADDRESS", "Only from this client", &words->from);
-  addWord(kick, "--service", "NAME", "Only over this service: cifs, ssh, web, ...",
+  addWords(kick, "PID", "Process ids, as in the column PID of the list", &words->pids);
+  addWord(kick, "--user", "NAME", "Only connections of this user", &words->user);
+  addWord(kick, "--from", "ADDRESS", "Only connections from this client", &words->from);
+  addWord(kick, "--service", "NAME", "Only connections over this service: cifs, ssh, ...",
           &words->service);
   addFilter(kick, &words->filter);
   addCaution(kick, &grammar->caution);
@@ -183,18 +183,19 @@ void addReport(Grammar* grammar) {
   CLI::App* report = addCommand(grammar, "report", kReportHelp, kReportExamples);
   addFilter(report, &grammar->reportWords.filter);
   addOrder(report, &grammar->reportWords);
-  addBytes(report, "-o,--output", "FILE", "Where to (default: currentlog.html; -: print it)",
+  addBytes(report, "-o,--output", "FILE", "File to write (default: currentlog.html; -: stdout)",
            &grammar->reportFile);
-  addWord(report, "--mode", "MODE", "Who may read the file, as chmod takes it (default: 600)",
-          &grammar->reportMode);
+  addWord(report, "--mode", "MODE", "Octal mode of the file (default: 600)", &grammar->reportMode);
 }
 
 void addLoginLink(Grammar* grammar) {
   CLI::App* link = addCommand(grammar, "login-link", kLoginLinkHelp, kLoginLinkExamples);
-  addWord(link, "USER", " ", "Whom it logs in (default: root)", &grammar->loginLink.user);
-  addWord(link, "--url", "URL", "Where the page is", &grammar->loginLink.url);
-  addSwitch(link, "--view", "Log in to look at the list and nothing else", &grammar->isViewLink);
-  addWord(link, "--days", "N", "How long such a login lasts (default: 30)", &grammar->viewDays);
+  addWord(link, "USER", " ", "Account to log in (default: root)", &grammar->loginLink.user);
+  addWord(link, "--url", "URL", "Address of the page", &grammar->loginLink.url);
+  addSwitch(link, "--view", "View-only login: shows the list, changes nothing",
+            &grammar->isViewLink);
+  addWord(link, "--days", "N", "Days that a view-only login lasts (default: 30)",
+          &grammar->viewDays);
 }
 
 std::unique_ptr<Grammar> makeGrammar() {
@@ -234,7 +235,7 @@ const CLI::App* chosenCommand(const Grammar& grammar) {
   return chosen.size() == 1 ? chosen.front() : nullptr;
 }
 
-// A sentence on the first argument that nobody asked for.
+// A sentence on the first unexpected argument.
 std::string unexpectedArgument(const Grammar& grammar) {
   const CLI::App* command = chosenCommand(grammar);
   std::vector<std::string> left = grammar.app.remaining(true);
@@ -250,10 +251,10 @@ std::string unexpectedArgument(const Grammar& grammar) {
   if (!command) return "there is no command \"" + word + "\"" + helpHint(command);
   const std::string hint =
       grammar.hasWatch() ? "; a time is given as --watch=SECONDS" : helpHint(command);
-  return "\"" + word + "\" is one argument too many for \"" + command->get_name() + "\"" + hint;
+  return "unexpected argument \"" + word + "\" for \"" + command->get_name() + "\"" + hint;
 }
 
-// What CLI11 says of an option with too few or too many values begins with the option's name.
+// CLI11's message about an option with too few or too many values begins with the option's name.
 std::string mismatchedOption(const CLI::ParseError& error) {
   const std::string text = error.what();
   const std::size_t colon = text.find(':');
@@ -261,11 +262,11 @@ std::string mismatchedOption(const CLI::ParseError& error) {
   return "--" + text.substr(0, text.find(' ')) + " takes no value";
 }
 
-// What CLI11 says of a value that does not pass its check: the option's name, ": " and the reason.
+// CLI11's message about an invalid value: the option's name, ": " and the reason.
 std::string unfitValue(const CLI::ValidationError& error) {
   const std::string text = error.what();
   const std::size_t colon = text.find(':');
-  return "the text of " + text.substr(0, colon) + text.substr(colon + 1);
+  return "the value of " + text.substr(0, colon) + text.substr(colon + 1);
 }
 
 Parsed describeError(const Grammar& grammar, const CLI::ParseError& error) {
@@ -284,7 +285,7 @@ Parsed describeError(const Grammar& grammar, const CLI::ParseError& error) {
   return wrong(std::string(error.what()) + helpHint(command));
 }
 
-// CLI11 takes "--option=" for an option whose value follows; here it is an empty value.
+// CLI11 expects the value of "--option=" in the next argument; here it is an empty value.
 std::vector<std::string> wordsOf(int argc, const char* const* argv) {
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {

@@ -1,21 +1,21 @@
-// The texts of --help, and sentences on a command's own limits.
+// The texts of --help, and hints of single commands.
 #pragma once
 
 namespace cli {
 
 inline constexpr const char* kProgramHelp =
-    "Shows who is connected to this server: over which service, from which address,\n"
-    "since when. Ends connections, and disables the accounts behind them.";
+    "Shows who is connected to this server, over which service, from which address\n"
+    "and since when. Ends connections and disables accounts.";
 
 inline constexpr const char* kProgramExamples = R"(Examples:
   currentconn list                  all connections, newest first
   currentconn list --filter cifs    connections that contain a text
   currentconn list --watch          refresh the list on the screen
-  currentconn kick --user alice     end alice's connections
-  currentconn list --help           help on one command
+  currentconn kick --user alice     end the connections of alice
+  currentconn list --help           help on a command
 
 Exit status: 0 done, 1 the work failed, 2 wrong usage or configuration,
-3 not an administrator, 4 too few administrators would be left.)";
+3 administrator rights required, 4 too few administrators would remain.)";
 
 inline constexpr const char* kListHelp = "Show the connections of all users";
 
@@ -27,24 +27,24 @@ inline constexpr const char* kListExamples = R"(Examples:
   currentconn list --json                   for programs
 )";
 
-inline constexpr const char* kMineHelp = "Show the connections of one user, by default one's own";
+inline constexpr const char* kMineHelp = "Show the connections of one user (default: the caller)";
 
 inline constexpr const char* kMineExamples = R"(Examples:
   currentconn mine                          the caller's own connections
-  currentconn mine --user alice             alice's
+  currentconn mine --user alice             the connections of alice
   currentconn mine --user alice --watch     refresh them on the screen
 )";
 
 inline constexpr const char* kKickHelp = "End connections";
 
 inline constexpr const char* kKickExamples =
-    R"(Ends the connections that meet all conditions, after showing them and asking.
-This takes 1 to 6 seconds. NFS and console logins cannot be ended. One SMB
+    R"(Shows the connections that meet all conditions, asks, and ends them. This takes
+1 to 6 seconds. NFS connections and console logins cannot be ended. One SMB
 process can serve several users, whose connections then end together.
 
 Examples:
   currentconn kick 4711                      the connection of process 4711
-  currentconn kick --user alice              all of alice's connections
+  currentconn kick --user alice              all connections of alice
   currentconn kick --service ssh --from 10.20.0.7
   currentconn kick --user alice --dry-run    show what would end)";
 
@@ -52,19 +52,19 @@ inline constexpr const char* kDisableHelp = "Disable accounts and end their conn
 
 inline constexpr const char* kDisableExamples =
     R"(The accounts expire at once, all or none, and their Samba entries are disabled.
-Then all their connections end. A service that asks neither still lets them in:
-each that does, or may, is named. "currentconn enable" undoes it.
+Then their connections are ended. A service that checks neither still lets them
+in; each that does, or may do so, is named. "currentconn enable" undoes this.
 
 Examples:
-  currentconn disable alice                  asks before it begins
+  currentconn disable alice                  asks for confirmation
   currentconn disable alice bob --yes        does not ask
   currentconn disable alice --dry-run        show what would be done)";
 
-inline constexpr const char* kEnableHelp = "Undo the disabling of accounts";
+inline constexpr const char* kEnableHelp = "Enable disabled accounts";
 
 inline constexpr const char* kEnableExamples =
-    R"(The accounts get back what they had before they were disabled: their expiry, and
-the flag of their Samba entries. An expiry that somebody has set since stays.
+    R"(Restores the expiry that the accounts had before they were disabled, and the
+flags of their Samba entries. An expiry that was changed since is kept.
 
 Examples:
   currentconn enable alice
@@ -73,7 +73,7 @@ Examples:
 inline constexpr const char* kDisabledHelp = "Show the disabled accounts";
 
 inline constexpr const char* kDisabledExamples =
-    R"(Those that were disabled here: when, by whom, and the expiry before.
+    R"(Lists the accounts that were disabled here: when, by whom, earlier expiry.
 
 Examples:
   currentconn disabled
@@ -86,11 +86,11 @@ inline constexpr const char* kReportExamples = R"(Examples:
   currentconn report --filter cifs -o smb.html
   currentconn report -o - | mail -s connections admin)";
 
-inline constexpr const char* kLoginLinkHelp = "Print a link that logs in to the page, once";
+inline constexpr const char* kLoginLinkHelp = "Print a link that logs in to the page once";
 
 inline constexpr const char* kLoginLinkExamples =
-    R"(The link is valid for five minutes. Whoever opens it first is logged in without
-a password, so do not share it.
+    R"(The link is valid for five minutes. The first person to open it is logged in
+without a password, so do not share it.
 
 Examples:
   currentconn login-link                     as root

@@ -29,7 +29,7 @@
 namespace cli {
 namespace {
 
-// What the daemon's answer may take beyond the longest call: its way there and back, and a place.
+// The time for the daemon's answer beyond the longest call: transfer, and waiting for a place.
 constexpr std::chrono::seconds kBeyondCall{20};
 
 ExitCode refuse(ExitCode code, const std::string& sentence) {
@@ -37,25 +37,25 @@ ExitCode refuse(ExitCode code, const std::string& sentence) {
   return code;
 }
 
-// The account of the caller; empty where the number has no name.
+// The account of the caller; empty if the id has no name.
 std::string nameOfCaller() {
   const passwd* account = getpwuid(geteuid());
   return account ? account->pw_name : "";
 }
 
-// What the caller would have to type. As root "mine" means root, so there the name is needed.
+// The command that the caller must type. With sudo, "mine" means root, so the name is needed.
 std::string commandAsRoot(const Command& command) {
   const std::string words = "sudo currentconn " + command.name;
   const std::string caller = nameOfCaller();
   return command.name == "mine" && !caller.empty() ? words + " --user " + caller : words;
 }
 
-// A sentence on why the terminal does not do; empty where it does.
+// A sentence on why the terminal is unsuitable; empty if it is suitable.
 std::string objectionToTerminal(const Command& command) {
   const auto* listing = std::get_if<Listing>(&command.request);
   if (!listing || !listing->watch) return "";
   if (isatty(STDOUT_FILENO) != 1) {
-    return "--watch needs a terminal, standard output is none: leave it out";
+    return "--watch needs a terminal, but standard output is not one: leave it out";
   }
   return movesCursor(std::getenv("TERM"))
              ? ""
@@ -67,11 +67,11 @@ std::string purposeOf(const Command& command) {
   if (std::holds_alternative<Disable>(command.request)) return "disabling accounts";
   if (std::holds_alternative<Enable>(command.request)) return "enabling accounts";
   if (std::holds_alternative<ShowDisabled>(command.request)) return "showing disabled accounts";
-  if (std::holds_alternative<LoginLink>(command.request)) return "making a link that logs in";
-  return "reading who is connected";
+  if (std::holds_alternative<LoginLink>(command.request)) return "creating a login link";
+  return "reading the connections";
 }
 
-// The terminal of standard input, "pts/3"; empty where it is none.
+// The terminal of standard input, "pts/3"; empty if it is not a terminal.
 std::string terminalName() {
   constexpr std::string_view kFolder = "/dev/";
   std::array<char, PATH_MAX> name = {};
@@ -109,7 +109,7 @@ ExitCode perform(const LoginLink& request, Client& /*client*/) {
   return makeLoginLink(request);
 }
 
-// The listing that the daemon shows to everybody, or none.
+// The listing if the daemon serves it to every user, or none.
 std::optional<Listing> ownListing(const Command& command) {
   const auto* listing = std::get_if<Listing>(&command.request);
   if (!listing || !listing->isOwn) return {};
@@ -131,8 +131,7 @@ ExitCode runWithoutRoot(const Command& command) {
                 purposeOf(command) + needed + ": run '" + commandAsRoot(command) + "'");
 }
 
-// Root's calls are served by processes of this program, so that they work while the daemon does
-// not.
+// Root's calls are served by child processes, so that they work without the daemon.
 ExitCode runCommand(const Command& command) {
   std::string sentence = objectionToTerminal(command);
   if (!sentence.empty()) return refuse(kExitUsage, sentence);
@@ -144,7 +143,7 @@ ExitCode runCommand(const Command& command) {
     return refuse(kExitUsage, sentence);
   }
   if (!isRoot) return runWithoutRoot(command);
-  // It knows nobody by a password: these calls come from root alone.
+  // No password marks are needed: these calls come only from root.
   calls::SystemService system(1, "");
   if (!system.loadModules("", &sentence)) return refuse(kExitFailed, sentence);
   calls::openLog("currentconn", calls::LogTo::kSystemLog);

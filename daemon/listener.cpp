@@ -40,7 +40,7 @@ const sockaddr* generic(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-// Whether a name is left from a daemon that is gone.
+// Whether the name was left behind by a daemon that has ended.
 bool isDeserted(const std::string& path, const sockaddr_un& address) {
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return false;
@@ -48,9 +48,9 @@ bool isDeserted(const std::string& path, const sockaddr_un& address) {
   return ::connect(probe.get(), generic(address), sizeof address) != 0 && errno == ECONNREFUSED;
 }
 
-// Held while a name is probed and taken over: of two daemons that start at once, the second finds
-// the socket of the first, and it is listening. The file stays, since whoever removes a lock may
-// remove another one's.
+// Held while a name is probed and taken over: if two daemons start at once, the second finds the
+// listening socket of the first. The file is kept, since removing a lock file could remove another
+// process's lock.
 zevo::FileDescriptor lockName(const std::string& path) {
   zevo::FileDescriptor lock =
       zevo::openFile((path + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600);
@@ -68,13 +68,13 @@ zevo::FileDescriptor fail(const char* operation, const std::string& path, std::s
   return {};
 }
 
-// Whether the name is free, or that of a socket.
+// Whether the name is unused or belongs to a socket.
 bool isForSockets(const std::string& path, std::string* error) {
   struct stat status {};
   if (::lstat(path.c_str(), &status) != 0 || S_ISSOCK(status.st_mode)) return true;
   *error = "cannot listen on " + zevo::printable(path, 4096) + ": " +
-           (S_ISDIR(status.st_mode) ? "a folder" : "a file that is no socket") +
-           " is there; give the socket a path of its own";
+           (S_ISDIR(status.st_mode) ? "a directory" : "a file that is not a socket") +
+           " is there; use another path";
   return false;
 }
 
@@ -88,7 +88,8 @@ std::optional<gid_t> webGroup(std::string* error) {
   return std::nullopt;
 }
 
-// Whether the two sockets have different names; told at the one that is not where it usually is.
+// Whether the two sockets have different names; the error is reported for the one that is not at
+// its default.
 bool areApart(std::string* error) {
   const zevo::Config& config = zevo::config();
   const auto web = std::filesystem::path(config.webSocket).lexically_normal();
@@ -133,7 +134,7 @@ bool makeListeners(std::vector<Listener>* listeners, std::string* error) {
   return true;
 }
 
-std::optional<calls::SocketKind> entranceNamed(const char* name) {
+std::optional<calls::SocketKind> socketKindNamed(const char* name) {
   if (std::strcmp(name, "web") == 0) return calls::SocketKind::kWeb;
   if (std::strcmp(name, "local") == 0) return calls::SocketKind::kLocal;
   return std::nullopt;
@@ -142,10 +143,10 @@ std::optional<calls::SocketKind> entranceNamed(const char* name) {
 bool takeListeners(int count, char** names, std::vector<Listener>* listeners, std::string* error) {
   for (int i = 0; i < count; ++i) {
     zevo::FileDescriptor socket(SD_LISTEN_FDS_START + i);
-    const auto socketKind = entranceNamed(names[i]);
+    const auto socketKind = socketKindNamed(names[i]);
     if (!socketKind || ::sd_is_socket_unix(socket.get(), SOCK_STREAM, 1, nullptr, 0) <= 0) {
       *error = std::string("the socket \"") + names[i] +
-               "\" that was handed over is none of ours: FileDescriptorName must be web or local";
+               "\" from systemd is unknown: FileDescriptorName must be web or local";
       return false;
     }
     ::fcntl(socket.get(), F_SETFL, O_NONBLOCK);
@@ -162,7 +163,7 @@ Listener::~Listener() {
 
 Listener::Listener(Listener&& other) noexcept
     : socket_(std::move(other.socket_)),
-      entrance_(other.entrance_),
+      socketKind_(other.socketKind_),
       ownPath_(std::exchange(other.ownPath_, {})) {}
 
 void Listener::forget() {
@@ -184,7 +185,7 @@ zevo::FileDescriptor listenAt(const std::string& path, gid_t group, mode_t mode,
   if (::bind(socket.get(), generic(*address), sizeof *address) != 0) {
     return fail("listen on", path, error);
   }
-  // Nobody can connect before listen(), so the name is never open to more than it should be.
+  // Nobody can connect before listen(), so nobody gets access before owner and mode are set.
   if (::lchown(path.c_str(), 0, group) != 0) return fail("set the group of", path, error);
   if (::chmod(path.c_str(), mode) != 0) return fail("set the mode of", path, error);
   if (::listen(socket.get(), SOMAXCONN) != 0) return fail("listen on", path, error);

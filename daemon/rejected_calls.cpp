@@ -18,7 +18,7 @@ std::vector<std::string> RejectedCalls::takeLines() {
   for (const auto& [caller, count] : counts_) {
     lines.push_back(calls::summaryOfUnread(caller.first, caller.second) +
                     calls::resultText(busy.status, busy.code) + " calls=" + std::to_string(count) +
-                    ": no place became free for them");
+                    ": no free place");
   }
   counts_.clear();
   due_ = Clock::time_point::max();

@@ -40,8 +40,8 @@ std::optional<uid_t> peerOf(int connection) {
   return peer.uid;
 }
 
-// Whoever started the daemon may have left signals ignored: children could not be waited for, or
-// would not end by them. The daemon itself survives a log that nobody reads any more.
+// The parent process may have left signals ignored; then the daemon could not wait for children, or
+// they would not end on signals. The daemon itself survives a log without a reader.
 void forgetInheritedSignals() {
   for (int signal = 1; signal < SIGRTMAX; ++signal) {
     struct sigaction action {};
@@ -51,7 +51,7 @@ void forgetInheritedSignals() {
   ::signal(SIGPIPE, SIG_IGN);
 }
 
-// A call needs a descriptor here, as one that waits does, and one that was answered here.
+// A running call needs a descriptor here, and so do waiting calls and those answered here.
 void raiseDescriptorLimit(std::size_t calls) {
   rlimit limit{};
   if (::getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
@@ -104,7 +104,7 @@ bool Server::isBusy() const {
 
 void Server::step() {
   std::vector<pollfd> watch = watched();
-  if (::poll(watch.data(), watch.size(), patience()) < 0) return;
+  if (::poll(watch.data(), watch.size(), timeout()) < 0) return;
   takeSignals();
   const std::size_t listening = isStopping_ ? 0 : listeners_.size();
   for (std::size_t i = 0; i < listening; ++i) {
@@ -125,8 +125,8 @@ std::vector<pollfd> Server::watched() const {
   return watch;
 }
 
-// Milliseconds until a call is late or a leaving connection has had its time; -1 where nothing is.
-int Server::patience() const {
+// Milliseconds until the next limit of a call or of a closing connection; -1 if there is none.
+int Server::timeout() const {
   Clock::time_point next = Clock::time_point::max();
   for (const Call& call : calls_) {
     if (call.pid != 0 && !call.isLate) next = std::min(next, call.began + limits_.call);
@@ -151,7 +151,8 @@ void Server::takeSignals() {
 void Server::stop() {
   if (isStopping_) endAtOnce();
   isStopping_ = true;
-  // Who has come so far is served. Sockets that were handed over go on without us.
+  // Connections accepted so far are served. Sockets passed by systemd continue to listen without
+  // us.
   for (const Listener& listener : listeners_) {
     if (listener.isOwn()) acceptFrom(listener);
   }
@@ -175,7 +176,7 @@ void Server::acceptFrom(const Listener& listener) {
     }
     if (errno == EMFILE || errno == ENFILE) {
       calls::logLine(LOG_ERR, "cannot accept a connection: " + zevo::errorText(errno));
-      ::poll(nullptr, 0, 100);  // it stays ready, and would be tried again at once
+      ::poll(nullptr, 0, 100);  // it remains ready and would be retried at once
     }
     if (errno != EINTR && errno != ECONNABORTED) return;
   }
@@ -207,7 +208,7 @@ void Server::admit(zevo::FileDescriptor connection, calls::SocketKind socketKind
   startWaiting();
 }
 
-// Who came first goes first, past those for whom only a place of another kind would do.
+// First come, first served, skipping those that need another kind of place.
 void Server::startWaiting() {
   for (std::size_t i = 0; i < waiting_.size();) {
     const uid_t peer = waiting_[i].peer;
@@ -247,7 +248,7 @@ bool Server::startCall(Waiting& waiting) {
   scoreboard_.slot(place).setSummary(calls::summaryOfUnread(waiting.socketKind, waiting.peer));
   *free =
       Call{0, std::move(waiting.connection), waiting.socketKind, waiting.peer, Clock::now(), false};
-  std::fflush(nullptr);  // a child must not print what its parent has buffered
+  std::fflush(nullptr);  // a child must not print its parent's buffered output
   const pid_t pid = ::fork();
   if (pid == 0) becomeChild(place);
   if (pid < 0) {
@@ -262,7 +263,7 @@ bool Server::startCall(Waiting& waiting) {
 
 void Server::becomeChild(std::size_t place) {
   calls::beginCallProcess(limits_.call);
-  // One caller's child holds no other caller's connection.
+  // A child must not hold the connections of other callers.
   const Call own = std::move(calls_[place]);
   for (Listener& listener : listeners_) listener.forget();
   calls_.clear();
@@ -282,8 +283,8 @@ void Server::endLateCalls() {
     call.isLate = true;
     ::kill(-call.pid, SIGKILL);
     ::kill(call.pid, SIGKILL);
-    // A process that waits for a disk dies later, and keeps its place; its caller need not wait.
-    answerFor(i, calls::Problem::kTooLate, "its process did not end within its time");
+    // A process that waits for a disk ends later and keeps its place, but its caller need not wait.
+    answerFor(i, calls::Problem::kTooLate, "its process did not finish in time");
   }
 }
 
@@ -295,7 +296,7 @@ void Server::reap() {
     if (::waitid(P_PID, id, &ended, WEXITED | WNOHANG | WNOWAIT) != 0 || ended.si_pid == 0) {
       continue;
     }
-    ::kill(-calls_[i].pid, SIGKILL);  // what it started; its own number is still taken
+    ::kill(-calls_[i].pid, SIGKILL);  // ends what it started; its pid is still reserved
     int status = 0;
     ::waitpid(calls_[i].pid, &status, 0);
     finish(i, status);
@@ -310,7 +311,7 @@ void Server::finish(std::size_t place, int waitStatus) {
   scoreboard_.slot(place).clear();
 }
 
-// Answers in place of the call's process, unless its own answer has begun.
+// Answers instead of the call's process, unless that has begun to answer.
 void Server::answerFor(std::size_t place, calls::Problem problem, const std::string& why) {
   Call& call = calls_[place];
   calls::CallSlot& slot = scoreboard_.slot(place);

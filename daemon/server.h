@@ -1,5 +1,5 @@
-// The daemon's loop: accepts, starts a child for each call, ends those that take too long. It
-// parses nothing that clients send.
+// The daemon's loop: accepts connections, starts a child for each call, ends calls that take too
+// long. It parses nothing that clients send.
 #pragma once
 
 #include <chrono>
@@ -20,26 +20,26 @@
 namespace currentconnd {
 
 struct ServerLimits {
-  std::chrono::milliseconds call;        // each call ends after this at the latest
+  std::chrono::milliseconds call;        // time limit of each call
   std::chrono::milliseconds wait{1000};  // for a place
-  // For a client to close its connection after an answer of the server's own.
+  // The time for a client to close its connection after a fallback reply.
   std::chrono::milliseconds leave{2000};
 };
 
 class Server {
  public:
-  // What a child does with its connection; when it returns, the child ends.
+  // The work of a child on its connection; when it returns, the child ends.
   using Work = std::function<void(int connection, calls::SocketKind socketKind, uid_t peer,
                                   calls::CallSlot& slot)>;
 
-  // As many calls at once as `board` has slots. As many again wait for a place: the process of a
-  // call that was just answered still has its own, and a short rush is no reason to turn anybody
-  // away.
+  // Serves as many calls at once as `board` has slots. The same number may wait for a place: the
+  // process of a call that was just answered still holds one, and a short burst is no reason to
+  // reject calls.
   Server(std::vector<Listener> listeners, calls::Scoreboard& board, const ServerLimits& limits,
          Work work);
 
-  // Serves until SIGTERM or SIGINT, then takes no new calls and returns when those in flight are
-  // answered; a second signal ends them at once. Calls `ready` once signals are taken care of, and
+  // Serves until SIGTERM or SIGINT, then accepts no new calls and returns when the running ones are
+  // answered; a second signal ends them at once. Calls `ready` once signals are handled, and
   // `stopping` at the first signal.
   void run(const std::function<void()>& ready, const std::function<void()>& stopping);
 
@@ -54,7 +54,7 @@ class Server {
     Clock::time_point began;
     bool isLate = false;
   };
-  // A connection that was accepted and has no place yet.
+  // An accepted connection that has no place yet.
   struct Waiting {
     zevo::FileDescriptor connection;
     calls::SocketKind socketKind = calls::SocketKind::kWeb;
@@ -64,7 +64,7 @@ class Server {
 
   void step();
   std::vector<pollfd> watched() const;
-  int patience() const;
+  int timeout() const;
   void takeSignals();
   void stop();
   void endAtOnce();
@@ -89,7 +89,7 @@ class Server {
   ServerLimits limits_;
   Work work_;
   std::vector<Call> calls_;
-  std::vector<Waiting> waiting_;  // in the order of their coming
+  std::vector<Waiting> waiting_;  // in the order of arrival
   FallbackReplies fallbackReplies_;
   RejectedCalls rejectedCalls_;
   zevo::FileDescriptor signals_;

@@ -41,10 +41,9 @@ bool checkPamFolder(std::string* error) {
   if (folder.empty()) return true;
   const auto failure = readService(folder);
   if (!failure) return true;
-  *error = zevo::configProblem("pam_folder",
-                               failure->text() +
-                                   "; put the PAM service there, or set pam_folder to \"\" for the "
-                                   "system's folders");
+  *error = zevo::configProblem("pam_folder", failure->text() +
+                                                 "; install the PAM service there, or set "
+                                                 "pam_folder to \"\" for the system's directories");
   return false;
 }
 

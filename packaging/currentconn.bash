@@ -1,7 +1,7 @@
 # shellcheck shell=bash
 # bash completion for currentconn
 
-# The words that may follow, for the command (or '') $1.
+# The possible next words after the command $1 (or '').
 _currentconn_words() {
   local common='--config --help --version' order='--sort-by --asc --desc'
   case $1 in

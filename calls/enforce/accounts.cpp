@@ -29,7 +29,7 @@ std::optional<uid_t> uidOf(const std::string& user) {
   return record != nullptr ? std::optional(record->uid) : std::nullopt;
 }
 
-// The day of the account's expiry since 1970, -1 where it has none; nothing without an entry.
+// The account's expiry day since 1970, -1 if it has none; nothing without an entry.
 std::optional<long> expiryOf(const std::string& user) {
   if (!zevo::canBeAccountName(user)) return {};
   const spwd* entry = ::getspnam(user.c_str());
@@ -86,7 +86,7 @@ Json::Value asJson(const zevo::LeftRunning& left) {
   return value;
 }
 
-// What still runs once those that end with their connection have had the time to.
+// What still runs after the processes of ended connections have had time to end.
 std::map<std::string, zevo::LeftRunning> leftRunningSoon(const std::vector<std::string>& users) {
   constexpr int kLooks = 10;
   constexpr std::chrono::milliseconds kBetweenLooks{100};

@@ -1,4 +1,4 @@
-// The accounts that are to be disabled.
+// The accounts to be disabled.
 #pragma once
 
 #include <map>
@@ -15,19 +15,19 @@ namespace calls::enforce {
 // Why accounts would not be disabled.
 struct Refusals {
   // Of single accounts: {"reason": key}, with the key own_account, directory_account (an account of
-  // a directory or a container), unknown_account, not_local (without a line of its own in the
-  // shadow file) or root_account.
+  // a directory service or a container), unknown_account, not_local (without a line of its own in
+  // the shadow file) or root_account.
   std::map<std::string, Json::Value> ofAccounts;
   // Of the batch, all or none: one of those with "user"; too_few_administrators with "causes"; or
-  // failed with "causes", where that cannot be told. Null where it would be disabled.
+  // failed with "causes" if that cannot be determined. Null if it would be disabled.
   Json::Value ofAll;
 };
 
-// What the guard of the account write would say to disabling `users`, and what the method would
-// pass over without a word. `own`: names of the caller's account.
+// Whether the guard of the account write would refuse to disable `users`, and whom the method would
+// silently skip. `own`: names of the caller's account.
 Refusals refusalsOf(const std::vector<std::string>& users, const std::set<std::string>& own);
 
-// Whether the account is disabled now; nothing where there is no such account.
+// Whether the account is disabled now; nothing if there is no such account.
 std::optional<bool> isDisabled(const std::string& user);
 
 // An array: for each of `users` {"user", "exists", "disabled", "access", "left_running"}, as they

@@ -27,7 +27,7 @@ Connections connectionsOf(const Names& users, const Snapshot& now) {
   return theirs;
 }
 
-// Rows that serve one of the users under another's name: disabling goes by the name in the list.
+// Rows that serve one of the users under another's name: disabling uses the name in the list.
 void addUnderOthers(const Snapshot& now, const Names& users, Json::Value* stays) {
   for (const Connection& row : now.connections) {
     if (users.contains(row.who)) continue;
@@ -76,7 +76,7 @@ std::optional<MethodAnswer> callDisable(const Work& work, const std::vector<std:
   return callInChildren({call}, work.kickTimes()).front();
 }
 
-// What became of the accounts. `hindrance`: why the call failed, null where it did not.
+// The results for the accounts. `hindrance`: why the call failed; null if it did not.
 Json::Value accountsAfter(const std::vector<std::string>& users, const Names& disabledBefore,
                           const Json::Value& hindrance) {
   Json::Value accounts = accountResults(users);

@@ -30,13 +30,13 @@ zevo::Result<Page> readPage(const Module& module, const std::string& filter,
   ChildCall call{module.list, module.context};
   if (!filter.empty()) call.context.parameters["filter"] = filter;
   const std::optional<MethodAnswer> answer = callInChildren({call}, times).front();
-  if (!answer) return zevo::failure("there was no time left to read who is connected");
+  if (!answer) return zevo::failure("there was no time left to read the connections");
   if (answer->status != MethodAnswer::Status::kDone) {
     const std::string why = joined(answer->causes);
-    return zevo::failure(why.empty() ? "cannot read who is connected" : why, answer->code);
+    return zevo::failure(why.empty() ? "cannot read the connections" : why, answer->code);
   }
   std::optional<Page> page = parsePage(answer->data);
-  if (!page) return zevo::failure("the answer of \"list\" is no list of connections");
+  if (!page) return zevo::failure("the answer of \"list\" is not a list of connections");
   page->warnings = answer->warnings;
   return std::move(*page);
 }

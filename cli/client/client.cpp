@@ -23,7 +23,7 @@ using std::chrono::milliseconds;
 
 constexpr const char* kModulePath = "/api/ZEVO.Core.CurrentConnection/1/";
 
-// How the process of a call ended, where that is why there is no answer.
+// How the process of a call ended, if that is why there is no answer.
 std::string endOf(pid_t child) {
   int status = 0;
   while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -39,7 +39,7 @@ std::string endOf(pid_t child) {
 PendingCall::PendingCall(Link link, Clock::time_point begin, std::chrono::seconds limit)
     : link_(std::move(link)), begin_(begin), limit_(limit) {}
 
-int PendingCall::patience() const {
+int PendingCall::timeout() const {
   const auto left = std::chrono::ceil<milliseconds>(begin_ + limit_ - Clock::now());
   return static_cast<int>(std::max(left, milliseconds(0)).count());
 }
@@ -104,7 +104,7 @@ zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std:
                                     std::pair(calls::kTerminalHeader, word_.terminal)}) {
     if (!value.empty()) headers.emplace_back(name, value);
   }
-  // Where it cannot be sent, there may be an answer that says why.
+  // Even if it cannot be sent, there may be an answer with the reason.
   writeAll(link->connection.get(), calls::scgiRequestText(headers, body));
   return PendingCall(std::move(*link), begin, limit_);
 }
@@ -116,7 +116,7 @@ Answer Client::wait(zevo::Result<PendingCall> call, const std::function<void()>&
     if (std::optional<Answer> answer = call->advance()) return std::move(*answer);
     if (isWaiting) isWaiting();
     pollfd watched{call->descriptor(), POLLIN, 0};
-    ::poll(&watched, 1, isWaiting ? std::min(call->patience(), kTickMs) : call->patience());
+    ::poll(&watched, 1, isWaiting ? std::min(call->timeout(), kTickMs) : call->timeout());
   }
 }
 

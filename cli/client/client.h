@@ -1,4 +1,4 @@
-// Calls of the API, whoever serves them.
+// Calls of the API, through any transport.
 #pragma once
 
 #include <chrono>
@@ -17,12 +17,12 @@
 
 namespace cli {
 
-// One call whose answer has not come yet. It goes on to its end, also when this object is gone.
+// One call whose answer has not arrived yet. It is completed even if this object is destroyed.
 class PendingCall {
  public:
   using Clock = std::chrono::steady_clock;
 
-  // It is late at `limit` after `begin`.
+  // It times out at `limit` after `begin`.
   PendingCall(Link link, Clock::time_point begin, std::chrono::seconds limit);
   PendingCall(PendingCall&&) noexcept = default;
   PendingCall& operator=(PendingCall&&) noexcept = default;
@@ -30,12 +30,13 @@ class PendingCall {
   // Becomes readable whenever advance() has something to do.
   [[nodiscard]] int descriptor() const { return link_.connection.get(); }
   // Milliseconds until advance() has something to do in any case.
-  [[nodiscard]] int patience() const;
+  [[nodiscard]] int timeout() const;
 
-  // Ends the process that serves it, where that is one of ours: of a read, nobody misses anything.
+  // Ends the process that serves it, if it is a child: nothing is lost if a read is ended.
   void giveUp();
 
-  // Takes what has come, without waiting; the answer once it is complete or late.
+  // Takes what has arrived, without waiting; returns the answer once it is complete or has timed
+  // out.
   std::optional<Answer> advance();
 
  private:
@@ -49,18 +50,18 @@ class PendingCall {
 
 class Client {
  public:
-  // `word` goes with every call, and only root may have one. Who lets us wait for longer than
-  // `limit` has not answered.
+  // `word` is sent with every call; only root may have one. A call without an answer within `limit`
+  // has failed.
   Client(Transport& transport, calls::RootsWord word, std::chrono::seconds limit);
 
   // The call of a method of the module, with the object `parameters`.
   zevo::Result<PendingCall> begin(const std::string& method, const Json::Value& parameters);
-  // The same, and waits for its answer.
+  // The same, but waits for its answer.
   Answer call(const std::string& method, const Json::Value& parameters);
 
   // A resource of the host, such as "enable".
   Answer get(const std::string& resource);
-  // `isWaiting` is called at first and then once a second, until the answer is there.
+  // `isWaiting` is called at once and then once a second until the answer arrives.
   Answer post(const std::string& resource, const Json::Value& parameters,
               const std::function<void()>& isWaiting = {});
 

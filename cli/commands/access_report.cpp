@@ -33,10 +33,10 @@ std::string reasonOf(const Json::Value& service) {
   const std::string rules = "the account rules of its PAM service " + valueOf(service, "pam");
   if (service["reason"] == "rules-pass") return rules + " accept expired accounts";
   if (service["reason"] == "rules-unclear") return rules + " may accept expired accounts: " + cause;
-  if (service["reason"] == "samba-database") return "it asks only its own database";
-  if (service["reason"] == "own-users") return "it has users of its own: " + cause;
-  if (service["reason"] == "domain-accounts") return "its accounts are those of a domain";
-  if (service["reason"] == "other-check") return "how it checks accounts is not known: " + cause;
+  if (service["reason"] == "samba-database") return "it checks only its own database";
+  if (service["reason"] == "own-users") return "it has its own users: " + cause;
+  if (service["reason"] == "domain-accounts") return "its accounts belong to a domain";
+  if (service["reason"] == "other-check") return "it is not known how it checks accounts: " + cause;
   return cause;
 }
 
@@ -64,8 +64,8 @@ std::string accessLine(const std::string& user, const Json::Value& service, Tens
          " in: " + reasonOf(service) + "; " + remedyOf(service, user);
 }
 
-// pkill spares containers, where the user's number is somebody else's. It misses what runs in
-// namespaces of the user's own.
+// pkill leaves containers alone, where the user's id belongs to somebody else. It misses processes
+// in the user's own namespaces.
 std::string endingCommand(const std::string& user, const Json::Value& left) {
   std::string command;
   for (const Json::Value& pid : left["apart"])
@@ -89,8 +89,8 @@ std::vector<std::string> leftRunningLines(const std::string& user, const Json::V
     lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + user);
   }
   if (const auto jobs = left["at_jobs"].asUInt64(); jobs > 0) {
-    lines.push_back(std::to_string(jobs) + (jobs == 1 ? " job of " : " jobs of ") + user +
-                    (jobs == 1 ? " waits" : " wait") + " for at; list them all with: atq");
+    lines.push_back(std::to_string(jobs) + (jobs == 1 ? " at job of " : " at jobs of ") + user +
+                    (jobs == 1 ? " is" : " are") + " waiting; list all jobs with: atq");
   }
   return lines;
 }

@@ -22,13 +22,13 @@ std::string inQuotes(const Json::Value& text) {
   return "\"" + text.asString() + "\"";
 }
 
-// Why nothing is disabled: the same before and after the attempt.
+// Reports why nothing is disabled, in the same words before and after the attempt.
 ExitCode refuse(const Json::Value& refusal) {
   const std::string key = refusal["reason"].asString();
   const std::string user = inQuotes(refusal["user"]);
   if (key == "too_few_administrators") {
     complain(std::vector<std::string>{
-        "refused: too few administrators who can log in would be left; nothing has changed",
+        "refused: too few administrators who can log in would remain; nothing was changed",
         "make another account an administrator first, or leave this one out"});
     return kExitTooFewAdministrators;
   }
@@ -36,15 +36,15 @@ ExitCode refuse(const Json::Value& refusal) {
     complain(key == "own_account" ? user + " is the account with which you are logged in"
              : key == "root_account"
                  ? user + " is root, who cannot be disabled"
-                 : user + " is an account of a directory or a container: disable it there");
+                 : user + " is an account of a directory service or a container: disable it there");
     return kExitUsage;
   }
   std::vector<std::string> lines = {"no account was disabled and no connection ended:"};
   if (key == "unknown_account") lines.push_back("there is no account " + user);
-  if (key == "not_local") lines.push_back(user + " is no local account");
-  if (key == "no_time") lines.emplace_back("there was no time left for it; try again");
+  if (key == "not_local") lines.push_back(user + " is not a local account");
+  if (key == "no_time") lines.emplace_back("there was no time left; try again");
   for (const Json::Value& cause : refusal["causes"]) lines.push_back(cause.asString());
-  if (lines.size() == 1) lines.emplace_back("the system log tells more: journalctl -t currentconn");
+  if (lines.size() == 1) lines.emplace_back("see the system log: journalctl -t currentconn");
   complain(lines);
   return kExitFailed;
 }
@@ -59,9 +59,9 @@ std::string stayingLine(const Json::Value& row) {
 std::string disablePlanText(const Json::Value& plan) {
   std::vector<std::string> lines;
   for (const Json::Value& account : plan["accounts"]) {
-    lines.push_back((account["disabled"].asBool() ? "account that is disabled already: "
-                                                  : "account to be disabled: ") +
-                    account["user"].asString());
+    lines.push_back(
+        (account["disabled"].asBool() ? "account already disabled: " : "account to be disabled: ") +
+        account["user"].asString());
   }
   append(&lines, effectLines(plan["ends"]));
   for (const Json::Value& row : plan["stays"]) lines.push_back(stayingLine(row));
@@ -74,28 +74,28 @@ std::string accountLine(const Json::Value& account) {
   const std::string user = account["user"].asString();
   if (!account["disabled"].asBool()) return "not disabled: " + user;
   const std::string line =
-      (account["already"].asBool() ? "was disabled already: " : "disabled: ") + user;
+      (account["already"].asBool() ? "already disabled: " : "disabled: ") + user;
   return account.isMember("undo") ? line + "; to undo it: " + enablingCommand(user) : line;
 }
 
-// "whether alice or bob is connected over SMB is not known:".
+// "it is not known whether alice or bob is connected over SMB:".
 std::string doubtOver(const std::string& service, const Json::Value& accounts) {
   std::string names;
   for (const Json::Value& account : accounts)
     names += (names.empty() ? "" : " or ") + account["user"].asString();
-  return "whether " + names + " is connected over " + (service == "CIFS" ? "SMB" : service) +
-         " is not known:";
+  return "it is not known whether " + names + " is connected over " +
+         (service == "CIFS" ? "SMB" : service) + ":";
 }
 
 bool allOf(const Json::Value& items, bool (*holds)(const Json::Value& item)) {
   return std::all_of(items.begin(), items.end(), holds);
 }
 
-// Says what is wrong with the connections; true where nothing is.
+// Reports problems with the connections; true if there are none.
 bool areConnectionsGone(const Performed& done) {
   const Json::Value& result = done.result;
   if (mayLack(done.warnings)) {
-    complainOfDoubt("whether all of their connections have ended is not known:", done.warnings);
+    complainOfDoubt("it is not known whether all of their connections have ended:", done.warnings);
     return false;
   }
   const Json::Value& services = result["services_without_users"];
@@ -134,7 +134,7 @@ ExitCode reportOn(const Performed& done) {
   if (!letIn.empty()) complainOfDoubt("the accounts are disabled, but not everywhere:", letIn);
   const bool areOut =
       allOf(result["accounts"], [](const Json::Value& one) { return !isLetIn(one); });
-  if (!areOut) complain("a disabled account is still let in");
+  if (!areOut) complain("a disabled account can still log in");
   const bool areDisabled =
       allOf(result["accounts"], [](const Json::Value& one) { return one["disabled"].asBool(); });
   return areDisabled && areOut && letIn.empty() && areGone ? written : kExitFailed;

@@ -11,14 +11,14 @@
 namespace cli {
 namespace {
 
-// The cells are given.
+// The cells are given separately.
 constexpr std::array<Column, 6> kDisabledColumns = {{
     {"USER", "account", nullptr, 8, false, 0},
     {"DISABLED", "when it was disabled", nullptr, 19, false, 4},
     {"BY", "who disabled it", nullptr, 8, false, 2},
     {"FROM", "at which terminal or address", nullptr, 8, false, 5},
-    {"EXPIRY BEFORE", "the day that enabling it restores", nullptr, 13, false, 3},
-    {"NOW", "what the account is now", nullptr, 8, false, 1},
+    {"EXPIRY BEFORE", "the expiry that enabling restores", nullptr, 13, false, 3},
+    {"NOW", "the present state of the account", nullptr, 8, false, 1},
 }};
 
 std::string stateText(const std::string& state) {
@@ -86,8 +86,7 @@ ExitCode enable(const Enable& request, Client& client) {
   bool areComplete = true;
   for (const Json::Value& account : (*accounts)["accounts"]) {
     const bool isComplete = account["complete"].asBool();
-    lines.push_back((isComplete ? "enabled: " : "not enabled in full: ") +
-                    account["user"].asString());
+    lines.push_back((isComplete ? "enabled: " : "partly enabled: ") + account["user"].asString());
     for (const Json::Value& note : account["notes"]) lines.push_back("  " + note.asString());
     areComplete = areComplete && isComplete;
   }
@@ -99,7 +98,7 @@ ExitCode showDisabled(const ShowDisabled& request, Client& client) {
   const Answer answer = client.get("disabled");
   const auto list = calls::parseJson(answer.data);
   if (answer.status != Answer::Status::kDone || !list) {
-    return failWith("cannot tell which accounts are disabled:", answer);
+    return failWith("cannot list the disabled accounts:", answer);
   }
   return printText(request.asJson ? answer.data + "\n" : textOf((*list)["items"]));
 }

@@ -21,17 +21,17 @@ std::string countOf(Json::ArrayIndex connections) {
 std::string kickPlanText(const Json::Value& plan) {
   std::vector<std::string> lines = effectLines(plan["ends"]);
   for (const Json::Value& row : plan["stays"])
-    lines.push_back("not to be ended: " + describe(row) + ": " + reasonText(row));
+    lines.push_back("cannot be ended: " + describe(row) + ": " + reasonText(row));
   for (const Json::Value& pid : plan["missing_pids"])
-    lines.push_back("no connection with the pid " + pid.asString() + " matches");
+    lines.push_back("no connection with pid " + pid.asString() + " matches");
   return endingTable(plan["ends"]) + linesText(lines, lookOfOutput().charset);
 }
 
-// A sentence on why the selection is not to be followed; empty where it is.
+// A sentence on why the selection cannot be used; empty if it can.
 std::string objection(const Json::Value& plan, const Kick& request) {
   if (!plan["ambiguous_pids"].empty()) {
     return plan["ambiguous_pids"][0].asString() +
-           " is the number of a process and of a web login: add --service";
+           " is the number of both a process and a web login: add --service";
   }
   return request.isDryRun || request.isConfirmed || canAsk() ? "" : kCannotAsk;
 }
@@ -45,7 +45,7 @@ ExitCode endConnections(const Json::Value& plan, Client& client) {
   const Json::Value& fates = done->result["connections"];
   const ExitCode written = printText(linesText(fateLines(fates), lookOfOutput().charset));
   if (hasFate(fates, "not_known"))
-    complainOfDoubt("whether all of them have ended is not known:", done->warnings);
+    complainOfDoubt("it is not known whether all of them have ended:", done->warnings);
   const bool haveEnded = std::all_of(fates.begin(), fates.end(), [](const Json::Value& row) {
     return row["fate"] == "ended" || row["fate"] == "gone_before";
   });
@@ -69,7 +69,7 @@ ExitCode kick(const Kick& request, Client& client) {
   const ExitCode written = printText(kickPlanText(*plan));
   if (written != kExitDone) return written;
   if (count == 0) {
-    complain("there is nothing to end");
+    complain("nothing to end");
     return kExitFailed;
   }
   if (request.isDryRun) return (*plan)["missing_pids"].empty() ? kExitDone : kExitFailed;

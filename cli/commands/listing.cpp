@@ -12,7 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 
 constexpr milliseconds kWatchDefault{2000};
-// A read scans /proc; oftener than this it would mostly watch itself.
+// Each read scans /proc; more frequent reads would mostly observe themselves.
 constexpr double kWatchLeast = 0.2;
 constexpr double kWatchMost = 86400;
 constexpr int kGreatest = std::numeric_limits<int>::max();
@@ -22,7 +22,7 @@ struct SortWord {
   const char* field;
 };
 
-// The method's own words first, then the names of the table's columns.
+// The method's own words first, then the column names of the table.
 constexpr std::array<SortWord, 10> kSortWords = {{{"time", "time"},
                                                   {"who", "who"},
                                                   {"from", "from"},
@@ -71,7 +71,7 @@ bool takeDirection(const ListingWords& words, std::string* direction, std::strin
 bool takeWatch(const ListingWords& words, std::optional<milliseconds>* watch, std::string* wrong) {
   if (!words.watch) return true;
   if (words.asJson) {
-    *wrong = "--watch and --json exclude each other: --json is for programs, which call again";
+    *wrong = "--watch and --json exclude each other: give one of them";
     return false;
   }
   *watch = kWatchDefault;
@@ -88,16 +88,16 @@ bool takeWatch(const ListingWords& words, std::optional<milliseconds>* watch, st
 bool takeUser(const std::optional<std::string>& word, std::optional<std::string>* user,
               std::string* wrong) {
   if (!word) return true;
-  // The method reads an empty name as everybody.
+  // For the method an empty name means all users.
   if (word->empty()) {
-    *wrong = "--user must be the name of an account, found an empty text";
+    *wrong = "--user must be the name of an account, found an empty string";
     return false;
   }
   *user = *word == "root" ? kNameOfRoot : *word;
   return true;
 }
 
-// The method adds both as 32-bit numbers, and a page that would end beyond them as empty.
+// The method adds both as 32-bit numbers; a page that ends beyond their range would be empty.
 void keepEndInRange(Listing* listing) {
   if (!listing->start || !listing->limit || *listing->limit == 0) return;
   if (*listing->limit > kGreatest - *listing->start) listing->limit = kGreatest - *listing->start;

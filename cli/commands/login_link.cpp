@@ -29,7 +29,7 @@ User lookUp(const std::string& name) {
   return {record, &ZEVOUserFree};
 }
 
-// Where the page of a usual installation is.
+// The address of the page in a default installation.
 std::string usualUrl() {
   std::array<char, 256> name{};
   const bool isNamed = gethostname(name.data(), name.size() - 1) == 0 && name.front() != '\0';
@@ -37,19 +37,19 @@ std::string usualUrl() {
 }
 
 ExitCode failToLink(const std::string& reason) {
-  complain("no link was made: " + reason);
+  complain("no link was created: " + reason);
   return kExitFailed;
 }
 
-// Why the account cannot log in to the page; empty where nothing is known to be in the way.
+// Why the account cannot log in to the page; empty if no obstacle is known.
 std::string objectionTo(const UserRecord& user, const zevo::LoginState& state) {
   if (state.isExpired) return "the account is disabled or has expired";
   if (user.uid != 0 && state.isLocked) return "the account is locked: give it a password";
   if (user.uid != 0 && !state.hasLoginShell) return "the account has no login shell";
   if (user.uid != 0) return "";
   const User alias = lookUp(kRootAlias);
-  return alias && alias->uid != 0 ? "an account \"admin\" is there, and root is \"admin\" on the "
-                                    "page: name another account, as in 'login-link admin'"
+  return alias && alias->uid != 0 ? "root is \"admin\" on the page, but an account \"admin\" "
+                                    "exists: give an account, as in 'login-link admin'"
                                   : "";
 }
 
@@ -59,7 +59,7 @@ std::optional<std::time_t> endOf(const LoginLink& request) {
   return std::time(nullptr) + *request.viewDays * kSecondsADay;
 }
 
-// False with the last error set where it cannot be written.
+// False, with the last error set, if it cannot be written.
 bool create(const zevo::LinkAccount& account, const std::string& passwordField,
             std::string* token) {
   const std::string& file = zevo::config().sessionFile;

@@ -20,15 +20,15 @@ using Texts = std::vector<std::pair<std::string_view, const char*>>;
 const Texts& reasonTexts() {
   static const Texts texts = {
       {"no_process", "no process serves it alone; withdraw the export instead"},
-      {"console", "logins at the console are not ended from here; use loginctl terminate-session"},
+      {"console", "console logins cannot be ended from here; use loginctl terminate-session"},
       {"unknown_service", "its service is not known"},
       {"unknown_process", "its process is not known"},
       {"unknown_user", "its user is not known"},
       {"unknown_address", "its address is not known"},
       {"still_recorded", "its login is still recorded"},
-      {"in_kernel", "its process waits in the kernel and ends once that is over"},
+      {"in_kernel", "its process is waiting in the kernel and will end afterwards"},
       {"not_in_time", "its process did not end in time"},
-      {"no_time", "there was no time left for it; run the command again"},
+      {"no_time", "there was no time left; run the command again"},
       {"too_few_administrators", "its account was not disabled"},
   };
   return texts;
@@ -49,8 +49,7 @@ std::optional<Json::Value> resultOf(const Answer& answer, const char* failure) {
   if (answer.status == Answer::Status::kDone) return calls::parseJson(answer.data);
   std::vector<std::string> lines = {failure};
   lines.insert(lines.end(), answer.causes.begin(), answer.causes.end());
-  if (answer.causes.empty())
-    lines.emplace_back("the system log tells more: journalctl -t currentconn");
+  if (answer.causes.empty()) lines.emplace_back("see the system log: journalctl -t currentconn");
   complain(lines);
   return {};
 }
@@ -85,12 +84,11 @@ std::string effectLine(const Json::Value& row, const Json::Value& effect) {
            " of " + row["who"].asString() + " from " + row["from"].asString() +
            (isOne ? " ends" : " end");
   }
-  if (key == "own_connection")
-    return "note: " + describe(row) + " is the connection over which you are working";
+  if (key == "own_connection") return "note: " + describe(row) + " is your own connection";
   return "";
 }
 
-// The users of one process, whose connections all end.
+// The users of one process, whose connections end together.
 std::string usersLine(const Json::Value& row) {
   std::vector<std::string> users = {row["who"].asString()};
   for (const Json::Value& effect : row["effects"]) {
@@ -103,11 +101,11 @@ std::string usersLine(const Json::Value& row) {
 
 std::string fateLine(const Json::Value& row) {
   const std::string fate = row["fate"].asString();
-  if (fate == "gone_before") return "gone before: " + describe(row);
+  if (fate == "gone_before") return "already gone: " + describe(row);
   if (fate == "still_there") return "still there: " + describe(row) + ": " + reasonText(row);
   if (fate == "connected_again")
     return "connected again" + pidText(row["now"]) + ": " + describe(row);
-  if (fate == "connected_since") return "connected since: " + describe(row);
+  if (fate == "connected_since") return "new connection: " + describe(row);
   if (fate == "ended") return "ended: " + describe(row);
   const std::string line = "not known: " + describe(row);
   return row.isMember("reason") ? line + ": " + reasonText(row) : line;
@@ -117,7 +115,7 @@ std::string fateLine(const Json::Value& row) {
 
 std::optional<Json::Value> planFor(const Json::Value& task, Client& client) {
   const Answer answer = client.post("plan", task);
-  std::optional<Json::Value> plan = resultOf(answer, "cannot read who is connected:");
+  std::optional<Json::Value> plan = resultOf(answer, "cannot read the connections:");
   if (plan) complainOfWarnings(answer.warnings);
   return plan;
 }
@@ -129,7 +127,7 @@ std::optional<Performed> perform(const Json::Value& task, bool waits, Client& cl
     if (progress) progress->show();
   });
   progress.reset();
-  std::optional<Json::Value> result = resultOf(answer, "what became of it is not known:");
+  std::optional<Json::Value> result = resultOf(answer, "the outcome is not known:");
   if (!result) return {};
   return Performed{std::move(*result), answer.warnings};
 }
@@ -165,16 +163,16 @@ std::string reasonText(const Json::Value& row) {
   for (const auto& [known, text] : reasonTexts()) {
     if (key == known) return text;
   }
-  if (key == "goes_on") return "its session goes on" + pidText(row["now"]);
+  if (key == "goes_on") return "its session continues" + pidText(row["now"]);
   if (key == "serves_other") return "its process now serves " + describe(row["now"]);
   if (key == "under_other_user") {
-    return "it serves " + reason["user"].asString() + " too; end it with: currentconn kick " +
+    return "it also serves " + reason["user"].asString() + "; end it with: currentconn kick " +
            row["pid"].asString();
   }
   if (key == "may_be_unlisted") {
     Json::Value warnings(Json::arrayValue);
     warnings.append(reason["warning"]);
-    return "its call may not have found it: " +
+    return "the call may not have found it: " +
            warningLines(zevo::readNotesFromJson(warnings)).front();
   }
   const std::string causes = joined(reason["causes"], "; ");

@@ -1,4 +1,4 @@
-// The answers of /api/plan and /api/perform, in words.
+// Describes the answers of /api/plan and /api/perform.
 #pragma once
 
 #include <optional>
@@ -14,10 +14,11 @@
 namespace cli {
 
 inline constexpr const char* kCannotAsk =
-    "standard input is no terminal on which to ask: add --yes, or --dry-run to look only";
+    "standard input is not a terminal, so nobody can confirm: add --yes, or --dry-run for a "
+    "preview";
 
-// The plan for `task`, the parameters of the resource. Warnings are said on standard error; so is
-// why there is no plan.
+// The plan for `task`, the parameters of the resource. Warnings, and the reason if there is no
+// plan, are written to standard error.
 std::optional<Json::Value> planFor(const Json::Value& task, Client& client);
 
 struct Performed {
@@ -25,14 +26,14 @@ struct Performed {
   std::vector<zevo::ReadNote> warnings;
 };
 
-// Performs `task`; with `waits`, says meanwhile that it waits for connections to end. Nothing,
-// said on standard error, where that failed.
+// Performs `task`; with `waits`, shows that it is waiting for connections to end. Nothing on
+// failure, which is reported on standard error.
 std::optional<Performed> perform(const Json::Value& task, bool waits, Client& client);
 
-// The members by which rows are named to the host.
+// The members that identify rows to the host.
 Json::Value namesOf(const Json::Value& rows);
 
-// The table of the rows that end; empty where none does.
+// The table of the rows that end; empty if there are none.
 std::string endingTable(const Json::Value& ends);
 
 // "SSH of alice from 10.20.0.2, pid 12".
@@ -41,10 +42,10 @@ std::string describe(const Json::Value& row);
 // The row's reason, as the end of a sentence.
 std::string reasonText(const Json::Value& row);
 
-// What ends besides the rows, and what they hold open; a line each.
+// What else ends with the rows, and the files they hold open; one line each.
 std::vector<std::string> effectLines(const Json::Value& ends);
 
-// A line for what became of each connection.
+// A line with the result for each connection.
 std::vector<std::string> fateLines(const Json::Value& fates);
 bool hasFate(const Json::Value& fates, const char* fate);
 

@@ -19,7 +19,7 @@ ExitCode fail(const std::string& reason) {
   return kExitFailed;
 }
 
-// Whether the page is whole: "download" may have failed in its midst.
+// Whether the page is complete: "download" may have failed halfway.
 bool isWhole(std::string_view page) {
   return page.starts_with("<html>") && page.ends_with("</html>");
 }
@@ -29,18 +29,18 @@ ExitCode store(const Report& request, std::string_view page) {
   if (file == "-") return printText(std::string(page));
   struct stat target = {};
   if (stat(file.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
-    return fail(file + " is there and is no ordinary file");
+    return fail(file + " exists and is not a regular file");
   }
   const std::array<std::string_view, 1> pieces = {page};
   const auto failure = zevo::replaceFile(file, pieces, {.mode = request.mode});
   if (failure) return fail(failure->text());
-  return printText("the report is in " + displayText(file, Charset::kUtf8) + "\n");
+  return printText("report written to " + displayText(file, Charset::kUtf8) + "\n");
 }
 
 }  // namespace
 
 ExitCode writeReport(const Report& request, Client& client) {
-  // "download" tells nobody that it could not read everything; "list" does, whatever its page.
+  // "download" does not report what it could not read; "list" does, for any page.
   Json::Value oneRow = parametersOf(request.listing);
   oneRow["limit"] = 1;
   const Answer list = client.call("list", oneRow);
@@ -54,7 +54,7 @@ ExitCode writeReport(const Report& request, Client& client) {
   if (report.status != Answer::Status::kOwnOutput) {
     return fail(report.causes.empty() ? "the method wrote none" : report.causes.front());
   }
-  if (!isWhole(report.data)) return fail("the method's page is not whole");
+  if (!isWhole(report.data)) return fail("the method's page is incomplete");
   return store(request, report.data);
 }
 

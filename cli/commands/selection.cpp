@@ -11,7 +11,7 @@
 namespace cli {
 namespace {
 
-// The list's name for the service that `word` means; empty where it means none.
+// The list's name for the service `word`; empty if it is unknown.
 std::string_view typeFor(const std::string& word) {
   const auto isIt = [&](std::string_view known) {
     return !known.empty() && strcasecmp(word.c_str(), known.data()) == 0;
@@ -26,7 +26,8 @@ bool takePids(const std::vector<std::string>& words, Json::Value* select, std::s
   for (const std::string& word : words) {
     const std::optional<std::uint32_t> pid = zevo::parseNumber<std::uint32_t>(word);
     if (!pid || *pid == 0) {
-      *wrong = "\"" + word + "\" is no process id: give a number of the list's column PID";
+      *wrong =
+          "\"" + word + "\" is not a process id: give a number from the column PID of the list";
       return false;
     }
     (*select)["pids"].append(*pid);

@@ -22,7 +22,7 @@ ExitCode printPage(const Page& page, const Listing& listing) {
   return printText(text + summaryOf(page, listing, look.charset) + "\n");
 }
 
-// The answer keeps its shape on standard output; programs find warnings on standard error.
+// The answer is unchanged on standard output; programs find warnings on standard error.
 ExitCode printJson(const Answer& answer) {
   if (!answer.warnings.empty()) {
     Json::Value object(Json::objectValue);
@@ -48,7 +48,7 @@ ExitCode showListing(const Listing& listing, Client& client) {
   const std::optional<Page> page = parsePage(answer.data);
   if (page) return printPage(*page, listing);
   return explain(failedAnswer("the answer of \"" + std::string(methodOf(listing)) +
-                              "\" is no list of connections"),
+                              "\" is not a list of connections"),
                  listing);
 }
 

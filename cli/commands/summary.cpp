@@ -7,7 +7,7 @@ namespace {
 
 std::string emptySentence(const Listing& listing, Charset charset) {
   if (!listing.filter.empty()) {
-    return "nobody matches \"" + displayText(listing.filter, charset) + "\"";
+    return "no connections match \"" + displayText(listing.filter, charset) + "\"";
   }
   if (listing.user) return "nobody is connected as " + displayText(*listing.user, charset);
   return "nobody is connected";

@@ -20,11 +20,11 @@ std::string lineOf(const zevo::ReadNote& warning) {
                                   : warning.detail;
   }
   if (warning.code == "open_files_missing")
-    return "which files are open over SMB is not known: " + warning.detail;
+    return "the files open over SMB are not known: " + warning.detail;
   const std::string which = warning.service.empty() ? "" : warning.service + " ";
   std::string line = which + "connections may be missing";
   if (warning.code == zevo::kDetailsMissing) {
-    line = "not everything is known about the " + which + "connections";
+    line = "some details of the " + which + "connections are not known";
   }
   return warning.detail.empty() ? line : line + ": " + warning.detail;
 }
@@ -33,7 +33,7 @@ bool tellsOfMissing(const zevo::ReadNote& warning) {
   return warning.code == zevo::kConnectionsMissing;
 }
 
-// A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
+// A source of SSH connections also covers their SFTP servers. Web logins are not in the registry.
 bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
   if (type == "HTTP/HTTPS") return false;
   return warning.service.empty() || warning.service == type ||

@@ -26,14 +26,14 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-// Between the end of a read and the next one, where reads take longer than the interval.
+// The pause between two reads if reads take longer than the interval.
 constexpr milliseconds kLeastPause{100};
 
 class Watch {
  public:
   Watch(const Listing& listing, Client& client)
       : listing_(listing), whole_(listing), client_(client) {
-    // Rows that only move to another page have neither come nor gone: so every read is whole.
+    // Rows that only move to another page are neither new nor ended, so every read is complete.
     whole_.start.reset();
     whole_.limit.reset();
     view_.interval = *listing.watch;
@@ -56,13 +56,13 @@ class Watch {
 
   void end(ExitCode code) { exit_ = code; }
 
-  // Waits for whatever is next, and does it.
+  // Waits for the next event and handles it.
   void step() {
     std::array<pollfd, 3> waiting = {{{signals_.descriptor(), POLLIN, 0},
                                       {isTyping_ ? STDIN_FILENO : -1, POLLIN, 0},
                                       {call_ ? call_->descriptor() : -1, POLLIN, 0}}};
     const int ready =
-        poll(waiting.data(), waiting.size(), call_ ? call_->patience() : untilNextRead());
+        poll(waiting.data(), waiting.size(), call_ ? call_->timeout() : untilNextRead());
     if (ready < 0 && errno != EINTR) {
       failure_ = {kExitFailed, {"cannot wait for the next read"}};
       return end(kExitFailed);
@@ -90,7 +90,7 @@ class Watch {
     }
   }
 
-  // Ctrl-Z: the shell gets its terminal, and this program gets it again in the foreground.
+  // Ctrl-Z: returns the terminal to the shell, and takes it again in the foreground.
   void pause() {
     const bool wasShown = isShown_;
     screen_.leave();
@@ -135,7 +135,7 @@ class Watch {
       take(std::move(*page));
     } else {
       Failure failure = explainListFailure(answer, listing_);
-      // What fails from the start is no matter of a moment.
+      // A failure of the first read is not temporary.
       if (!isShown_) {
         failure_ = std::move(failure);
         return end(failure_.exitCode);

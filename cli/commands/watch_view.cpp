@@ -17,16 +17,16 @@ std::string secondsOf(std::chrono::milliseconds interval) {
 }
 
 std::string titleOf(const WatchView& view) {
-  return "every " + secondsOf(view.interval) + " s   " + view.systime + "   Ctrl-C ends";
+  return "every " + secondsOf(view.interval) + " s   " + view.systime + "   Ctrl-C quits";
 }
 
-// `lines`, or of more than `room` as many as leave one line, which counts the others.
+// At most `room` of `lines`; if there are more, the last line gives the number of the others.
 Lines firstOf(Lines lines, std::size_t room, const auto& fitted) {
   if (lines.size() <= room) return lines;
   if (room == 0) return {};
   const std::size_t hidden = lines.size() - (room - 1);
   lines.resize(room - 1);
-  lines.push_back(fitted(std::to_string(hidden) + " more, for which the window is too low"));
+  lines.push_back(fitted(std::to_string(hidden) + " more rows; enlarge the window"));
   return lines;
 }
 

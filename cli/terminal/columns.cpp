@@ -10,7 +10,7 @@
 namespace cli {
 namespace {
 
-// A time as the services write it, "2026-11-20 21:26:24": half of it says nothing.
+// A time as the services write it, "2026-11-20 21:26:24"; it is useless if truncated.
 constexpr int kTimeWidth = 19;
 // Digits of the greatest pid.
 constexpr int kPidWidth = 7;
@@ -30,7 +30,7 @@ const std::array<Column, 6>& allColumns() {
       {"FROM", "the client's address", [](const Connection& c) { return c.from; }, 6, false, 2},
       {"SINCE", "when it began, in the server's local time",
        [](const Connection& c) { return c.time; }, kTimeWidth, false, 5},
-      {"RESOURCE", "what is in use: share, folder, terminal",
+      {"RESOURCE", "what is in use: share, directory, terminal",
        [](const Connection& c) { return c.descr; }, 6, false, 4},
       {"PID", "the process that serves it",
        [](const Connection& c) { return std::to_string(c.pid); }, kPidWidth, true, 3},
@@ -38,7 +38,7 @@ const std::array<Column, 6>& allColumns() {
   return columns;
 }
 
-// Width of all columns that are not left out, with what `width` gives for each and the gaps.
+// The total width of all shown columns, by `width`, with the gaps.
 template <typename Width>
 int totalWidth(const std::vector<bool>& isLeftOut, Width width) {
   int total = 0;
@@ -60,7 +60,7 @@ std::size_t nextToLeave(std::span<const Column> columns, const std::vector<bool>
   return next;
 }
 
-// The widest column that may still become narrower; of several the last, so that RESOURCE gives way
+// The widest column that can still be narrowed; of several the last, so that RESOURCE is narrowed
 // before FROM, and FROM before USER.
 std::size_t nextToShrink(const std::vector<int>& widths, const std::vector<int>& minimums,
                          const std::vector<bool>& isLeftOut) {

@@ -16,11 +16,11 @@
 namespace zevo {
 namespace {
 
-constexpr int kPipeBytes = 1024 * 1024;  // what an unprivileged process may ask for at most
+constexpr int kPipeBytes = 1024 * 1024;  // the most that an unprivileged process may request
 constexpr std::chrono::seconds kTimeToDie{1};
 constexpr std::chrono::milliseconds kTimeBetweenLooks{5};
 
-// What posix_spawn needs to be told, given back at the end.
+// The settings of posix_spawn, released at the end.
 class SpawnPlan {
  public:
   SpawnPlan() {
@@ -67,7 +67,7 @@ class SpawnPlan {
   posix_spawn_file_actions_t actions_{};
 };
 
-// The vector that exec takes; its elements belong to `texts`.
+// The vector for exec; its elements belong to `texts`.
 std::vector<char*> execVector(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
   pointers.reserve(texts.size() + 1);
@@ -121,7 +121,7 @@ void ToolRun::start(const std::vector<std::string>& arguments) {
     result_.cause = "cannot be started: " + errorText(error);
     return;
   }
-  // Refused where the tool has already ended and the host ignores SIGCHLD, and by some sandboxes.
+  // Fails if the tool has already ended and the host ignores SIGCHLD, and in some sandboxes.
   ended_.reset(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
 }
 
@@ -155,7 +155,7 @@ ToolResult ToolRun::finish() {
   return std::move(result_);
 }
 
-// False where the deadline passed first.
+// False if the deadline passed first.
 bool ToolRun::waitFor(const FileDescriptor& descriptor) const {
   while (true) {
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
@@ -167,7 +167,7 @@ bool ToolRun::waitFor(const FileDescriptor& descriptor) const {
   }
 }
 
-// False where the deadline passed first.
+// False if the deadline passed first.
 bool ToolRun::waitForEnd() const {
   if (ended_) return waitFor(ended_);
   siginfo_t child{};
@@ -195,7 +195,7 @@ void ToolRun::awaitEnd() {
   }
 }
 
-// The tool's status, unless somebody else has taken it.
+// The tool's status, unless somebody else has reaped it.
 std::optional<int> ToolRun::reap(int flags) noexcept {
   int status = 0;
   pid_t reaped = -1;
@@ -207,8 +207,8 @@ std::optional<int> ToolRun::reap(int flags) noexcept {
   return isOurs ? std::optional(status) : std::nullopt;
 }
 
-// A tool that does not die within a second (it hangs in the kernel) is left to whoever reaps
-// orphans; waiting for it would hang the caller too.
+// A tool that does not end within a second (because it hangs in the kernel) is left to the reaper
+// of orphans; waiting for it would block the caller too.
 void ToolRun::endGroup() noexcept {
   output_.reset();
   if (pid_ <= 0) return;

@@ -1,4 +1,4 @@
-// One run of a service's own tool.
+// Runs a service's own tool.
 #pragma once
 
 #include <chrono>
@@ -18,20 +18,20 @@ struct ToolLimits {
 };
 
 struct ToolResult {
-  bool complete = false;  // the tool ended by itself, with status 0 as far as that can be known
+  bool complete = false;  // the tool exited, with status 0 if that can be known
   bool isLate = false;    // it did not end within its time
-  std::string output;     // its standard output, also where it is not complete
-  std::string cause;      // why it is not complete: "did not answer within 10 s"
+  std::string output;     // its standard output, even if incomplete
+  std::string cause;      // why it is incomplete: "did not answer within 10 s"
 };
 
-// The tool runs as a process group of its own with an empty signal mask, default signal actions, a
-// fixed environment (PATH and LC_ALL=C), /dev/null for standard input and error, and no other
-// descriptor of this process. It is ended with its whole group where it passes a limit or its owner
-// goes. Works whatever the host does about SIGCHLD; where the host reaps the tool, its status is
-// not known and counts as 0.
+// The tool runs in its own process group with an empty signal mask, default signal actions, a fixed
+// environment (PATH and LC_ALL=C), /dev/null for standard input and error, and no other descriptor
+// of this process. It is ended with its whole group if it exceeds a limit, or by the destructor.
+// Works with any handling of SIGCHLD in the host; if the host reaps the tool, its status is unknown
+// and counts as 0.
 class ToolRun {
  public:
-  // Starts the program `arguments[0]`, an absolute path. A start that fails shows in finish().
+  // Starts the program `arguments[0]`, an absolute path. finish() reports a failed start.
   ToolRun(const std::vector<std::string>& arguments, const ToolLimits& limits);
   ~ToolRun();
   ToolRun(ToolRun&& other) noexcept;
@@ -39,10 +39,10 @@ class ToolRun {
   ToolRun(const ToolRun&) = delete;
   ToolRun& operator=(const ToolRun&) = delete;
 
-  // Takes what the tool has written so far, without waiting. Called now and then while other work
-  // goes on, so that the tool never waits for us.
+  // Reads what the tool has written so far, without waiting. Call it from time to time during other
+  // work, so that the tool never waits for us.
   void drain();
-  // Waits until the tool has ended or passes a limit. Once.
+  // Waits until the tool has ended or exceeds a limit. Call it once.
   ToolResult finish();
 
  private:
@@ -58,7 +58,7 @@ class ToolRun {
   ToolLimits limits_;
   Clock::time_point deadline_;
   pid_t pid_ = -1;         // -1: not started, or ended and reaped
-  FileDescriptor ended_;   // pidfd; none where it was refused
+  FileDescriptor ended_;   // pidfd; none if it was refused
   FileDescriptor output_;  // read end of its standard output; none after its end
   ToolResult result_;
 };

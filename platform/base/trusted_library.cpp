@@ -15,14 +15,14 @@
 namespace zevo {
 namespace {
 
-// Why what `file` is must not be believed; empty where nothing speaks against it.
+// Why `file` must not be trusted; empty if it may be.
 std::string objectionTo(const FileDescriptor& file, const std::string& path, mode_t kind) {
   struct stat status {};
   if (::fstat(file.get(), &status) != 0) return "cannot read " + path + ": " + errorText(errno);
-  if ((status.st_mode & S_IFMT) != kind) return path + " is no ordinary file";
+  if ((status.st_mode & S_IFMT) != kind) return path + " is not a regular file";
   if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
     return path + " belongs to the user " + std::to_string(status.st_uid) +
-           " instead of root; run chown root on it, or install it anew";
+           " instead of root; run chown root on it, or reinstall it";
   }
   if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
     return path + " can be written by others than its owner; run chmod go-w on it";
@@ -57,8 +57,8 @@ void* loadTrustedLibrary(const std::string& path, std::string* reason) {
   const std::string name = "/proc/self/fd/" + std::to_string(file.get());
   void* library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (library != nullptr) {
-    // The loader takes a second library of the same name for the first one, so the number must not
-    // become another file's.
+    // The loader treats a second library of the same name as the first one, so the descriptor
+    // number must not be reused.
     static_cast<void>(file.release());
     return library;
   }

@@ -24,13 +24,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Makes sure that nobody else can open the lock file, and so hold the lock. Why that is not
-// possible, or nothing.
+// Ensures that nobody else can open the lock file and hold the lock. Returns the reason of a
+// failure, or nothing.
 std::string makePrivate(int file, const std::string& path) {
   struct stat status {};
   if (::fstat(file, &status) != 0) return FileFailure{"read", path, errno}.text();
   if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
-    return "the lock file " + printable(path, 4096) + " belongs to somebody else: remove it";
+    return "the lock file " + printable(path, 4096) + " belongs to another user: remove it";
   }
   if ((status.st_mode & 07777U) != 0600 && ::fchmod(file, 0600) != 0) {
     return FileFailure{"set the mode of", path, errno}.text();
@@ -38,7 +38,7 @@ std::string makePrivate(int file, const std::string& path) {
   return {};
 }
 
-// Tries until `deadline`; the kernel offers no timed wait for a file lock. False with errno set.
+// Retries until `deadline`; the kernel has no timed wait for a file lock. False with errno set.
 bool lockUntil(int file, Clock::time_point deadline) {
   auto pause = std::chrono::microseconds(200);
   constexpr auto kLongestPause = std::chrono::microseconds(10000);
@@ -78,7 +78,7 @@ void ZevoCgiInit(const char* name, ZEVO_CGI* cgi) {
   const bool isNamed = name != nullptr && *name != '\0';
   const std::string lock = zevo::lockFileOf(isNamed ? name : zevo::config().sessionFile);
   std::memset(cgi, 0, sizeof *cgi);
-  // A path that does not fit stays empty, and the section cannot be entered.
+  // A path that is too long is left empty, and the section cannot be entered.
   if (lock.size() < sizeof cgi->lock) std::memcpy(cgi->lock, lock.data(), lock.size());
 }
 

@@ -22,7 +22,7 @@ namespace {
 
 using connections::Connection;
 
-// Local time as "2026-11-20 21:26:24"; empty for what is no time.
+// Local time as "2026-11-20 21:26:24"; empty for an invalid time.
 std::string localTime(std::int64_t seconds) {
   const auto time = static_cast<std::time_t>(seconds);
   struct tm parts {};
@@ -31,7 +31,7 @@ std::string localTime(std::int64_t seconds) {
   return {text.data(), ::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
 }
 
-// The connection that a line records; none where the line is no record of a login.
+// The connection that a line records; none if the line is not a login record.
 std::optional<Connection> connectionOf(json_object* record) {
   const char* client = sessionText(record, kClientField);
   const char* user = sessionText(record, kUserField);
@@ -50,7 +50,7 @@ std::optional<Connection> connectionOf(json_object* record) {
 
 int failAtLine(const std::string& path, std::size_t line) {
   return fail(ZEVO_ERR_BAD_TEXT, "cannot read " + printable(path, 4096) + ":" +
-                                     std::to_string(line) + ": the line is no record of a login");
+                                     std::to_string(line) + ": the line is not a login record");
 }
 
 int readLogins(const std::string& path, std::vector<Connection>* logins) {

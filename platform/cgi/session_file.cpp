@@ -24,22 +24,21 @@ bool refuse(const std::string& path, const std::string& why) {
   return false;
 }
 
-// Whether what is open can be trusted: it belongs to us or root, and nobody else can put another
-// thing in its place.
+// Whether the open file can be trusted: it belongs to us or root, and nobody else can replace it.
 bool isOurs(int file, const std::string& path) {
   struct stat status {};
   if (::fstat(file, &status) != 0) return failAtFile({"read", path, errno});
   if (status.st_uid != ::geteuid() && status.st_uid != 0) {
-    return refuse(path, "it belongs to somebody else; remove it");
+    return refuse(path, "it belongs to another user; remove it");
   }
   const bool othersWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
   if (othersWrite && !(S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0)) {
-    return refuse(path, "others may write it; chmod go-w");
+    return refuse(path, "other users can write it; run chmod go-w on it");
   }
   return true;
 }
 
-// Opens the folder `name` in `parent`, made with `mode` where it is missing; `path` is for
+// Opens the directory `name` in `parent`, created with `mode` if it does not exist; `path` is for
 // messages.
 FileDescriptor openOwnFolder(int parent, const std::string& name, mode_t mode,
                              const std::string& path) {
@@ -54,7 +53,7 @@ FileDescriptor openOwnFolder(int parent, const std::string& name, mode_t mode,
     return {};
   }
   if (!isOurs(folder.get(), path)) return {};
-  if (made && ::fchmod(folder.get(), mode) != 0) {  // whatever the umask is
+  if (made && ::fchmod(folder.get(), mode) != 0) {  // regardless of the umask
     failAtFile({"set the mode of", path, errno});
     return {};
   }
@@ -71,13 +70,12 @@ bool makeFile(int folder, const std::string& name, const std::string& path) {
   if (!old) return failAtFile({"open", path, errno});
   struct stat status {};
   if (::fstat(old.get(), &status) != 0) return failAtFile({"read", path, errno});
-  if (!S_ISREG(status.st_mode)) return refuse(path, "it is no file; remove it");
+  if (!S_ISREG(status.st_mode)) return refuse(path, "it is not a regular file; remove it");
   return isOurs(old.get(), path);
 }
 
-// The file comes first: nothing is made beside a thing that is none of ours. Each step goes through
-// the descriptor of the folder that the step before has checked, so nobody can slip a link in
-// between.
+// The file comes first: nothing is created beside a file that is not ours. Each step uses the
+// descriptor of the directory that the previous step has checked, so that nobody can insert a link.
 bool createSessionFile(const std::string& path) {
   const std::size_t slash = path.rfind('/');
   if (slash == std::string::npos || slash + 1 == path.size()) {
@@ -106,8 +104,8 @@ bool checkSessionFile(const std::string& path) {
     ++number;
     if (parseSessionRecord(line)) continue;
     return refuse(path, "its line " + std::to_string(number) +
-                            " is no record of a login, so it may be another program's; name a "
-                            "file that is the sessions' alone");
+                            " is not a login record, so the file may belong to another program; "
+                            "give a file that is used for sessions only");
   }
   return true;
 }

@@ -55,7 +55,7 @@ std::string makeLine(const Login& login, int number, std::string_view browser) {
   return '"' + login.id + "\":" + text + '\n';
 }
 
-// The line with as much of the browser's name as fits; empty where it does not fit without.
+// The line with as much of the browser's name as fits; empty if it does not fit even without it.
 std::string makeFittingLine(const Login& login, int number) {
   std::string browser = printable(login.browser, kLongestSessionLine);
   for (;;) {
@@ -70,7 +70,7 @@ bool isText(const std::string& text) {
   return validUtf8(text) && text.find('\0') == std::string::npos;
 }
 
-// A number that no login of the file has; the next one, as long as there is one.
+// A number that no login in the file has; the next one, if there is one.
 int freeNumber(const std::set<std::int64_t>& taken) {
   const std::int64_t highest = taken.empty() ? 0 : *taken.rbegin();
   if (highest < INT_MAX) return static_cast<int>(highest) + 1;
@@ -86,18 +86,19 @@ int appendLocked(const std::string& path, const Login& login) {
   }
   std::set<std::int64_t> numbers;
   for (const std::string_view line : linesOf(content)) {
-    // A line that is no record is somebody's to look at, not ours to lose.
+    // A line that is not a record is kept for the administrator.
     const JsonObject record = parseSessionRecord(line);
     if (!record) continue;
     if (sessionIdOf(record.get()) == login.id) {
-      return fail(ZEVO_ERR_BAD_TEXT, "the session file holds a login of the same id");
+      return fail(ZEVO_ERR_BAD_TEXT, "the session file already has a login with this id");
     }
     const std::int64_t number = sessionNumber(record.get(), kNumberField, 0);
     if (number > 0 && number <= INT_MAX) numbers.insert(number);
   }
   const int number = freeNumber(numbers);
   const std::string line = makeFittingLine(login, number);
-  if (line.empty()) return fail(ZEVO_ERR_BAD_TEXT, "the login's texts are too long to be recorded");
+  if (line.empty())
+    return fail(ZEVO_ERR_BAD_TEXT, "the texts of the login are too long to be recorded");
   if (!touchAccessTime(path, login.id)) return -1;
   const bool isEnded = content.empty() || content.ends_with('\n');
   const std::array<std::string_view, 3> pieces = {content, isEnded ? "" : "\n", line};

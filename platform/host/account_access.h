@@ -1,5 +1,4 @@
-// What still lets an account in, and what it has left running. Both functions may throw
-// std::bad_alloc.
+// What still lets an account in, and what it left running. Both functions may throw std::bad_alloc.
 #pragma once
 
 #include <map>
@@ -17,10 +16,10 @@ enum class Access {
   kUnknown,
 };
 
-// What one service does with an account whose shadow entry has expired. No texts for people:
-// whoever shows it has words for the keys.
+// What one service does with an account whose shadow entry has expired. It has keys, for which the
+// clients have texts.
 //
-// Reasons, with the values that they carry:
+// Reasons, with their values:
 //   kRefused  account-rules     PAM's account rules refuse it       pam: the PAM service
 //             own-check         the server looks at the expiry itself
 //             no-local-logins   no account of the system logs in    file
@@ -40,7 +39,7 @@ struct ServiceAccess {
                         // "afp", "page"
   Access access = Access::kUnknown;
   std::string reason;
-  // "" where refused; else what to do: add-account-check (pam), disable-in-samba,
+  // "" if refused; otherwise the remedy: add-account-check (pam), disable-in-samba,
   // disable-in-domain, remove-own-user, try-login.
   std::string remedy;
   std::map<std::string, std::string> values;
@@ -49,7 +48,7 @@ struct ServiceAccess {
 };
 
 enum class AccessMoment {
-  kNow,           // as the account is; its shadow entry counts as expired all the same
+  kNow,           // as the account is now, but with an expired shadow entry
   kOnceDisabled,  // as it will be once ZEVOLocalAccountUserSet has disabled it
 };
 
@@ -62,13 +61,13 @@ enum class AccessMoment {
 ZEVO_EXPORT std::map<std::string, std::vector<ServiceAccess>> accountAccess(
     const std::vector<std::string>& accounts, AccessMoment moment);
 
-// What the account has left running.
+// What the account left running.
 struct LeftRunning {
-  // Whose real user it is, and those in user namespaces that it made, zombies aside. In a container
-  // that root made the number is not this account's.
+  // Processes with the account as their real user, and those in user namespaces that it created,
+  // without zombies. In a container that root created the id is not this account's.
   std::size_t processes = 0;
-  // Those of them that have another real user or process namespace than what the account runs
-  // outside namespaces of its own.
+  // Those of them with another real user or process namespace than the account's processes outside
+  // its own namespaces.
   std::vector<pid_t> apart = {};
   bool hasCrontab = false;
   std::size_t atJobs = 0;

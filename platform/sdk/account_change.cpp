@@ -32,7 +32,7 @@ void VLIBCMResultFree(VLIBCMResult* result) {
 int VLIBUserShadowAlloc(VLIBUserShadow** shadow, int count) {
   *shadow = nullptr;
   if (count != 1) {
-    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, "one shadow change is made at a time");
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, "only one shadow change can be made at a time");
     return -1;
   }
   *shadow = makeOrFail<VLIBUserShadow>();
@@ -45,7 +45,7 @@ void VLIBUserShadowFree(VLIBUserShadow* shadow) {
 
 int VLIBUserShadowExpiryDaySet(VLIBUserShadow* shadow, long days) {
   if (shadow == nullptr || days < 0) {
-    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, "a day of expiry is 0 or more");
+    ZEVO_NOTE_ERROR(ZEVO_ERR_SYSTEM, "an expiry day must be 0 or greater");
     return -1;
   }
   shadow->expiryDay = days;

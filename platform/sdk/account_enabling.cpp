@@ -1,4 +1,4 @@
-// Undoing what disabling accounts did.
+// Enables disabled accounts.
 #include <array>
 #include <ctime>
 #include <utility>
@@ -14,7 +14,7 @@
 namespace zevo {
 namespace {
 
-// The day that an expiry field means; empty: never. A field that is no day is shown as it is.
+// The day of an expiry field; empty: never. An invalid field is shown unchanged.
 std::string dayText(const std::string& expiry) {
   const auto day = parseNumber<long>(expiry);
   if (expiry.empty() || (day && *day < 0)) return "";
@@ -45,7 +45,7 @@ bool areRecorded(const Undoing& undoing) {
   return all;
 }
 
-// The entries whose flag is to be taken; a tool that does not work stops the batch.
+// The entries whose flag is to be cleared; a failing tool stops the batch.
 bool readSambaEntries(Undoing& undoing) {
   std::vector<std::string> names;
   for (const std::string& name : undoing.names) {
@@ -77,11 +77,11 @@ void restoreExpiry(Undoing& undoing, const std::string& name, std::string& expir
     expiry = before;
     if (!isExpired(before, undoing.tools.accounts.today)) return;
     undoing.accounts[name].notes.push_back("it had expired before it was disabled, on " +
-                                           dayText(before) + ", and is expired as it was then");
+                                           dayText(before) + ", and remains expired");
   } else if (expiry != before) {
     const std::string day = dayText(expiry);
     undoing.accounts[name].notes.push_back(
-        "its expiry was changed since it was disabled and stays as it is: " +
+        "its expiry was changed after it was disabled and is kept: " +
         (day.empty() ? "never" : day));
   }
 }
@@ -96,7 +96,7 @@ bool restoreShadow(Undoing& undoing) {
       if (field != fields.end()) {
         restoreExpiry(undoing, name, field->second);
       } else {
-        undoing.accounts[name].notes.emplace_back("there is no such local account any more");
+        undoing.accounts[name].notes.emplace_back("the local account no longer exists");
       }
     }
     return ZEVO_ERR_NONE;
@@ -142,7 +142,7 @@ Enabling enableAccounts(const DisablingTools& tools, const std::set<std::string>
   if (!undoing.record.open(tools.recordWait)) return {};
   if (!areRecorded(undoing)) return {Enabling::Status::kNotDisabled, {}};
   for (const std::string& name : names) undoing.accounts[name].user = name;
-  // What fails from here to the new shadow file changes nothing.
+  // A failure between here and the new shadow file changes nothing.
   if (!readSambaEntries(undoing) || !restoreShadow(undoing)) return {};
   restoreSamba(undoing);
   forget(undoing);

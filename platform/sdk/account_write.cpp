@@ -20,7 +20,7 @@ namespace {
 
 constexpr std::size_t kLongestAccountFile = 64UL * 1024 * 1024;
 
-// Reads the shadow file itself: a link in its place would be replaced by the write.
+// Reads the shadow file itself: the write would replace a link.
 std::optional<FileFailure> readShadow(const std::string& path, std::string* content) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
   if (!file) return FileFailure{"open", path, errno};
@@ -31,8 +31,7 @@ std::string inQuotes(const std::string& name) {
   return '"' + printable(name, 256) + '"';
 }
 
-// The fields of those of `names` that have an entry; the first one of a name counts, as it does for
-// the C library.
+// The fields of the entries of `names`; the first one of a name counts, as in the C library.
 ExpiryFields expiryFieldsOf(const std::string& shadow, const std::set<std::string>& names) {
   ExpiryFields fields;
   for (const ShadowEntry& entry : parseShadow(shadow)) {
@@ -42,7 +41,7 @@ ExpiryFields expiryFieldsOf(const std::string& shadow, const std::set<std::strin
   return fields;
 }
 
-// The new content: the day of expiry of each named entry replaced, all other bytes as they were.
+// The new content: the expiry day of each named entry is replaced, all other bytes are unchanged.
 std::string withFields(const std::string& shadow, const ExpiryFields& fields) {
   std::string written;
   std::size_t copied = 0;
@@ -55,14 +54,14 @@ std::string withFields(const std::string& shadow, const ExpiryFields& fields) {
   return written.append(shadow, copied);
 }
 
-// What the name service says of a batch, asked before the files are locked: a directory may take
-// its time.
+// The name service's data for a batch, read before the files are locked, since a directory service
+// may be slow.
 struct Batch {
   std::vector<Administrator> administrators;
   std::set<std::string> shells;
 };
 
-// Whether the name is root's or, where no such account exists, its alias.
+// Whether the name is root's or, if there is no such account, its alias.
 bool isRoot(const std::string& name, const std::optional<Account>& account) {
   return account ? account->uid == 0 : name == "root" || name == kRootAlias;
 }
@@ -92,14 +91,14 @@ int readBatch(const AccountDatabase& database, const std::set<std::string>& name
   if (error != 0) {
     return notedError(
         ZEVO_ERR_SYSTEM,
-        "cannot tell who the administrators are, so no account is changed: " + errorText(error) +
+        "cannot determine the administrators, so no account is changed: " + errorText(error) +
             "; check the name service, or set administrators_group");
   }
   const auto failure = readShells(database.paths.shells, &batch->shells);
   return failure ? notedError(*failure) : ZEVO_ERR_NONE;
 }
 
-// Refuses a batch that takes a valid administrator and leaves too few.
+// Refuses a batch that disables a valid administrator and leaves too few.
 int checkAdministrators(const AccountDatabase& database, const Batch& batch,
                         const std::string& before, const std::string& after) {
   const auto valid = [&](const std::string& shadow) {
@@ -116,14 +115,14 @@ int checkAdministrators(const AccountDatabase& database, const Batch& batch,
                     "this would leave " + std::to_string(left.size()) +
                         " administrators who can log in, and " +
                         std::to_string(database.minAdmins) +
-                        " must be left: make another account an administrator first");
+                        " must remain: make another account an administrator first");
 }
 
 int missing(const AccountDatabase& database, const ShadowWrite& write, const ExpiryFields& found) {
   for (const std::string& name : write.names) {
     if (found.contains(name)) continue;
     return notedError(ZEVO_ERR_NO_SUCH_USER,
-                      inQuotes(name) + " is no local account: it has no line of its own in " +
+                      inQuotes(name) + " is not a local account: it has no line of its own in " +
                           database.paths.shadow);
   }
   return ZEVO_ERR_NONE;

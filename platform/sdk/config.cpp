@@ -25,7 +25,7 @@ Loaded& current() {
   return loaded;
 }
 
-// Whether nobody but root can have written the file: as root we act on what it says.
+// Whether only root can have written the file: we act on it as root.
 bool isRootsAlone(int file) {
   struct stat status {};
   return ::fstat(file, &status) == 0 && status.st_uid == 0 &&
@@ -49,7 +49,7 @@ bool loadConfig(const std::string& path, bool required, std::string* error) {
   if (::geteuid() == 0 && !isRootsAlone(file.get())) {
     const std::string shown = printable(path, 4096);
     return fail(error, "cannot read " + shown +
-                           ": others than root could have written it; check it, then chown root " +
+                           ": users other than root can write it; check it, then chown root " +
                            shown + " and chmod go-w " + shown);
   }
   std::string text;

@@ -50,7 +50,7 @@ bool hasTexts(const Json::Value& object) {
   return true;
 }
 
-// jsoncpp reports what it cannot read by return value, but deep nesting by exception.
+// jsoncpp reports unreadable text by its return value, but deep nesting by an exception.
 std::optional<Json::Value> parseObject(std::string_view text) {
   Json::CharReaderBuilder builder;
   Json::CharReaderBuilder::strictMode(&builder.settings_);
@@ -71,14 +71,14 @@ std::optional<std::pair<std::string, Disabling>> parseLine(std::string_view line
   const auto samba = sambaOf((*object)["samba"].asString());
   const std::string expiry = (*object)["expiry"].asString();
   const std::string user = (*object)["user"].asString();
-  // The expiry goes back into a line of the shadow file.
+  // The expiry is written back to a line of the shadow file.
   const bool isField = expiry.find_first_of(std::string_view(":\n\0", 3)) == std::string::npos;
   if (!when.isInt64() || !samba || !isField || !canBeAccountName(user)) return std::nullopt;
   return std::pair(user, Disabling{expiry, *samba, (*object)["by"].asString(),
                                    (*object)["from"].asString(), when.asInt64()});
 }
 
-// Makes the folder, durably, where it is missing.
+// Creates and synchronises the directory if it does not exist.
 bool makeFolder(const std::string& folder) {
   if (::mkdir(folder.c_str(), 0700) != 0) {
     return errno == EEXIST || cannot("create", folder);
@@ -95,7 +95,7 @@ std::optional<Disablings> parseDisablings(std::string_view content, unsigned* li
   Disablings disablings;
   for (*line = 1; !content.empty(); ++*line) {
     const std::size_t end = content.find('\n');
-    // A line without its end was not written as a whole.
+    // A line without a line break was not written completely.
     if (end == std::string_view::npos) return std::nullopt;
     auto parsed = parseLine(content.substr(0, end));
     if (!parsed || !disablings.insert(std::move(*parsed)).second) return std::nullopt;
@@ -144,7 +144,7 @@ bool DisablingRecord::read() {
   if (!read) {
     notedError(ZEVO_ERR_SYSTEM,
                "cannot read " + printable(path, 4096) + ":" + std::to_string(line) +
-                   ": the line is no record of a disabled account; repair or remove it");
+                   ": the line is not a record of a disabled account; repair or remove it");
     return false;
   }
   disablings_ = std::move(*read);

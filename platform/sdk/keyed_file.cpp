@@ -24,7 +24,7 @@ int fail(const FileFailure& failure) {
   return fail(ZEVO_ERR_FILE_OPEN, failure.text());
 }
 
-// Reads a file that will be replaced: a link would become a file of its own.
+// Reads a file that will be replaced: a link would become a separate file.
 std::optional<FileFailure> readOwnFile(const std::string& path, std::string* content) {
   const FileDescriptor file = openFile(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
   if (!file) return FileFailure{"open", path, errno};
@@ -82,14 +82,14 @@ extern "C" {
 
 int VLIBCFileGetLine(const char* path, const char* key, char* buffer, int size, int flags) {
   if (!zevo::isText(path) || !zevo::isText(key) || buffer == nullptr || size < 2 || flags != 2) {
-    return zevo::fail(ZEVO_ERR_BAD_TEXT, "a line is read by a path, a key and a buffer");
+    return zevo::fail(ZEVO_ERR_BAD_TEXT, "reading a line needs a path, a key and a buffer");
   }
   return zevo::getLine(path, key, buffer, size);
 }
 
 int VLIBCFileSetLine(const char* path, const char* key, const char* value, int flags) {
   if (!zevo::isText(path) || !zevo::isText(key) || value != nullptr || flags != 0) {
-    return zevo::fail(ZEVO_ERR_BAD_TEXT, "a line is deleted by a path and a key");
+    return zevo::fail(ZEVO_ERR_BAD_TEXT, "deleting a line needs a path and a key");
   }
   return zevo::deleteLine(path, key, zevo::FileOperations::system());
 }

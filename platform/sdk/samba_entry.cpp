@@ -9,10 +9,10 @@
 namespace zevo {
 namespace {
 
-// The flags that pdbedit sets; it keeps the others (the kind of account) by itself.
+// The flags that pdbedit sets; it keeps the others (the kind of account) unchanged.
 constexpr std::string_view kSettableFlags = "DHLNX";
 
-// Names are always the value of an option, so none is taken for an option itself.
+// Names are always the value of an option, so that none is mistaken for an option.
 ToolResult run(const SambaTool& tool, const std::vector<std::string>& arguments) {
   std::vector<std::string> all = {tool.path};
   if (!tool.configuration.empty()) all.push_back("--configfile=" + tool.configuration);
@@ -38,7 +38,7 @@ std::vector<std::string_view> linesOf(std::string_view text) {
   return lines;
 }
 
-// The value of the first line "KEY:  VALUE"; nothing where there is none.
+// The value of the first line "KEY:  VALUE"; nothing if there is none.
 std::optional<std::string_view> valueOf(std::string_view output, std::string_view key) {
   for (std::string_view line : linesOf(output)) {
     if (!line.starts_with(key) || line.substr(key.size(), 1) != ":") continue;
@@ -49,7 +49,7 @@ std::optional<std::string_view> valueOf(std::string_view output, std::string_vie
   return std::nullopt;
 }
 
-// The entry that `pdbedit --verbose` prints: "Unix username: alice", "Account Flags: [DU    ]".
+// The entry printed by `pdbedit --verbose`: "Unix username: alice", "Account Flags: [DU    ]".
 std::optional<SambaEntry> parseEntry(std::string_view output) {
   const auto name = valueOf(output, "Unix username");
   const auto flags = valueOf(output, "Account Flags");
@@ -61,8 +61,8 @@ std::optional<SambaEntry> parseEntry(std::string_view output) {
   return entry;
 }
 
-// The names of all entries. A single one is not asked for, since the tool fails in the same way
-// where there is no such entry and where it cannot open the database.
+// The names of all entries. It is not possible to query a single one, since the tool fails in the
+// same way if the entry does not exist and if it cannot open the database.
 std::optional<std::set<std::string_view>> parseNames(std::string_view output) {
   std::set<std::string_view> names;
   for (const std::string_view line : linesOf(output)) {
@@ -116,10 +116,10 @@ bool setSambaDisabled(const SambaTool& tool, const SambaEntry& entry, bool isDis
     *cause = failure(tool, result.cause);
     return false;
   }
-  // It prints the entry as it is afterwards.
+  // It prints the resulting entry.
   const auto after = parseEntry(result.output);
   if (after && after->name == entry.name && after->isDisabled() == isDisabled) return true;
-  *cause = failure(tool, isDisabled ? "did not set the flag" : "did not take the flag");
+  *cause = failure(tool, isDisabled ? "did not set the flag" : "did not clear the flag");
   return false;
 }
 

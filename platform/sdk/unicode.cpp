@@ -14,8 +14,8 @@
 namespace zevo {
 namespace {
 
-// Upper-cases ASCII text, whose result has the same length. False, with the bytes written so far
-// left, where `source` has other characters.
+// Upper-cases ASCII text; the result has the same length. False, with the bytes written so far, if
+// `source` has other characters.
 bool upperAscii(std::string_view source, char* destination) {
   std::uint8_t seen = 0;
   for (std::size_t i = 0; i < source.size(); ++i) {
@@ -28,7 +28,8 @@ bool upperAscii(std::string_view source, char* destination) {
   return seen < 0x80;
 }
 
-// Root locale: any other would follow the server's language (Turkish maps i to a dotted capital).
+// The root locale: any other would depend on the server's language (Turkish maps i to a dotted
+// capital).
 const UCaseMap* rootCaseMap() {
   struct Opened {
     UErrorCode status = U_ZERO_ERROR;
@@ -39,7 +40,7 @@ const UCaseMap* rootCaseMap() {
   return U_SUCCESS(opened.status) != 0 ? opened.map : nullptr;
 }
 
-// Length of the result, or -1.
+// The length of the result, or -1.
 int upperUnicode(std::string_view source, char* destination, int size) {
   const UCaseMap* map = rootCaseMap();
   if (map == nullptr) return -1;
@@ -69,7 +70,7 @@ extern "C" int VLIBCUnicodeUTF8StrUpper(const char* source, char* destination, i
     return static_cast<int>(text.size());
   }
   if (!zevo::validUtf8(text)) {
-    return zevo::fail(destination, size, "the text is not valid UTF-8: give it in UTF-8");
+    return zevo::fail(destination, size, "the text is not valid UTF-8");
   }
   const int length = zevo::upperUnicode(text, destination, size);
   if (length < 0) return zevo::fail(destination, size, "the text is too long: give a shorter one");

@@ -31,7 +31,7 @@ bool isOurs(int file) {
          (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
 }
 
-// Whether nobody but us and root can put another folder into the place of one in this folder.
+// Whether only we and root can replace a directory in this directory.
 bool isWay(int folder) {
   struct stat status {};
   if (::fstat(folder, &status) != 0) return false;
@@ -40,7 +40,7 @@ bool isWay(int folder) {
   return isOwned && (!isShared || (status.st_mode & S_ISVTX) != 0);
 }
 
-// Opens `name` below `folder`, made where it is missing.
+// Opens `name` in `folder`, created if it does not exist.
 FileDescriptor enter(int folder, const std::string& name, mode_t mode) {
   constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
   FileDescriptor next = openFileAt(folder, name.c_str(), kFlags);
@@ -48,12 +48,12 @@ FileDescriptor enter(int folder, const std::string& name, mode_t mode) {
   const bool isNew = ::mkdirat(folder, name.c_str(), mode) == 0;
   if (!isNew && errno != EEXIST) return {};
   next = openFileAt(folder, name.c_str(), kFlags);
-  if (isNew && next) ::fchmod(next.get(), mode);  // whatever the umask
+  if (isNew && next) ::fchmod(next.get(), mode);  // regardless of the umask
   return next;
 }
 
-// The folder at the absolute `path`, where it is ours alone. Step by step, since a link further up
-// would be followed.
+// The directory at the absolute `path`, if only we can write it. Step by step, since a link further
+// up would be followed.
 FileDescriptor openOurFolder(const std::string& path) {
   FileDescriptor folder = openFile("/", O_RDONLY | O_DIRECTORY);
   for (std::size_t at = 1; at < path.size();) {
@@ -72,7 +72,7 @@ std::optional<TimedList> load(int folder, std::string_view key, std::chrono::nan
     return std::nullopt;
   }
   auto list = parseListText(text, key, oldest);
-  // Of a time to come: not of this start of the system.
+  // A time in the future: from before a restart of the system.
   if (list && list->began > timeSinceBoot()) return std::nullopt;
   return list;
 }
@@ -87,7 +87,7 @@ bool writeAll(int file, std::string_view bytes) {
   return true;
 }
 
-// Replaces the list as a whole. Where that fails the others read for themselves.
+// Replaces the whole list. If that fails, the others read for themselves.
 void store(int folder, std::string_view text) {
   const std::string name = "new." + std::to_string(::getpid());
   ::unlinkat(folder, name.c_str(), 0);
@@ -99,7 +99,7 @@ void store(int folder, std::string_view text) {
   if (!isStored) ::unlinkat(folder, name.c_str(), 0);
 }
 
-// The right to read for others too.
+// The lock to read for others too.
 class ReadersLock {
  public:
   enum class State { kOurs, kTaken, kUnusable };
@@ -120,7 +120,7 @@ class ReadersLock {
   ReadersLock& operator=(const ReadersLock&) = delete;
 
   [[nodiscard]] State state() const { return state_; }
-  // When the holder began; nothing where it has not said so yet.
+  // When the holder began; nothing if it has not recorded that yet.
   [[nodiscard]] std::optional<std::chrono::nanoseconds> holdersBegin() const {
     std::array<char, 32> text{};
     const ssize_t size = ::pread(file_.get(), text.data(), text.size(), 0);
@@ -132,7 +132,7 @@ class ReadersLock {
   }
 
  private:
-  // Where that fails, the others wait for as long as they have patience.
+  // If that fails, the others wait until their limit.
   void write(std::string_view text) const {
     [[maybe_unused]] const bool isWritten =
         ::ftruncate(file_.get(), 0) == 0 && ::pwrite(file_.get(), text.data(), text.size(), 0) >= 0;
@@ -155,14 +155,14 @@ Result<void> readForAll(int folder, std::string_view key, const ListReader& read
   return outcome;
 }
 
-// The calls of one moment do not come at once: without a pause the first of them would read for
-// itself, and all others for each other after that.
+// Concurrent calls do not arrive at the same instant: without a pause the first would read only for
+// itself, and the others would share the next read.
 void awaitOthers(int folder, std::string_view key) {
   const auto last = load(folder, key, std::chrono::nanoseconds(0));
   if (last) std::this_thread::sleep_for(restAfter(*last, timeSinceBoot()));
 }
 
-// A link such as "mnt:[4026531841]" of the kernel's.
+// A kernel link such as "mnt:[4026531841]".
 std::string linkText(const std::string& path) {
   std::array<char, 64> target{};
   const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
@@ -210,7 +210,7 @@ Result<void> readShared(const Paths& paths, const ListCall& call, const ListRead
   while (!takeStored()) {
     const ReadersLock lock(folder.get());
     if (lock.state() == ReadersLock::State::kOurs) {
-      // Whoever held it may have stored a list since we looked.
+      // The previous holder may have stored a list since the last check.
       if (takeStored()) return {};
       awaitOthers(folder.get(), key);
       return readForAll(folder.get(), key, read, list);
@@ -218,11 +218,11 @@ Result<void> readShared(const Paths& paths, const ListCall& call, const ListRead
     const bool isTaken = lock.state() == ReadersLock::State::kTaken;
     const auto now = timeSinceBoot();
     const auto holders = isTaken ? lock.holdersBegin() : std::nullopt;
-    // Its holder hangs, or it is not ours: who comes next makes another.
-    if (!isTaken || (holders && now > *holders + call.patience)) {
+    // Its holder hangs, or it is not ours: the next caller creates another.
+    if (!isTaken || (holders && now > *holders + call.waitLimit)) {
       ::unlinkat(folder.get(), kLock, 0);
     }
-    if (!isTaken || now > call.begin + call.patience) return readTimed(read, list);
+    if (!isTaken || now > call.begin + call.waitLimit) return readTimed(read, list);
     std::this_thread::sleep_for(kTimeBetweenLooks);
   }
   return {};

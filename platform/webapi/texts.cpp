@@ -38,7 +38,7 @@ std::optional<Json::Value> parse(const std::string& text, std::string* problem) 
   return std::nullopt;
 }
 
-// The file of one language; null where it cannot be read, *problem then telling why.
+// The file of one language; null, with the reason in *problem, if it cannot be read.
 Json::Value readLanguage(const std::string& folder, const std::string& language,
                          std::string* problem) {
   const std::string path = folder + "/" + language + kSuffix;
@@ -47,14 +47,14 @@ Json::Value readLanguage(const std::string& folder, const std::string& language,
     *problem = failure->text();
     return {};
   }
-  std::string why = "it holds no object";
+  std::string why = "it is not a JSON object";
   const auto root = parse(text, &why);
   if (root && root->isObject()) return *root;
   *problem = "cannot read " + path + ": " + printable(why, 200);
   return {};
 }
 
-// Lays the texts of one language over those that are there.
+// Overwrites existing texts with those of one language.
 void overlay(const Json::Value& language, const std::vector<std::string>& names,
              std::vector<Section>* sections) {
   if (!language.isObject()) return;

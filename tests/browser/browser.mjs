@@ -3,7 +3,8 @@ import { requirePackage } from './packages.mjs';
 
 const { chromium } = requirePackage('playwright-core');
 
-// playwright-core gives it a fresh profile folder of its own and removes that at the end. `more` are further arguments.
+// playwright-core gives it a fresh profile directory of its own and removes that at the end. `more` are further
+// arguments.
 export function startBrowser(...more) {
   return chromium.launch({
     executablePath: process.env.CURRENTCONN_CHROMIUM ?? '/usr/bin/chromium',

@@ -1,5 +1,5 @@
 // The npm packages of the tests, which packages.sh puts into build/browser. CURRENTCONN_BROWSER_MODULES names another
-// folder that holds a node_modules.
+// directory that holds a node_modules.
 import { createRequire } from 'node:module';
 import { pathToFileURL } from 'node:url';
 

@@ -1,10 +1,10 @@
-// The page as somebody uses it, for tests against any server: `base` is its address.
+// Drives the page like a user, for tests against any server; `base` is its address.
 import { fileURLToPath } from 'node:url';
 import { connection, webLogin } from './stand_in/world.mjs';
 
 export { connection, webLogin };
 
-// Where pictures of what was seen are left.
+// The directory of the screenshots.
 const kPictures =
   process.env.CURRENTCONN_PICTURES ?? fileURLToPath(new URL('../../build/browser/pictures', import.meta.url));
 
@@ -27,7 +27,7 @@ export class PageDriver {
     page.on('console', (message) => this.#takeMessage(message));
   }
 
-  // What went wrong in the page itself: exceptions, and what the Content-Security-Policy forbade.
+  // Errors in the page itself: exceptions, and violations of the Content-Security-Policy.
   get faults() {
     return this.#faults;
   }
@@ -100,7 +100,7 @@ export class PageDriver {
     return this.page.innerText(selector);
   }
 
-  // A call that is refused is written to the console by the browser; that is no fault of the page.
+  // The browser writes a refused call to the console; that is not an error of the page.
   #takeMessage(message) {
     if (message.type() !== 'error' || message.text().startsWith('Failed to load resource')) return;
     this.#faults.push(message.text());

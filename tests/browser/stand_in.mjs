@@ -1,5 +1,5 @@
 // A server that stands in for the daemon and the web server before it: serves web/ with the strictest headers that the
-// page has to live with, and answers the API out of a World that the tests write.
+// page must support, and answers the API from a World that the tests define.
 import { readFile } from 'node:fs/promises';
 import { createServer } from 'node:http';
 import { extname, join, normalize } from 'node:path';
@@ -26,7 +26,7 @@ const kHeaders = {
   'Cache-Control': 'no-cache',
 };
 
-// Returns {url, world, complaints, reset(), close()}; `complaints` are calls and answers that break the description.
+// Returns {url, world, complaints, reset(), close()}; `complaints` are calls and answers that violate the description.
 export async function startStandIn({ port = 0 } = {}) {
   const description = await Description.load();
   const standIn = { world: new World(), complaints: [] };

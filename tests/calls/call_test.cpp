@@ -150,7 +150,7 @@ TEST_F(Calls, FromAPageOfAnotherOriginAreRefused) {
   }
 }
 
-TEST_F(Calls, AboveTheNumberOfLoginsAreTurnedAway) {
+TEST_F(Calls, AboveTheNumberOfLoginsAreRejected) {
   for (std::size_t i = 1; i <= kLoginPlaces.ofStrangers; ++i) {
     ASSERT_TRUE(
         scoreboard_.beginLogin(scoreboard_.slot(i), "10.0.0." + std::to_string(i), kLoginPlaces));
@@ -168,7 +168,7 @@ TEST_F(Calls, OfAViewLoginListAndDoNothingElse) {
        {kTest + "echo", std::string("/api/enable"), std::string("/api/logout")}) {
     const Reply reply = overWeb(post(path), kAdministratorsToken);
     EXPECT_EQ(reply.status, 403) << path;
-    EXPECT_THAT(reply.bytes, testing::HasSubstr("lists connections and does nothing else"));
+    EXPECT_THAT(reply.bytes, testing::HasSubstr("This login is view-only."));
   }
   EXPECT_EQ(overWeb(get("/api/disabled"), kAdministratorsToken).status, 403);
 }
@@ -221,13 +221,13 @@ TEST_F(Calls, CannotPushANameOutOfTheAuthorisationLog) {
   overWeb(post(kTest + "echo", body), kAdministratorsToken);
   const std::string log = testing::internal::GetCapturedStderr();
   EXPECT_THAT(log, HasSubstr(" begins with {\"a\":\"xxx"));
-  EXPECT_THAT(log, HasSubstr(" goes on with xxx"));
+  EXPECT_THAT(log, HasSubstr(" continues with xxx"));
   EXPECT_THAT(log, HasSubstr("xxx\",\"users\":[\"carol\"]}\n"));
   testing::internal::CaptureStderr();
   overWeb(post(kTest + "echo", body), kUsersToken);
   const std::string refused = testing::internal::GetCapturedStderr();
   EXPECT_THAT(refused, HasSubstr(" begins with {\"a\":\"xxx"));
-  EXPECT_THAT(refused, testing::Not(HasSubstr(" goes on with ")));
+  EXPECT_THAT(refused, testing::Not(HasSubstr(" continues with ")));
 }
 
 TEST_F(Calls, FindASessionFileThoughSomebodyRemovedIt) {

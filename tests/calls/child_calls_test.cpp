@@ -21,7 +21,7 @@ using std::chrono::milliseconds;
 using std::chrono::minutes;
 using Clock = std::chrono::steady_clock;
 
-// What the children share with the test.
+// The memory shared by the children and the test.
 struct Shared {
   std::atomic<int> running;
   std::atomic<int> most;
@@ -61,7 +61,7 @@ void hang(ZEVO::APIRequest* /*request*/, ZEVO::APIResponse* /*response*/) {
   for (;;) ::pause();
 }
 
-// Counts how many run at once, until all that may have begun.
+// Counts how many run at once, until all permitted ones have begun.
 void crowd(ZEVO::APIRequest* /*request*/, ZEVO::APIResponse* response) {
   const int now = ++shared().running;
   ++shared().begun;
@@ -123,7 +123,7 @@ TEST(ChildCalls, ThatCannotBeBegunInTimeHaveNoAnswer) {
 TEST(ChildCalls, AreEndedWhereTheyTakeTooLong) {
   const auto answers =
       callInChildren({callOf(hang)}, {Clock::now() + minutes(5), Clock::now() + milliseconds(500)});
-  EXPECT_EQ(answers[0]->causes, std::vector<std::string>{"the method did not end within its time"});
+  EXPECT_EQ(answers[0]->causes, std::vector<std::string>{"the method did not finish in time"});
   EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1) << "nobody is left to wait for";
 }
 
@@ -138,7 +138,7 @@ TEST(ChildCalls, EndWithTheProcessThatMadeThem) {
   ::kill(parent, SIGKILL);
   ::waitpid(parent, nullptr, 0);
   while (::kill(shared().process, 0) == 0) {
-    // One that nobody waits for is a zombie until its new parent does.
+    // A process that nobody waits for is a zombie until its new parent reaps it.
     const std::string path = "/proc/" + std::to_string(shared().process) + "/stat";
     if (std::FILE* file = std::fopen(path.c_str(), "re")) {
       char text[256] = {};

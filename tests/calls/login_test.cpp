@@ -165,7 +165,7 @@ TEST_F(Logging, InIsRefusedWhereThePasswordWasChangedWhilePamTookTheOldOne) {
     return PamResult{true, name, ""};
   };
   expectRefusal(postName("alice"));
-  EXPECT_THAT(log_, HasSubstr("user \"alice\": the password was changed meanwhile\n"));
+  EXPECT_THAT(log_, HasSubstr("user \"alice\": the password was changed in the meantime\n"));
 }
 
 TEST_F(Logging, InWithRootsPasswordIsRefusedUnlessItIsAllowed) {

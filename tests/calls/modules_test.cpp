@@ -16,7 +16,7 @@ namespace {
 using testing::HasSubstr;
 using zevo::testing_support::TemporaryFolder;
 
-// What loading the modules of `folder` complains of; empty where it does not.
+// The error of loading the modules in `folder`; empty on success.
 std::string errorOf(const std::string& folder) {
   Modules modules;
   std::string error;
@@ -44,7 +44,7 @@ TEST(LoadedModules, MustNotOfferAMethodTwice) {
 
 TEST(LoadedModules, MustBeThere) {
   const TemporaryFolder folder;
-  EXPECT_THAT(errorOf(folder.path()), HasSubstr("no *.so is there"));
+  EXPECT_THAT(errorOf(folder.path()), HasSubstr("there is no *.so"));
   EXPECT_THAT(errorOf(folder.file("missing")), HasSubstr("No such file"));
 }
 
@@ -55,7 +55,7 @@ TEST(LoadedModules, MustBeLibraries) {
               HasSubstr("cannot load the module " + folder.file("broken.so")));
 }
 
-// A module, alone in a folder.
+// A module, alone in a directory.
 class OneModule : public testing::Test {
  protected:
   OneModule() {

@@ -90,9 +90,9 @@ TEST(Scoreboard, KeepsNobodyOutForLoginsThatTakeLong) {
   const auto begin = Scoreboard::Clock::now();
   EXPECT_TRUE(board.beginLogin(board.slot(0), "10.0.0.1", kPlaces, begin));
   EXPECT_TRUE(board.beginLogin(board.slot(1), "10.0.0.1", kPlaces, begin));
-  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginPatience / 2));
-  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginPatience));
-  EXPECT_FALSE(board.beginLogin(board.slot(3), "10.0.0.1", kPlaces, begin + kLoginPatience))
+  EXPECT_FALSE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginGrace / 2));
+  EXPECT_TRUE(board.beginLogin(board.slot(2), "10.0.0.2", kPlaces, begin + kLoginGrace));
+  EXPECT_FALSE(board.beginLogin(board.slot(3), "10.0.0.1", kPlaces, begin + kLoginGrace))
       << "a client has no more of them, however long they take";
 }
 

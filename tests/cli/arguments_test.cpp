@@ -190,11 +190,11 @@ TEST(Arguments, ComplainOfAFilterWhereTheMethodTakesNone) {
 
 TEST(Arguments, ComplainOfOneTooMany) {
   EXPECT_EQ(complaint({"list", "extra"}),
-            "\"extra\" is one argument too many for \"list\"; see \"currentconn list --help\"");
+            "unexpected argument \"extra\" for \"list\"; see \"currentconn list --help\"");
   EXPECT_EQ(complaint({"list", "mine"}),
-            "\"mine\" is one argument too many for \"list\"; see \"currentconn list --help\"");
+            "unexpected argument \"mine\" for \"list\"; see \"currentconn list --help\"");
   EXPECT_EQ(complaint({"list", "--watch", "5"}),
-            "\"5\" is one argument too many for \"list\"; a time is given as --watch=SECONDS");
+            "unexpected argument \"5\" for \"list\"; a time is given as --watch=SECONDS");
 }
 
 TEST(Arguments, ComplainOfAMissingValue) {
@@ -235,7 +235,7 @@ TEST(Arguments, PassOnWhatIsWrongWithAListing) {
   EXPECT_EQ(complaint({"list", "--asc", "--desc"}),
             "--asc and --desc exclude each other: give one of them");
   EXPECT_EQ(complaint({"mine", "--user="}),
-            "--user must be the name of an account, found an empty text");
+            "--user must be the name of an account, found an empty string");
 }
 
 }  // namespace

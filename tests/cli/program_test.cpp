@@ -100,8 +100,8 @@ TEST_F(ProgramTest, WarningsStandAboveTheTableOnStandardError) {
   program.answer("list", {R"({"data":{"total":0,"items":[],"systime":"now"},)" + kWarnings + "}"});
   const Outcome run = program.run({"list"});
   EXPECT_EQ(run.err,
-            "currentconn: LOGIN connections may be missing: cannot read \uFFFD; not everything is "
-            "known about the CIFS connections; connections may be missing\n");
+            "currentconn: LOGIN connections may be missing: cannot read \uFFFD; some "
+            "details of the CIFS connections are not known; connections may be missing\n");
   EXPECT_EQ(run.out, "nobody is connected\n");
   EXPECT_EQ(run.exitCode, 0);
 }
@@ -120,7 +120,7 @@ TEST_F(ProgramTest, JsonKeepsItsShapeAndWarnsInJsonOnStandardError) {
 TEST_F(ProgramTest, AnEmptyListIsASentence) {
   program.answer("list", {listAnswer({})});
   EXPECT_EQ(program.run({"list"}).out, "nobody is connected\n");
-  EXPECT_EQ(program.run({"list", "--filter", "cifs"}).out, "nobody matches \"cifs\"\n");
+  EXPECT_EQ(program.run({"list", "--filter", "cifs"}).out, "no connections match \"cifs\"\n");
 }
 
 TEST_F(ProgramTest, NoControlCharacterOfAServiceComesOut) {
@@ -136,7 +136,7 @@ TEST_F(ProgramTest, AFailureIsToldWithItsCauses) {
        {std::vector<std::string>{"list"}, std::vector<std::string>{"list", "--json"}}) {
     const Outcome run = program.run(words);
     EXPECT_EQ(run.err,
-              "currentconn: cannot read who is connected:\n"
+              "currentconn: cannot read the connections:\n"
               "  smbstatus did not answer\n"
               "  no /proc\n");
     EXPECT_EQ(run.out, "");
@@ -147,8 +147,8 @@ TEST_F(ProgramTest, AFailureIsToldWithItsCauses) {
 TEST_F(ProgramTest, AFailureWithoutACausePointsToTheSystemLog) {
   program.answer("list", {R"({"error":117})"});
   EXPECT_EQ(program.run({"list"}).err,
-            "currentconn: cannot read who is connected:\n"
-            "  the system log tells more: journalctl -t currentconn\n");
+            "currentconn: cannot read the connections:\n"
+            "  see the system log: journalctl -t currentconn\n");
 }
 
 // It would reach the method as another text.
@@ -163,8 +163,7 @@ TEST_F(ProgramTest, AnArgumentThatIsNoUtf8IsRefusedBeforeAnyCall) {
       {"USER", {"enable", "b\xF6rn"}}};
   for (const auto& [name, words] : cases) {
     const Outcome run = program.run(words);
-    EXPECT_EQ(run.err,
-              "currentconn: the text of " + name + " is not valid UTF-8: give it in UTF-8\n");
+    EXPECT_EQ(run.err, "currentconn: the value of " + name + " is not valid UTF-8\n");
     EXPECT_EQ(run.exitCode, 2) << words.front();
   }
   EXPECT_TRUE(program.calls().empty());
@@ -174,7 +173,7 @@ TEST_F(ProgramTest, AFilterThatIsTooLongIsNamedAsTheReason) {
   program.answer("list", {R"({"error":117})"});
   const Outcome run = program.run({"list", "--filter", std::string(4587, 'x')});
   EXPECT_EQ(run.err,
-            "currentconn: the text of --filter is too long: in upper case it must stay below 4587 "
+            "currentconn: the value of --filter is too long: in upper case it must stay below 4587 "
             "bytes\n");
   EXPECT_EQ(run.exitCode, 1);
 }
@@ -182,27 +181,27 @@ TEST_F(ProgramTest, AFilterThatIsTooLongIsNamedAsTheReason) {
 TEST_F(ProgramTest, ARefusalToANonAdministratorHasItsOwnExitCode) {
   program.answer("list", {R"({"error":105})"});
   const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.err, "currentconn: only an administrator may see the connections of all users\n");
+  EXPECT_EQ(run.err,
+            "currentconn: administrator rights are required to see the connections of all users\n");
   EXPECT_EQ(run.exitCode, 3);
 }
 
 TEST_F(ProgramTest, AnUnknownErrorIsToldByItsNumber) {
   program.answer("list", {R"({"error":4242,"causes":["because"]})"});
   const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected, error 4242:\n  because\n");
+  EXPECT_EQ(run.err, "currentconn: cannot read the connections, error 4242:\n  because\n");
   EXPECT_EQ(run.exitCode, 1);
 }
 
 TEST_F(ProgramTest, WhatTheModuleDoesWrongIsToldInWords) {
   for (const auto& [answer, cause] :
-       {std::pair{R"({"data":{"total":1}})", "the answer of \"list\" is no list of connections"},
-        std::pair{R"({"data":null})", "the answer of \"list\" is no list of connections"},
+       {std::pair{R"({"data":{"total":1}})", "the answer of \"list\" is not a list of connections"},
+        std::pair{R"({"data":null})", "the answer of \"list\" is not a list of connections"},
         std::pair{R"({"silent":true})", "the method recorded no outcome"},
         std::pair{R"({"throw":true})", "the method threw \"an exception that escaped\""}}) {
     program.answer("list", {answer});
     const Outcome run = program.run({"list"});
-    EXPECT_EQ(run.err,
-              "currentconn: cannot read who is connected:\n  " + std::string(cause) + "\n");
+    EXPECT_EQ(run.err, "currentconn: cannot read the connections:\n  " + std::string(cause) + "\n");
     EXPECT_EQ(run.out, "");
     EXPECT_EQ(run.exitCode, 1);
   }
@@ -213,7 +212,7 @@ TEST_F(ProgramTest, AModuleThatCannotBeLoadedIsNamedWithTheRemedy) {
   const std::string folder = (program.folder() / "modules").string();
   fs::remove(program.modulePath());
   EXPECT_EQ(program.run({"list"}).err,
-            "currentconn: cannot find a module in " + folder + ": no *.so is there" + remedy);
+            "currentconn: cannot find a module in " + folder + ": there is no *.so" + remedy);
   std::ofstream(program.modulePath()) << "no library";
   const Outcome run = program.run({"list"});
   EXPECT_THAT(run.err, StartsWith("currentconn: cannot load the module " +
@@ -235,7 +234,7 @@ TEST_F(ProgramTest, NoEnvironmentVariableChoosesTheModule) {
 TEST_F(ProgramTest, ASessionFileThatCannotBeCreatedIsNamed) {
   std::ofstream(program.folder() / "run") << "a file where the folder should be";
   const Outcome run = program.run({"list"});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  cannot open " +
+  EXPECT_EQ(run.err, "currentconn: cannot read the connections:\n  cannot open " +
                          (program.folder() / "run").string() + ": Not a directory\n");
   EXPECT_EQ(run.exitCode, 1);
 }
@@ -264,19 +263,20 @@ TEST_F(ProgramTest, WrongUsageIsASentenceAndExitCodeTwo) {
 
 TEST_F(ProgramTest, WatchingNeedsATerminal) {
   const Outcome run = program.run({"list", "--watch"});
-  EXPECT_EQ(run.err,
-            "currentconn: --watch needs a terminal, standard output is none: leave it out\n");
+  EXPECT_EQ(
+      run.err,
+      "currentconn: --watch needs a terminal, but standard output is not one: leave it out\n");
   EXPECT_EQ(run.exitCode, 2);
 }
 
 TEST_F(ProgramTest, SomebodyWithoutRightsIsToldWhatItNeeds) {
   const Outcome list = program.run({"list"}, becomeNobody);
   EXPECT_EQ(list.err,
-            "currentconn: reading who is connected needs root: run 'sudo currentconn list'\n");
+            "currentconn: reading the connections needs root: run 'sudo currentconn list'\n");
   EXPECT_EQ(list.exitCode, 3);
   const Outcome mine = program.run({"mine"}, becomeNobody);
   EXPECT_EQ(mine.err,
-            "currentconn: reading who is connected needs root, or currentconnd to be running: run "
+            "currentconn: reading the connections needs root, or currentconnd to be running: run "
             "'sudo currentconn mine --user nobody'\n");
   EXPECT_EQ(mine.exitCode, 3);
   EXPECT_TRUE(program.calls().empty());

@@ -16,7 +16,7 @@ namespace cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr std::chrono::seconds kPatience{120};
+constexpr std::chrono::seconds kHangLimit{120};
 constexpr std::string_view kHome = "\x1b[H";
 
 winsize windowOf(int columns, int rows) {
@@ -85,7 +85,7 @@ bool TerminalSession::readSome(int milliseconds) {
 }
 
 bool TerminalSession::waitFor(std::string_view text) {
-  const Clock::time_point deadline = Clock::now() + kPatience;
+  const Clock::time_point deadline = Clock::now() + kHangLimit;
   while (true) {
     const std::size_t found = output_.find(text, seen_);
     if (found != std::string::npos) {
@@ -97,7 +97,7 @@ bool TerminalSession::waitFor(std::string_view text) {
 }
 
 int TerminalSession::waitForEnd() {
-  const Clock::time_point deadline = Clock::now() + kPatience;
+  const Clock::time_point deadline = Clock::now() + kHangLimit;
   while (Clock::now() < deadline && readSome(100)) {
   }
   if (Clock::now() >= deadline) kill(child_, SIGKILL);
@@ -108,7 +108,7 @@ int TerminalSession::waitForEnd() {
 }
 
 bool TerminalSession::waitForStop() {
-  const Clock::time_point deadline = Clock::now() + kPatience;
+  const Clock::time_point deadline = Clock::now() + kHangLimit;
   int status = 0;
   while (Clock::now() < deadline) {
     readSome(10);

@@ -66,7 +66,7 @@ TEST_F(Listeners, LeaveAFileThatIsNoSocketAlone) {
   folder_.write("a.sock", "precious");
   EXPECT_FALSE(listen());
   EXPECT_EQ(error_, "cannot listen on " + path_ +
-                        ": a file that is no socket is there; give the socket a path of its own");
+                        ": a file that is not a socket is there; use another path");
   EXPECT_EQ(zevo::testing_support::contentOf(path_), "precious");
   EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.sock"});
 }
@@ -74,8 +74,7 @@ TEST_F(Listeners, LeaveAFileThatIsNoSocketAlone) {
 TEST_F(Listeners, LeaveAFolderAlone) {
   std::filesystem::create_directory(path_);
   EXPECT_FALSE(listen());
-  EXPECT_EQ(error_,
-            "cannot listen on " + path_ + ": a folder is there; give the socket a path of its own");
+  EXPECT_EQ(error_, "cannot listen on " + path_ + ": a directory is there; use another path");
   EXPECT_EQ(folder_.names(), std::vector<std::string>{"a.sock"});
 }
 
@@ -148,7 +147,7 @@ TEST_F(ConfiguredListeners, TellWhereThePathIsSetThatDoesNotDo) {
               AllOf(StartsWith(line(2)), HasSubstr("File name too long")));
   folder_.write("file", "");
   EXPECT_THAT(open(group + key("web_socket", "a") + key("local_socket", "file")),
-              AllOf(StartsWith(line(3)), HasSubstr("a file that is no socket is there")));
+              AllOf(StartsWith(line(3)), HasSubstr("a file that is not a socket is there")));
   EXPECT_THAT(open(group + key("web_socket", "file/a")),
               AllOf(StartsWith(line(2)), HasSubstr("Not a directory")));
   EXPECT_THAT(open(group + key("web_socket", "x/y/a")),

@@ -32,7 +32,7 @@ constexpr auto kHang = 120s;    // whatever takes longer hangs
 constexpr auto kNever = 1000s;  // a limit that ends nothing before that
 constexpr ServerLimits kPatient{.call = kNever, .wait = kNever, .leave = kNever};
 
-// Waits until `isSo`. False where it hangs.
+// Waits until `isSo`. False if it hangs.
 template <typename Condition>
 bool await(Condition isSo) {
   const auto end = std::chrono::steady_clock::now() + kHang;
@@ -243,7 +243,7 @@ TEST_F(ServerTest, AddsNothingToAnAnswerThatHadBegunButALineToTheLog) {
 
 TEST_F(ImpatientServerTest, LogsACallThatIsTooLateWhileItAnswers) {
   EXPECT_TRUE(await([&] { return call("l") == "pong"; })) << "it was always late before that";
-  EXPECT_THAT(log(), HasSubstr(": its process did not end within its time while it answered\n"));
+  EXPECT_THAT(log(), HasSubstr(": its process did not finish in time while it answered\n"));
 }
 
 TEST_F(ServerTest, ServesWhoHadComeBeforeTheSignal) {
@@ -269,9 +269,9 @@ TEST_F(ServerTest, GivesACallNoDescriptorButItsOwn) {
 
 TEST_F(FullServerTest, TurnsAwayWhatIsTooMuchAndServesTheNext) {
   const auto held = hold(kPlacesOfTheWeb);
-  const std::string turnedAway = call("p");
-  EXPECT_THAT(turnedAway, StartsWith("Status: 503 "));
-  EXPECT_THAT(turnedAway, HasSubstr("\r\nRetry-After: "));
+  const std::string rejected = call("p");
+  EXPECT_THAT(rejected, StartsWith("Status: 503 "));
+  EXPECT_THAT(rejected, HasSubstr("\r\nRetry-After: "));
   release();
   for (const auto& client : held) EXPECT_EQ(receive(client), "pong");
   EXPECT_TRUE(await([&] { return call("p") == "pong"; })) << "no place became free";
@@ -285,7 +285,7 @@ TEST_F(ServerTest, TurnsAwayAtOnceWhatIsTooMuchEvenToWait) {
   for (const auto& client : waiting) EXPECT_EQ(receive(client), "pong");
 }
 
-TEST_F(ServerTest, LogsHowManyItTurnedAwayTogether) {
+TEST_F(ServerTest, LogsHowManyItRejectedTogether) {
   const auto held = hold(kPlacesOfTheWeb);
   const auto waiting = connectAll(kPlacesOfTheWeb, "p");
   for (int i = 0; i < 3; ++i) EXPECT_THAT(call("p"), StartsWith("Status: 503 "));

@@ -61,8 +61,8 @@ TEST_F(StartChecks, LeaveAForeignFileThatIsToBeTheSessionFileAsItIs) {
   set("session_file", path);
   EXPECT_EQ(errorOfSessionFile(),
             place() + "cannot use " + path +
-                ": its line 1 is no record of a login, so it may be another program's; name a file "
-                "that is the sessions' alone");
+                ": its line 1 is not a login record, so the file may belong to another program; "
+                "give a file that is used for sessions only");
   EXPECT_EQ(contentOf(path), "root:x:0:0\n");
   EXPECT_EQ(folder_.names(), (Names{"c.toml", "passwd"}));
 }
@@ -70,7 +70,7 @@ TEST_F(StartChecks, LeaveAForeignFileThatIsToBeTheSessionFileAsItIs) {
 TEST_F(StartChecks, NeedThePamServiceInTheFolderThatIsConfigured) {
   set("pam_folder", folder_.path());
   const std::string remedy =
-      "; put the PAM service there, or set pam_folder to \"\" for the system's folders";
+      "; install the PAM service there, or set pam_folder to \"\" for the system's directories";
   EXPECT_EQ(errorOf(&checkPamFolder), place() + "cannot open " + folder_.file("currentconn") +
                                           ": No such file or directory" + remedy);
   std::filesystem::create_directory(folder_.file("currentconn"));

@@ -71,7 +71,7 @@ class AccessTest(ServiceTest):
         self.assertEqual(said, said_of(service, done), done.stdout + done.stderr)
         self.assertEqual(LET_IN if gets_in() else REFUSED, real or said)
         self.assertEqual(1 if said == LET_IN else 0, done.returncode, done.stdout + done.stderr)
-        self.assertEqual(said == LET_IN, "a disabled account is still let in" in done.stderr, done.stderr)
+        self.assertEqual(said == LET_IN, "a disabled account can still log in" in done.stderr, done.stderr)
 
     def connects(self, make, *arguments):
         """Whether a client gets through its login."""

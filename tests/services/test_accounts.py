@@ -71,7 +71,7 @@ class UndoingTest(AccountTest):
         namespace.run("chage", "--expiredate", "2020-01-31", "alice")
         before = namespace.read("/etc/shadow")
         self.disable("alice")
-        self.assertEqual("enabled: alice\n  it had expired before it was disabled, on 2020-01-31, and is expired as it was then\n",
+        self.assertEqual("enabled: alice\n  it had expired before it was disabled, on 2020-01-31, and remains expired\n",
                          self.enable("alice").stdout)
         self.assertEqual(before, namespace.read("/etc/shadow"))
 
@@ -106,7 +106,7 @@ class UndoingTest(AccountTest):
         namespace.run("chage", "--expiredate", "2030-01-31", "alice")
         before = shadow_line("alice")
         self.disable("alice")
-        self.assertIn("was disabled already: alice; to undo it", self.disable("alice").stdout)
+        self.assertIn("already disabled: alice; to undo it", self.disable("alice").stdout)
         self.enable("alice")
         self.assertEqual(before, shadow_line("alice"))
 
@@ -139,7 +139,7 @@ class UndoingTest(AccountTest):
         self.disable("alice")
         namespace.run("chage", "--expiredate", "2031-01-31", "alice")
         before = shadow_line("alice")
-        self.assertIn("its expiry was changed since it was disabled and stays as it is: 2031-01-31",
+        self.assertIn("its expiry was changed after it was disabled and is kept: 2031-01-31",
                       self.enable("alice").stdout)
         self.assertEqual(before, shadow_line("alice"))
         self.assertEqual([], self.disabled())
@@ -150,7 +150,7 @@ class UndoingTest(AccountTest):
         namespace.write(_RECORD, damaged, 0o600)
         before = namespace.read("/etc/shadow")
         for command in (("disable", "--yes", "bob"), ("enable", "alice"), ("disabled",)):
-            self.assertIn(f"cannot read {_RECORD}:2: the line is no record of a disabled account; repair or remove it",
+            self.assertIn(f"cannot read {_RECORD}:2: the line is not a record of a disabled account; repair or remove it",
                           self.currentconn(*command, status=1).stderr)
         self.assertEqual((before, damaged), (namespace.read("/etc/shadow"), namespace.read(_RECORD)))
 
@@ -291,7 +291,7 @@ class DirectoryTest(AccountTest):
             os.unlink(f"{_DIRECTORY}/{name}")
         before = namespace.read("/etc/shadow")
         done = self.disable("alice", status=1)
-        self.assertIn("cannot tell who the administrators are", done.stderr)
+        self.assertIn("cannot determine the administrators", done.stderr)
         self.assertEqual(before, namespace.read("/etc/shadow"))
 
     def test_a_member_of_a_local_group_that_is_not_asked_is_nobodys_last_administrator(self):
@@ -308,7 +308,7 @@ class DirectoryTest(AccountTest):
 
     def test_an_account_of_the_directory_is_not_disabled(self):
         self.directory("alice", "dora:$y$j9T$x$y:19000:0:99999:7:::\n")
-        self.assertIn("no local account", self.disable("dora", status=1).stderr)
+        self.assertIn("is not a local account", self.disable("dora", status=1).stderr)
 
 
 if __name__ == "__main__":

@@ -104,7 +104,7 @@ class ContainerTest(ServiceTest):
         self.assertList([expected, Row("bob", "10.20.0.2", "SSH", ours.terminal())])
         done = listing.run("disable", "--yes", "bob")
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
-        waiting.until("this server's bob to be put off", ours.has_ended)
+        waiting.until("this server's bob to be disconnected", ours.has_ended)
         self.assertList([expected])
         self.assertFalse(theirs.has_ended())
 

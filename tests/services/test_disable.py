@@ -63,7 +63,7 @@ class DisableTest(ServiceTest):
         bobs_line = shadow_line("bob")
         self.disable("alice")
         for client in alices:
-            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+            waiting.until(f"{type(client).__name__} to be disconnected", client.has_ended)
         self.assertFalse(bobs.has_ended())
         self.assertEqual(bobs_line, shadow_line("bob"))
 
@@ -155,7 +155,7 @@ class LeftBehindTest(ServiceTest):
         console = self.client(Console, "alice")
         pid = self.assertList([Row("alice", "", "LOGIN", console.terminal())])[0]["pid"]
         done = self.disable_in_vain()
-        self.assertIn(f"still there: LOGIN of alice, pid {pid}: logins at the console are not ended from here",
+        self.assertIn(f"still there: LOGIN of alice, pid {pid}: console logins cannot be ended from here",
                       done.stdout)
         self.assertFalse(console.has_ended())
 
@@ -164,7 +164,7 @@ class LeftBehindTest(ServiceTest):
         namespace.write(CONFIGURATION, 'smbstatus = "/bin/false"\n')
         self.addCleanup(namespace.write, CONFIGURATION, "")
         done = self.disable_in_vain()
-        self.assertIn("whether alice is connected over SMB is not known:\n", done.stderr)
+        self.assertIn("it is not known whether alice is connected over SMB:\n", done.stderr)
 
 
 class LastAdministratorTest(ServiceTest):

@@ -59,7 +59,7 @@ class KickTest(ServiceTest):
 
     def assertEnded(self, clients):
         for client in clients:
-            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+            waiting.until(f"{type(client).__name__} to be disconnected", client.has_ended)
 
     def test_one_command_ends_all_that_a_user_has_and_nothing_of_another(self):
         alices = self.connectEverywhere("alice", "10.20.0.2")
@@ -170,7 +170,7 @@ class KickTest(ServiceTest):
         client = self.client(Smb, "alice", "10.20.0.2", "photos (bob)")
         self.assertList([Row("alice", "10.20.0.2", "CIFS", "photos (bob)")])
         done = listing.run("kick", "--yes", "--user", "bob")
-        self.assertEqual((1, "currentconn: there is nothing to end\n"), (done.returncode, done.stderr))
+        self.assertEqual((1, "currentconn: nothing to end\n"), (done.returncode, done.stderr))
         self.assertFalse(client.has_ended())
         self.assertNotIn("bob;", self.kick("--user", "alice"))
 
@@ -186,7 +186,7 @@ class KickTest(ServiceTest):
         pid = self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])[0]["pid"]
         done = listing.run("kick", "--yes", str(pid), "4194303")
         self.assertEqual(1, done.returncode, done.stdout)
-        self.assertIn("no connection with the pid 4194303 matches\n", done.stdout)
+        self.assertIn("no connection with pid 4194303 matches\n", done.stdout)
         self.assertEnded([client])
 
     def test_ones_own_connection_comes_last(self):
@@ -196,7 +196,7 @@ class KickTest(ServiceTest):
         pid = next(row["pid"] for row in rows if row["from"] == "10.20.0.4")
         slow = next(row["pid"] for row in rows if row["type"] == "SFTP")
         own.send(f"{listing.program()} kick --yes {pid} {slow}")
-        own.expect("is the connection over which you are working")
+        own.expect("is your own connection")
         waiting.until("the own connection to end", own.has_ended)
         self.assertFalse(processes.runs(slow))
 
@@ -206,7 +206,7 @@ class KickTest(ServiceTest):
         self.assertList([row])
         done = listing.run("kick", "--yes", "--from", "10.20.0.5")
         self.assertEqual(1, done.returncode, done.stdout)
-        self.assertIn("not to be ended", done.stdout)
+        self.assertIn("cannot be ended", done.stdout)
         self.assertList([row])
 
 
@@ -221,7 +221,7 @@ class KickOnProftpdTest(ServiceTest):
         self.assertList([Row("alice", "10.20.0.2", "FTP", "/home/alice")])
         done = listing.run("kick", "--yes", "--user", "alice")
         self.assertEqual(0, done.returncode, done.stdout + done.stderr)
-        waiting.until("the client to be put off", client.has_ended)
+        waiting.until("the client to be disconnected", client.has_ended)
 
 
 if __name__ == "__main__":

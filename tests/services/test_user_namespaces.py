@@ -17,7 +17,7 @@ from service_test import ServiceTest, add_users, main
 
 # As another of the ids that useradd allots to each account, in a user namespace of alice's.
 SUBORDINATE = "unshare --user --map-root-user --map-auto setpriv --reuid 1 --regid 1 --clear-groups"
-# Ends its first thread, after which the kernel shows the process as a zombie, and goes on in another one.
+# Ends its first thread, after which the kernel shows the process as a zombie, and continues in another one.
 FIRST_THREAD_ENDED = """
 import ctypes, threading, time
 
@@ -166,7 +166,7 @@ class UserNamespaceTest(ServiceTest):
         self.assertList([Row("alice", "", "LOGIN", terminal)])
         done = listing.run("disable", "--yes", "alice")
         self.assertEqual(1, done.returncode, done.stdout + done.stderr)
-        self.assertIn(f"still there: LOGIN of alice, pid {pid}: logins at the console are not ended from here",
+        self.assertIn(f"still there: LOGIN of alice, pid {pid}: console logins cannot be ended from here",
                       done.stdout)
 
     def assertLeft(self, count):

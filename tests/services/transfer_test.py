@@ -75,7 +75,7 @@ class TransferBehaviour:
         waiting.until(f"the processes of {self.daemon.name} to end", lambda: not others())
 
     def _transfers_end(self, runs, passive):
-        # Some servers enter the folder that they list.
+        # Some servers enter the directory that they list.
         lister = self.connected("10.20.0.4", passive)
         lister.session.cwd("names")
         transfers = [

@@ -49,7 +49,7 @@ std::pair<OfUser::iterator, OfUser::iterator> ownersOf(const ProcessFiles& proce
   return runsHere(process, home).value_or(false) ? ofUser.equal_range(*owner) : none;
 }
 
-// Whether who asks for the processes of a user in the first process's namespace misses it.
+// Whether a query for the user's processes in the initial namespace misses it.
 bool isApart(const ProcessFiles& process, uid_t uid, const Home& home) {
   const auto ids = process.userIds();
   const auto number = process.namespaceNumber("pid");
@@ -81,7 +81,7 @@ bool isFile(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-// Jobs belong to whoever they run as.
+// Jobs belong to the account they run as.
 std::size_t countJobs(const std::string& folder, uid_t uid) {
   const OpenFolder jobs(::opendir(folder.c_str()));
   std::size_t count = 0;

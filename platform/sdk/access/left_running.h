@@ -1,4 +1,4 @@
-// Where what an account has left running is looked for.
+// Finds what an account left running.
 #pragma once
 
 #include <map>

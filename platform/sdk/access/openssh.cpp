@@ -12,8 +12,8 @@ constexpr const char* kSshd = "/usr/sbin/sshd";
 
 using Arguments = std::vector<std::string>;
 
-// What a listener was started with that says how it is configured:
-// "sshd: /usr/sbin/sshd -D -f FILE -o NAME=VALUE [listener] 0 of 10-100 startups".
+// The arguments of a listener that determine its configuration: "sshd: /usr/sbin/sshd -D -f FILE -o
+// NAME=VALUE [listener] 0 of 10-100 startups".
 std::optional<Arguments> optionsOf(const std::string& title) {
   if (!title.starts_with("sshd: ") || title.find(" [listener]") == std::string::npos) return {};
   Arguments options;
@@ -30,7 +30,7 @@ std::optional<Arguments> optionsOf(const std::string& title) {
   return options;
 }
 
-// The value of `key` in what "sshd -T" prints; empty where it is not there.
+// The value of `key` in the output of "sshd -T"; empty if missing.
 std::string valueOf(const std::string& settings, const std::string& key) {
   for (const std::string& line : linesOf(settings)) {
     if (line.starts_with(key + " ")) return line.substr(key.size() + 1);
@@ -41,7 +41,7 @@ std::string valueOf(const std::string& settings, const std::string& key) {
 ServiceAccess judge(const Server& server, const std::string& account, const Arguments& options) {
   Arguments arguments = {kSshd, "-T"};
   arguments.insert(arguments.end(), options.begin(), options.end());
-  // All of it must be given, or a block that matches by what is missing makes sshd fail.
+  // All criteria must be given, or sshd fails at a block that matches by a missing one.
   arguments.insert(arguments.end(), {"-C", "user=" + account +
                                                ",host=localhost,addr=127.0.0.1,laddr=127.0.0.1,"
                                                "lport=22,rdomain="});
@@ -50,7 +50,7 @@ ServiceAccess judge(const Server& server, const std::string& account, const Argu
   if (!settings) return notRead(kSsh, cause);
   const std::string usesPam = valueOf(*settings, "usepam");
   if (usesPam == "no") return refused(kSsh, "own-check");
-  if (usesPam != "yes") return notRead(kSsh, std::string(kSshd) + " does not tell UsePAM");
+  if (usesPam != "yes") return notRead(kSsh, std::string(kSshd) + " does not report UsePAM");
   const std::string pam = valueOf(*settings, "pamservicename");
   return server.askPam(kSsh, pam.empty() ? "sshd" : pam);
 }

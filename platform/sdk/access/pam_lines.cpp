@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kLongestFile = 256UL * 1024;
 constexpr int kDeepestInclude = 16;       // as deep as PAM goes
-constexpr std::size_t kMostRules = 1000;  // files that include each other many times over
+constexpr std::size_t kMostRules = 1000;  // files that include each other repeatedly
 constexpr std::string_view kPamBlanks = " \t\r";
 
 std::optional<int> parseAction(std::string_view text) {
@@ -49,7 +49,7 @@ std::optional<PamControl> parseValues(std::string_view text) {
   return control;
 }
 
-// Takes the next word off `rest`; what stands in brackets is one, with its opening bracket alone.
+// Removes the next word from `rest`; text in brackets is one word, with only its opening bracket.
 std::string takeWord(std::string_view& rest) {
   rest.remove_prefix(std::min(rest.find_first_not_of(kPamBlanks), rest.size()));
   const bool isBracket = rest.starts_with('[');
@@ -59,7 +59,7 @@ std::string takeWord(std::string_view& rest) {
   return word;
 }
 
-// Lines without comments, those that end in a backslash joined with the next.
+// Lines without comments; a line that ends in a backslash is joined with the next.
 std::vector<std::string> logicalLines(std::string_view text) {
   std::vector<std::string> lines(1);
   while (!text.empty()) {
@@ -134,7 +134,7 @@ class RulesReader {
     if (type != "account") return true;
     const std::string control = takeWord(line);
     const std::string module = takeWord(line);
-    if (module.empty()) return fail("PAM's file " + name + " has a line that says nothing");
+    if (module.empty()) return fail("PAM's file " + name + " has an incomplete line");
     if (lowered(control) == "include") return readService(module, level, depth + 1);
     if (lowered(control) == "substack") return readSubstack(module, level, depth);
     const auto parsed = parsePamControl(control);

@@ -12,7 +12,7 @@ namespace {
 constexpr const char* kSamba = "samba";
 constexpr const char* kTestparm = "/usr/bin/testparm";
 
-// What the command line of a server says of its configuration file; "" where it says nothing.
+// The configuration file on the command line of a server; "" if there is none.
 std::string fileArgument(const std::string& title) {
   const std::vector<std::string> words = wordsOf(title);
   std::string file;
@@ -25,13 +25,13 @@ std::string fileArgument(const std::string& title) {
   return file;
 }
 
-// The configuration file of a server; "" for the usual one.
+// The configuration file of a server; "" for the default one.
 std::string configurationOf(const std::string& title) {
   const std::string file = fileArgument(title);
   return file == "/etc/samba/smb.conf" ? "" : file;
 }
 
-// The section [global] of what testparm prints.
+// The section [global] in the output of testparm.
 std::map<std::string, std::string> globalSettings(const std::string& text) {
   std::map<std::string, std::string> settings;
   bool isGlobal = false;
@@ -84,7 +84,7 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, Acce
   const Entry entry = entryOf(database, account);
   if (entry == Entry::kNotRead) return notRead(kSamba, database.cause);
   if (entry == Entry::kNone) return refused(kSamba, "no-samba-entry");
-  // The account write disables the entry that the usual configuration leads to.
+  // The account write disables the entry of the default configuration.
   const bool willBeDisabled = moment == AccessMoment::kOnceDisabled && file.empty();
   if (entry == Entry::kDisabled || willBeDisabled) return refused(kSamba, "samba-disabled");
   if (settings.at("obey pam restrictions") == "yes") return server.askPam(kSamba, "samba");
@@ -100,7 +100,7 @@ const SambaDatabases::Read& SambaDatabases::of(const std::string& file) {
   const auto [place, isNew] = read_.try_emplace(file);
   Read& read = place->second;
   if (!isNew) return read;
-  // A server without its tool may have entries all the same.
+  // A server without its tool may still have entries.
   if (::access(tool_.path.c_str(), F_OK) != 0) {
     read.cause = "there is no " + tool_.path;
     return read;

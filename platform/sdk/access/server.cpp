@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::size_t kLongestConfiguration = 4UL * 1024 * 1024;
 
-// Whether the process is in a process namespace of its own, as those of containers are.
+// Whether the process is in its own process namespace, like those of containers.
 bool isElsewhere(const std::string& proc, pid_t pid) {
   struct stat own {};
   struct stat others {};

@@ -1,5 +1,5 @@
-// What each service does with an account that has expired. Nothing where it is not installed, or,
-// with Samba and AFP, does not run.
+// How each service treats an expired account. Nothing if it is not installed or, for Samba and AFP,
+// not running.
 #pragma once
 
 #include <map>
@@ -41,7 +41,7 @@ std::optional<ServiceAccess> consoleAccess(const Server& server);
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
                                          AccessMoment moment, SambaDatabases& databases);
 std::optional<ServiceAccess> afpAccess(const Server& server);
-// The page of this system, whose PAM service lies in `pamFolder` ("": the system's).
+// The page of this system, whose PAM service is in `pamFolder` ("": the system's).
 std::optional<ServiceAccess> pageAccess(const Server& server, const std::string& pamFolder);
 
 }  // namespace zevo::access

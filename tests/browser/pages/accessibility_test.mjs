@@ -1,4 +1,4 @@
-// axe-core over every state of the page, each of which leaves pictures to look at, and the page by keyboard alone.
+// axe-core on every state of the page, with a screenshot of each, and the page by keyboard only.
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { connection, webLogin } from '../page_driver.mjs';
@@ -7,14 +7,14 @@ import { eventually, pageTest } from './setup.mjs';
 
 const axe = readFileSync(requirePackage.resolve('axe-core/axe.min.js'), 'utf8');
 
-// Brings colours and panels that are on their way to where they go; what turns for ever goes on.
+// Brings colours and panels that are on their way to where they go; what turns for ever continues.
 function settle() {
   for (const animation of document.getAnimations()) {
     if (animation.effect.getTiming().iterations !== Infinity) animation.finish();
   }
 }
 
-// What is serious or critical, as "rule: where".
+// Serious or critical violations, as "rule: location".
 async function findings(page) {
   await page.evaluate(settle);
   await page.evaluate(axe);

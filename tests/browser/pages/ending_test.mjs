@@ -2,7 +2,7 @@ import assert from 'node:assert/strict';
 import { connection, webLogin } from '../page_driver.mjs';
 import { eventually, pageTest } from './setup.mjs';
 
-// Each connection of the dialog as what it says and what came of it.
+// Each connection of the dialog: its text and its result.
 const targets = (page) =>
   page.$$eval('#dialog .target', (items) =>
     items.map((item) => [

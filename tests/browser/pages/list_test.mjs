@@ -75,7 +75,7 @@ pageTest('the list is filtered as one types, once the typing pauses', async ({ d
   world.connections = people(30);
   await driver.enter();
   const before = world.callsOf('list').length;
-  // Letter after letter faster than the page can pause, however busy the machine is.
+  // Types faster than the pause of the page, however busy the machine is.
   await page.locator('#filter').evaluate((field, word) => {
     for (const letter of word) {
       field.value += letter;

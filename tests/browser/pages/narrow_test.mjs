@@ -1,4 +1,4 @@
-// On a telephone, and in the languages whose words are longest.
+// On a phone, and in the languages with the longest words.
 import assert from 'node:assert/strict';
 import { connection, webLogin } from '../page_driver.mjs';
 import { eventually, pageTest } from './setup.mjs';
@@ -27,7 +27,7 @@ function someConnections(world) {
   world.leftRunning = { processes: 2, apart: [4711], crontab: true, at_jobs: 1 };
 }
 
-// How far anything sticks out to the right, and the elements that do.
+// How far elements extend beyond the right edge, and which ones.
 const overflow = (page) =>
   page.evaluate(() => {
     const room = document.documentElement.clientWidth;

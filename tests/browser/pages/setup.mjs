@@ -18,7 +18,7 @@ after(async () => {
 });
 
 // `run` is given {driver, page, world, open}; `open(options)` is another browser profile. Afterwards no page may have
-// thrown or broken the Content-Security-Policy, and no call or answer may have broken the description of the API.
+// thrown or violated the Content-Security-Policy, and no call or answer may have violated the description of the API.
 export function pageTest(name, run, options = {}) {
   test(name, { timeout: 180_000 }, async () => {
     const world = standIn.reset();
@@ -42,7 +42,7 @@ export function pageTest(name, run, options = {}) {
   });
 }
 
-// Waits until `look` gives the wanted value, and compares in the end, so that a failure shows what there was.
+// Waits until `look` returns the expected value, and compares at the end, so that a failure shows the actual value.
 export async function eventually(look, wanted, milliseconds = 20_000) {
   const end = Date.now() + milliseconds;
   let seen = await look();

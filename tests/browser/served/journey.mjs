@@ -1,6 +1,6 @@
-// One visit to a page that is really served. CURRENTCONN_LINK is its login link, CURRENTCONN_PASSWORD the password of the
-// accounts alice and carol, which are no administrators, and dora, who is one. alice has to be connected over CIFS,
-// carol over SSH. Ends with status 0 where all went as it should.
+// One visit to a page that is really served. CURRENTCONN_LINK is its login link, CURRENTCONN_PASSWORD the password of
+// the accounts alice and carol, which are not administrators, and dora, who is one. alice must be connected over CIFS,
+// carol over SSH. Ends with status 0 if all went as it should.
 import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { startBrowser } from '../browser.mjs';
@@ -37,7 +37,7 @@ try {
     drivers.flatMap(({ faults }) => faults),
     [],
   );
-  // The pages go on asking; an answer that comes while the browser closes cannot be read any more.
+  // The pages continue asking; an answer that comes while the browser closes cannot be read any more.
   for (const { page } of drivers) page.removeAllListeners('response');
   assert.deepEqual((await Promise.all(answers)).flat(), []);
   assert.ok(answers.length > 20, `${answers.length} answers`);

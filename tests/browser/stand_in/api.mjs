@@ -1,5 +1,5 @@
-// The HTTP API of the stand-in: who is asking, what is asked, one answer. An answer is {status, data} or
-// {status, code, causes, retryAfter} or {status, file}, with `cookie` where one is set.
+// The HTTP API of the stand-in: identity, request, answer. An answer is {status, data} or {status, code, causes,
+// retryAfter} or {status, file}, with `cookie` where one is set.
 import { randomBytes } from 'node:crypto';
 import { perform, plan } from './enforcement.mjs';
 import { list, listByUser, report } from './listing.mjs';

@@ -1,4 +1,4 @@
-// Holds calls and answers against the description of the API.
+// Checks calls and answers against the description of the API.
 import { readFile } from 'node:fs/promises';
 import { requirePackage } from '../packages.mjs';
 
@@ -19,7 +19,7 @@ export class Description {
     this.#ajv.addSchema({ $id: 'api', ...document });
   }
 
-  // What is wrong with a call, as sentences. `headers` are those that the page itself has set.
+  // The errors in a call, as sentences. `headers` are those that the page itself has set.
   complaintsAboutCall({ verb, path, query, headers, body }) {
     const operation = this.document.paths[path]?.[verb.toLowerCase()];
     if (!operation) return [`${verb} ${path} is not described`];

@@ -1,4 +1,4 @@
-// What the stand-in answers to plan and perform: out of its connections and what the tests have scripted.
+// The stand-in's answers to plan and perform, from its connections and what the tests have scripted.
 import { endConnection, endLogins } from './world.mjs';
 
 const kNothingLeft = { processes: 0, apart: [], crontab: false, at_jobs: 0 };
@@ -80,7 +80,7 @@ function disabled(world, user) {
   return { user, disabled: true, access, left_running, ...(undo ? { undo } : {}) };
 }
 
-// Ends a row, unless something else is scripted to become of it.
+// Ends a row, unless another result is scripted.
 function endOne(world, named) {
   const row = find(world, named);
   const { who, from, type, pid } = named;

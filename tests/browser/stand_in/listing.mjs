@@ -1,4 +1,4 @@
-// The listing methods as the module has them: filter, order, page.
+// The listing methods like the module's: filter, order, page.
 
 const kSortFields = ['time', 'who', 'from', 'descr', 'type'];
 

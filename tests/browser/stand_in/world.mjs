@@ -1,6 +1,6 @@
-// What the stand-in server knows: connections, web logins, accounts, and what is scripted to go wrong.
+// The data of the stand-in server: connections, web logins, accounts, and scripted failures.
 
-// A connection as the API gives it; whether it can be kicked or its user disabled follows from type and user.
+// A connection of the API; whether it can be kicked or its user disabled depends on type and user.
 export function connection({ pid, who = 'alice', from = '10.20.0.7', type = 'CIFS', descr = 'photos', time }) {
   const can_be_kicked = type !== 'NFS';
   const user_can_be_disabled = type !== 'NFS' && !/[\\@]/.test(who);
@@ -56,7 +56,7 @@ export function endConnection(world, row) {
   world.connections = world.connections.filter((other) => other !== row);
 }
 
-// All of a user at an address.
+// All logins of a user from an address.
 export function endLogins(world, { who, from }) {
   world.connections = world.connections.filter(
     (row) => row.type !== 'HTTP/HTTPS' || row.who !== who || row.from !== from,

@@ -72,7 +72,7 @@ test('every failure has its sentence', () => {
   for (const [failure, sentence] of sentences) assert.equal(sentenceOf(failure), sentence, failure.message);
 });
 
-// A refresher whose readings end when they are told to.
+// A refresher whose reads end on command.
 function scriptedRefresher() {
   const readings = [];
   const read = (signal, isAutomatic) =>

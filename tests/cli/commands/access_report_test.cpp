@@ -34,7 +34,7 @@ Lines leftLines(const std::string& left, Tense tense = Tense::kPresent) {
 
 TEST(AccessReport, NamesWhatLetsInWithReasonAndRemedy) {
   EXPECT_EQ(accessLines(account(kSamba + "," + kFtp), Tense::kPresent),
-            (Lines{"Samba still lets alice in: it asks only its own database; disable it there "
+            (Lines{"Samba still lets alice in: it checks only its own database; disable it there "
                    "with: smbpasswd -d alice",
                    "vsftpd still lets alice in: the account rules of its PAM service ftp accept "
                    "expired accounts; make \"account required pam_unix.so\" its first account "
@@ -44,7 +44,7 @@ TEST(AccessReport, NamesWhatLetsInWithReasonAndRemedy) {
 
 TEST(AccessReport, SaysBeforehandWhatWillBe) {
   EXPECT_EQ(accessLines(account(kSamba), Tense::kFuture),
-            (Lines{"Samba will still let alice in: it asks only its own database; disable it "
+            (Lines{"Samba will still let alice in: it checks only its own database; disable it "
                    "there with: smbpasswd -d alice"}));
 }
 
@@ -55,7 +55,7 @@ TEST(AccessReport, NamesTheConfigurationOfAnotherSamba) {
 
 TEST(AccessReport, ANoteSaysWhatIsNotKnown) {
   EXPECT_EQ(accessLines(account(kProftpd + "," + kSsh), Tense::kPresent),
-            (Lines{"note: ProFTPD may still let alice in: it has users of its own: AuthUserFile; "
+            (Lines{"note: ProFTPD may still let alice in: it has its own users: AuthUserFile; "
                    "if alice is one of them, remove it there",
                    "note: SSH may still let alice in: /usr/sbin/sshd failed; try to log in as "
                    "alice"}));
@@ -80,7 +80,7 @@ TEST(AccessReport, CountsWhatStillRuns) {
 TEST(AccessReport, NamesWhatRunsLater) {
   EXPECT_EQ(leftLines(R"({"processes":0,"apart":[],"crontab":true,"at_jobs":2})"),
             (Lines{"alice has a crontab; remove it with: crontab -r -u alice",
-                   "2 jobs of alice wait for at; list them all with: atq"}));
+                   "2 at jobs of alice are waiting; list all jobs with: atq"}));
 }
 
 }  // namespace

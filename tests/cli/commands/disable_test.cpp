@@ -10,8 +10,8 @@
 namespace cli {
 namespace {
 
-// Accounts that every system has. The module does nothing to them: what becomes of accounts is for
-// tests with a real one.
+// Accounts that every system has. The module does not change them; the tests with a real module
+// cover accounts.
 const std::string kAlice = "games";
 const std::string kBob = "news";
 
@@ -23,7 +23,7 @@ class DisableTest : public ::testing::Test {
     program.answer("disable_user", {R"({"data":null})"});
   }
 
-  // What the plan reads, and then the attempt before it begins; the others come after it.
+  // The read of the plan, then that of the attempt before it begins; the others follow it.
   void answerLists(std::vector<std::string> answers) {
     answers.insert(answers.begin(), answers.front());
     program.answer("list", answers);
@@ -85,22 +85,23 @@ TEST_F(DisableTest, ADryRunSaysWhatTheRealRunSays) {
 TEST_F(DisableTest, CallsNothingEndedThatTheListMayLack) {
   answerLists({listAnswer({row(12, kAlice)}), incomplete(listAnswer({}), "SSH")});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
-  EXPECT_NE(run.err.find("currentconn: whether all of their connections have ended is not known:\n"
-                         "  SSH connections may be missing: no reason\n"),
-            std::string::npos)
+  EXPECT_NE(
+      run.err.find("currentconn: it is not known whether all of their connections have ended:\n"
+                   "  SSH connections may be missing: no reason\n"),
+      std::string::npos)
       << run.err;
   EXPECT_EQ(run.out.find("ended: SSH"), std::string::npos) << run.out;
   EXPECT_EQ(run.exitCode, 1);
 }
 
-// Whether the account itself is disabled decides over the exit code, too: these names are none, so
-// what is left shows in the words only.
+// The exit code also depends on whether the account itself is disabled: these names are not
+// accounts, so only the text shows what remains.
 TEST_F(DisableTest, NamesALoginAtTheConsoleThatStays) {
   const std::string console = row(40, kAlice, "LOGIN", "");
   answerLists({listAnswer({console}), listAnswer({console})});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
-  EXPECT_NE(run.out.find("still there: LOGIN of games, pid 40: logins at the console are "
-                         "not ended from here; use loginctl terminate-session\n"),
+  EXPECT_NE(run.out.find("still there: LOGIN of games, pid 40: console logins cannot be ended from "
+                         "here; use loginctl terminate-session\n"),
             std::string::npos)
       << run.out;
   EXPECT_NE(run.err.find("not all of their connections have ended\n"), std::string::npos)
@@ -114,7 +115,7 @@ TEST_F(DisableTest, NamesConnectionsThatCameMeanwhile) {
   answerLists({listAnswer({row(12, kAlice)}), listAnswer({again, web})});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
   EXPECT_NE(run.out.find("connected again, pid 14: SSH of games from 10.20.0.2, pid 12\n"
-                         "connected since: HTTP/HTTPS of games from 10.20.0.9\n"),
+                         "new connection: HTTP/HTTPS of games from 10.20.0.9\n"),
             std::string::npos)
       << run.out;
   EXPECT_EQ(run.exitCode, 1);
@@ -132,8 +133,8 @@ TEST_F(DisableTest, SaysThatItCouldNotLookWhereSambasUsersAreNotKnown) {
   answerLists({listAnswer({}),
                incomplete(listAnswer({row(4711, "unknown", "CIFS")}), "CIFS", "details_missing")});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
-  EXPECT_NE(run.err.find("currentconn: whether games is connected over SMB is not known:\n"
-                         "  not everything is known about the CIFS connections: no reason\n"),
+  EXPECT_NE(run.err.find("currentconn: it is not known whether games is connected over SMB:\n"
+                         "  some details of the CIFS connections are not known: no reason\n"),
             std::string::npos)
       << run.err;
   EXPECT_EQ(run.exitCode, 1);
@@ -164,11 +165,9 @@ TEST_F(DisableTest, AsksOnATerminal) {
 TEST_F(DisableTest, ARefusalForTheLastAdministratorsSakeHasItsOwnExitCode) {
   program.answer("disable_user", {R"({"error":7100})"});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
-  EXPECT_NE(
-      run.err.find(
-          "currentconn: refused: too few administrators who can log in would be left; nothing "
-          "has changed\n"),
-      std::string::npos)
+  EXPECT_NE(run.err.find("currentconn: refused: too few administrators who can log in would "
+                         "remain; nothing was changed\n"),
+            std::string::npos)
       << run.err;
   EXPECT_EQ(run.exitCode, 4);
 }

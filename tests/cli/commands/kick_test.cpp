@@ -33,7 +33,7 @@ class KickTest : public ::testing::Test {
     program.answer("kick_connection", {kDone});
   }
 
-  // What the plan reads, and then the attempt before it begins; the others come after it.
+  // The read of the plan, then that of the attempt before it begins; the others follow it.
   void answerLists(std::vector<std::string> answers) {
     answers.insert(answers.begin(), answers.front());
     program.answer("list", answers);
@@ -93,7 +93,7 @@ TEST_F(KickTest, CallsNothingEndedThatTheListMayLack) {
   const Outcome run = program.run({"kick", "--user", "alice", "--yes"});
   EXPECT_EQ(run.err,
             "waiting for connections to end ...\n"
-            "currentconn: whether all of them have ended is not known:\n"
+            "currentconn: it is not known whether all of them have ended:\n"
             "  SSH connections may be missing: no reason\n");
   EXPECT_EQ(run.out.find("ended: "), std::string::npos) << run.out;
   EXPECT_EQ(run.exitCode, 1);
@@ -170,8 +170,8 @@ TEST_F(KickTest, ADryRunOnlyShows) {
 TEST_F(KickTest, RefusesToGoOnWhereNobodyCanBeAsked) {
   const Outcome run = program.run({"kick", "--user", "bob"}, [] { close(STDIN_FILENO); });
   EXPECT_EQ(run.err,
-            "currentconn: standard input is no terminal on which to ask: add --yes, or --dry-run "
-            "to look only\n");
+            "currentconn: standard input is not a terminal, so nobody can confirm: add --yes, or "
+            "--dry-run for a preview\n");
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_TRUE(kicks().empty());
 }
@@ -231,23 +231,23 @@ TEST_F(KickTest, NamesWhoConnectedAgainAndFails) {
 TEST_F(KickTest, NamesRowsThatCannotBeEndedWithTheReason) {
   const Outcome run = program.run({"kick", "--from", "10.20.0.4", "--yes"});
   EXPECT_EQ(run.out,
-            "not to be ended: NFS of somebody from 10.20.0.4: no process serves it alone; withdraw "
+            "cannot be ended: NFS of somebody from 10.20.0.4: no process serves it alone; withdraw "
             "the export instead\n");
-  EXPECT_EQ(run.err, "currentconn: there is nothing to end\n");
+  EXPECT_EQ(run.err, "currentconn: nothing to end\n");
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_TRUE(kicks().empty());
 }
 
 TEST_F(KickTest, NamesPidsThatAreNotThere) {
   const Outcome run = program.run({"kick", "99", "--yes"});
-  EXPECT_EQ(run.out, "no connection with the pid 99 matches\n");
+  EXPECT_EQ(run.out, "no connection with pid 99 matches\n");
   EXPECT_EQ(run.exitCode, 1);
 }
 
 TEST_F(KickTest, FailsOverAPidThatIsNotThereOnceTheRestIsDone) {
   answerLists({listAnswer({kBobShell}), listAnswer({})});
   const Outcome run = program.run({"kick", "13", "99", "--yes"});
-  EXPECT_NE(run.out.find("no connection with the pid 99 matches\n"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("no connection with pid 99 matches\n"), std::string::npos) << run.out;
   EXPECT_NE(run.out.find("ended: SSH of bob from 10.20.0.3, pid 13\n"), std::string::npos);
   EXPECT_EQ(run.exitCode, 1);
   program.answer("list", {listAnswer({kBobShell})});
@@ -258,7 +258,7 @@ TEST_F(KickTest, RefusesANumberThatMeansAProcessAndAWebLogin) {
   answerLists({listAnswer({kAliceShell, row(12, "bob", "HTTP/HTTPS")})});
   const Outcome run = program.run({"kick", "12", "--yes"});
   EXPECT_EQ(run.err,
-            "currentconn: 12 is the number of a process and of a web login: add --service\n");
+            "currentconn: 12 is the number of both a process and a web login: add --service\n");
   EXPECT_EQ(run.exitCode, 2);
   EXPECT_TRUE(kicks().empty());
   EXPECT_EQ(program.run({"kick", "12", "--service", "ssh", "--dry-run"}).exitCode, 0);
@@ -282,7 +282,7 @@ TEST_F(KickTest, SaysThatTheResultIsNotKnownWhereTheListFailsAfterwards) {
   EXPECT_NE(run.out.find("not known: SSH of bob from 10.20.0.3, pid 13: no /proc\n"),
             std::string::npos)
       << run.out;
-  EXPECT_NE(run.err.find("whether all of them have ended is not known:\n"), std::string::npos)
+  EXPECT_NE(run.err.find("it is not known whether all of them have ended:\n"), std::string::npos)
       << run.err;
   EXPECT_EQ(run.exitCode, 1);
 }
@@ -290,7 +290,7 @@ TEST_F(KickTest, SaysThatTheResultIsNotKnownWhereTheListFailsAfterwards) {
 TEST_F(KickTest, EndsNothingWhereTheListFails) {
   program.answer("list", {R"({"error":117,"causes":["no /proc"]})"});
   const Outcome run = program.run({"kick", "13", "--yes"});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  no /proc\n");
+  EXPECT_EQ(run.err, "currentconn: cannot read the connections:\n  no /proc\n");
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_TRUE(kicks().empty());
 }

@@ -83,7 +83,7 @@ TEST(Listing, FindsRootUnderTheNameThatTheModuleGives) {
 TEST(Listing, RefusesTheNameThatWouldMeanEverybody) {
   ListingWords words;
   words.user = "";
-  EXPECT_EQ(complaint(words), "--user must be the name of an account, found an empty text");
+  EXPECT_EQ(complaint(words), "--user must be the name of an account, found an empty string");
 }
 
 TEST(Listing, RefusesAnUnknownSortField) {
@@ -141,8 +141,7 @@ TEST(Listing, RefusesToWatchInJson) {
   ListingWords words;
   words.watch = "";
   words.asJson = true;
-  EXPECT_EQ(complaint(words),
-            "--watch and --json exclude each other: --json is for programs, which call again");
+  EXPECT_EQ(complaint(words), "--watch and --json exclude each other: give one of them");
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ Json::Value parsed(const std::string& json) {
   return calls::parseJson(json).value_or(Json::Value());
 }
 
-// The members that name a row, and `more`.
+// The members that identify a row, and `more`.
 std::string rowJson(const std::string& type, int pid, const std::string& more = "",
                     const std::string& from = "10.20.0.2") {
   return R"({"who":"alice","from":")" + from + R"(","type":")" + type + R"(","pid":)" +
@@ -50,11 +50,11 @@ TEST(FateLines, TellWhatBecameOfEachConnection) {
   EXPECT_EQ(fateOf(rowJson("SSH", 12, R"("fate":"ended")")),
             "ended: SSH of alice from 10.20.0.2, pid 12");
   EXPECT_EQ(fateOf(rowJson("SSH", 12, R"("fate":"gone_before")")),
-            "gone before: SSH of alice from 10.20.0.2, pid 12");
+            "already gone: SSH of alice from 10.20.0.2, pid 12");
   EXPECT_EQ(fateOf(rowJson("SSH", 12, R"("fate":"not_known")")),
             "not known: SSH of alice from 10.20.0.2, pid 12");
   EXPECT_EQ(fateOf(rowJson("SSH", 12, R"("fate":"connected_since")")),
-            "connected since: SSH of alice from 10.20.0.2, pid 12");
+            "new connection: SSH of alice from 10.20.0.2, pid 12");
   EXPECT_EQ(fateOf(rowJson("SSH", 12, R"("fate":"connected_again","now":)" + rowJson("SSH", 20))),
             "connected again, pid 20: SSH of alice from 10.20.0.2, pid 12");
   EXPECT_EQ(fateOf(rowJson("HTTP/HTTPS", 5,
@@ -66,30 +66,29 @@ TEST(FateLines, SayWhyAConnectionIsStillThere) {
   const std::string begin = "still there: FTP of alice from 10.20.0.2, pid 30: ";
   for (const auto& [key, text] :
        {std::pair{"no_process", "no process serves it alone; withdraw the export instead"},
-        {"console",
-         "logins at the console are not ended from here; use loginctl terminate-session"},
+        {"console", "console logins cannot be ended from here; use loginctl terminate-session"},
         {"unknown_service", "its service is not known"},
         {"unknown_process", "its process is not known"},
         {"unknown_user", "its user is not known"},
         {"unknown_address", "its address is not known"},
         {"still_recorded", "its login is still recorded"},
-        {"in_kernel", "its process waits in the kernel and ends once that is over"},
+        {"in_kernel", "its process is waiting in the kernel and will end afterwards"},
         {"not_in_time", "its process did not end in time"},
-        {"goes_on", "its session goes on, pid 31"},
+        {"goes_on", "its session continues, pid 31"},
         {"serves_other", "its process now serves FTP of alice from 10.20.0.2, pid 31"},
-        {"no_time", "there was no time left for it; run the command again"},
+        {"no_time", "there was no time left; run the command again"},
         {"call_failed", "its call failed"}}) {
     EXPECT_EQ(stillThere(key), begin + text);
   }
   EXPECT_EQ(stillThere("call_failed", R"(,"causes":["no smbd","no /proc"])"),
             begin + "no smbd; no /proc");
   EXPECT_EQ(stillThere("under_other_user", R"(,"user":"bob")"),
-            begin + "it serves bob too; end it with: currentconn kick 30");
+            begin + "it also serves bob; end it with: currentconn kick 30");
   EXPECT_EQ(stillThere("may_be_unlisted", R"(,"warning":{"code":"details_missing",)"
                                           R"("service":"CIFS","detail":"smbstatus failed"})"),
             begin +
-                "its call may not have found it: not everything is known about the CIFS "
-                "connections: smbstatus failed");
+                "the call may not have found it: some details of the CIFS "
+                "connections are not known: smbstatus failed");
 }
 
 TEST(EffectLines, NameWhatEndsBesides) {
@@ -104,8 +103,7 @@ TEST(EffectLines, NameWhatEndsBesides) {
                             R"("effects":[{"reason":"same_ssh_connection","connection":)" +
                                 rowJson("SFTP", 14) + R"(},{"reason":"own_connection"}])")),
             (Lines{"note: SFTP of alice from 10.20.0.2, pid 14 ends with pid 12",
-                   "note: SSH of alice from 10.20.0.2, pid 12 is the connection over which you are "
-                   "working"}));
+                   "note: SSH of alice from 10.20.0.2, pid 12 is your own connection"}));
   EXPECT_EQ(
       effects(rowJson("HTTP/HTTPS", 5, R"("effects":[{"reason":"further_web_logins","count":2}])")),
       Lines{"note: 2 more web logins of alice from 10.20.0.2 end"});

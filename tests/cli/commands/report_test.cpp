@@ -39,7 +39,7 @@ class ReportTest : public ::testing::Test {
 
 TEST_F(ReportTest, WritesThePageWithoutItsHeaderLines) {
   const Outcome run = program.run({"report", "-o", file()});
-  EXPECT_EQ(run.out, "the report is in " + file() + "\n");
+  EXPECT_EQ(run.out, "report written to " + file() + "\n");
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.exitCode, 0);
   EXPECT_EQ(content(), kPage);
@@ -90,7 +90,7 @@ TEST_F(ReportTest, WarnsOfWhatThePageMayLack) {
 TEST_F(ReportTest, IsNotWrittenWhereTheListFails) {
   program.answer("list", {R"({"error":117,"causes":["no smbd"]})"});
   const Outcome run = program.run({"report", "-o", file()});
-  EXPECT_EQ(run.err, "currentconn: cannot read who is connected:\n  no smbd\n");
+  EXPECT_EQ(run.err, "currentconn: cannot read the connections:\n  no smbd\n");
   EXPECT_EQ(run.exitCode, 1);
   EXPECT_FALSE(fs::exists(file()));
 }
@@ -149,7 +149,7 @@ TEST_F(ReportTest, SaysWhereItCannotWrite) {
   EXPECT_EQ(run.exitCode, 1);
   const Outcome folder = program.run({"report", "-o", program.folder().string()});
   EXPECT_EQ(folder.err, "currentconn: no report was written: " + program.folder().string() +
-                            " is there and is no ordinary file\n");
+                            " exists and is not a regular file\n");
   EXPECT_EQ(folder.exitCode, 1);
 }
 

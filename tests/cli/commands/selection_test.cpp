@@ -44,8 +44,9 @@ TEST(Selection, RefusesPidsThatAreNone) {
   for (const char* word : {"0", "-1", "+1", "1x", "", " 1", "4294967296", "alice"}) {
     SelectionWords words;
     words.pids = {"12", word};
-    EXPECT_EQ(complaint(words), "\"" + std::string(word) +
-                                    "\" is no process id: give a number of the list's column PID");
+    EXPECT_EQ(complaint(words),
+              "\"" + std::string(word) +
+                  "\" is not a process id: give a number from the column PID of the list");
   }
 }
 

@@ -36,7 +36,7 @@ Listing from(int start) {
 TEST(Summary, SaysThatNobodyIsThere) {
   EXPECT_EQ(summary(0, 0), "nobody is connected");
   EXPECT_EQ(summary(0, 0, from(10)), "nobody is connected");
-  EXPECT_EQ(summary(0, 0, filtered("cifs")), "nobody matches \"cifs\"");
+  EXPECT_EQ(summary(0, 0, filtered("cifs")), "no connections match \"cifs\"");
   EXPECT_EQ(summary(0, 0, ofUser("alice")), "nobody is connected as alice");
 }
 
@@ -61,7 +61,7 @@ TEST(Summary, SaysThatAPageLiesBehindTheEnd) {
 }
 
 TEST(Summary, ShowsAFilterWithoutControlCharacters) {
-  EXPECT_EQ(summary(0, 0, filtered("\x1b[2J")), "nobody matches \"\xEF\xBF\xBD[2J\"");
+  EXPECT_EQ(summary(0, 0, filtered("\x1b[2J")), "no connections match \"\xEF\xBF\xBD[2J\"");
 }
 
 }  // namespace

@@ -22,7 +22,7 @@ class WatchTest : public ::testing::Test {
     program.answer("list", {listAnswer({row(11, "alice"), row(12, "bob")})});
   }
 
-  // What an end by `how` leaves of a watch that has shown a list.
+  // What remains on the terminal after a watch was ended by `how`.
   void expectTerminalBack(const std::function<void(const TerminalSession&)>& how) {
     TerminalSession session(program, {"list", "--watch=0.2"}, 80, 24);
     const tcflag_t before = session.localModes();
@@ -43,7 +43,7 @@ TEST_F(WatchTest, ShowsTheListOnTheWholeScreen) {
   ASSERT_TRUE(session.waitFor("2 connections"));
   EXPECT_EQ(
       session.lastFrame(),
-      (std::vector<std::string>{"every 2 s   Fri Nov 20 21:30:00 2026   Ctrl-C ends",
+      (std::vector<std::string>{"every 2 s   Fri Nov 20 21:30:00 2026   Ctrl-C quits",
                                 "  USER   SERVICE  FROM       SINCE                RESOURCE  PID",
                                 "  alice  SSH      10.20.0.2  2026-11-20 21:26:24  pts/3      11",
                                 "  bob    SSH      10.20.0.2  2026-11-20 21:26:24  pts/3      12",
@@ -114,7 +114,7 @@ TEST_F(WatchTest, EndsWithAReasonWhereTheFirstReadFails) {
   program.answer("list", {R"({"error":117,"causes":["no smbd"]})"});
   TerminalSession session(program, {"list", "--watch"}, 80, 24);
   EXPECT_EQ(session.waitForEnd(), 1);
-  EXPECT_EQ(session.output(), "currentconn: cannot read who is connected:\r\n  no smbd\r\n");
+  EXPECT_EQ(session.output(), "currentconn: cannot read the connections:\r\n  no smbd\r\n");
 }
 
 TEST_F(WatchTest, EndsAtOnceWhileAReadHangs) {

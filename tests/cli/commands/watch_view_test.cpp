@@ -21,7 +21,7 @@ WatchView viewOf(std::size_t rows) {
   return view;
 }
 
-const std::string kTitle = "every 0.5 s   Fri Nov 20 21:30:00 2026   Ctrl-C ends";
+const std::string kTitle = "every 0.5 s   Fri Nov 20 21:30:00 2026   Ctrl-C quits";
 const std::string kHeader = "  USER  SERVICE  FROM  SINCE                RESOURCE  PID";
 const std::string kRow = "  bob   SSH      -     2026-11-20 21:26:24  -           7";
 
@@ -41,9 +41,9 @@ TEST(WatchView, WarnsAboveTheTable) {
 }
 
 TEST(WatchView, CountsTheRowsForWhichTheWindowIsTooLow) {
-  EXPECT_EQ(linesOfView(viewOf(10), {80, 6}, {}),
-            (Lines{kTitle, kHeader, kRow, kRow, "8 more, for which the window is too low",
-                   "10 connections"}));
+  EXPECT_EQ(
+      linesOfView(viewOf(10), {80, 6}, {}),
+      (Lines{kTitle, kHeader, kRow, kRow, "8 more rows; enlarge the window", "10 connections"}));
 }
 
 TEST(WatchView, FillsNoMoreRowsThanTheWindowHas) {
@@ -70,9 +70,9 @@ TEST(WatchView, NamesTheColumnsForWhichTheWindowIsTooNarrow) {
 
 TEST(WatchView, ShowsAProblemInPlaceOfRowsThatMayBeWrong) {
   WatchView view = viewOf(2);
-  view.problem = {"cannot read who is connected:", "smbstatus\x1b did not answer in 10 s"};
+  view.problem = {"cannot read the connections:", "smbstatus\x1b did not answer in 10 s"};
   EXPECT_EQ(linesOfView(view, {80, 24}, {}),
-            (Lines{kTitle, "cannot read who is connected:",
+            (Lines{kTitle, "cannot read the connections:",
                    "smbstatus\xEF\xBF\xBD did not answer in 10 s"}));
 }
 

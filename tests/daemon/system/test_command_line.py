@@ -49,7 +49,7 @@ class CommandLine(HostTest):
             rows = [listing.row(item) for item in json.loads(done.stdout)["items"]]
             self.assertEqual([(name, address, "SSH")], [row[:3] for row in rows])
         daemon.wait_for_line('method="list_by_user" user="bob" .*')
-        self.assertNotIn("not sent to its end", daemon.log_text())
+        self.assertNotIn("the request was incomplete", daemon.log_text())
 
     def test_more_than_that_needs_root(self):
         daemon = Currentconnd().start()

@@ -71,7 +71,7 @@ class Requests(HostTest):
     def test_a_request_without_an_end_is_dropped_in_the_end(self):
         good = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT], b"body")
         self.assertEqual(b"", exchange(WEB_SOCKET, good[:-2]))
-        self.daemon.wait_for_line(r"method=- user=- from=web ms=\d+: not sent to its end; dropped")
+        self.daemon.wait_for_line(r"method=- user=- from=web ms=\d+: the request was incomplete; dropped")
 
     def test_the_end_of_a_request_may_come_after_another_call(self):
         good = request([("REQUEST_METHOD", "GET"), ("REQUEST_URI", "/api/whoami"), FROM_A_CLIENT])
@@ -188,7 +188,7 @@ class Requests(HostTest):
 
     def _turned_away(self, caller):
         self.daemon.wait_for_line(
-            rf"method=- user=- {caller} status=503 code=503 calls=\d+: no place became free for them")
+            rf"method=- user=- {caller} status=503 code=503 calls=\d+: no free place")
 
     def _logged_in(self, name):
         client = Client("10.20.0.2")

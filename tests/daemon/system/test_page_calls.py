@@ -128,7 +128,7 @@ class PageCalls(HostTest):
         self.assertEqual(200, self.bob.post("disable_user", {"users": ["fred"]}).status)
         self.assertEqual([], kinds())
         for client in freds:
-            waiting.until(f"{type(client).__name__} to be put off", client.has_ended)
+            waiting.until(f"{type(client).__name__} to be disconnected", client.has_ended)
         for login in logins:
             self.assertEqual(401, login.get("/api/whoami").status)
         self.assertFalse(alices.has_ended())
@@ -216,7 +216,7 @@ class PageCalls(HostTest):
         namespace.write(SESSIONS, before + "garbage\n", 0o600)
         answer = self.bob.get("list")
         self.assertEqual((500, 117), (answer.status, answer.code))
-        cause = f"cannot read {SESSIONS}:{before.count(chr(10)) + 1}: the line is no record of a login"
+        cause = f"cannot read {SESSIONS}:{before.count(chr(10)) + 1}: the line is not a login record"
         self.assertEqual([cause], answer.json["causes"])
         self.daemon.wait_for_line(
             rf'method="list" user="bob" from=10\.20\.0\.8 status=500 code=117 ms=\d+: {re.escape(cause)}')

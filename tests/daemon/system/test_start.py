@@ -17,7 +17,7 @@ from daemons_of_host import Currentconnd, LOCAL_SOCKET, PACKAGING, WEB_SOCKET
 CONFIGURATION = "/etc/currentconn/currentconn.toml"
 SERVICE = "/etc/pam.d/currentconn"
 ROOM = "/srv/start"
-PATH_OF_ITS_OWN = "give the socket a path of its own"
+PATH_OF_ITS_OWN = "use another path"
 
 
 def program(name, *arguments):
@@ -61,22 +61,22 @@ class Start(HostTest):
 
     def test_the_pam_service_must_be_in_the_folder_that_is_named(self):
         for folder in ("/nonexistent", ROOM):
-            self.assertEqual((3, f"cannot open {folder}/currentconn: No such file or directory; put the PAM service there, "
-                                 'or set pam_folder to "" for the system\'s folders'),
+            self.assertEqual((3, f"cannot open {folder}/currentconn: No such file or directory; install the PAM service there, "
+                                 'or set pam_folder to "" for the system\'s directories'),
                              self.refused("", "max_calls = 64", f'pam_folder = "{folder}"'))
 
     def test_the_session_file_must_be_one_that_can_be_made(self):
         self.assertEqual((1, "cannot create /proc/nowhere: No such file or directory"),
                          self.refused('session_file = "/proc/nowhere/sessions"'))
-        self.assertEqual((1, f"cannot use {ROOM}: it is no file; remove it"), self.refused(f'session_file = "{ROOM}"'))
+        self.assertEqual((1, f"cannot use {ROOM}: it is not a regular file; remove it"), self.refused(f'session_file = "{ROOM}"'))
         self.assertFalse(os.path.exists(f"{ROOM}.access.time"))
 
     def test_another_programs_file_is_no_session_file_and_stays_as_it_is(self):
         foreign = f"{ROOM}/passwd"
         shutil.copy("/etc/passwd", foreign)
         before = os.stat(foreign)
-        self.assertEqual((1, f"cannot use {foreign}: its line 1 is no record of a login, so it may be another program's; "
-                             "name a file that is the sessions' alone"), self.refused(f'session_file = "{foreign}"'))
+        self.assertEqual((1, f"cannot use {foreign}: its line 1 is not a login record, so the file may belong to another "
+                             "program; give a file that is used for sessions only"), self.refused(f'session_file = "{foreign}"'))
         self.assertEqual(namespace.read("/etc/passwd"), namespace.read(foreign))
         after = os.stat(foreign)
         self.assertEqual((before.st_ino, before.st_mtime_ns, before.st_mode), (after.st_ino, after.st_mtime_ns, after.st_mode))
@@ -86,11 +86,11 @@ class Start(HostTest):
         self.assertEqual((2, "web_socket and local_socket are the same; give each a path of its own"),
                          self.refused(f'web_socket = "{ROOM}/a"', f'local_socket = "{ROOM}/a"'))
         namespace.write(f"{ROOM}/file", "precious")
-        self.assertEqual((2, f"cannot listen on {ROOM}/file: a file that is no socket is there; {PATH_OF_ITS_OWN}"),
+        self.assertEqual((2, f"cannot listen on {ROOM}/file: a file that is not a socket is there; {PATH_OF_ITS_OWN}"),
                          self.refused("", f'local_socket = "{ROOM}/file"'))
         self.assertEqual("precious", namespace.read(f"{ROOM}/file"))
         self.assertEqual(["file"], os.listdir(ROOM))
-        self.assertEqual((1, f"cannot listen on {ROOM}: a folder is there; {PATH_OF_ITS_OWN}"),
+        self.assertEqual((1, f"cannot listen on {ROOM}: a directory is there; {PATH_OF_ITS_OWN}"),
                          self.refused(f'web_socket = "{ROOM}"'))
 
     def test_the_socket_of_another_daemon_stays_its_own(self):
@@ -106,14 +106,14 @@ class Start(HostTest):
         self.assertEqual((2, f"cannot listen on {path}: File name too long"), self.refused("", f'web_socket = "{path}"'))
         self.assertEqual((1, 'there is no group "nobodies"; set web_group to the group of the web server'),
                          self.refused('web_group = "nobodies"'))
-        self.assertEqual((3, f"cannot find a module in {ROOM}: no *.so is there; name another folder of modules"),
+        self.assertEqual((3, f"cannot find a module in {ROOM}: there is no *.so; set another module directory"),
                          self.refused("", "", f'module_folder = "{ROOM}"'))
 
     def test_what_has_its_default_is_told_without_a_place(self):
         namespace.write(CONFIGURATION, "")
         namespace.write("/run/currentconn/local.sock/file", "")
         done = program("CURRENTCONND")
-        self.assertEqual((1, f"currentconnd: cannot listen on {LOCAL_SOCKET}: a folder is there; {PATH_OF_ITS_OWN}\n"),
+        self.assertEqual((1, f"currentconnd: cannot listen on {LOCAL_SOCKET}: a directory is there; {PATH_OF_ITS_OWN}\n"),
                          (done.returncode, done.stderr))
 
     def test_pids_of_another_namespace_stop_it(self):

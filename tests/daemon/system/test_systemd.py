@@ -98,7 +98,7 @@ class HandedOver(HostTest):
     def test_a_socket_of_another_name_is_not_taken(self):
         self.start("web", "currentconnd-local.socket")
         self.assertEqual(1, self.end())
-        self.assertIn('the socket "currentconnd-local.socket" that was handed over is none of ours: FileDescriptorName '
+        self.assertIn('the socket "currentconnd-local.socket" from systemd is unknown: FileDescriptorName '
                       "must be web or local", namespace.read("/var/log/stream.log"))
 
     def test_the_journal_learns_whose_unit_an_authorisation_line_is_of(self):

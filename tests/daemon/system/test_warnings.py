@@ -34,7 +34,7 @@ def make_torn():
         file.write(b"\x07" * 500)
 
 
-BROKEN = {"a folder": lambda: os.mkdir(UTMP),
+BROKEN = {"a directory": lambda: os.mkdir(UTMP),
           "a pipe": lambda: os.mkfifo(UTMP),
           "a link to itself": lambda: os.symlink(UTMP, UTMP),
           "a file that fails to be read": lambda: os.symlink("/proc/self/mem", UTMP),
@@ -118,7 +118,7 @@ class Warnings(HostTest):
                 self.restore()
 
     def test_json_keeps_its_shape_and_warns_beside_it(self):
-        self.breakUtmp(BROKEN["a folder"])
+        self.breakUtmp(BROKEN["a directory"])
         done = listing.run("list", "--json")
         self.assertEqual(0, done.returncode)
         self.assertEqual({"items", "systime", "total"}, set(json.loads(done.stdout)))
@@ -138,7 +138,7 @@ class Warnings(HostTest):
                 self.restore()
 
     def test_the_daemon_tells_a_user_no_more_than_the_service(self):
-        self.breakUtmp(BROKEN["a folder"])
+        self.breakUtmp(BROKEN["a directory"])
         answer = self.daemon(uid_of("alice"), "list_by_user")
         self.assertEqual(_ROWS, self.rows(answer["data"]))
         self.assertEqual([{"code": "connections_missing", "service": "LOGIN"}], answer["warnings"])

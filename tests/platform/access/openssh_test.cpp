@@ -86,7 +86,7 @@ TEST_F(OpensshTest, AFailureIsUnknown) {
   program("usr/sbin/sshd", "exit 255");
   EXPECT_EQ(access(), notRead("ssh", "/usr/sbin/sshd ended with status 255"));
   sshd("port 22\\n");
-  EXPECT_EQ(access(), notRead("ssh", "/usr/sbin/sshd does not tell UsePAM"));
+  EXPECT_EQ(access(), notRead("ssh", "/usr/sbin/sshd does not report UsePAM"));
 }
 
 }  // namespace

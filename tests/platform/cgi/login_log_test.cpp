@@ -59,7 +59,7 @@ class LoginLog : public SessionFixture {
     EXPECT_EQ(count_, -1);
     EXPECT_EQ(VLIBCErrGet(), ZEVO_ERR_BAD_TEXT);
     EXPECT_THAT(errorTrail(), ElementsAre("cannot read " + path() + ":" + std::to_string(line) +
-                                          ": the line is no record of a login"));
+                                          ": the line is not a login record"));
   }
 
   // A login that began ten minutes ago.

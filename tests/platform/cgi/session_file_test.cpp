@@ -133,10 +133,10 @@ TEST(SessionFileCheck, NamesTheFirstLineThatIsNoRecord) {
   const TemporaryFolder folder;
   clearErrorTrail();
   EXPECT_FALSE(checkSessionFile(folder.write("s", "\"a\":{}\n\"b\":{}\nc\nd\n")));
-  EXPECT_EQ(errorTrail(),
-            std::vector<std::string>{"cannot use " + folder.file("s") +
-                                     ": its line 3 is no record of a login, so it may be another "
-                                     "program's; name a file that is the sessions' alone"});
+  EXPECT_EQ(errorTrail(), std::vector<std::string>{
+                              "cannot use " + folder.file("s") +
+                              ": its line 3 is not a login record, so the file may belong to "
+                              "another program; give a file that is used for sessions only"});
 }
 
 TEST(SessionFileCheck, LeavesWhatIsNoFileToTheCreation) {

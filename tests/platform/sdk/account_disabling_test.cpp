@@ -322,7 +322,7 @@ TEST_F(Disabling, LeavesAnExpiryThatSomebodyHasSetSince) {
   const Enabling done = enable({"cid"});
   ASSERT_EQ(done.status, Enabling::Status::kDone);
   EXPECT_THAT(done.accounts.at(0).notes,
-              ElementsAre("its expiry was changed since it was disabled and stays as it is: "
+              ElementsAre("its expiry was changed after it was disabled and is kept: "
                           "2079-07-08"));
   EXPECT_EQ(expiryOf("cid"), "40000");
   EXPECT_EQ(samba_.flagsOf("cid"), "UX");
@@ -334,9 +334,9 @@ TEST_F(Disabling, LeavesAnAccountExpiredThatWasSoBefore) {
   ASSERT_EQ(disable({"cid"}), "");
   const Enabling done = enable({"cid"});
   ASSERT_EQ(done.status, Enabling::Status::kDone);
-  EXPECT_THAT(done.accounts.at(0).notes,
-              ElementsAre("it had expired before it was disabled, on 2020-01-31, and is expired as "
-                          "it was then"));
+  EXPECT_THAT(
+      done.accounts.at(0).notes,
+      ElementsAre("it had expired before it was disabled, on 2020-01-31, and remains expired"));
   EXPECT_EQ(expiryOf("cid"), "18292");
 }
 
@@ -347,7 +347,7 @@ TEST_F(Disabling, OfAnAccountThatIsGoneIsForgotten) {
   const Enabling done = enable({"cid"});
   ASSERT_EQ(done.status, Enabling::Status::kDone);
   EXPECT_THAT(done.accounts.at(0).notes,
-              ElementsAre(kNoSambaEntry, "there is no such local account any more"));
+              ElementsAre(kNoSambaEntry, "the local account no longer exists"));
   EXPECT_THAT(record(), IsEmpty());
 }
 

@@ -66,7 +66,7 @@ TEST_F(AccountWrite, WritesNothingForAnEmptyBatchOrTheSameDay) {
 
 TEST_F(AccountWrite, RefusesTheWholeBatchForOneUnknownName) {
   expectRefusal({"cid", "nobody-here"}, ZEVO_ERR_NO_SUCH_USER);
-  EXPECT_THAT(errorTrail().at(0), HasSubstr("\"nobody-here\" is no local account"));
+  EXPECT_THAT(errorTrail().at(0), HasSubstr("\"nobody-here\" is not a local account"));
   expectRefusal({"cid", ""}, ZEVO_ERR_NO_SUCH_USER);
   expectRefusal({"cid:$y$cid"}, ZEVO_ERR_NO_SUCH_USER);
   expectRefusal({"cid\nben"}, ZEVO_ERR_NO_SUCH_USER);
@@ -90,9 +90,8 @@ TEST_F(AccountWrite, TakesAnAccountAdminOfItsOwnForWhatItIs) {
 TEST_F(AccountWrite, RefusesToTakeTheLastAdministrator) {
   expectRefusal({"ann", "ben"}, ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
   EXPECT_EQ(errorTrail().at(0),
-            "this would leave 0 administrators who can log in, and 1 must be left: make another "
-            "account an "
-            "administrator first");
+            "this would leave 0 administrators who can log in, and 1 must remain: make another "
+            "account an administrator first");
   ASSERT_EQ(disable({"ann"}), ZEVO_ERR_NONE);
   EXPECT_EQ(disable({"ben"}), ZEVO_ERR_TOO_FEW_ADMINISTRATORS);
 }
@@ -115,7 +114,7 @@ TEST_F(AccountWrite, RefusesTheBatchWhereNobodyCanTellTheAdministrators) {
   source_.groupError = EIO;
   expectRefusal({"cid"}, ZEVO_ERR_SYSTEM);
   EXPECT_EQ(errorTrail().at(0),
-            "cannot tell who the administrators are, so no account is changed: Input/output error; "
+            "cannot determine the administrators, so no account is changed: Input/output error; "
             "check the name service, or set administrators_group");
   source_.groupError = 0;
   source_.walkError = EIO;

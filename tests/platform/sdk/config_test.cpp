@@ -194,10 +194,9 @@ TEST_F(ConfigFile, IsRefusedByRootWhereOthersCouldHaveWrittenIt) {
   for (const auto& [owner, mode] : {std::pair<uid_t, mode_t>{0, 0664}, {0, 0646}, {12, 0644}}) {
     ASSERT_EQ(::chown(path.c_str(), owner, 0), 0);
     ASSERT_EQ(::chmod(path.c_str(), mode), 0);
-    EXPECT_EQ(load(path),
-              "cannot read " + path +
-                  ": others than root could have written it; check it, then chown root " + path +
-                  " and chmod go-w " + path);
+    EXPECT_EQ(load(path), "cannot read " + path +
+                              ": users other than root can write it; check it, then chown root " +
+                              path + " and chmod go-w " + path);
   }
   ASSERT_EQ(::chown(path.c_str(), 0, 0), 0);
   ASSERT_EQ(::chmod(path.c_str(), 0644), 0);

@@ -33,7 +33,7 @@ class Record : public testing::Test {
     EXPECT_FALSE(record().open(kNoWait)) << content;
     ASSERT_EQ(errorTrail().size(), 1U) << content;
     EXPECT_EQ(errorTrail().at(0), "cannot read " + folder_.file("state/disabled") + place +
-                                      ": the line is no record of a disabled account; repair or "
+                                      ": the line is not a record of a disabled account; repair or "
                                       "remove it");
     EXPECT_EQ(this->content(), content);
   }

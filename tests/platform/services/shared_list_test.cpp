@@ -52,8 +52,8 @@ class SharedListTest : public ::testing::Test {
     };
     return readShared(tree_.paths(), call, reader, list);
   }
-  static ListCall callNow(milliseconds acceptedAge = {}, milliseconds patience = minutes(5)) {
-    return {timeSinceBoot(), acceptedAge, patience};
+  static ListCall callNow(milliseconds acceptedAge = {}, milliseconds waitLimit = minutes(5)) {
+    return {timeSinceBoot(), acceptedAge, waitLimit};
   }
   // Whether a call of now that takes any age is served without a run.
   bool isShared() const {
@@ -186,7 +186,7 @@ TEST_F(SharedListTest, AStoppedReaderLosesItsTurnOnceItsTimeIsOver) {
   EXPECT_EQ(runs(), 2U);
   EXPECT_TRUE(read(callNow({}, minutes(5)), &list)) << "others share again";
   EXPECT_TRUE(isShared());
-  // What it stores when it goes on is older than every call since.
+  // What it stores when it continues is older than every call since.
   ::kill(reader, SIGCONT);
   EXPECT_EQ(resultOf(reader), 0);
   EXPECT_TRUE(read(callNow(), &list));
@@ -303,7 +303,7 @@ TEST_F(UnusableListTest, ALockThatIsALinkOrOpenToOthersOrAnotherUsers) {
   EXPECT_TRUE(isShared());
 }
 
-// A folder that is not ours alone: each call reads for itself, and nothing is written there.
+// A directory that is not ours alone: each call reads for itself, and nothing is written there.
 class ForeignFolderTest : public SharedListTest {
  protected:
   const std::string& folder() const { return tree_.paths().sharedList; }
