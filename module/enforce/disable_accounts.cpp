@@ -16,15 +16,15 @@ constexpr int kNameListSize = 512;
 // The second day of 1970: expired for every clock.
 constexpr long kExpiryDay = 1;
 
-// An array of pointers from calloc, each given back by `Release`.
-template <typename Item, void (*Release)(Item*)>
+// An array of pointers from calloc, each given back by `kRelease`.
+template <typename Item, void (*kRelease)(Item*)>
 class PointerArray {
  public:
   explicit PointerArray(std::size_t count)
       : count_(count), items_(static_cast<Item**>(std::calloc(count, sizeof(Item*)))) {}
   ~PointerArray() {
     for (std::size_t i = 0; items_ != nullptr && i < count_; ++i) {
-      if (items_[i] != nullptr) Release(items_[i]);
+      if (items_[i] != nullptr) kRelease(items_[i]);
     }
     std::free(items_);
   }

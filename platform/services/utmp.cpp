@@ -16,9 +16,9 @@ static_assert(offsetof(utmp, ut_user) == 44);
 static_assert(sizeof(utmp::ut_user) == kLongestUser);
 
 // A field ends at its first NUL or at its own end.
-template <std::size_t size>
-std::string textOf(const char (&field)[size]) {
-  return {field, std::find(field, field + size, '\0')};
+template <std::size_t kSize>
+std::string textOf(const char (&field)[kSize]) {
+  return {field, std::find(field, field + kSize, '\0')};
 }
 
 // The address field is preferred: a host may be a name.
