@@ -28,14 +28,6 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kBeforeNextTry{100};  // when no process can be created
 constexpr std::chrono::seconds kTimeToDie{2};  // a process that waits for a disk may need longer
 
-void writeAll(int descriptor, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-    if (written < 0 && errno != EINTR) return;
-    if (written > 0) bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
-
 // The whole work of a child.
 [[noreturn]] void serve(const ChildCall& call, pid_t parent, int output) {
   // Ending the parent, as the daemon does with a call that takes too long, ends this process too.
@@ -45,7 +37,8 @@ void writeAll(int descriptor, std::string_view bytes) {
   if (isLogged) logBeginning(call.summary, call.context.parameters, call.context.isAdmin);
   const Reply reply = runMethod(call.handler, call.context);
   if (isLogged) logEnd(call.summary, reply.status, reply.code, call.context.isAdmin);
-  writeAll(output, reply.bytes);
+  // Without it the parent tells that the child died.
+  static_cast<void>(zevo::writeAll(reply.bytes, output));
   std::fflush(nullptr);
   ::_exit(0);  // no destructors of the parent's objects
 }

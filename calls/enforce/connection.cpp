@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "calls/json_text.h"
+#include "host/disabled_accounts.h"
 
 namespace calls::enforce {
 namespace {
@@ -44,6 +45,13 @@ bool isOfSameClient(const Connection& a, const Connection& b) {
 
 bool isSameRow(const Connection& a, const Connection& b) {
   return isOfSameClient(a, b) && (isWebLogin(a) || a.pid == b.pid);
+}
+
+bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
+  // Web logins are in no registry, and a source of SSH connections is one of their SFTP servers.
+  if (type == "HTTP/HTTPS" || warning.code == zevo::kStillLetIn) return false;
+  return warning.service.empty() || warning.service == type ||
+         (warning.service == "SSH" && type == "SFTP");
 }
 
 Json::Value nameOf(const Connection& connection) {

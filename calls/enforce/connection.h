@@ -36,6 +36,9 @@ bool isOfSameClient(const Connection& a, const Connection& b);
 // number of a web login that stands for several.
 bool isSameRow(const Connection& a, const Connection& b);
 
+// Whether what `warning` tells of may concern a connection of the service `type`.
+bool isAbout(const zevo::ReadNote& warning, const std::string& type);
+
 // Its eight members.
 Json::Value asJson(const Connection& connection);
 // The four by which a client names it.

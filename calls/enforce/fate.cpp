@@ -10,7 +10,6 @@
 #include "base/local_time.h"
 #include "base/read_file.h"
 #include "calls/enforce/kick_plan.h"
-#include "host/disabled_accounts.h"
 
 namespace calls::enforce {
 namespace {
@@ -28,13 +27,6 @@ bool waitsInKernel(const Connection& connection, const std::string& proc) {
   const std::string path = proc + "/" + std::to_string(connection.pid) + "/status";
   if (zevo::readFile(path, kLongestStatus, &status)) return false;
   return status.find("\nState:\tD") != std::string::npos;
-}
-
-// A source of SSH connections is one of their SFTP servers too. Web logins are in no registry.
-bool isAbout(const zevo::ReadNote& warning, const Connection& connection) {
-  if (isWebLogin(connection) || warning.code == zevo::kStillLetIn) return false;
-  return warning.service.empty() || warning.service == connection.type ||
-         (warning.service == "SSH" && connection.type == "SFTP");
 }
 
 // Compares one attempt with the list after it. Each row of the list accounts for one fate.
@@ -114,8 +106,9 @@ class Comparison {
                                           const Json::Value& hindrance) const {
     if (const char* key = whyOutOfReach(row)) return reason(key);
     if (!hindrance.isNull()) return hindrance;
-    const auto about = std::find_if(attempt_.warnings.begin(), attempt_.warnings.end(),
-                                    [&](const auto& warning) { return isAbout(warning, row); });
+    const auto about =
+        std::find_if(attempt_.warnings.begin(), attempt_.warnings.end(),
+                     [&](const auto& warning) { return isAbout(warning, row.type); });
     if (about != attempt_.warnings.end()) {
       Json::Value why = reason("may_be_unlisted");
       why["warning"] = zevo::readNotesAsJson({*about})[0];
@@ -152,7 +145,7 @@ class Comparison {
 
   [[nodiscard]] bool mayLack(const Connection& before) const {
     return std::any_of(now_.warnings.begin(), now_.warnings.end(), [&](const auto& warning) {
-      return warning.code != zevo::kDetailsMissing && isAbout(warning, before);
+      return warning.code != zevo::kDetailsMissing && isAbout(warning, before.type);
     });
   }
 

@@ -112,7 +112,7 @@ Json::Value reason(const char* key) {
 }
 
 const char* whyOutOfReach(const Connection& connection) {
-  if (connection.type == "NFS" || !connection.canBeKicked) return "no_process";
+  if (!connection.canBeKicked) return "no_process";
   if (connection.type == "LOGIN") return "console";
   if (connection.type == "UNKNOWN") return "unknown_service";
   if (connection.pid == 0 && !isWebLogin(connection)) return "unknown_process";

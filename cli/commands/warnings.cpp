@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "calls/enforce/connection.h"
 #include "cli/terminal/output.h"
 #include "host/disabled_accounts.h"
 
@@ -31,13 +32,6 @@ std::string lineOf(const zevo::ReadNote& warning) {
 
 bool tellsOfMissing(const zevo::ReadNote& warning) {
   return warning.code == zevo::kConnectionsMissing;
-}
-
-// A source of SSH connections also covers their SFTP servers. Web logins are not in the registry.
-bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
-  if (type == "HTTP/HTTPS") return false;
-  return warning.service.empty() || warning.service == type ||
-         (warning.service == "SSH" && type == "SFTP");
 }
 
 }  // namespace
@@ -70,10 +64,9 @@ std::vector<zevo::ReadNote> stillLetIn(const std::vector<zevo::ReadNote>& warnin
 std::vector<zevo::ReadNote> warningsAbout(const std::vector<zevo::ReadNote>& warnings,
                                           const std::string& type) {
   std::vector<zevo::ReadNote> found;
-  std::copy_if(warnings.begin(), warnings.end(), std::back_inserter(found),
-               [&](const zevo::ReadNote& warning) {
-                 return !tellsOfAccount(warning) && isAbout(warning, type);
-               });
+  std::copy_if(
+      warnings.begin(), warnings.end(), std::back_inserter(found),
+      [&](const zevo::ReadNote& warning) { return calls::enforce::isAbout(warning, type); });
   return found;
 }
 

@@ -73,19 +73,6 @@ class Temporary {
   bool renamed_ = false;
 };
 
-bool writeAll(FileOperations& operations, int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = operations.write(file, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      if (written == 0) errno = ENOSPC;
-      return false;
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
-
 // Attributes that name the content (hashes, signatures) would be wrong on another one.
 bool describesContent(std::string_view attribute) {
   return attribute == "security.ima" || attribute == "security.evm";
@@ -189,8 +176,11 @@ std::optional<FileFailure> replaceFile(const std::string& target,
   auto refused = old ? makeLike(operations, old, target, temporary)
                      : makeNew(operations, temporary, options.mode);
   if (refused) return refused;
+  const auto write = [&](const char* data, std::size_t size) {
+    return operations.write(temporary.file(), data, size);
+  };
   for (const std::string_view piece : pieces) {
-    if (!writeAll(operations, temporary.file(), piece)) return failed("write");
+    if (!writeAll(piece, write)) return failed("write");
   }
   if (operations.fsync(temporary.file()) != 0) return failed("write");
   if (operations.rename(temporary.path().c_str(), target.c_str()) != 0) return failed("rename");

@@ -25,4 +25,9 @@ FileDescriptor openFile(const char* path, int flags, mode_t mode) {
   return openFileAt(AT_FDCWD, path, flags, mode);
 }
 
+bool writeAll(std::string_view bytes, int file) {
+  return writeAll(bytes,
+                  [file](const char* data, std::size_t size) { return ::write(file, data, size); });
+}
+
 }  // namespace zevo

@@ -1,7 +1,10 @@
 // An open file descriptor, closed when its owner goes.
 #pragma once
 
+#include <cerrno>
+#include <cstddef>
 #include <fcntl.h>
+#include <string_view>
 #include <sys/types.h>
 #include <utility>
 
@@ -37,5 +40,21 @@ class FileDescriptor {
 // failure.
 [[nodiscard]] FileDescriptor openFile(const char* path, int flags, mode_t mode = 0);
 [[nodiscard]] FileDescriptor openFileAt(int folder, const char* path, int flags, mode_t mode = 0);
+
+// Writes all of `bytes` by `write(data, size)`, which does as write(2), again after an
+// interruption. False, with errno set, on failure.
+template <typename Write>
+[[nodiscard]] bool writeAll(std::string_view bytes, Write write) {
+  while (!bytes.empty()) {
+    const ssize_t written = write(bytes.data(), bytes.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written == 0) errno = ENOSPC;
+    if (written <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+// The same by write(2) to `file`.
+[[nodiscard]] bool writeAll(std::string_view bytes, int file);
 
 }  // namespace zevo

@@ -77,16 +77,6 @@ std::optional<TimedList> load(int folder, std::string_view key, std::chrono::nan
   return list;
 }
 
-bool writeAll(int file, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = ::write(file, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-  return true;
-}
-
 // Replaces the whole list. If that fails, the others read for themselves.
 void store(int folder, std::string_view text) {
   const std::string name = "new." + std::to_string(::getpid());
@@ -95,7 +85,7 @@ void store(int folder, std::string_view text) {
       openFileAt(folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
   if (!file) return;
   const bool isStored =
-      writeAll(file.get(), text) && ::renameat(folder, name.c_str(), folder, kList) == 0;
+      writeAll(text, file.get()) && ::renameat(folder, name.c_str(), folder, kList) == 0;
   if (!isStored) ::unlinkat(folder, name.c_str(), 0);
 }
 

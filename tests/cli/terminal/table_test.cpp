@@ -112,6 +112,7 @@ TEST(Table, ShowsFaintlyWhatNoKickCanEnd) {
   look.colours = true;
   Connection nfs = kAlice;
   nfs.type = "NFS";
+  nfs.canBeKicked = false;
   const Table table = makeTable(unchangedRows({kAlice, nfs, kBob}), look);
   EXPECT_EQ(table.lines[1].find('\x1b'), std::string::npos);
   EXPECT_EQ(table.lines[2].substr(0, 4), "\x1b[2m");
