@@ -14,7 +14,7 @@ namespace {
 constexpr const char* kProc = "/proc/";
 
 std::string processes;
-std::size_t signals = 0;
+std::size_t sent = 0;  // signals
 
 }  // namespace
 
@@ -30,7 +30,7 @@ int __wrap_kill(pid_t /*pid*/, int number) {
     errno = ESRCH;
     return -1;
   }
-  ++signals;
+  ++sent;
   return 0;
 }
 
@@ -60,7 +60,7 @@ void makeProcesses(const std::string& folder, std::uint32_t first, std::size_t c
 }
 
 std::size_t takeSignals() {
-  return std::exchange(signals, 0);
+  return std::exchange(sent, 0);
 }
 
 }  // namespace bench
