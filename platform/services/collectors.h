@@ -24,9 +24,9 @@ namespace zevo::connections {
 // known.
 Result<void> readAfp(const Sources& sources, std::vector<Connection>& connections);
 
-// One record per login in utmp, or in logind if there is no utmp, with the pid of a process of its
-// user, found by LoginProcesses. Terminals opened by a network service belong to that service's
-// connections and are left out, and so are entries whose processes have ended.
+// One record per login in utmp, and per login that only logind knows of, with the pid of a process
+// of its user, found by LoginProcesses. Terminals opened by a network service belong to that
+// service's connections and are left out, and so are entries whose processes have ended.
 Result<void> readLogins(const Sources& sources, std::vector<Connection>& connections);
 
 struct ServerCollector {

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -74,25 +74,39 @@ Result<void> appendLogin(const Sources& sources, const LoginEntry& entry, LoginP
   return {};
 }
 
-Result<void> readEntries(const Paths& paths, std::vector<LoginEntry>* entries) {
+Result<void> readUtmp(const std::string& path, std::vector<LoginEntry>* entries) {
   std::string bytes;
-  const auto cause = readFile(paths.utmp, kUtmpLimit, &bytes);
-  if (cause && cause->error == ENOENT) return readLogindSessions(paths.logindSessions, entries);
+  const auto cause = readFile(path, kUtmpLimit, &bytes);
+  if (cause && cause->error == ENOENT) return {};
   if (cause) return failure(cause->text());
   *entries = parseUtmp(bytes);
-  if (isTorn(bytes)) return failure(paths.utmp + " ends in the middle of an entry");
+  if (isTorn(bytes)) return failure(path + " ends in the middle of an entry");
   return {};
 }
 
 }  // namespace
 
 Result<void> readLogins(const Sources& sources, std::vector<Connection>& connections) {
-  std::vector<LoginEntry> entries;
-  Result<void> outcome = readEntries(sources.paths(), &entries);
+  const Paths& paths = sources.paths();
+  std::vector<LoginEntry> inUtmp;
+  std::vector<LoginEntry> inLogind;
+  Result<void> outcome = readUtmp(paths.utmp, &inUtmp);
+  addPart(outcome, readLogindSessions(paths.logindSessions, &inLogind));
   LoginProcesses logins(sources);
-  for (const LoginEntry& entry : entries) {
-    addPart(outcome, appendLogin(sources, entry, logins, &connections));
+  std::vector<Connection> found;
+  for (const LoginEntry& entry : inUtmp) {
+    addPart(outcome, appendLogin(sources, entry, logins, &found));
   }
+  std::set<pid_t> known;
+  for (const Connection& login : found) known.insert(login.pid);
+  const auto fromUtmp = static_cast<std::ptrdiff_t>(found.size());
+  for (const LoginEntry& entry : inLogind) {
+    addPart(outcome, appendLogin(sources, entry, logins, &found));
+  }
+  // Most logins are in both; on Debian 13 the login program makes no entry in utmp.
+  const auto isKnown = [&](const Connection& login) { return known.contains(login.pid); };
+  found.erase(std::remove_if(found.begin() + fromUtmp, found.end(), isKnown), found.end());
+  connections.insert(connections.end(), found.begin(), found.end());
   return outcome;
 }
 

@@ -64,9 +64,9 @@ connect_alice() {
   until_true "alice's SSH session is listed" sh -c 'currentconn list | grep -E "^alice +SSH +127.0.0.1"'
 }
 
-# A login at the machine itself, which logind learns of.
+# A login at the machine itself, which logind learns of. It takes the terminal over, as that of its caller.
 log_in_at_console() {
-  { sleep 300 | script --quiet --command 'login -f alice' "$scratch/console" >/dev/null 2>&1; } &
+  { sleep 300 | script --quiet --command 'exec login -f alice' "$scratch/console" >/dev/null 2>&1; } &
 }
 
 has_one_login() {

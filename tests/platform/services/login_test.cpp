@@ -241,10 +241,29 @@ TEST_F(LoginTest, WithoutUtmpLogindServes) {
   EXPECT_THAT(test::readAll(readLogins, *sources), ElementsAre(login(51, ":0")));
 }
 
-TEST_F(LoginTest, WithUtmpLogindIsNotAsked) {
-  tree_.add({.pid = 50, .name = "bash", .uid = kAlice, .terminal = kTty1});
-  tree_.file("sessions/1", "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\n");
-  EXPECT_THAT(read(""), IsEmpty());
+TEST_F(LoginTest, WhatOnlyLogindKnowsIsListedBesideUtmp) {
+  tree_.add({.pid = 50, .name = "login"})
+      .add({.pid = 51, .parent = 50, .name = "bash", .uid = kAlice, .terminal = kTty1})
+      .add({.pid = 60, .name = "xterm", .uid = kAlice})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = kAlice, .terminal = kPts3});
+  tree_.file("sessions/1",
+             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\nREALTIME=1763640060000000\n");
+  EXPECT_THAT(read(utmpEntry({.pid = 60, .line = "pts/3", .user = "alice"})),
+              ElementsAre(login(61, "pts/3"), login(51, "tty1")));
+}
+
+TEST_F(LoginTest, ALoginInBothIsOneRow) {
+  tree_.add({.pid = 50, .name = "gdm-session-wor"})
+      .add({.pid = 51, .parent = 50, .name = "gnome-session", .uid = kAlice})
+      .add({.pid = 60, .name = "login"})
+      .add({.pid = 61, .parent = 60, .name = "bash", .uid = kAlice, .terminal = kTty1});
+  tree_.file("sessions/1",
+             "USER=alice\nCLASS=user\nTTY=tty2\nLEADER=50\nREALTIME=1763640060000000\n");
+  tree_.file("sessions/2",
+             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=60\nREALTIME=1763640060000000\n");
+  EXPECT_THAT(read(utmpEntry({.pid = 51, .line = ":0", .user = "alice"}) +
+                   utmpEntry({.pid = 60, .line = "tty1", .user = "alice"})),
+              ElementsAre(login(51, ":0"), login(61, "tty1")));
 }
 
 TEST_F(LoginTest, AProcessThatCannotBeReadCostsNoOtherItsRow) {
@@ -268,6 +287,14 @@ class BrokenUtmpTest : public LoginTest {
   const std::string kEntry = utmpEntry({.pid = 50, .line = "tty1", .user = "alice"});
   const std::string& utmp_ = tree_.paths().utmp;
 };
+
+TEST_F(BrokenUtmpTest, WhatLogindKnowsIsListedAllTheSame) {
+  std::filesystem::remove(utmp_);
+  std::filesystem::create_directory(utmp_);
+  tree_.file("sessions/1",
+             "USER=alice\nCLASS=user\nTTY=tty1\nLEADER=50\nREALTIME=1763640060000000\n");
+  EXPECT_THAT(readBroken(utmp_), ElementsAre(login(50, "tty1")));
+}
 
 TEST_F(BrokenUtmpTest, AFolderIsAFailureThatNamesIt) {
   std::filesystem::remove(utmp_);

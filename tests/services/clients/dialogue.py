@@ -60,7 +60,8 @@ class Dialogue:
             return False
         try:
             data = os.read(self._terminal, 65536)
-        except OSError:  # the program has closed its side
-            return False
+        except OSError:  # nobody has it open: the program has ended, or login hangs it up before opening it anew
+            time.sleep(0.01)
+            return seconds > 0 and self.process.poll() is None
         self.output += data.decode(errors="replace")
         return bool(data)
