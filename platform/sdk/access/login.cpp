@@ -1,7 +1,18 @@
-// Telnet and the console, both through the program login.
+// Telnet and the console, both through login.
 #include "sdk/access/services.h"
 
 namespace zevo::access {
+namespace {
+
+// The PAM service that login asks about those who come from elsewhere: util-linux's, as in Debian
+// 13, has one of its own for them; shadow's, as in Debian 12, does not know the option.
+const char* remoteService(const Server& server) {
+  std::string cause;
+  const auto version = server.ask({"/bin/login", "--version"}, &cause);
+  return version && version->find("util-linux") != std::string::npos ? "remote" : "login";
+}
+
+}  // namespace
 
 std::optional<ServiceAccess> consoleAccess(const Server& server) {
   if (!server.has("/bin/login")) return std::nullopt;
@@ -11,10 +22,7 @@ std::optional<ServiceAccess> consoleAccess(const Server& server) {
 std::optional<ServiceAccess> telnetAccess(const Server& server) {
   const bool isInstalled = server.has("/usr/sbin/telnetd") || server.has("/usr/sbin/in.telnetd");
   if (!isInstalled && !server.runs("telnetd")) return std::nullopt;
-  std::vector<ServiceAccess> all = {server.askPam("telnet", "login")};
-  // Some releases of login have separate rules for remote logins.
-  if (server.has("/etc/pam.d/remote")) all.push_back(server.askPam("telnet", "remote"));
-  return worstOf(all);
+  return server.askPam("telnet", remoteService(server));
 }
 
 }  // namespace zevo::access
