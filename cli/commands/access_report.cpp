@@ -33,6 +33,8 @@ std::string reasonOf(const Json::Value& service) {
   const std::string rules = "the account rules of its PAM service " + valueOf(service, "pam");
   if (service["reason"] == "rules-pass") return rules + " accept expired accounts";
   if (service["reason"] == "rules-unclear") return rules + " may accept expired accounts: " + cause;
+  if (service["reason"] == "expiry-ignored")
+    return "its module " + cause + " accepts expired accounts";
   if (service["reason"] == "samba-database") return "it checks only its own database";
   if (service["reason"] == "own-users") return "it has its own users: " + cause;
   if (service["reason"] == "domain-accounts") return "its accounts belong to a domain";
@@ -44,6 +46,9 @@ std::string remedyOf(const Json::Value& service, const std::string& user) {
   if (service["remedy"] == "add-account-check") {
     return R"(make "account required pam_unix.so" its first account rule, in /etc/pam.d/)" +
            valueOf(service, "pam");
+  }
+  if (service["remedy"] == "ask-pam-alone") {
+    return R"(set "AuthOrder mod_auth_pam.c* mod_auth_unix.c" in its configuration and restart it)";
   }
   if (service["remedy"] == "disable-in-samba") {
     const std::string file = valueOf(service, "file");

@@ -26,6 +26,8 @@ enum class Access {
 //             samba-disabled    Samba's own entry is disabled
 //             no-samba-entry    Samba has no entry for it
 //   kLetIn    rules-pass        PAM's account rules let it pass     pam
+//             expiry-ignored    the server's own check overlooks    cause: the module
+//                               the expiry
 //             samba-database    Samba asks its own entries alone    file: of its configuration,
 //                                                                   "" for the usual one
 //   kUnknown  rules-unclear     PAM's account rules decide          pam, cause: module, or what
@@ -39,8 +41,8 @@ struct ServiceAccess {
                         // "afp", "page"
   Access access = Access::kUnknown;
   std::string reason;
-  // "" if refused; otherwise the remedy: add-account-check (pam), disable-in-samba,
-  // disable-in-domain, remove-own-user, try-login.
+  // "" if refused; otherwise the remedy: add-account-check (pam), ask-pam-alone (and not the
+  // server's own check), disable-in-samba, disable-in-domain, remove-own-user, try-login.
   std::string remedy;
   std::map<std::string, std::string> values;
 

@@ -26,6 +26,9 @@ OPEN_RULES = "@include common-auth\naccount required pam_permit.so\nsession requ
 # The printed command that ends what alice has left running.
 END_THEM = "pkill -KILL -U alice --ns 1 --nslist pid"
 REFUSED, LET_IN, UNKNOWN = "refused", "let in", "unknown"
+IS_DEBIAN_13 = 'VERSION_ID="13"' in namespace.read("/etc/os-release")
+# Debian 13's package has no check of the expiry.
+OF_PROFTPDS_OWN_CHECK = LET_IN if IS_DEBIAN_13 else REFUSED
 
 
 def setUpModule():
@@ -183,11 +186,24 @@ class ProftpdTest(AccessTest):
 
     def test_with_the_systems_accounts(self):
         self.configure("AuthOrder mod_auth_unix.c")
-        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+        self.assertSaid(OF_PROFTPDS_OWN_CHECK, "ProFTPD", self.by_ftp)
 
     def test_with_pam(self):
         self.configure("AuthOrder mod_auth_pam.c* mod_auth_unix.c")
         self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+
+    def test_with_pam_that_has_not_the_last_word(self):
+        self.configure("AuthOrder mod_auth_pam.c mod_auth_unix.c")
+        self.assertSaid(OF_PROFTPDS_OWN_CHECK, "ProFTPD", self.by_ftp)
+
+    def test_with_pam_as_the_second(self):
+        self.configure("AuthOrder mod_auth_unix.c mod_auth_pam.c*")
+        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+
+    def test_with_pam_as_the_second_whose_rules_let_pass(self):
+        self.rules("proftpd", OPEN_RULES)
+        self.configure("AuthOrder mod_auth_unix.c mod_auth_pam.c")
+        self.assertSaid(LET_IN, "ProFTPD", self.by_ftp)
 
     def test_with_rules_that_let_pass(self):
         self.rules("proftpd", OPEN_RULES)
@@ -201,7 +217,7 @@ class ProftpdTest(AccessTest):
 
     def test_as_shipped(self):
         self.configure()
-        self.assertSaid(REFUSED, "ProFTPD", self.by_ftp)
+        self.assertSaid(OF_PROFTPDS_OWN_CHECK, "ProFTPD", self.by_ftp)
 
     def test_as_shipped_with_rules_that_let_pass(self):
         self.rules("proftpd", OPEN_RULES)
@@ -262,9 +278,20 @@ class LoginTest(AccessTest):
         self.assertSaid(REFUSED, "Telnet", self.by_prompt)
 
     def test_telnet_with_rules_that_let_pass(self):
-        self.rules("login", OPEN_RULES)
+        for service in ("login", "remote"):
+            self.rules(service, OPEN_RULES)
         self.serve(Telnetd())
         self.assertSaid(LET_IN, "Telnet", self.by_prompt)
+
+    def test_telnet_with_rules_of_the_console_that_let_pass(self):
+        self.rules("login", OPEN_RULES)
+        self.serve(Telnetd())
+        done = listing.run("disable", "--yes", "alice")
+        # Debian 13's login has rules of their own for those who come from elsewhere.
+        expected = REFUSED if IS_DEBIAN_13 else LET_IN
+        self.assertEqual(expected, said_of("Telnet", done), done.stdout + done.stderr)
+        self.assertEqual(expected, LET_IN if self.by_prompt() else REFUSED)
+        self.assertEqual(LET_IN, said_of("the console", done), done.stdout + done.stderr)
 
     def test_the_console(self):
         self.assertSaid(REFUSED, "the console", lambda: self.by_prompt("/bin/login"))

@@ -1,11 +1,11 @@
-// Telnet and the console, both through login.
+// Telnet and the console, both through the program login.
 #include "sdk/access/services.h"
 
 namespace zevo::access {
 namespace {
 
-// The PAM service that login asks about those who come from elsewhere: util-linux's, as in Debian
-// 13, has one of its own for them; shadow's, as in Debian 12, does not know the option.
+// The PAM service of remote logins. The login of util-linux, as in Debian 13, has a separate one;
+// that of shadow, as in Debian 12, does not know the option.
 const char* remoteService(const Server& server) {
   std::string cause;
   const auto version = server.ask({"/bin/login", "--version"}, &cause);

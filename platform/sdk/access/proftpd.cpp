@@ -11,6 +11,8 @@ namespace {
 constexpr const char* kProftpd = "proftpd";
 constexpr const char* kProftpdFile = "/etc/proftpd/proftpd.conf";
 constexpr int kDeepestProftpdInclude = 8;
+constexpr const char* kPamModule = "mod_auth_pam.c";
+constexpr const char* kUnixModule = "mod_auth_unix.c";
 
 // Directives for users from another source, and the modules that read them.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kOtherUsers = {
@@ -23,6 +25,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 5> kOtherUse
 // The settings of the files, wherever they occur.
 struct ProftpdSettings {
   std::vector<std::string> order;  // modules of AuthOrder
+  bool isPamFinal = false;         // mod_auth_pam.c* : no other module is asked after PAM refuses
   bool hasVirtualHosts = false;    // in which the order and other settings may differ
   bool isPamOff = false;
   std::vector<std::string> pam;                                 // services
@@ -89,7 +92,8 @@ class ProftpdReader {
   void takeOrder(const std::vector<std::string>& words) {
     for (auto word = words.begin() + 1; word != words.end(); ++word) {
       std::string module = unquoted(*word);
-      std::erase(module, '*');
+      const bool isFinal = std::erase(module, '*') > 0;
+      if (module == kPamModule) settings_.isPamFinal = isFinal;
       settings_.order.push_back(module);
     }
   }
@@ -105,28 +109,63 @@ class ProftpdReader {
   std::string cause_;
 };
 
-std::size_t placeIn(const std::vector<std::string>& order, std::string_view module) {
-  return static_cast<std::size_t>(std::find(order.begin(), order.end(), module) - order.begin());
+bool isAsked(const ProftpdSettings& settings, std::string_view module) {
+  const std::vector<std::string>& order = settings.order;
+  return order.empty() || settings.hasVirtualHosts ||
+         std::find(order.begin(), order.end(), module) != order.end();
+}
+
+// The value of a line NAME=value of os-release(5); empty if there is none.
+std::string systemsValue(const Server& server, const std::string& name) {
+  std::string cause;
+  auto text = server.read("/etc/os-release", &cause);
+  if (!text) text = server.read("/usr/lib/os-release", &cause);
+  for (const std::string& line : linesOf(text.value_or(""))) {
+    if (line.starts_with(name + "=")) return unquoted(line.substr(name.size() + 1));
+  }
+  return {};
+}
+
+// What mod_auth_unix.c does with an expired account. Its check of the expiry is left out if the
+// machine that built it had no /etc/shadow, as in Debian 13's package. The program does not show
+// this, so the answer is known only for systems whose package is known.
+ServiceAccess judgeOwnCheck(const Server& server) {
+  const bool isDebian = systemsValue(server, "ID") == "debian";
+  const std::string release = isDebian ? systemsValue(server, "VERSION_ID") : std::string();
+  if (release == "12") return refused(kProftpd, "own-check");
+  if (release == "13") {
+    return {kProftpd, Access::kLetIn, "expiry-ignored", "ask-pam-alone", {{"cause", kUnixModule}}};
+  }
+  return unknown(kProftpd, "other-check", "try-login", kUnixModule);
+}
+
+std::vector<ServiceAccess> judgePam(const Server& server, const ProftpdSettings& settings) {
+  if (settings.pam.empty()) return {server.askPam(kProftpd, kProftpd)};
+  std::vector<ServiceAccess> services;
+  for (const std::string& pam : settings.pam) services.push_back(server.askPam(kProftpd, pam));
+  return {worstOf(services)};
+}
+
+// What PAM and mod_auth_unix.c together do with an expired account: one result if that is known,
+// otherwise the result of each; none if neither is asked.
+std::vector<ServiceAccess> judgeSystemsAccounts(const Server& server,
+                                                const ProftpdSettings& settings) {
+  std::vector<ServiceAccess> checks;
+  const bool isPamAsked =
+      isAsked(settings, kPamModule) && (!settings.isPamOff || settings.hasVirtualHosts);
+  if (isPamAsked) checks = judgePam(server, settings);
+  const bool isPamFinal = isPamAsked && settings.isPamFinal && !settings.hasVirtualHosts;
+  if (isPamFinal || !isAsked(settings, kUnixModule)) return checks;
+  checks.push_back(judgeOwnCheck(server));
+  // PAM is asked first, whatever its place in the order. A user accepted by PAM is logged in; one
+  // refused by PAM is checked again.
+  return settings.hasVirtualHosts ? checks : std::vector<ServiceAccess>{worstOf(checks)};
 }
 
 ServiceAccess judgeSettings(const Server& server, const ProftpdSettings& settings) {
-  const auto isAsked = [&](std::string_view module) {
-    return settings.order.empty() || settings.hasVirtualHosts ||
-           placeIn(settings.order, module) < settings.order.size();
-  };
-  std::vector<ServiceAccess> checks;
-  if (isAsked("mod_auth_pam.c") && (!settings.isPamOff || settings.hasVirtualHosts)) {
-    std::vector<ServiceAccess> services;
-    for (const std::string& pam : settings.pam) services.push_back(server.askPam(kProftpd, pam));
-    checks.push_back(services.empty() ? server.askPam(kProftpd, kProftpd) : worstOf(services));
-  }
-  // A user accepted by PAM is logged in; a user refused by PAM is refused by the other check too.
-  const bool isPamFirst =
-      !checks.empty() && !settings.hasVirtualHosts &&
-      placeIn(settings.order, "mod_auth_pam.c") <= placeIn(settings.order, "mod_auth_unix.c");
-  if (isAsked("mod_auth_unix.c") && !isPamFirst) checks.push_back(refused(kProftpd, "own-check"));
+  std::vector<ServiceAccess> checks = judgeSystemsAccounts(server, settings);
   for (const auto& [directive, module] : settings.otherUsers) {
-    if (!isAsked(module)) continue;
+    if (!isAsked(settings, module)) continue;
     checks.push_back(unknown(kProftpd, "own-users", "remove-own-user", directive));
   }
   if (checks.empty()) return unknown(kProftpd, "other-check", "try-login", "AuthOrder");

@@ -42,6 +42,17 @@ TEST(AccessReport, NamesWhatLetsInWithReasonAndRemedy) {
   EXPECT_TRUE(isLetIn(account(kProftpd + "," + kSamba)));
 }
 
+TEST(AccessReport, NamesAnOwnCheckThatOverlooksTheExpiry) {
+  const std::string own = R"({"service":"proftpd","access":"let_in","reason":"expiry-ignored",)"
+                          R"("remedy":"ask-pam-alone","values":{"cause":"mod_auth_unix.c"}})";
+  EXPECT_EQ(
+      accessLines(account(own), Tense::kPresent),
+      (Lines{
+          "ProFTPD still lets alice in: its module mod_auth_unix.c accepts expired accounts; set "
+          "\"AuthOrder mod_auth_pam.c* mod_auth_unix.c\" in its configuration and restart "
+          "it"}));
+}
+
 TEST(AccessReport, SaysBeforehandWhatWillBe) {
   EXPECT_EQ(accessLines(account(kSamba), Tense::kFuture),
             (Lines{"Samba will still let alice in: it checks only its own database; disable it "

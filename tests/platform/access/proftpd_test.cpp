@@ -5,6 +5,10 @@ namespace {
 
 class ProftpdTest : public ServicesTest {
  protected:
+  ProftpdTest() { runOn("debian", "12"); }
+  void runOn(const std::string& system, const std::string& release) {
+    tree.file("etc/os-release", "NAME=x\nVERSION_ID=\"" + release + "\"\nID=" + system + "\n");
+  }
   Result access(const std::string& configuration) {
     install("usr/sbin/proftpd");
     tree.file("etc/proftpd/proftpd.conf", configuration);
@@ -21,23 +25,50 @@ TEST_F(ProftpdTest, LooksAtTheExpiryItself) {
   EXPECT_EQ(access("AuthPAM off\n"), refused("proftpd", "own-check"));
 }
 
+TEST_F(ProftpdTest, DoesNotOnDebian13) {
+  runOn("debian", "13");
+  const Result letIn = ServiceAccess{
+      "proftpd", Access::kLetIn, "expiry-ignored", "ask-pam-alone", {{"cause", "mod_auth_unix.c"}}};
+  for (const char* order : {"AuthOrder mod_auth_unix.c\n", "AuthPAM off\n", "# the usual order\n",
+                            "AuthOrder mod_auth_pam.c mod_auth_unix.c\n"})
+    EXPECT_EQ(access(order), letIn) << order;
+}
+
+TEST_F(ProftpdTest, ThereWhatPamRefusesForGoodIsRefused) {
+  runOn("debian", "13");
+  const std::string order = "AuthOrder mod_auth_pam.c* mod_auth_unix.c\n";
+  EXPECT_EQ(access(order), refusedByRules("proftpd", "proftpd"));
+  EXPECT_EQ(access("AuthOrder mod_auth_unix.c mod_auth_pam.c*\n"),
+            refusedByRules("proftpd", "proftpd"));
+  EXPECT_EQ(access(order + "AuthPAMConfig open\n"), passedByRules("proftpd", "open"));
+  const Result onHost = access(order + "<VirtualHost 10.0.0.1>\n");
+  ASSERT_TRUE(onHost);
+  EXPECT_EQ(onHost->access, Access::kUnknown);
+}
+
+TEST_F(ProftpdTest, WhetherItDoesElsewhereIsNotKnown) {
+  const Result notKnown = unknown("proftpd", "other-check", "try-login", "mod_auth_unix.c");
+  for (const auto& [system, release] : {std::pair{"debian", "14"}, {"another", "12"}}) {
+    runOn(system, release);
+    EXPECT_EQ(access("AuthOrder mod_auth_unix.c\n"), notKnown) << system;
+    EXPECT_EQ(access("AuthOrder mod_auth_pam.c*\n"), refusedByRules("proftpd", "proftpd"));
+  }
+  std::filesystem::remove(tree.folder() + "/etc/os-release");
+  EXPECT_EQ(access("AuthOrder mod_auth_unix.c\n"), notKnown);
+}
+
 TEST_F(ProftpdTest, AsksItsPamService) {
   EXPECT_EQ(access("AuthOrder mod_auth_pam.c*\n"), refusedByRules("proftpd", "proftpd"));
   EXPECT_EQ(access("AuthOrder mod_auth_pam.c\nAuthPAMConfig open\n"),
             passedByRules("proftpd", "open"));
 }
 
-TEST_F(ProftpdTest, WhomPamLetsInFirstIsIn) {
+TEST_F(ProftpdTest, WhomPamLetsInIsIn) {
   EXPECT_EQ(access("AuthPAMConfig open # the usual order\n"), passedByRules("proftpd", "open"));
   EXPECT_EQ(access("AuthOrder mod_auth_pam.c* mod_auth_unix.c\nAuthPAMConfig open\n"),
             passedByRules("proftpd", "open"));
-}
-
-TEST_F(ProftpdTest, WhereItsChecksDifferItIsUnknown) {
-  const Result result = access("AuthOrder mod_auth_unix.c mod_auth_pam.c\nAuthPAMConfig open\n");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->access, Access::kUnknown);
-  EXPECT_EQ(result->reason, "rules-pass");
+  EXPECT_EQ(access("AuthOrder mod_auth_unix.c mod_auth_pam.c\nAuthPAMConfig open\n"),
+            passedByRules("proftpd", "open"));
 }
 
 TEST_F(ProftpdTest, UsersOfItsOwnAreUnknown) {
