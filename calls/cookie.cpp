@@ -1,7 +1,6 @@
 #include "calls/cookie.h"
 
-#include <algorithm>
-
+#include "base/text.h"
 #include "host/login_token.h"
 
 namespace calls {
@@ -24,8 +23,7 @@ std::optional<std::string> cookieToken(std::string_view header, bool tls) {
   const std::string prefix = cookieName(tls) + "=";
   std::optional<std::string> token;
   while (!header.empty()) {
-    std::string_view pair = header.substr(0, header.find(';'));
-    header.remove_prefix(std::min(pair.size() + 1, header.size()));
+    std::string_view pair = zevo::takeUntil(';', header);
     while (pair.starts_with(' ')) pair.remove_prefix(1);
     if (!pair.starts_with(prefix)) continue;
     if (token) return std::nullopt;

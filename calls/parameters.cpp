@@ -71,8 +71,7 @@ bool addPair(std::string_view pair, Json::Value& parameters) {
 std::optional<Json::Value> queryParameters(std::string_view query) {
   Json::Value parameters(Json::objectValue);
   while (!query.empty()) {
-    const std::string_view pair = query.substr(0, query.find('&'));
-    query.remove_prefix(std::min(pair.size() + 1, query.size()));
+    const std::string_view pair = zevo::takeUntil('&', query);
     if (!pair.empty() && !addPair(pair, parameters)) return std::nullopt;
   }
   return parameters;

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/numbers.h"
+#include "base/text.h"
 
 namespace calls {
 namespace {
@@ -45,20 +46,14 @@ bool contains(const std::array<std::string_view, kSize>& names, std::string_view
   return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-std::string_view takeSegment(std::string_view& path) {
-  const std::string_view segment = path.substr(0, path.find('/'));
-  path.remove_prefix(std::min(segment.size() + 1, path.size()));
-  return segment;
-}
-
 std::optional<std::int64_t> versionOf(std::string_view text) {
   const auto version = zevo::parseNumber<std::int64_t>(text);
   return version && std::to_string(*version) == text ? version : std::nullopt;
 }
 
 Route methodRoute(std::string_view path, const Modules& modules) {
-  const std::string_view api = takeSegment(path);
-  const auto version = versionOf(takeSegment(path));
+  const std::string_view api = zevo::takeUntil('/', path);
+  const auto version = versionOf(zevo::takeUntil('/', path));
   const ApiHandler handler = version ? modules.find(api, *version, path) : nullptr;
   if (handler == nullptr) return {};
   const bool reads = contains(kReadingMethods, path);

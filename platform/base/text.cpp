@@ -64,6 +64,12 @@ bool isShown(std::uint32_t codePoint) {
 
 }  // namespace
 
+std::string_view takeUntil(char mark, std::string_view& rest) {
+  const std::string_view part = rest.substr(0, rest.find(mark));
+  rest.remove_prefix(std::min(part.size() + 1, rest.size()));
+  return part;
+}
+
 bool validUtf8(std::string_view text) {
   while (!text.empty()) {
     const Character character = firstCharacter(text);

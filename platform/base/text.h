@@ -7,6 +7,10 @@
 
 namespace zevo {
 
+// Removes the text before the first `mark`, and the mark, from `rest`; all of it where there is
+// none.
+std::string_view takeUntil(char mark, std::string_view& rest);
+
 // Whether `text` is well-formed UTF-8: no overlong forms, surrogates or code points above U+10FFFF.
 // NUL is allowed.
 [[nodiscard]] bool validUtf8(std::string_view text);

@@ -30,11 +30,7 @@ std::string failure(const SambaTool& tool, const std::string& why) {
 
 std::vector<std::string_view> linesOf(std::string_view text) {
   std::vector<std::string_view> lines;
-  while (!text.empty()) {
-    const std::size_t end = text.find('\n');
-    lines.push_back(text.substr(0, end));
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-  }
+  while (!text.empty()) lines.push_back(takeUntil('\n', text));
   return lines;
 }
 

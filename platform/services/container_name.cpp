@@ -4,6 +4,8 @@
 #include <array>
 #include <charconv>
 
+#include "base/text.h"
+
 namespace zevo::connections {
 namespace {
 
@@ -102,11 +104,9 @@ std::optional<std::string> nameIn(std::string_view path) {
   std::optional<std::string> innermost;
   std::string_view folder;
   while (!path.empty()) {
-    const std::size_t length = path.find('/');
-    const std::string_view component = path.substr(0, length);
+    const std::string_view component = takeUntil('/', path);
     if (auto name = nameOf(folder, component)) innermost = std::move(name);
     folder = component;
-    path.remove_prefix(length == std::string_view::npos ? path.size() : length + 1);
   }
   return innermost;
 }

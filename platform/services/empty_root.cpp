@@ -1,12 +1,12 @@
 #include "services/empty_root.h"
 
-#include <algorithm>
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
 #include <sys/stat.h>
 
 #include "base/file_descriptor.h"
+#include "base/text.h"
 
 namespace zevo::connections {
 namespace {
@@ -29,21 +29,14 @@ bool isKernelsMountOf(const Sources& sources, const Process& process, std::uint6
   return false;
 }
 
-// Removes the next word from `line`.
-std::string_view nextWord(std::string_view& line) {
-  const std::string_view word = line.substr(0, line.find(' '));
-  line.remove_prefix(std::min(word.size() + 1, line.size()));
-  return word;
-}
-
 // The type in "36 35 98:0 /mnt1 /mnt2 rw,noatime master:1 - ext3 /dev/root rw", of which what
 // follows the sixth word may be missing.
 std::string_view typeIn(std::string_view line) {
   constexpr int kBeforeOptional = 6;
-  for (int i = 0; i < kBeforeOptional; ++i) nextWord(line);
-  while (!line.empty() && nextWord(line) != "-") {
+  for (int i = 0; i < kBeforeOptional; ++i) takeUntil(' ', line);
+  while (!line.empty() && takeUntil(' ', line) != "-") {
   }
-  return nextWord(line);
+  return takeUntil(' ', line);
 }
 
 }  // namespace
@@ -51,8 +44,7 @@ std::string_view typeIn(std::string_view line) {
 bool isKernelsMount(std::string_view mounts, std::uint64_t id) {
   const std::string begin = std::to_string(id) + " ";
   while (!mounts.empty()) {
-    const std::string_view line = mounts.substr(0, mounts.find('\n'));
-    mounts.remove_prefix(std::min(line.size() + 1, mounts.size()));
+    const std::string_view line = takeUntil('\n', mounts);
     if (!line.starts_with(begin)) continue;
     const std::string_view type = typeIn(line);
     return !type.empty() && !type.starts_with("fuse");

@@ -7,6 +7,7 @@
 #include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
+#include "base/text.h"
 #include "services/address.h"
 
 namespace zevo::connections {
@@ -17,11 +18,10 @@ constexpr std::size_t kFileLimit = 64UL * 1024;  // one has about twenty short l
 // The value of the first line "KEY=value"; empty if there is none.
 std::string_view valueOf(std::string_view text, std::string_view key) {
   while (!text.empty()) {
-    const std::string_view line = text.substr(0, text.find('\n'));
+    const std::string_view line = takeUntil('\n', text);
     if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) {
       return line.substr(key.size() + 1);
     }
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
   }
   return {};
 }

@@ -10,6 +10,7 @@
 #include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
+#include "base/text.h"
 #include "services/address.h"
 #include "services/boot_clock.h"
 
@@ -19,18 +20,11 @@ namespace {
 constexpr std::size_t kInfoLimit = 64UL * 1024;
 constexpr std::size_t kTableLimit = 16UL * 1024 * 1024;  // some 200,000 mounts
 
-std::string_view takeLine(std::string_view& rest) {
-  const std::size_t length = rest.find('\n');
-  const std::string_view line = rest.substr(0, length);
-  rest.remove_prefix(length == std::string_view::npos ? rest.size() : length + 1);
-  return line;
-}
-
 // The text after `key` on the first line that begins with it. The kernel escapes line breaks in the
 // client's strings.
 std::optional<std::string_view> valueAfter(std::string_view text, std::string_view key) {
   while (!text.empty()) {
-    std::string_view line = takeLine(text);
+    std::string_view line = takeUntil('\n', text);
     if (!line.starts_with(key)) continue;
     line.remove_prefix(key.size());
     return line;
@@ -115,7 +109,7 @@ Result<void> readNfsClients(const Paths& paths, std::vector<NfsClient>* clients)
 std::vector<NfsMount> parseRmtab(std::string_view table) {
   std::vector<NfsMount> mounts;
   while (!table.empty()) {
-    auto mount = parseMount(takeLine(table));
+    auto mount = parseMount(takeUntil('\n', table));
     if (mount) mounts.push_back(std::move(*mount));
   }
   return mounts;

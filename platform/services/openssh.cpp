@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "base/text.h"
 #include "services/account_name.h"
 #include "services/client_sockets.h"
 #include "services/containers.h"
@@ -187,11 +188,7 @@ Result<void> readBelow(const Sources& sources, const Session& session, Below* be
 std::vector<std::string> describe(const Session& session, const Below& below) {
   std::vector<std::string> uses;
   std::string_view rest = session.use == kNoTerminal ? std::string_view() : session.use;
-  while (!rest.empty()) {
-    const std::size_t comma = rest.find(',');
-    uses.emplace_back(rest.substr(0, comma));
-    rest.remove_prefix(comma == std::string_view::npos ? rest.size() : comma + 1);
-  }
+  while (!rest.empty()) uses.emplace_back(takeUntil(',', rest));
   const bool hasSftp = below.hasExternalSftp || !below.internalSftp.empty();
   if (uses.empty() && (below.hasOther || !hasSftp)) uses.emplace_back("no terminal");
   if (uses.empty() && !below.internalSftp.empty()) uses.emplace_back("SFTP");

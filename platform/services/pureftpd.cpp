@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "services/containers.h"
 #include "services/served_client.h"
 
@@ -69,9 +70,7 @@ std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
   std::map<pid_t, std::string> accounts;
   std::set<pid_t> repeated;
   while (!output.empty()) {
-    const std::size_t length = output.find('\n');
-    std::string_view line = output.substr(0, length);
-    output.remove_prefix(length == std::string_view::npos ? output.size() : length + 1);
+    std::string_view line = takeUntil('\n', output);
     const std::string digits = takeField(line);
     std::string account = takeField(line);
     const auto pid = parseNumber<pid_t>(digits);

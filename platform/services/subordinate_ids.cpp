@@ -5,19 +5,13 @@
 
 #include "base/numbers.h"
 #include "base/read_file.h"
+#include "base/text.h"
 #include "services/account_name.h"
 
 namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kFileLimit = 16UL * 1024 * 1024;  // some 600,000 accounts
-
-// Removes the text before `mark`, and the mark, from `rest`.
-std::string_view nextPart(std::string_view& rest, char mark) {
-  const std::string_view part = rest.substr(0, rest.find(mark));
-  rest.remove_prefix(std::min(rest.size(), part.size() + 1));
-  return part;
-}
 
 std::optional<uid_t> idOf(const std::string& account) {
   if (const auto number = parseNumber<uid_t>(account)) return number;
@@ -33,9 +27,9 @@ std::vector<SubordinateIds::Range> SubordinateIds::read(const std::string& path)
   std::string text;
   if (readFile(path, kFileLimit, &text)) return ranges;
   for (std::string_view rest = text; !rest.empty();) {
-    std::string_view line = nextPart(rest, '\n');
-    const std::string_view account = nextPart(line, ':');
-    const auto first = parseNumber<std::uint32_t>(nextPart(line, ':'));
+    std::string_view line = takeUntil('\n', rest);
+    const std::string_view account = takeUntil(':', line);
+    const auto first = parseNumber<std::uint32_t>(takeUntil(':', line));
     const auto count = parseNumber<std::uint32_t>(line);
     if (first && count) ranges.push_back({std::string(account), *first, *count});
   }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/numbers.h"
+#include "base/text.h"
 
 namespace zevo::connections {
 namespace {
@@ -70,9 +71,7 @@ std::optional<Socket> parseLine(std::string_view line) {
 std::vector<Socket> parseTcpText(std::string_view text) {
   std::vector<Socket> sockets;
   while (!text.empty()) {
-    const std::size_t length = text.find('\n');
-    if (const auto socket = parseLine(text.substr(0, length))) sockets.push_back(*socket);
-    text.remove_prefix(length == std::string_view::npos ? text.size() : length + 1);
+    if (const auto socket = parseLine(takeUntil('\n', text))) sockets.push_back(*socket);
   }
   return sockets;
 }

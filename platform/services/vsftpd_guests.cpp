@@ -3,19 +3,12 @@
 #include <strings.h>
 
 #include "base/read_file.h"
+#include "base/text.h"
 
 namespace zevo::connections {
 namespace {
 
 constexpr std::size_t kFileLimit = 1024UL * 1024;
-
-// Removes the text up to the next `separator` from `rest`.
-std::string_view take(std::string_view& rest, char separator) {
-  const std::size_t length = rest.find(separator);
-  const std::string_view part = rest.substr(0, length);
-  rest.remove_prefix(length == std::string_view::npos ? rest.size() : length + 1);
-  return part;
-}
 
 bool isYes(const std::string& value) {
   return ::strcasecmp(value.c_str(), "YES") == 0 || ::strcasecmp(value.c_str(), "TRUE") == 0 ||
@@ -23,7 +16,7 @@ bool isYes(const std::string& value) {
 }
 
 void takeSetting(std::string_view line, VsftpdGuests& guests) {
-  const std::string_view key = take(line, '=');
+  const std::string_view key = takeUntil('=', line);
   const std::string value(line.substr(0, line.find_last_not_of(" \t\r") + 1));
   if (key == "guest_enable") guests.areServed = isYes(value);
   if (key == "guest_username") guests.account = value;
@@ -40,7 +33,7 @@ void takeFile(const std::string& path, VsftpdGuests& guests) {
 }  // namespace
 
 void takeSettings(std::string_view text, VsftpdGuests& guests) {
-  while (!text.empty()) takeSetting(take(text, '\n'), guests);
+  while (!text.empty()) takeSetting(takeUntil('\n', text), guests);
 }
 
 VsftpdGuests readGuests(std::string_view arguments, const std::string& standardFile) {
@@ -48,9 +41,9 @@ VsftpdGuests readGuests(std::string_view arguments, const std::string& standardF
   VsftpdGuests guests;
   bool hasFile = false;
   std::string options;
-  take(arguments, ' ');  // the program
+  takeUntil(' ', arguments);  // the program
   while (!arguments.empty()) {
-    const std::string_view argument = take(arguments, ' ');
+    const std::string_view argument = takeUntil(' ', arguments);
     if (argument.starts_with(kOption)) options.append(argument.substr(kOption.size())) += '\n';
     if (!argument.starts_with('/')) continue;
     takeFile(std::string(argument), guests);

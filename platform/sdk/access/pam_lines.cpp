@@ -7,6 +7,7 @@
 
 #include "base/numbers.h"
 #include "base/read_file.h"
+#include "base/text.h"
 #include "sdk/access/words.h"
 
 namespace zevo::access {
@@ -63,9 +64,7 @@ std::string takeWord(std::string_view& rest) {
 std::vector<std::string> logicalLines(std::string_view text) {
   std::vector<std::string> lines(1);
   while (!text.empty()) {
-    const std::size_t end = text.find('\n');
-    std::string_view line = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    std::string_view line = takeUntil('\n', text);
     line = line.substr(0, line.find('#'));
     line = line.substr(0, line.find_last_not_of(kPamBlanks) + 1);
     const bool goesOn = line.ends_with('\\');

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/text.h"
+
 namespace zevo::access {
 namespace {
 
@@ -25,11 +27,7 @@ std::vector<std::string> wordsOf(std::string_view text) {
 
 std::vector<std::string> linesOf(std::string_view text) {
   std::vector<std::string> lines;
-  while (!text.empty()) {
-    const std::size_t end = std::min(text.find('\n'), text.size());
-    lines.emplace_back(trimmed(text.substr(0, end)));
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
+  while (!text.empty()) lines.emplace_back(trimmed(takeUntil('\n', text)));
   return lines;
 }
 
