@@ -1,4 +1,4 @@
-// Connections as the listing methods answer them, and as clients send them back.
+// Connections in the answers of the listing methods, and in requests of clients.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 
 namespace calls::enforce {
 
-// One row of a list. Texts are the services' own: they may hold anything, and may be empty.
+// One row of a list. Texts come from the services: they may contain anything and may be empty.
 struct Connection {
   std::string time;
   std::string who;
@@ -26,14 +26,14 @@ struct Connection {
   bool operator==(const Connection&) const = default;
 };
 
-// Web logins have numbers of their own instead of processes.
+// Web logins have their own numbers instead of processes.
 bool isWebLogin(const Connection& connection);
 bool hasProcess(const Connection& connection);
 
-// Whether both are of the same user, address and service.
+// Whether both have the same user, address and service.
 bool isOfSameClient(const Connection& a, const Connection& b);
-// Whether both are the same row of a list: what it is used for and since when may change, and the
-// number of a web login that stands for several.
+// Whether both are the same row of a list: resource and time may change, and so may the number of a
+// web login that represents several.
 bool isSameRow(const Connection& a, const Connection& b);
 
 // Whether what `warning` tells of may concern a connection of the service `type`.
@@ -41,24 +41,24 @@ bool isAbout(const zevo::ReadNote& warning, const std::string& type);
 
 // Its eight members.
 Json::Value asJson(const Connection& connection);
-// The four by which a client names it.
+// The four members by which a client identifies it.
 Json::Value nameOf(const Connection& connection);
-// A row of a list; nothing where a member is missing or of another type.
+// A row of a list; nothing if a member is missing or has another type.
 std::optional<Connection> listedConnection(const Json::Value& item);
-// One that a client names: "who", "from", "type" and "pid" have to be there.
+// A connection in a request: "who", "from", "type" and "pid" are required.
 std::optional<Connection> namedConnection(const Json::Value& item);
 
 // One page of a list.
 struct Page {
   int total = 0;  // connections on all pages
   std::vector<Connection> connections;
-  std::string systime;  // the server's local time in words, without a line break
-  std::vector<zevo::ReadNote> warnings = {};  // what the list may lack; no part of its JSON text
+  std::string systime;  // the server's local time as text, without a line break
+  std::vector<zevo::ReadNote> warnings = {};  // what the list may lack; not in its JSON text
 
   bool operator==(const Page&) const = default;
 };
 
-// Reads the result of a listing method from its JSON text; nothing where it is none.
+// Parses the JSON text of a listing method's result; nothing if it is not one.
 std::optional<Page> parsePage(const std::string& json);
 
 }  // namespace calls::enforce

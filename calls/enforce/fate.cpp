@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kUnknownUser = "unknown";
 
-// A process by its pid, whoever it serves by now.
+// A process by its pid, regardless of whom it serves now.
 bool isOfSameServer(const Connection& a, const Connection& b) {
   return hasProcess(a) ? a.type == b.type && a.pid == b.pid : isOfSameClient(a, b);
 }
@@ -60,7 +60,7 @@ class Comparison {
  private:
   using Places = std::vector<std::size_t>;
 
-  // The first of `places` that `fits` and accounts for nothing yet.
+  // The first of `places` that `fits` and is not used yet.
   template <typename Fits>
   const Connection* take(const Places& places, Fits fits) {
     for (const std::size_t i : places) {
@@ -149,7 +149,7 @@ class Comparison {
     });
   }
 
-  // Whether it may be among those that came without a name.
+  // Whether it may be one of those without a name.
   [[nodiscard]] bool mayBeUntold(const Connection& before) {
     const bool isUntold =
         std::any_of(now_.warnings.begin(), now_.warnings.end(), [&](const auto& warning) {
@@ -205,7 +205,7 @@ Json::Value unknownFates(const Attempt& attempt, const zevo::Error& error) {
 }  // namespace
 
 std::string beginOfAttempt() {
-  // Both the start of the system and that of the process since then are told in whole seconds.
+  // The start of the system and the process's start since then are both in whole seconds.
   constexpr std::time_t kRounding = 2;
   return zevo::localTimeText(std::time(nullptr) - kRounding);
 }

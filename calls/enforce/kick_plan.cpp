@@ -15,8 +15,8 @@ bool contains(const Values& values, const Value& value) {
   return std::find(values.begin(), values.end(), value) != values.end();
 }
 
-// Both as addresses where both are, so that every way to write one means the same. The interface of
-// a link-local one counts.
+// Compared as addresses if both are, so that all notations are equal. The interface of a link-local
+// one counts.
 bool isSameAddress(const std::string& a, const std::string& b) {
   if (a == b) return true;
   const bool isLinkLocal = a.find('%') != std::string::npos || b.find('%') != std::string::npos;
@@ -86,7 +86,7 @@ class Plan {
       if (user == row.who || view_.users.contains(user)) continue;
       effects.append(reason("same_process"))["user"] = user;
     }
-    // An SFTP server that sshd runs itself ends with the process of its connection.
+    // sshd's internal SFTP server ends with the process of its connection.
     const auto sftp = row.type == "SSH" ? sftp_.find(row.pid) : sftp_.end();
     if (sftp != sftp_.end()) {
       for (const Connection* below : sftp->second)

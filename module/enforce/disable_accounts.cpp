@@ -13,10 +13,10 @@ namespace {
 enum AccountLine : int { kAccountEnterLine = 360, kAccountLeaveLine = 362 };
 
 constexpr int kNameListSize = 512;
-// The second day of 1970: expired for every clock.
+// The second day of 1970: expired by any clock.
 constexpr long kExpiryDay = 1;
 
-// An array of pointers from calloc, each given back by `kRelease`.
+// An array of pointers from calloc, each released by `kRelease`.
 template <typename Item, void (*kRelease)(Item*)>
 class PointerArray {
  public:
@@ -69,7 +69,7 @@ bool noSuchUser() {
 
 bool prepare(const std::string& name, NameList& names, UserRecord** user, VLIBUserShadow** shadow) {
   if (VLIBCSzListPush(&names.list, name.c_str()) < 0) return false;
-  // As C text a name with a NUL in it would be another account, perhaps the caller's own.
+  // As a C string, a name with a NUL in it would be another account, perhaps the caller's own.
   if (name.find('\0') != std::string::npos) return noSuchUser();
   if (ZEVOUserGet(name.c_str(), user) < 0) return false;
   if (*user == nullptr) return noSuchUser();

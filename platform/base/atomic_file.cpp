@@ -41,7 +41,7 @@ FileOperations& FileOperations::system() {
 
 namespace {
 
-// Leftovers are removed by this mark, so it is one that nobody else gives.
+// Leftovers are found by this mark, so nobody else may use it.
 constexpr std::string_view kMark = ".currentconn-new-";
 constexpr std::string_view kRandom = "XXXXXX";
 
@@ -51,7 +51,7 @@ std::string folderOf(const std::string& path) {
   return slash == 0 ? "/" : path.substr(0, slash);
 }
 
-// A temporary file that goes with its owner unless it was renamed away.
+// A temporary file that is removed by the destructor unless it was renamed.
 class Temporary {
  public:
   explicit Temporary(const std::string& target)
@@ -78,7 +78,7 @@ bool describesContent(std::string_view attribute) {
   return attribute == "security.ima" || attribute == "security.evm";
 }
 
-// Attributes that the kernel's security modules give to each new file by themselves.
+// Attributes that the kernel's security modules set on each new file.
 bool isLabel(std::string_view attribute) {
   return attribute == "security.selinux" || attribute.starts_with("security.SMACK64");
 }
@@ -97,8 +97,8 @@ bool copyAttribute(FileOperations& operations, int from, int to, const char* nam
   if (attributeOf(to, name) == value) return true;
   if (operations.fsetxattr(to, name, value->data(), value->size()) == 0) return true;
   const int error = errno;
-  // Without its module nothing labels files, and setting a label takes rights that a confined
-  // process lacks. A label that differs is the module's decision, which must not stand.
+  // Without its module nothing labels files, and setting a label needs rights that a confined
+  // process lacks. A label that differs was set by the module and must not remain.
   const bool isInactive = (error == EPERM || error == ENOTSUP) && !attributeOf(to, name);
   errno = error;
   return isInactive && isLabel(name);
@@ -131,7 +131,7 @@ std::optional<FileFailure> makeLike(FileOperations& operations, const FileDescri
                                     const std::string& target, const Temporary& made) {
   struct stat status {};
   if (::fstat(old.get(), &status) != 0) return FileFailure{"read", target, errno};
-  // The owner first: a change of owner clears bits of the mode.
+  // The owner first: changing the owner clears bits of the mode.
   if (operations.fchown(made.file(), status.st_uid, status.st_gid) != 0) {
     return FileFailure{"set the owner of", made.path(), errno};
   }
@@ -185,8 +185,8 @@ std::optional<FileFailure> replaceFile(const std::string& target,
   if (operations.fsync(temporary.file()) != 0) return failed("write");
   if (operations.rename(temporary.path().c_str(), target.c_str()) != 0) return failed("rename");
   temporary.setRenamed();
-  // The new file is in place: whether a crash now brings the old one back is all that this decides,
-  // so a folder that cannot be synchronised is no failure.
+  // The new file is in place. This only determines whether a crash now could bring the old one
+  // back, so a directory that cannot be synchronised is not a failure.
   static_cast<void>(operations.fsync(folder.get()));
   return std::nullopt;
 }

@@ -9,7 +9,7 @@ void FileDescriptor::reset(int descriptor) {
   const int old = std::exchange(descriptor_, descriptor);
   if (old < 0) return;
   const int saved = errno;
-  ::close(old);  // Linux frees the number whatever the result, so a second try could hit another
+  ::close(old);  // Linux frees the number in any case, so a second try could close another one
   errno = saved;
 }
 

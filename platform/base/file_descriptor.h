@@ -1,4 +1,4 @@
-// An open file descriptor, closed when its owner goes.
+// An open file descriptor, closed by its destructor.
 #pragma once
 
 #include <cerrno>
@@ -10,11 +10,11 @@
 
 namespace zevo {
 
-// Move-only. Holds a descriptor that is closed on exec, or none (-1).
+// Move-only. Owns a close-on-exec descriptor, or none (-1).
 class FileDescriptor {
  public:
   FileDescriptor() = default;
-  // Takes `descriptor` over, which the caller has made close-on-exec; -1 is none.
+  // Takes ownership of `descriptor`, which must be close-on-exec; -1 is none.
   explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
   ~FileDescriptor() { reset(); }
   FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(other.release()) {}
@@ -27,16 +27,16 @@ class FileDescriptor {
 
   [[nodiscard]] int get() const { return descriptor_; }
   explicit operator bool() const { return descriptor_ >= 0; }
-  // Gives the descriptor away: the caller closes it.
+  // Releases the descriptor: the caller closes it.
   [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
-  // Closes what is held, leaving errno alone, and holds `descriptor` instead.
+  // Closes the current descriptor, without changing errno, and owns `descriptor` instead.
   void reset(int descriptor = -1);
 
  private:
   int descriptor_ = -1;
 };
 
-// open(2) and openat(2) with O_CLOEXEC, again after an interruption. None, with errno set, on
+// open(2) and openat(2) with O_CLOEXEC, retried after an interruption. None, with errno set, on
 // failure.
 [[nodiscard]] FileDescriptor openFile(const char* path, int flags, mode_t mode = 0);
 [[nodiscard]] FileDescriptor openFileAt(int folder, const char* path, int flags, mode_t mode = 0);

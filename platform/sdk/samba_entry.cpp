@@ -74,7 +74,7 @@ std::optional<SambaEntry> readEntry(const SambaTool& tool, const std::string& na
   const ToolResult result = run(tool, {"--list", "--verbose", userOption(name)});
   auto entry = result.complete ? parseEntry(result.output) : std::nullopt;
   if (entry && entry->name == name) return entry;
-  *cause = failure(tool, result.complete ? "gave no answer that can be read" : result.cause);
+  *cause = failure(tool, result.complete ? "gave an unreadable answer" : result.cause);
   return std::nullopt;
 }
 
@@ -88,7 +88,7 @@ std::optional<std::vector<SambaEntry>> readSambaEntries(const SambaTool& tool,
   const ToolResult list = run(tool, {"--list"});
   const auto known = list.complete ? parseNames(list.output) : std::nullopt;
   if (!known) {
-    *cause = failure(tool, list.complete ? "gave no list that can be read" : list.cause);
+    *cause = failure(tool, list.complete ? "gave an unreadable list" : list.cause);
     return std::nullopt;
   }
   for (const std::string& name : names) {

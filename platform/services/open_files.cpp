@@ -13,6 +13,6 @@ std::optional<zevo::OpenFiles> zevo::openFiles(std::string* cause) {
   if (answer.complete) files = connections::parseSmbOpenFiles(answer.output);
   if (files) return files;
   *cause = printable(tool + " --locks " +
-                     (answer.complete ? "gave no answer that can be read" : answer.cause));
+                     (answer.complete ? "gave an unreadable answer" : answer.cause));
   return std::nullopt;
 }

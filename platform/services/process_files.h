@@ -25,7 +25,7 @@ struct Title {
 };
 
 // Stands for a directory whose path is too long for the kernel.
-inline constexpr std::string_view kUnknownFolder = "folder not known";
+inline constexpr std::string_view kUnknownFolder = "directory not known";
 
 struct UserIds {
   uid_t real = 0;

@@ -14,7 +14,7 @@ namespace {
 
 // Why an answer cannot be used.
 std::string causeOf(const ToolResult& result) {
-  return result.complete ? "gave no answer that can be read" : result.cause;
+  return result.complete ? "gave an unreadable answer" : result.cause;
 }
 
 // The tool gives ids, since it would look up user and group of each session anew.
@@ -63,12 +63,11 @@ Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRun
   if (sessionsAnswer.complete) sessions = parseSmbSessions(sessionsAnswer.output);
   if (sharesAnswer.complete) shares = parseSmbShares(sharesAnswer.output);
   if (!sessions || !shares) {
-    sources.note(
-        kDetailsMissing, "CIFS",
-        "Samba: " + sources.paths().smbstatus + " " +
-            causeOf(sessions ? sharesAnswer : sessionsAnswer) +
-            "; its connections are listed without what it would tell (it needs release 4.17 "
-            "or later)");
+    sources.note(kDetailsMissing, "CIFS",
+                 "Samba: " + sources.paths().smbstatus + " " +
+                     causeOf(sessions ? sharesAnswer : sessionsAnswer) +
+                     "; connections are listed without its data (it needs release 4.17 "
+                     "or later)");
   }
   if (!sessions) return appendSmbProcesses(sources, std::chrono::milliseconds(0), &connections);
   nameUsers(&*sessions);

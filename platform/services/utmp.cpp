@@ -10,7 +10,7 @@
 namespace zevo::connections {
 namespace {
 
-// The file's layout is the same on all 64-bit systems of today.
+// The layout of the file is the same on all current 64-bit systems.
 static_assert(sizeof(utmp) == 384);
 static_assert(offsetof(utmp, ut_user) == 44);
 static_assert(sizeof(utmp::ut_user) == kLongestUser);
@@ -21,7 +21,7 @@ std::string textOf(const char (&field)[kSize]) {
   return {field, std::find(field, field + kSize, '\0')};
 }
 
-// The address field is preferred: a host may be a name.
+// The address field is preferred, since the host may be a name.
 std::string addressOf(const utmp& entry) {
   Address address;
   static_assert(sizeof(entry.ut_addr_v6) == sizeof(address.bytes));

@@ -5,7 +5,7 @@ import pwd
 
 STEP = "d" * 200  # the name of each folder in the one above
 STEPS = 25
-SHOWN = "folder not known"  # what the list says about one
+SHOWN = "directory not known"  # what the list says about one
 
 
 def make(path, user):

@@ -175,7 +175,7 @@ TEST_F(ProcessFilesTest, AWorkingDirectoryThatNoPathCanNameIsNoFailure) {
   ASSERT_TRUE(files);
   const auto folder = files->workingDirectory();
   ASSERT_TRUE(folder) << causeOf(folder);
-  EXPECT_EQ(*folder, "folder not known");
+  EXPECT_EQ(*folder, "directory not known");
 }
 
 TEST_F(ProcessFilesTest, ListsSocketsByDescriptor) {

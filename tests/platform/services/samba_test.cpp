@@ -318,12 +318,12 @@ TEST_F(SambaFallbackTest, SoDoesAToolThatIsMissing) {
 
 TEST_F(SambaFallbackTest, SoDoesGarbage) {
   setTool("head -c 5000 /dev/urandom");
-  expectFallback("no answer that can be read");
+  expectFallback("an unreadable answer");
 }
 
 TEST_F(SambaFallbackTest, SoDoesAnEmptyAnswer) {
   setTool("exit 0");
-  expectFallback("no answer that can be read");
+  expectFallback("an unreadable answer");
 }
 
 TEST_F(SambaFallbackTest, SoDoesAnEndlessAnswer) {
