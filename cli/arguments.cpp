@@ -81,7 +81,7 @@ void addOrder(CLI::App* command, ListingWords* words) {
 }
 
 void addFilter(CLI::App* command, std::optional<std::string>* word) {
-  addWord(command, "--filter", "TEXT", "Only rows that contain TEXT, ignoring case", word);
+  addWord(command, "--filter", "TEXT", "Only connections that contain TEXT, ignoring case", word);
 }
 
 void addListingOptions(CLI::App* command, ListingWords* words) {
@@ -351,7 +351,7 @@ std::optional<Request> readLoginLink(const Grammar& grammar, std::string* wrong)
   }
   *wrong = grammar.isViewLink ? "--days must be 1 to " + std::to_string(kMostViewDays) +
                                     ", found \"" + *grammar.viewDays + "\""
-                              : "--days is for links with --view";
+                              : "--days needs --view";
   return {};
 }
 

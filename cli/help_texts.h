@@ -53,7 +53,7 @@ inline constexpr const char* kDisableHelp = "Disable accounts and end their conn
 inline constexpr const char* kDisableExamples =
     R"(The accounts expire at once, all or none, and their Samba entries are disabled.
 Then their connections are ended. A service that checks neither still lets them
-in; each that does, or may do so, is named. "currentconn enable" undoes this.
+in; each service that does, or may, is named. "currentconn enable" undoes this.
 
 Examples:
   currentconn disable alice                  asks for confirmation

@@ -48,7 +48,7 @@ std::string remedyOf(const Json::Value& service, const std::string& user) {
            valueOf(service, "pam");
   }
   if (service["remedy"] == "ask-pam-alone") {
-    return R"(set "AuthOrder mod_auth_pam.c* mod_auth_unix.c" in its configuration and restart it)";
+    return R"(set "AuthOrder mod_auth_pam.c* mod_auth_unix.c" in its configuration and restart the service)";
   }
   if (service["remedy"] == "disable-in-samba") {
     const std::string file = valueOf(service, "file");

@@ -1,9 +1,11 @@
 #include "services/list_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
+#include "host/service_table.h"
 #include "services/process.h"
 
 namespace zevo::connections {
@@ -64,11 +66,15 @@ class ListReading {
   bool isCut_ = false;
 };
 
+constexpr auto kTypes =
+    std::minmax_element(kListedServices.begin(), kListedServices.end(),
+                        [](const ListedService& a, const ListedService& b) { return a.id < b.id; });
+
 Connection readConnection(ListReading& reader) {
   Connection connection;
   connection.pid = static_cast<pid_t>(reader.number(0, kPidMax));
   connection.type =
-      static_cast<ZEVO_CURCONN_TYPE>(reader.number(ZEVO_CURCONN_CIFS, ZEVO_CURCONN_SFTP));
+      static_cast<ZEVO_CURCONN_TYPE>(reader.number(kTypes.first->id, kTypes.second->id));
   for (std::string* text :
        {&connection.time, &connection.from, &connection.user, &connection.descr}) {
     *text = reader.text();

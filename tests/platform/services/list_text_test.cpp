@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/service_table.h"
 #include "platform/services/print.h"
 #include "platform/services/sample_list.h"
 
@@ -21,6 +22,19 @@ TEST_F(ListTextTest, ComesBackAsItWas) {
   EXPECT_EQ(parseListText(text_, "key", std::chrono::nanoseconds(1000)), list_);
   const TimedList empty;
   EXPECT_EQ(parseListText(listText("", empty), "", {}), empty);
+}
+
+TEST_F(ListTextTest, ConnectionsOfEachServiceComeBack) {
+  TimedList list;
+  for (const ListedService& service : kListedServices) {
+    list.list.connections.push_back({.pid = 7,
+                                     .time = "2026-11-22 08:00:00",
+                                     .from = "10.20.0.2",
+                                     .user = "alice",
+                                     .descr = {},
+                                     .type = service.id});
+  }
+  EXPECT_EQ(parseListText(listText("key", list), "key", {}), list);
 }
 
 TEST_F(ListTextTest, OfAnotherKeyOrTooOldIsNone) {
