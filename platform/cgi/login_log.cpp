@@ -1,14 +1,13 @@
 #include "zevo/login_log.h"
 
-#include <array>
 #include <cerrno>
 #include <optional>
 #include <string>
-#include <time.h>
 #include <vector>
 
 #include <climits>
 
+#include "base/local_time.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/access_times.h"
@@ -22,13 +21,10 @@ namespace {
 
 using connections::Connection;
 
-// Local time as "2026-11-20 21:26:24"; empty for an invalid time.
-std::string localTime(std::int64_t seconds) {
-  const auto time = static_cast<std::time_t>(seconds);
-  struct tm parts {};
-  std::array<char, 32> text{};
-  if (seconds < 0 || ::localtime_r(&time, &parts) == nullptr) return {};
-  return {text.data(), ::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts)};
+// Empty for a line without a start.
+std::string startOf(json_object* record) {
+  const std::int64_t start = sessionNumber(record, kStartField, -1);
+  return start < 0 ? std::string() : localTimeText(start);
 }
 
 // The connection that a line records; none if the line is not a login record.
@@ -39,7 +35,7 @@ std::optional<Connection> connectionOf(json_object* record) {
   if (client == nullptr || user == nullptr || number <= 0 || number > INT_MAX) return std::nullopt;
   const char* browser = sessionText(record, kBrowserField);
   Connection connection{.pid = static_cast<pid_t>(number),
-                        .time = localTime(sessionNumber(record, kStartField, -1)),
+                        .time = startOf(record),
                         .from = client,
                         .user = user,
                         .descr = browser != nullptr ? browser : "",
