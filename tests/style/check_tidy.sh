@@ -12,7 +12,7 @@ trap 'rm -f "$report"' EXIT
 # Sources, rules, commands and installed packages: the linter, and the headers of libraries.
 all_it_reads() {
   (cd "$(dirname "${BASH_SOURCE[0]}")/../.." &&
-    find . -path ./build -prune -o \( -name '*.h' -o -name '*.cpp' -o -name '*.in' -o -name .clang-tidy \) -type f -print0 |
+    find . \( -path ./build -o -path ./tests -o -path ./bench \) -prune -o \( -name '*.h' -o -name '*.cpp' -o -name '*.in' -o -name .clang-tidy \) -type f -print0 |
     sort -z | xargs -0 sha256sum)
   cat "$build/compile_commands.json" /var/lib/dpkg/status
 }

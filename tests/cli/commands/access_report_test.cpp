@@ -50,7 +50,7 @@ TEST(AccessReport, NamesAnOwnCheckThatOverlooksTheExpiry) {
       (Lines{
           "ProFTPD still lets alice in: its module mod_auth_unix.c accepts expired accounts; set "
           "\"AuthOrder mod_auth_pam.c* mod_auth_unix.c\" in its configuration and restart "
-          "it"}));
+          "the service"}));
 }
 
 TEST(AccessReport, SaysBeforehandWhatWillBe) {
