@@ -215,10 +215,17 @@ Result<std::string> ProcessFiles::root() const {
 Result<struct statx> ProcessFiles::program() const {
   struct statx file {};
   constexpr unsigned kWanted = STATX_MODE | STATX_UID | STATX_INO;
-  if (::statx(running(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) != 0) {
-    return endedOrFailed("exe", errno);
-  }
-  return file;
+  if (::statx(running(), "exe", AT_STATX_DONT_SYNC, kWanted, &file) == 0) return file;
+  const int error = errno;
+  const auto link = readLink(running(), "exe");
+  if (!link) return errorOf(link);
+  const bool isRefused = error == EACCES || error == EIO || error == ENOTCONN || error == ESTALE;
+  if (!isRefused) return endedOrFailed("exe", error);
+  // A user's file system may refuse even root: what is in it is not a program of root.
+  struct statx foreign {};
+  foreign.stx_uid = static_cast<uid_t>(-1);
+  foreign.stx_mode = S_ISUID;
+  return foreign;
 }
 
 Result<bool> ProcessFiles::isSetuidProgram() const {
@@ -333,7 +340,8 @@ Result<LowSockets> ProcessFiles::sockets(std::size_t most) const {
     std::array<char, 64> target{};  // a socket's link is shorter
     const ssize_t size =
         ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
-    if (size < 0 && errno == ENOENT) continue;  // closed in the meantime
+    if (size < 0 && errno == ENOENT) continue;        // closed in the meantime
+    if (size < 0 && errno == ENAMETOOLONG) continue;  // a file in a user's deep directory
     if (size < 0) return endedOrFailed("fd", errno);
     const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
     if (inode) low.sockets.push_back({*number, *inode});

@@ -16,13 +16,19 @@ from service_test import ServiceTest, main
 
 # How long a list may take; one that takes longer waits for a user.
 HANG_SECONDS = 60
+FILE = "large"
+FILE_SIZE = 1 << 30  # bytes, more than the kernel keeps on the way
 # So many that a look-up of one behind them takes long enough to be seen.
 SLOW_ACCOUNTS = 200_000
 
 
 def setUpModule():
     prepare_accounts()
-    os.close(deep_folder.make("/home/alice", "alice"))
+    folder = deep_folder.make("/home/alice", "alice")
+    file = os.open(FILE, os.O_CREAT | os.O_WRONLY, 0o644, dir_fd=folder)
+    os.ftruncate(file, FILE_SIZE)
+    os.close(file)
+    os.close(folder)
 
 
 class DeepFolderBehaviour:
@@ -32,6 +38,20 @@ class DeepFolderBehaviour:
         for _ in range(deep_folder.STEPS):
             client.session.cwd(deep_folder.STEP)
         self.assertList([Row("alice", "10.20.0.2", "FTP", deep_folder.SHOWN)])
+
+    def test_a_transfer_in_a_folder_too_deep_to_name_is_listed_and_ends(self):
+        client = self.client(Ftp, "alice", "10.20.0.2")
+        for _ in range(deep_folder.STEPS):
+            client.session.cwd(deep_folder.STEP)
+        client.session.voidcmd("TYPE I")
+        data = client.session.transfercmd(f"RETR {FILE}")
+        self.addCleanup(data.close)
+        self.assertNotEqual(b"", data.recv(1))
+        found = [(row.who, row.address, row.type) for row in listing.rows()]
+        self.assertEqual([("alice", "10.20.0.2", "FTP")], found)
+        done = listing.run("kick", "--yes", "--user", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertLess(len(b"".join(iter(lambda: data.recv(1 << 20), b""))), FILE_SIZE)
 
 
 class VsftpdAsShippedTest(DeepFolderBehaviour, FtpBehaviour, ServiceTest):
