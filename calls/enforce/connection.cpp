@@ -4,9 +4,12 @@
 
 #include "calls/json_text.h"
 #include "host/disabled_accounts.h"
+#include "host/service_table.h"
 
 namespace calls::enforce {
 namespace {
+
+constexpr std::string_view kWebLogins = zevo::serviceName(ZEVO_CURCONN_HTTP);
 
 bool takeText(const Json::Value& object, const char* key, std::string* text) {
   const Json::Value& member = object[key];
@@ -32,7 +35,7 @@ bool takeNumber(const Json::Value& object, const char* key, std::uint32_t* numbe
 }  // namespace
 
 bool isWebLogin(const Connection& connection) {
-  return connection.type == "HTTP/HTTPS";
+  return connection.type == kWebLogins;
 }
 
 bool hasProcess(const Connection& connection) {
@@ -49,7 +52,7 @@ bool isSameRow(const Connection& a, const Connection& b) {
 
 bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
   // Web logins are in no registry, and a source of SSH connections is one of their SFTP servers.
-  if (type == "HTTP/HTTPS" || warning.code == zevo::kStillLetIn) return false;
+  if (type == kWebLogins || warning.code == zevo::kStillLetIn) return false;
   return warning.service.empty() || warning.service == type ||
          (warning.service == "SSH" && type == "SFTP");
 }

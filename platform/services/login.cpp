@@ -3,6 +3,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/local_time.h"
 #include "base/read_file.h"
@@ -93,20 +94,22 @@ Result<void> readLogins(const Sources& sources, std::vector<Connection>& connect
   Result<void> outcome = readUtmp(paths.utmp, &inUtmp);
   addPart(outcome, readLogindSessions(paths.logindSessions, &inLogind));
   LoginProcesses logins(sources);
-  std::vector<Connection> found;
-  for (const LoginEntry& entry : inUtmp) {
-    addPart(outcome, appendLogin(sources, entry, logins, &found));
-  }
-  std::set<pid_t> known;
-  for (const Connection& login : found) known.insert(login.pid);
-  const auto fromUtmp = static_cast<std::ptrdiff_t>(found.size());
-  for (const LoginEntry& entry : inLogind) {
-    addPart(outcome, appendLogin(sources, entry, logins, &found));
-  }
+  const auto served = [&](const std::vector<LoginEntry>& entries) {
+    std::vector<Connection> found;
+    for (const LoginEntry& entry : entries) {
+      addPart(outcome, appendLogin(sources, entry, logins, &found));
+    }
+    return found;
+  };
+  const std::vector<Connection> fromUtmp = served(inUtmp);
+  std::vector<Connection> fromLogind = served(inLogind);
   // Most logins are in both; on Debian 13 the login program makes no entry in utmp.
-  const auto isKnown = [&](const Connection& login) { return known.contains(login.pid); };
-  found.erase(std::remove_if(found.begin() + fromUtmp, found.end(), isKnown), found.end());
-  connections.insert(connections.end(), found.begin(), found.end());
+  std::set<pid_t> known;
+  for (const Connection& login : fromUtmp) known.insert(login.pid);
+  std::erase_if(fromLogind, [&](const Connection& login) { return known.contains(login.pid); });
+  for (const auto* part : {&fromUtmp, &std::as_const(fromLogind)}) {
+    connections.insert(connections.end(), part->begin(), part->end());
+  }
   return outcome;
 }
 

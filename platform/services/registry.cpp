@@ -57,7 +57,7 @@ Result<bool> isStillServed(const Paths& paths, const Connection& connection, con
   if (connection.pid < 2 || connection.pid > kPidMax) return false;
   const auto now = readSettled(paths, connection.pid, looks);
   if (isGone(now)) return false;
-  if (hasFailed(now)) return errorOf(now);
+  if (!now) return errorOf(now);
   return !now->hasEnded && isSame(*now);
 }
 

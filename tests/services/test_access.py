@@ -46,6 +46,10 @@ def said_of(service, done):
     return REFUSED
 
 
+def text_of(lines):
+    return "".join(f"{line}\n" for line in lines)
+
+
 class AccessTest(ServiceTest):
     """One daemon a test; alice can log in before she is disabled."""
 
@@ -56,6 +60,14 @@ class AccessTest(ServiceTest):
         """Starts a daemon for one test."""
         daemon.start()
         self.addCleanup(daemon.stop)
+
+    def serve_edited(self, server, path, edit, **options):
+        """Starts a daemon whose configuration file is what `edit` makes of its usual text."""
+        class Configured(server):
+            def configure(self):
+                super().configure()
+                namespace.write(path, edit(namespace.read(path)))
+        self.serve(Configured(**options))
 
     def rules(self, service, text):
         """Replaces the file of a PAM service for one test."""
@@ -113,12 +125,7 @@ class OpenSshTest(AccessTest):
 
     def configure(self, *lines):
         """Starts sshd with lines that count before its usual ones."""
-        class Configured(OpenSsh):
-            def configure(self):
-                super().configure()
-                path = "/etc/ssh/test_22_config"
-                namespace.write(path, "".join(f"{line}\n" for line in lines) + namespace.read(path))
-        self.serve(Configured())
+        self.serve_edited(OpenSsh, "/etc/ssh/test_22_config", lambda text: text_of(lines) + text)
 
     def test_with_pam(self):
         self.configure("UsePAM yes")
@@ -142,12 +149,7 @@ class OpenSshTest(AccessTest):
 class VsftpdTest(AccessTest):
 
     def configure(self, *lines, **options):
-        class Configured(Vsftpd):
-            def configure(self):
-                super().configure()
-                path = "/etc/vsftpd-test.conf"
-                namespace.write(path, namespace.read(path) + "".join(f"{line}\n" for line in lines))
-        self.serve(Configured(**options))
+        self.serve_edited(Vsftpd, "/etc/vsftpd-test.conf", lambda text: text + text_of(lines), **options)
 
     def test_as_shipped(self):
         self.configure()
@@ -176,13 +178,8 @@ class VsftpdTest(AccessTest):
 class ProftpdTest(AccessTest):
 
     def configure(self, *lines):
-        class Configured(Proftpd):
-            def configure(self):
-                super().configure()
-                path = "/etc/proftpd/proftpd.conf"
-                text = namespace.read(path).replace("AuthOrder mod_auth_unix.c\n", "")
-                namespace.write(path, text + "".join(f"{line}\n" for line in lines))
-        self.serve(Configured())
+        self.serve_edited(Proftpd, "/etc/proftpd/proftpd.conf",
+                          lambda text: text.replace("AuthOrder mod_auth_unix.c\n", "") + text_of(lines))
 
     def test_with_the_systems_accounts(self):
         self.configure("AuthOrder mod_auth_unix.c")
