@@ -185,22 +185,25 @@ void Server::acceptFrom(const Listener& listener) {
 Load Server::loadInFlight(uid_t asking) const {
   Load load;
   for (const Call& call : calls_) {
-    if (call.pid != 0) load.add(call.socketKind, call.peer, asking);
+    if (call.pid != 0) load.add(call.socketKind, call.user, asking);
   }
   return load;
 }
 
 Load Server::loadWaiting(uid_t asking) const {
   Load load;
-  for (const Waiting& waiting : waiting_) load.add(waiting.socketKind, waiting.peer, asking);
+  for (const Waiting& waiting : waiting_) load.add(waiting.socketKind, waiting.user, asking);
   return load;
 }
 
 void Server::admit(zevo::FileDescriptor connection, calls::SocketKind socketKind) {
   const auto peer = peerOf(connection.get());
   if (!peer) return;
-  Waiting arrival{std::move(connection), socketKind, *peer, Clock::now() + limits_.wait};
-  if (!isAdmitted(socketKind, *peer, loadWaiting(*peer), scoreboard_.size())) {
+  const bool isRoots = socketKind == calls::SocketKind::kWeb || *peer == 0;
+  const uid_t user =
+      isRoots ? *peer : countedAs(*peer, zevo::subordinateRanges(zevo::kSubordinateIds));
+  Waiting arrival{std::move(connection), socketKind, *peer, user, Clock::now() + limits_.wait};
+  if (!isAdmitted(socketKind, user, loadWaiting(user), scoreboard_.size())) {
     reject(std::move(arrival));
     return;
   }
@@ -211,8 +214,8 @@ void Server::admit(zevo::FileDescriptor connection, calls::SocketKind socketKind
 // First come, first served, skipping those that need another kind of place.
 void Server::startWaiting() {
   for (std::size_t i = 0; i < waiting_.size();) {
-    const uid_t peer = waiting_[i].peer;
-    if (!isAdmitted(waiting_[i].socketKind, peer, loadInFlight(peer), scoreboard_.size())) {
+    const uid_t user = waiting_[i].user;
+    if (!isAdmitted(waiting_[i].socketKind, user, loadInFlight(user), scoreboard_.size())) {
       ++i;
       continue;
     }
@@ -231,7 +234,7 @@ void Server::rejectLateWaiting() {
 }
 
 void Server::reject(Waiting waiting) {
-  rejectedCalls_.count(waiting.socketKind, waiting.peer, Clock::now());
+  rejectedCalls_.count(waiting.socketKind, waiting.user, Clock::now());
   fallbackReplies_.give(std::move(waiting.connection), calls::Problem::kBusy);
 }
 
@@ -246,8 +249,13 @@ bool Server::startCall(Waiting& waiting) {
   const auto place = static_cast<std::size_t>(free - calls_.begin());
   scoreboard_.slot(place).clear();
   scoreboard_.slot(place).setSummary(calls::summaryOfUnread(waiting.socketKind, waiting.peer));
-  *free =
-      Call{0, std::move(waiting.connection), waiting.socketKind, waiting.peer, Clock::now(), false};
+  *free = Call{0,
+               std::move(waiting.connection),
+               waiting.socketKind,
+               waiting.peer,
+               waiting.user,
+               Clock::now(),
+               false};
   std::fflush(nullptr);  // a child must not print its parent's buffered output
   const pid_t pid = ::fork();
   if (pid == 0) becomeChild(place);

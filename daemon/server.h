@@ -51,6 +51,7 @@ class Server {
     zevo::FileDescriptor connection;
     calls::SocketKind socketKind = calls::SocketKind::kWeb;
     uid_t peer = 0;
+    uid_t user = 0;  // as whom the peer is counted
     Clock::time_point began;
     bool isLate = false;
   };
@@ -59,6 +60,7 @@ class Server {
     zevo::FileDescriptor connection;
     calls::SocketKind socketKind = calls::SocketKind::kWeb;
     uid_t peer = 0;
+    uid_t user = 0;  // as whom the peer is counted
     Clock::time_point until;
   };
 

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "base/subordinate_ids.h"
+
 namespace zevo::connections {
 
 struct Paths {
@@ -20,7 +22,7 @@ struct Paths {
   std::string pureFtpwho = "/usr/sbin/pure-ftpwho";
   // The directory of the list that concurrent calls share; empty: each call reads separately.
   std::string sharedList = "/run/currentconn/list";
-  std::string subuid = "/etc/subuid";
+  std::string subuid = kSubordinateIds;
   std::string vsftpd = "/etc/vsftpd.conf";  // used if it was started without a file
 };
 

@@ -1,12 +1,13 @@
-// The additional user ids assigned to accounts (subuid(5)).
+// The accounts behind additional user ids.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <sys/types.h>
 #include <utility>
 #include <vector>
+
+#include "base/subordinate_ids.h"
 
 namespace zevo::connections {
 
@@ -22,15 +23,8 @@ class SubordinateIds {
   [[nodiscard]] std::optional<uid_t> ownerOf(uid_t uid) const;
 
  private:
-  struct Range {
-    std::string account;  // its name or number
-    std::uint64_t first = 0;
-    std::uint64_t count = 0;
-  };
-  static std::vector<Range> read(const std::string& path);
-
   std::string path_;
-  mutable std::optional<std::vector<Range>> ranges_;
+  mutable std::optional<std::vector<SubordinateRange>> ranges_;
 };
 
 }  // namespace zevo::connections

@@ -22,6 +22,28 @@ TEST(Admission, CountsCallsByWhoMakesThem) {
   EXPECT_EQ(load.samePeer, 1U);
 }
 
+TEST(Admission, CountsTheIdsOfARangeAsOneUser) {
+  const std::vector<zevo::SubordinateRange> ranges{
+      {"root", 1000000, 1000000000}, {"alice", 100000, 65536}, {"bob", 165536, 65536}};
+  EXPECT_EQ(countedAs(99999, ranges), 99999U);
+  EXPECT_EQ(countedAs(100000, ranges), 100000U);
+  EXPECT_EQ(countedAs(165535, ranges), 100000U);
+  EXPECT_EQ(countedAs(165536, ranges), 165536U);
+  EXPECT_EQ(countedAs(1000001, ranges), 1000001U);
+  EXPECT_EQ(countedAs(kAlice, {}), kAlice);
+}
+
+TEST(Admission, CountsTheIdsOfADirectorysRangesAsOneUser) {
+  EXPECT_EQ(countedAs(0x7fffffff, {}), 0x7fffffffU);
+  EXPECT_EQ(countedAs(0x80010001, {}), countedAs(0xfffffff0, {}));
+}
+
+TEST(Admission, CountsNobodyButRootAsRoot) {
+  const std::vector<zevo::SubordinateRange> ranges{{"alice", 0, 65536}};
+  EXPECT_EQ(countedAs(0, ranges), 0U);
+  EXPECT_NE(countedAs(kAlice, ranges), 0U);
+}
+
 TEST(Admission, KeepsPlacesForTheLocalSocket) {
   EXPECT_TRUE(isAdmitted(SocketKind::kWeb, 33, {.web = 51}, 64));
   EXPECT_FALSE(isAdmitted(SocketKind::kWeb, 33, {.web = 52}, 64));

@@ -172,6 +172,20 @@ class Requests(HostTest):
         self.assertEqual(200, carols)
         self._turned_away(f"from=local uid={uid_of('alice')}")
 
+    def test_nor_do_the_subordinate_ids_of_one(self):
+        first = next(int(line.split(":")[1]) for line in namespace.read("/etc/subuid").splitlines() if "alice:" in line)
+        with contextlib.ExitStack() as held:
+            for uid in range(first, first + 40):
+                connection = held.enter_context(socket.socket(socket.AF_UNIX, socket.SOCK_STREAM))
+                os.seteuid(uid)
+                try:
+                    connection.connect(LOCAL_SOCKET)
+                finally:
+                    os.seteuid(0)
+            carols = scgi_client.as_user(uid_of("carol"), lambda: call(LOCAL_SOCKET, "GET", "/api/whoami").status)
+        self.assertEqual(200, carols)
+        self._turned_away(f"from=local uid={first}")
+
     def test_logins_by_the_dozen_leave_the_page_alone(self):
         def log_in(_):
             return Client("10.20.0.7").log_in("alice", "wrong").status
