@@ -1,6 +1,15 @@
 -- Limits of one client's calls, which lighttpd itself does not have: a client that exceeds them receives 503 without
 -- involving the daemon. Run by mod_magnet (Debian: lighttpd-modules-lua) for every path under /api/.
 
+-- A page of another site must not use up the calls of a browser that shows it: browsers mark its calls, and they are
+-- refused before they are counted.
+local site = lighty.r.req_header["Sec-Fetch-Site"]
+if site == "cross-site" or site == "same-site" then
+  lighty.r.resp_header["Content-Type"] = "text/html"
+  lighty.r.resp_body.set("<!DOCTYPE html><title>403 Forbidden</title>\n")
+  return 403
+end
+
 -- A client is an IPv4 address or a /64 IPv6 network, the smallest that clients are assigned.
 local limits = {
   logins = { each_second = 12 / 60, at_once = 6 },

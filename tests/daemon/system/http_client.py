@@ -20,7 +20,7 @@ def description():
 
 
 _DESCRIPTION = description()
-_WEB_SERVERS_OWN = (411, 413, 503)  # what a web server answers for itself, with a page
+_WEB_SERVERS_OWN = (403, 411, 413, 503)  # what a web server answers for itself, with a page
 
 
 class Answer:

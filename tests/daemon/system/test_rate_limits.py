@@ -84,6 +84,18 @@ class Limited(BehindWebServer):
         self.assertEqual([200] * 10, statuses(10, 1, lambda: page.get("list")))
         self.assertEqual(200, page.get("/").status)
 
+    def test_calls_from_other_sites_are_refused_and_not_counted(self):
+        visitor = own_browser("fd20:2::1")
+        for site in ("cross-site", "same-site"):
+            for method, path in (("POST", "/api/login"), ("GET", "/api/whoami")):
+                answered = statuses(100, 8, lambda: visitor.call(method, path, headers={"Sec-Fetch-Site": site}))
+                self.assertEqual({403}, set(answered), (site, path))
+        self.assertEqual([400] * 6, [visitor.post("/api/login", {}).status for _ in range(6)])
+        for site in ("same-origin", "none"):
+            self.assertEqual(401, visitor.get("/api/whoami", headers={"Sec-Fetch-Site": site}).status, site)
+        link = {"Sec-Fetch-Site": "cross-site", "Sec-Fetch-Mode": "navigate"}
+        self.assertEqual(200, visitor.get("/", headers=link).status, "a link to the page")
+
     def test_whoever_waits_may_try_again(self):
         time.sleep(max(0, self.refused_at + 6 - time.monotonic()))
         self.assertEqual(400, self.patient.post("/api/login", {}).status)
