@@ -11,8 +11,9 @@ from host_test import HostTest, uid_of
 import listing
 import namespace
 from clients import ssh
+from clients.dialogue import Dialogue
 from daemons.openssh import OpenSsh
-from daemons_of_host import Currentconnd
+from daemons_of_host import Currentconnd, PACKAGING
 
 _BUILD = os.path.dirname(os.path.dirname(os.path.realpath(os.environ["CURRENTCONN"])))
 _INSTALLED = "/srv/currentconn"
@@ -73,6 +74,43 @@ class CommandLine(HostTest):
         done = as_user("alice", "mine")
         self.assertEqual((3, ""), (done.returncode, done.stdout))
         self.assertIn("needs root, or currentconnd to be running", done.stderr)
+
+
+class Completion(HostTest):
+    """What bash offers after a command. The shell takes an offered word as it stands."""
+
+    NAME = "$(touch${IFS}/srv/it_ran)`touch${IFS}/srv/it_ran`"
+    SCRIPT = f"""source {PACKAGING}/currentconn.bash
+        COMP_WORDS=(currentconn "$@") COMP_CWORD=$#
+        _currentconn
+        eval "printf '%s\\n' ${{COMPREPLY[*]}}"
+        """
+
+    def offered(self, *words):
+        done = namespace.run("bash", "-c", self.SCRIPT, "bash", *words)
+        self.assertFalse(os.path.exists("/srv/it_ran"), f"a name ran after {words}")
+        return done.splitlines()
+
+    def test_names_of_accounts_are_names_whatever_they_are(self):
+        with open("/etc/passwd", "a", encoding="utf-8") as accounts:
+            accounts.write(f"{self.NAME}:x:2999:2999::/:/bin/bash\n")
+        for words in (("disable",), ("enable",), ("login-link",), ("kick", "--user"), ("mine", "--user")):
+            self.assertIn(self.NAME, self.offered(*words, ""), words)
+            self.assertEqual([self.NAME], self.offered(*words, "$("), words)
+        self.assertIn("--dry-run", self.offered("disable", ""))
+        self.assertEqual(["--yes"], self.offered("disable", "--y"))
+        self.assertNotIn("root", self.offered("kick", ""))
+
+    def test_names_of_files_are_names_whatever_they_are(self):
+        os.makedirs("/srv/files")
+        name = "file $(touch it_ran)"
+        namespace.write(f"/srv/files/{name}", "")
+        shell = self.client(Dialogue, ["bash", "--norc", "--noprofile", "-i"])
+        shell.send(f"cd /srv/files; source {PACKAGING}/currentconn.bash; currentconn() {{ echo \"-[$3]-\"; }}; echo re''ady")
+        shell.expect("ready")
+        shell.send("currentconn report -o fi\t")
+        self.assertEqual(name, (shell.expect("-["), shell.expect("]-"))[1])
+        self.assertEqual([name], os.listdir("/srv/files"))
 
 
 if __name__ == "__main__":
