@@ -28,8 +28,8 @@ ExitCode store(const Report& request, std::string_view page) {
   const std::string& file = request.file;
   if (file == "-") return printText(std::string(page));
   struct stat target = {};
-  if (stat(file.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
-    return fail(file + " exists and is not a regular file");
+  if (lstat(file.c_str(), &target) == 0 && !S_ISREG(target.st_mode)) {
+    return fail(file + " exists and is not a regular file; \"-o -\" writes to standard output");
   }
   const std::array<std::string_view, 1> pieces = {page};
   const auto failure = zevo::replaceFile(file, pieces, {.mode = request.mode});

@@ -133,13 +133,17 @@ TEST_F(ReportTest, IsReadableAsAskedForOnly) {
   }
 }
 
-TEST_F(ReportTest, FollowsNoLink) {
+// As /dev/stdout is one, which leads to a regular file if the output was redirected to one.
+TEST_F(ReportTest, NeitherFollowsNorReplacesALink) {
   const fs::path target = program.folder() / "precious";
   std::ofstream(target) << "precious";
   fs::create_symlink(target, file());
-  EXPECT_EQ(program.run({"report", "-o", file()}).exitCode, 0);
+  const Outcome run = program.run({"report", "-o", file()});
+  EXPECT_EQ(run.err, "currentconn: no report was written: " + file() +
+                         " exists and is not a regular file; \"-o -\" writes to standard output\n");
+  EXPECT_EQ(run.exitCode, 1);
   EXPECT_EQ(fs::file_size(target), 8U);
-  EXPECT_EQ(content(), kPage);
+  EXPECT_TRUE(fs::is_symlink(file()));
 }
 
 TEST_F(ReportTest, SaysWhereItCannotWrite) {
@@ -148,8 +152,9 @@ TEST_F(ReportTest, SaysWhereItCannotWrite) {
   EXPECT_TRUE(run.err.starts_with("currentconn: no report was written: cannot ")) << run.err;
   EXPECT_EQ(run.exitCode, 1);
   const Outcome folder = program.run({"report", "-o", program.folder().string()});
-  EXPECT_EQ(folder.err, "currentconn: no report was written: " + program.folder().string() +
-                            " exists and is not a regular file\n");
+  EXPECT_EQ(folder.err,
+            "currentconn: no report was written: " + program.folder().string() +
+                " exists and is not a regular file; \"-o -\" writes to standard output\n");
   EXPECT_EQ(folder.exitCode, 1);
 }
 
