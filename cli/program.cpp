@@ -23,6 +23,7 @@
 #include "cli/terminal/output.h"
 #include "cli/terminal/table_output.h"
 #include "cli/terminal/terminal.h"
+#include "cli/terminal/text.h"
 #include "host/config.h"
 #include "host/config_check.h"
 
@@ -47,7 +48,7 @@ std::string nameOfCaller() {
 std::string commandAsRoot(const Command& command) {
   const std::string words = "sudo currentconn " + command.name;
   const std::string caller = nameOfCaller();
-  return command.name == "mine" && !caller.empty() ? words + " --user " + caller : words;
+  return command.name == "mine" && !caller.empty() ? words + " --user " + shellWord(caller) : words;
 }
 
 // A sentence on why the terminal is unsuitable; empty if it is suitable.

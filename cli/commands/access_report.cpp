@@ -5,6 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "cli/terminal/text.h"
+
 namespace cli {
 namespace {
 
@@ -52,8 +54,8 @@ std::string remedyOf(const Json::Value& service, const std::string& user) {
   }
   if (service["remedy"] == "disable-in-samba") {
     const std::string file = valueOf(service, "file");
-    return "disable it there with: smbpasswd " + (file.empty() ? "" : "-c " + file + " ") + "-d " +
-           user;
+    return "disable it there with: smbpasswd " +
+           (file.empty() ? "" : "-c " + shellWord(file) + " ") + "-d " + shellWord(user);
   }
   if (service["remedy"] == "disable-in-domain") return "disable it in the domain";
   if (service["remedy"] == "remove-own-user")
@@ -77,7 +79,7 @@ std::string endingCommand(const std::string& user, const Json::Value& left) {
     command += (command.empty() ? "kill -KILL " : " ") + pid.asString();
   if (left["apart"].size() == left["processes"].asUInt64()) return command;
   if (!command.empty()) command += "; ";
-  return command + "pkill -KILL -U " + user + " --ns 1 --nslist pid";
+  return command + "pkill -KILL -U " + shellWord(user) + " --ns 1 --nslist pid";
 }
 
 std::vector<std::string> leftRunningLines(const std::string& user, const Json::Value& left,
@@ -91,7 +93,7 @@ std::vector<std::string> leftRunningLines(const std::string& user, const Json::V
                     "; end " + (isOne ? "it" : "them") + " with: " + endingCommand(user, left));
   }
   if (left["crontab"].asBool()) {
-    lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + user);
+    lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + shellWord(user));
   }
   if (const auto jobs = left["at_jobs"].asUInt64(); jobs > 0) {
     lines.push_back(std::to_string(jobs) + (jobs == 1 ? " at job of " : " at jobs of ") + user +

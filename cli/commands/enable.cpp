@@ -7,6 +7,7 @@
 #include "cli/terminal/columns.h"
 #include "cli/terminal/output.h"
 #include "cli/terminal/table_output.h"
+#include "cli/terminal/text.h"
 
 namespace cli {
 namespace {
@@ -71,7 +72,7 @@ std::optional<Enable> checkEnable(const std::vector<std::string>& users, std::st
 }
 
 std::string enablingCommand(const std::string& user) {
-  return "currentconn enable " + std::string(user.starts_with('-') ? "-- " : "") + user;
+  return "currentconn enable " + std::string(user.starts_with('-') ? "-- " : "") + shellWord(user);
 }
 
 ExitCode enable(const Enable& request, Client& client) {

@@ -91,6 +91,22 @@ std::string displayText(std::string_view text, Charset charset) {
   return shown;
 }
 
+std::string shellWord(std::string_view text) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_-+.,:/@%";
+  if (!text.empty() && text.find_first_not_of(kPlain) == std::string_view::npos)
+    return std::string(text);
+  std::string word = "'";
+  for (const char c : text) {
+    if (c == '\'') {
+      word += R"('\'')";
+    } else {
+      word += c;
+    }
+  }
+  return word + "'";
+}
+
 int displayWidth(std::string_view text) {
   std::size_t position = 0;
   int width = 0;

@@ -1,4 +1,4 @@
-// Makes untrusted text safe for a terminal.
+// Makes untrusted text safe for a terminal, and for the shell on it.
 #pragma once
 
 #include <string>
@@ -17,6 +17,9 @@ enum class Charset {
 // non-ASCII character becomes "?" too. Four combining marks per character are kept: more of them
 // would cover the adjacent lines.
 std::string displayText(std::string_view text, Charset charset);
+
+// `text` as one word of a shell command, in quotes where it needs them.
+std::string shellWord(std::string_view text);
 
 // The columns that `text`, a result of displayText, needs on a terminal.
 int displayWidth(std::string_view text);

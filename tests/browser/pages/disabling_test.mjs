@@ -87,6 +87,25 @@ pageTest('what still lets the user in, and what goes on, is said before', async 
   ]);
 });
 
+pageTest('commands take names as they are', async ({ driver, world }) => {
+  const name = "o'neil $(reboot)";
+  world.accounts.set(name, { password: 'x', isAdmin: false });
+  world.connections = [connection({ pid: 1, who: name, type: 'SSH', descr: 'pts/3' })];
+  world.access = [kSamba];
+  world.leftRunning = { processes: 1, apart: [], crontab: true, at_jobs: 0 };
+  await driver.enter();
+  await driver.openPanel('pts/3');
+  await driver.choose(`Disable ${name}…`);
+  await driver.page.waitForSelector('#dialog .danger');
+  const word = String.raw`'o'\''neil $(reboot)'`;
+  assertSaid(await driver.dialogText(), [
+    `currentconn enable ${word}`,
+    `smbpasswd -c /etc/samba/b.conf -d ${word}`,
+    `pkill -KILL -U ${word} --ns 1 --nslist pid`,
+    `crontab -r -u ${word}`,
+  ]);
+});
+
 pageTest('an account that is disabled already is said to be', async ({ driver, world }) => {
   someConnections(world);
   world.accounts.get('carol').isDisabled = true;

@@ -94,5 +94,17 @@ TEST(AccessReport, NamesWhatRunsLater) {
                    "2 at jobs of alice are waiting; list all jobs with: atq"}));
 }
 
+TEST(AccessReport, QuotesNamesForTheShell) {
+  Json::Value theirs = account(kSamba, R"({"processes":1,"apart":[],"crontab":true,"at_jobs":0})");
+  theirs["user"] = "o'neil $(reboot)";
+  theirs["access"][0]["values"]["file"] = "/srv/our smb.conf";
+  const std::string quoted = R"('o'\''neil $(reboot)')";
+  const Lines lines = accessLines(theirs, Tense::kPresent);
+  EXPECT_THAT(lines, ::testing::ElementsAre(
+                         ::testing::EndsWith("smbpasswd -c '/srv/our smb.conf' -d " + quoted),
+                         ::testing::EndsWith("pkill -KILL -U " + quoted + " --ns 1 --nslist pid"),
+                         ::testing::EndsWith("crontab -r -u " + quoted)));
+}
+
 }  // namespace
 }  // namespace cli

@@ -50,6 +50,17 @@ TEST(DisplayText, ReplacesBytesThatAreNoUtf8) {
             "a" + kReplaced + "b" + kReplaced);
 }
 
+TEST(ShellWord, QuotesWhatTheShellWouldNotTakeAsItIs) {
+  for (const char* plain : {"alice", "DOM/bob-2", "a.b_c@d,e:f+%1"})
+    EXPECT_EQ(shellWord(plain), plain);
+  EXPECT_EQ(shellWord(""), "''");
+  EXPECT_EQ(shellWord("Mary Jane"), "'Mary Jane'");
+  EXPECT_EQ(shellWord("$(reboot)"), "'$(reboot)'");
+  EXPECT_EQ(shellWord("~"), "'~'");
+  EXPECT_EQ(shellWord("Zoë"), "'Zoë'");
+  EXPECT_EQ(shellWord("o'neil"), R"('o'\''neil')");
+}
+
 TEST(DisplayText, ReplacesANul) {
   EXPECT_EQ(displayText(std::string_view("a\0b", 3), Charset::kUtf8), "a" + kReplaced + "b");
 }

@@ -5,6 +5,7 @@ import { element } from './element.js';
 import { failureText } from './list_state.js';
 import { isRefusal, lead, PlanDialog, warningNotes } from './plan_dialog.js';
 import { accessNotes, command, effectNotes, leftRunningNotes, reasonText } from './reasons.js';
+import { shell } from './shell.js';
 import { say, sayNodes } from './texts.js';
 
 export class DisableDialog extends PlanDialog {
@@ -21,7 +22,7 @@ export class DisableDialog extends PlanDialog {
     }
     const body = [
       consequence(sayNodes(account.disabled ? 'disable.already' : 'disable.account', { user })),
-      consequence([say('disable.undo')], command(`currentconn enable ${user}`)),
+      consequence([say('disable.undo')], command(shell`currentconn enable ${user}`)),
       ...endingParts(user, ends, stays),
       ...accessNotes(user, account.access),
       ...leftRunningNotes(user, account.left_running),
@@ -38,7 +39,7 @@ export class DisableDialog extends PlanDialog {
 
   #showFailure(user, failure) {
     const isCertain = isRefusal(failure);
-    const check = [consequence([say('disable.unclear_more')], command(`chage -l ${user}`))];
+    const check = [consequence([say('disable.unclear_more')], command(shell`chage -l ${user}`))];
     const title = sayNodes(isCertain ? 'disable.failed' : 'disable.unclear', { user });
     this.result(title, [lead(failureText(failure)), ...(isCertain ? [] : check)]);
   }
@@ -83,10 +84,10 @@ function fateParts(user, { connections, services_without_users: unknown = [] }) 
 
 // How to undo it; an expiry that was not recorded can only be set again.
 function undoParts(user, undo) {
-  if (!undo) return [consequence([say('disable.undo_unknown')], command(`chage -E -1 ${user}`))];
+  if (!undo) return [consequence([say('disable.undo_unknown')], command(shell`chage -E -1 ${user}`))];
   const { expiry_before: date } = undo;
   const text = date === null ? [say('disable.undo_never')] : sayNodes('disable.undo_date', { date });
-  return [consequence(text, command(`currentconn enable ${user}`))];
+  return [consequence(text, command(shell`currentconn enable ${user}`))];
 }
 
 function consequence(content, ...more) {

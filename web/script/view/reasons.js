@@ -3,6 +3,7 @@
 import { explainWarnings } from '../model/warning.js';
 import { element, icon } from './element.js';
 import { namesOf } from './row.js';
+import { shell } from './shell.js';
 import { hasText, say, sayNodes, withCauses } from './texts.js';
 
 const kMostFiles = 3;
@@ -35,8 +36,8 @@ export function accessNotes(user, access) {
     const filled = { pam: '', cause: '', ...values, reason, service: name, user };
     const keys = [textFor('access', word, 'access.unknown'), textFor('reason', reason), textFor('remedy', remedy)];
     const sentences = keys.flatMap((key) => [...sayNodes(key, filled), ' ']);
-    const file = values.file ? `-c ${values.file} ` : '';
-    const todo = remedy === 'disable-in-samba' ? [command(`smbpasswd ${file}-d ${user}`)] : [];
+    const file = values.file ? shell`-c ${values.file} ` : '';
+    const todo = remedy === 'disable-in-samba' ? [command(`smbpasswd ${file}${shell`-d ${user}`}`)] : [];
     return [note('warning', sentences), ...todo];
   });
 }
@@ -47,7 +48,7 @@ export function leftRunningNotes(user, left) {
   const notes = [];
   const add = (key, values, todo) => notes.push(note('warning', sayNodes(key, values)), command(todo));
   if (processes > 0) add('left.processes', { count: processes, user }, killCommand(user, left));
-  if (crontab) add('left.crontab', { user }, `crontab -r -u ${user}`);
+  if (crontab) add('left.crontab', { user }, shell`crontab -r -u ${user}`);
   if (jobs > 0) add('left.at_jobs', { count: jobs, user }, 'atq');
   return notes;
 }
@@ -83,6 +84,6 @@ function fileValues({ total, names }) {
 // pkill leaves containers alone, where the user's id belongs to somebody else, and misses the user's own namespaces.
 function killCommand(user, { processes, apart }) {
   const commands = apart.length > 0 ? [`kill -KILL ${apart.join(' ')}`] : [];
-  if (apart.length < processes) commands.push(`pkill -KILL -U ${user} --ns 1 --nslist pid`);
+  if (apart.length < processes) commands.push(shell`pkill -KILL -U ${user} --ns 1 --nslist pid`);
   return commands.join('; ');
 }
