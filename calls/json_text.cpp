@@ -36,7 +36,11 @@ std::string compactJson(const Json::Value& value) {
 }
 
 std::string asciiJson(const Json::Value& value) {
-  return onOneLine(value, true);
+  std::string text = onOneLine(value, true);
+  // jsoncpp escapes the other control characters.
+  for (std::size_t at = 0; (at = text.find('\x7f', at)) != std::string::npos;)
+    text.replace(at, 1, "\\u007f");
+  return text;
 }
 
 }  // namespace calls

@@ -14,7 +14,7 @@ std::optional<Json::Value> parseJson(const std::string& text);
 // On one line, in UTF-8.
 std::string compactJson(const Json::Value& value);
 
-// On one line, in ASCII; other characters are escaped.
+// On one line, in printable ASCII; other characters are escaped.
 std::string asciiJson(const Json::Value& value);
 
 // The elements of `values` in their order.
