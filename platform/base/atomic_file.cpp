@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <dirent.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -50,6 +51,28 @@ std::string folderOf(const std::string& path) {
   if (slash == std::string::npos) return ".";
   return slash == 0 ? "/" : path.substr(0, slash);
 }
+
+// Withholds the signal of a write beyond the limit on file sizes that the caller may have: it would
+// end the process and leave the temporary file. The write fails instead.
+class NoSizeSignal {
+ public:
+  NoSizeSignal() {
+    ::sigemptyset(&signal_);
+    ::sigaddset(&signal_, SIGXFSZ);
+    ::pthread_sigmask(SIG_BLOCK, &signal_, &before_);
+  }
+  ~NoSizeSignal() {
+    const timespec now{};
+    if (::sigismember(&before_, SIGXFSZ) == 0) ::sigtimedwait(&signal_, nullptr, &now);
+    ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+  }
+  NoSizeSignal(const NoSizeSignal&) = delete;
+  NoSizeSignal& operator=(const NoSizeSignal&) = delete;
+
+ private:
+  sigset_t signal_{};
+  sigset_t before_{};
+};
 
 // A temporary file that is removed by the destructor unless it was renamed.
 class Temporary {
@@ -168,6 +191,7 @@ std::optional<FileFailure> replaceFile(const std::string& target,
   }
   if (options.removeLeftovers) removeLeftoversOf(target);
 
+  const NoSizeSignal noSizeSignal;
   Temporary temporary(target);
   const auto failed = [&](const char* operation) {
     return FileFailure{operation, temporary.path(), errno};

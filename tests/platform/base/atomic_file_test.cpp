@@ -2,8 +2,10 @@
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <string>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <tuple>
@@ -40,6 +42,27 @@ TEST(ReplaceFile, MakesAMissingFileWithTheGivenMode) {
   struct stat status {};
   ASSERT_EQ(::stat(folder.file("target").c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777U, 0640U);
+}
+
+// The caller's limit on the size of files; its signal would end the process.
+TEST(ReplaceFile, LeavesNothingIfTheContentPassesTheCallersLimit) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write("target", "old");
+  const auto replaceInFourBytes = [&] {
+    const rlimit limit{4, 4};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    const auto failure = replaceFile(path, kPieces);
+    sigset_t blocked;
+    sigset_t pending;
+    ::sigprocmask(SIG_BLOCK, nullptr, &blocked);
+    ::sigpending(&pending);
+    const bool isAsBefore =
+        sigismember(&blocked, SIGXFSZ) == 0 && sigismember(&pending, SIGXFSZ) == 0;
+    ::_exit(isAsBefore && failure && failure->error == EFBIG ? 0 : 1);
+  };
+  EXPECT_EXIT(replaceInFourBytes(), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(contentOf(path), "old");
+  EXPECT_THAT(folder.names(), ElementsAre("target"));
 }
 
 TEST(ReplaceFile, KeepsOwnerModeAndAttributes) {
