@@ -58,6 +58,7 @@ Answer problemDocument(Problem problem, int code, const std::vector<std::string>
   answer.status = row.status;
   answer.title = row.title;
   answer.code = code;
+  answer.causes = causes;
   answer.headers = {{"Content-Type", "application/problem+json"}};
   if (problem == Problem::kBusy) answer.headers.emplace_back("Retry-After", kRetrySeconds);
   answer.body = compactJson(document) + "\n";

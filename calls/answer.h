@@ -16,7 +16,9 @@ struct Answer {
   std::string title = "OK";                                  // the status in words
   std::vector<std::pair<std::string, std::string>> headers;  // name, value
   std::string body;
-  int code = 0;  // for the log: the problem's, 0 on success
+  // For the log: the problem's, 0 on success; and the causes in the body.
+  int code = 0;
+  std::vector<std::string> causes;
 };
 
 // {"data": …} with the JSON text `data`, and "warnings" if there are any.

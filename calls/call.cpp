@@ -30,10 +30,6 @@ constexpr int kFailed = 500;
 constexpr std::chrono::seconds kListAgeOfRefreshes{2};  // the page asks again a few seconds later
 constexpr std::size_t kLongestCause = 512;
 
-Reply replyOf(const Answer& answer) {
-  return {scgiText(answer), answer.status, answer.code};
-}
-
 Reply replyOf(Problem problem) {
   return replyOf(problemAnswer(problem));
 }
@@ -257,7 +253,8 @@ void serveConnection(int connection, SocketKind socketKind, uid_t peer, const Se
   std::string line = slot.shownSummary() + resultText(reply.status, reply.code) + spent();
   if (!sent) line += " unsent";
   if (reply.status == kFailed) {
-    for (const std::string& cause : zevo::errorTrail())
+    // A failure in another process of this call is not in the trail of this one.
+    for (const std::string& cause : reply.causes.empty() ? zevo::errorTrail() : reply.causes)
       line += ": " + zevo::printable(cause, kLongestCause);
   }
   logLine(reply.status == kFailed ? LOG_ERR : LOG_DEBUG, line);

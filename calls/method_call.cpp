@@ -8,7 +8,6 @@
 #include "zevo/error_trail.h"
 #include "zevo/read_notes.h"
 
-#include "calls/answer.h"
 #include "calls/captured_output.h"
 #include "calls/log.h"
 #include "host/disabled_accounts.h"
@@ -16,15 +15,13 @@
 namespace calls {
 namespace {
 
-Reply replyOf(const Answer& answer) {
-  return {scgiText(answer), answer.status, answer.code};
-}
-
 Reply failed(const std::string& why, bool showCauses) {
   logLine(LOG_ERR, "no answer: " + why);
   std::vector<std::string> causes;
   if (showCauses) causes.push_back(why);
-  return replyOf(problemAnswer(Problem::kNoAnswer, causes));
+  Reply reply = replyOf(problemAnswer(Problem::kNoAnswer, causes));
+  reply.causes.clear();  // logged above
+  return reply;
 }
 
 // Why the handler ended early; empty if it returned.
@@ -68,6 +65,10 @@ Reply ownOutput(const std::string& output, bool showCauses) {
 }
 
 }  // namespace
+
+Reply replyOf(const Answer& answer) {
+  return {scgiText(answer), answer.status, answer.code, answer.causes};
+}
 
 Reply runMethod(ApiHandler handler, ZEVO::RequestContext context) {
   const bool isAdmin = context.isAdmin;

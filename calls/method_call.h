@@ -2,9 +2,12 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "zevo/api_request.h"
 #include "zevo/api_table.h"
+
+#include "calls/answer.h"
 
 namespace calls {
 
@@ -12,8 +15,11 @@ namespace calls {
 struct Reply {
   std::string bytes;
   int status = 0;
-  int code = 0;  // 0 on success
+  int code = 0;                          // 0 on success
+  std::vector<std::string> causes = {};  // if the answer has any
 };
+
+Reply replyOf(const Answer& answer);
 
 // Runs the handler on this thread. Unless it ends the process, there is always a reply: an
 // exception, a missing outcome, or output that is not an answer become "no answer" (500). Other

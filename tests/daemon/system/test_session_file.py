@@ -10,6 +10,7 @@ import scgi_client
 from daemons_of_host import Currentconnd, LOCAL_SOCKET, PlainLighttpd, SESSIONS
 from http_client import API, Client
 
+KICK = b'{"action":"kick","connections":[{"pid":3000000,"who":"alice","from":"10.20.0.2","type":"SSH"}]}'
 ASIDE = f"{SESSIONS}.aside"
 
 
@@ -45,6 +46,15 @@ class SessionFile(HostTest):
         os.mkfifo(SESSIONS)
         self.addCleanup(os.unlink, SESSIONS)
         self.assertFails()
+
+    def test_a_damaged_line(self):
+        namespace.write(SESSIONS, "damaged\n", 0o600)
+        self.addCleanup(os.unlink, SESSIONS)
+        cause = f"cannot read {SESSIONS}:1: the line is not a login record"
+        for method, path, body in (("GET", API + "list", b""), ("POST", "/api/plan", KICK), ("POST", "/api/perform", KICK)):
+            answer = scgi_client.call(LOCAL_SOCKET, method, path, body=body)
+            self.assertEqual((117, [cause]), (answer.code, answer.json["causes"]), path)
+            self.daemon.wait_for_line(f'method="{os.path.basename(path)}" user="admin" from=local status=500 code=117 .*: {cause}')
 
     def tearDown(self):
         self.doCleanups()
