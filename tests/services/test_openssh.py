@@ -10,7 +10,7 @@ import listing
 import namespace
 import processes
 import waiting
-from clients import hoarding, ssh, stalling
+from clients import hoarding, refusing, ssh, stalling
 from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser, OpenSshWithoutEnvironment
 from listing import Row
 from service_test import ServiceTest, add_users, main
@@ -39,6 +39,13 @@ def kill_guards():
     for pid in guards:
         os.kill(pid, signal.SIGKILL)
     waiting.until("the guards to end", lambda: not any(map(processes.runs, guards)))
+
+
+def end_all(titles):
+    """Ends every process of these titles."""
+    for title in titles:
+        for pid in processes.titled(title):
+            os.kill(pid, signal.SIGKILL)
 
 
 class OpenSshTest(ServiceTest):
@@ -140,6 +147,23 @@ class OpenSshTest(ServiceTest):
         self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
         self.assertTrue(freed.is_alive(), "a list or a kick waited for the user's processes")
         waiting.until("ssh to end", client.has_ended)
+
+    def test_users_programs_that_root_may_not_look_at_leave_the_list_whole(self):
+        reason = refusing.install(namespace.run)
+        if reason:
+            self.skipTest(reason)
+        names = ("sshd", *SERVER_NAMES)
+        titles = [f"/tmp/{name}" for name in names]
+        self.addCleanup(end_all, titles)
+        self.client(ssh.Refusing, "alice", "10.20.0.2", *names)
+        waiting.until("the programs to run", lambda: all(map(processes.titled, titles)))
+        self.assertRaises(PermissionError, os.stat, f"/proc/{processes.titled(titles[0])[0]}/exe")
+        bobs = self.client(ssh.Command, "bob", "10.20.0.3")
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal"), Row("bob", "10.20.0.3", "SSH", "no terminal")])
+        done = listing.run("kick", "--yes", "--user", "bob")
+        self.assertNotIn("may be missing", done.stderr)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("ssh to end", bobs.has_ended)
 
     def test_users_processes_full_of_descriptors_keep_no_list_waiting(self):
         hoarding.install()

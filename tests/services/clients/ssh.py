@@ -9,7 +9,7 @@ import tempfile
 
 import namespace
 import waiting
-from clients import hoarding, stalling
+from clients import hoarding, refusing, stalling
 from clients.dialogue import Dialogue
 
 _KEY = "/srv/client_key"
@@ -119,6 +119,15 @@ class Stalling(Dialogue):
                             *(f"'{title}'" for title in titles)])
         super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}", command])
         self.expect("stalling")
+
+
+class Refusing(Dialogue):
+    """ssh whose command runs programs with these names on a file system of the user's that refuses root."""
+
+    def __init__(self, user, address, *names):
+        command = " ".join(["exec", "/usr/bin/python3", refusing.PROGRAM, stalling.DEVICE, *names])
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", command])
+        self.expect("refusing")
 
 
 class Hoarding(Dialogue):

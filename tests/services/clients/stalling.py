@@ -67,8 +67,8 @@ def main(device, *titles):
     connection.close()
 
 
-def serve(device, asker):
-    """Mounts a file system with one file, hands the file over, and answers all but reads for ever."""
+def mount(device):
+    """Mounts a file system that this program serves on /tmp, in a user namespace, and returns its connection."""
     ids = os.getuid(), os.getgid()
     _check(_libc.unshare(_CLONE_NEWUSER | _CLONE_NEWNS))
     for name, text in (("setgroups", "deny"), ("uid_map", f"0 {ids[0]} 1"), ("gid_map", f"0 {ids[1]} 1")):
@@ -77,6 +77,12 @@ def serve(device, asker):
     connection = os.open(device, os.O_RDWR)
     options = f"fd={connection},rootmode=40000,user_id=0,group_id=0"
     _check(_libc.mount(b"stalling", b"/tmp", b"fuse", 0, options.encode()))
+    return connection
+
+
+def serve(device, asker):
+    """Mounts a file system with one file, hands the file over, and answers all but reads for ever."""
+    connection = mount(device)
     if os.fork() == 0:
         file = os.open("/tmp/memory", os.O_RDONLY)
         socket.send_fds(asker, [b"."], [file])
@@ -114,15 +120,21 @@ class Folder:
         _check(_libc.umount2(self._path.encode(), _MNT_DETACH))
 
 
-def answer(connection, request):
+def answer(connection, request, content=None):
+    """Answers one request; a read with `content`, and never where there is none."""
     _, code, unique, node = struct.unpack_from("<IIQQ", request)
-    attributes = struct.pack("<6Q10I", _ROOT, mmap.PAGESIZE, 8, 0, 0, 0, 0, 0, 0, *(
-        (stat.S_IFDIR | 0o755, 2) if node == _ROOT and code == _GETATTR else (stat.S_IFREG | 0o444, 1)), 0, 0, 0, 4096, 0)
+    size = mmap.PAGESIZE if content is None else len(content)
+    attributes = struct.pack("<6Q10I", _ROOT, size, 8, 0, 0, 0, 0, 0, 0, *(
+        (stat.S_IFDIR | 0o755, 2) if node == _ROOT and code == _GETATTR else (stat.S_IFREG | 0o555, 1)), 0, 0, 0, 4096, 0)
     bodies = {_INIT: struct.pack("<IIIIHHIIHHI7I", 7, 31, 0, 0, 0, 0, 1 << 16, 1, 16, 0, *[0] * 8),
               _LOOKUP: struct.pack("<4Q2I", _FILE, 0, 1000, 1000, 0, 0) + attributes,
               _GETATTR: struct.pack("<Q2I", 1000, 0, 0) + attributes,
               _OPEN: struct.pack("<Q2I", 1, 0, 0)}
-    if code in (_READ, _FORGET):
+    if code == _READ and content is not None:
+        begin, = struct.unpack_from("<Q", request, 48)
+        length, = struct.unpack_from("<I", request, 56)
+        bodies[_READ] = content[begin:begin + length]
+    elif code in (_READ, _FORGET):
         return
     body = bodies.get(code, b"")
     os.write(connection, struct.pack("<IiQ", 16 + len(body), 0 if code in bodies else -_ENOSYS, unique) + body)
