@@ -19,6 +19,7 @@ constexpr std::string_view kInternalSftp = "internal-sftp";
 constexpr std::string_view kExternalSftp = "sftp-server";
 constexpr std::string_view kTerminals = "pts/";
 constexpr std::string_view kUnknownTerminal = "terminal not known";
+constexpr std::string_view kUnknownAddress = "unknown";
 constexpr std::string_view kLoginHelper = "sshd";  // the account of what serves logins in progress
 
 // sshd, or sshd-session of newer releases; not sshd-auth, which serves logins in progress.
@@ -131,10 +132,11 @@ Result<Session> identify(const Sources& sources, const Process& process) {
   return identifyByIds(sources, std::move(session), *told, *parentText);
 }
 
-// The address of the client; empty if it did not connect over TCP.
+// The address of the client: "unknown" if it did not connect over TCP, since a connection without
+// an address cannot be ended.
 Result<std::string> clientAddress(const Sources& sources, const Process& owner) {
   return clientSocket(sources, owner, isSshd).map([](const std::optional<Socket>& socket) {
-    return socket ? numericText(socket->remote) : std::string();
+    return socket ? numericText(socket->remote) : std::string(kUnknownAddress);
   });
 }
 
@@ -214,7 +216,7 @@ Result<void> appendSession(const Sources& sources, Session session,
                            std::vector<Connection>* connections) {
   auto from = clientAddress(sources, *session.owner);
   if (isGone(from)) return {};
-  if (from) session.from = std::move(*from);
+  session.from = from ? std::move(*from) : std::string(kUnknownAddress);
   Below below;
   Result<void> outcome = readBelow(sources, session, &below);
   addPart(outcome, from);

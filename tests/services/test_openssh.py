@@ -11,7 +11,7 @@ import namespace
 import processes
 import waiting
 from clients import hoarding, refusing, ssh, stalling
-from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser, OpenSshWithoutEnvironment
+from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser, OpenSshOnUnixSocket, OpenSshWithoutEnvironment
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
@@ -271,6 +271,22 @@ class OpenSshTest(ServiceTest):
         for client in clients:
             waiting.until("a client to end", client.has_ended)
         waiting.until("their processes to end", lambda: not any(map(processes.runs, pids)))
+        self.assertEmptiesAfterwards()
+
+
+class UnixSocketTest(ServiceTest):
+    """A client on this machine, or a virtual machine's host, has no address."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(OpenSshOnUnixSocket())
+
+    def test_its_connections_end_with_a_kick(self):
+        client = self.client(ssh.OverUnixSocket, "alice", OpenSshOnUnixSocket.path)
+        self.assertList([Row("alice", "unknown", "SSH", "no terminal")])
+        done = listing.run("kick", "--yes", "--user", "alice", "--from", "unknown")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("ssh to end", client.has_ended)
         self.assertEmptiesAfterwards()
 
 

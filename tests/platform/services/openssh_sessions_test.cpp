@@ -165,12 +165,12 @@ TEST_F(OpensshSessionsTest, RootsSessionsHaveNoProcessThatGuardsThem) {
                           sftp(108, "/home/alice", "root"), ssh(109, "no terminal", "root")));
 }
 
-TEST_F(OpensshSessionsTest, AConnectionThatDoesNotComeOverTcpHasNoAddress) {
+TEST_F(OpensshSessionsTest, TheAddressOfAConnectionThatDoesNotComeOverTcpIsUnknown) {
   addMonitor(66, "alice");
   addChild(72, 66, "sshd: alice@pts/1");
   sockets_.clear();
   Connection expected = ssh(72, "pts/1");
-  expected.from = "";
+  expected.from = "unknown";
   EXPECT_THAT(read(), ElementsAre(expected));
 }
 

@@ -127,7 +127,7 @@ TEST_F(RegistryTest, WhatCannotBeReadOfAServiceIsNotedAndTheRestIsListed) {
   tree_.makeUnreadable(70, "fd");
   EXPECT_TRUE(read());
   Connection fromSomewhere = record(71, "bob", "pts/2");
-  fromSomewhere.from = "";
+  fromSomewhere.from = "unknown";
   EXPECT_THAT(list_.connections, ElementsAre(record(61, "alice", "pts/1"), fromSomewhere));
   ASSERT_EQ(list_.notes.size(), 1U);
   EXPECT_EQ(list_.notes[0].code, kConnectionsMissing);

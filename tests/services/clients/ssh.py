@@ -83,10 +83,20 @@ class Forwarding(Dialogue):
 class Command(Dialogue):
     """ssh without a terminal, while its command runs."""
 
-    def __init__(self, user, address, port=22, command="exec cat"):
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
+    def __init__(self, user, address, port=22, command="exec cat", options=()):
+        super().__init__(["ssh", *_OPTIONS, *options, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
                           f"echo re''ady; {command}"])
         self.expect("ready")
+
+
+class OverUnixSocket(Command):
+    """The same, connected to the socket at `path`."""
+
+    def __init__(self, user, path):
+        connect = ("import socket; to = socket.socket(socket.AF_UNIX); "
+                   f"to.connect(\"{path}\"); socket.send_fds(socket.socket(fileno=1), [b\".\"], [to.fileno()])")
+        super().__init__(user, "fileserver", options=("-o", f"ProxyCommand=/usr/bin/python3 -c '{connect}'",
+                                                      "-o", "ProxyUseFdpass=yes"))
 
 
 class Returning(Dialogue):

@@ -1,6 +1,9 @@
 """sshd with internal-sftp on port 22; a second one, on port 2222, starts the external sftp-server."""
 
 import os
+import socket
+import subprocess
+import threading
 
 import namespace
 from daemons.daemon import Daemon
@@ -40,6 +43,43 @@ class OpenSsh(Daemon):
 
     def command(self):
         return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]
+
+
+class OpenSshOnUnixSocket:
+    """The real sshd, started for each connection to a Unix socket, as systemd's sshd-unix-local.socket does."""
+
+    path = "/run/test-ssh.sock"
+
+    def __init__(self):
+        self._sshd = OpenSsh()
+        self._sessions = []
+
+    def start(self):
+        self._sshd.configure()
+        self._listener = socket.socket(socket.AF_UNIX)
+        self._listener.bind(self.path)
+        self._listener.listen()
+        self._accepting = threading.Thread(target=self._accept)
+        self._accepting.start()
+
+    def stop(self):
+        self._listener.shutdown(socket.SHUT_RDWR)
+        self._accepting.join()
+        self._listener.close()
+        os.unlink(self.path)
+        for session in self._sessions:
+            session.wait()
+
+    def _accept(self):
+        while True:
+            try:
+                client, _ = self._listener.accept()
+            except OSError:  # stopped
+                return
+            with client, open(self._sshd.log, "ab") as log:
+                command = [*self._sshd.command(), "-i"]
+                self._sessions.append(subprocess.Popen(command, stdin=client, stdout=client, stderr=log,
+                                                       env=namespace.ENVIRONMENT, start_new_session=True, cwd="/"))
 
 
 class OpenSshWithoutEnvironment(OpenSsh):
