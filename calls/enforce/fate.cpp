@@ -138,8 +138,10 @@ class Comparison {
     return fate(before, mayLack(before) || mayBeUntold(before) ? "not_known" : "ended");
   }
 
-  // An FTP session is listed under another of its processes while a transfer runs.
+  // An FTP session is listed under another of its processes while a transfer runs, and an SSH
+  // connection from the beginning of its session.
   [[nodiscard]] bool isGoingOn(const Connection& before, const Connection& row) const {
+    if (isSessionOf(before, row, attempt_.proc)) return true;
     return before.type == "FTP" && (row.time == before.time || !beganSince(row));
   }
 

@@ -42,6 +42,19 @@ std::optional<zevo::OpenFiles> readOpenFiles(std::vector<zevo::ReadNote>* notes)
   return files;
 }
 
+// Sessions that have begun since they were named, in place of their logins.
+Connections withSessions(Connections named, const Snapshot& now) {
+  const RowIndex index(now.connections);
+  for (Connection& login : named) {
+    if (index.find(login)) continue;
+    const auto session =
+        std::find_if(now.connections.begin(), now.connections.end(),
+                     [&](const Connection& row) { return isSessionOf(login, row, "/proc"); });
+    if (session != now.connections.end()) login = *session;
+  }
+  return named;
+}
+
 Json::Value planNow(const Work& work, const Connections& wanted, Snapshot* now) {
   PlanView view{*now, work.ownWay()};
   if (endsSmb(wanted, *now)) view.openFiles = readOpenFiles(&now->warnings);
@@ -90,7 +103,7 @@ void endTargets(const Work& work, const OwnWay& own, bool isOwn, Attempt* attemp
 Answer planKick(const Work& work, const std::vector<Connection>& wanted) {
   zevo::Result<Snapshot> now = work.readNow();
   if (!now) return failed(now.error());
-  const Json::Value plan = planNow(work, wanted, &*now);
+  const Json::Value plan = planNow(work, withSessions(wanted, *now), &*now);
   return success(plan, now->warnings);
 }
 
@@ -105,15 +118,16 @@ Answer planKick(const Work& work, const Selection& selection) {
   return success(plan, now->warnings);
 }
 
-Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
+Answer performKick(const Work& work, const std::vector<Connection>& named) {
   const zevo::Result<Snapshot> before = work.readNow();
   if (!before) return failed(before.error());
   const RowIndex index(before->connections);
+  const Connections wanted = withSessions(named, *before);
   Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
-  for (const Connection& named : wanted) {
-    const Connection* row = index.find(named);
+  for (const Connection& connection : wanted) {
+    const Connection* row = index.find(connection);
     if (row) attempt.targets.push_back({*row});
-    if (!row) leaveOut(work, named, "gone_before");
+    if (!row) leaveOut(work, connection, "gone_before");
   }
   const OwnWay own = work.ownWay();
   for (const bool isOwn : {false, true}) endTargets(work, own, isOwn, &attempt);
@@ -122,9 +136,9 @@ Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
   Json::Value result(Json::objectValue);
   result["connections"] = Json::Value(Json::arrayValue);
   Json::ArrayIndex next = 0;
-  for (const Connection& named : wanted) {
-    Json::Value& item = result["connections"].append(nameOf(named));
-    if (index.find(named)) {
+  for (const Connection& connection : wanted) {
+    Json::Value& item = result["connections"].append(nameOf(connection));
+    if (index.find(connection)) {
       item = fates[next++];
     } else {
       item["fate"] = "gone_before";

@@ -130,4 +130,10 @@ std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::stri
   return above;
 }
 
+bool isSessionOf(const Connection& before, const Connection& row, const std::string& proc) {
+  if (before.type != "SSH" || !isOfSameClient(before, row)) return false;
+  const std::vector<std::uint32_t> above = processesAbove(row.pid, proc);
+  return !above.empty() && above.front() == before.pid;
+}
+
 }  // namespace calls::enforce

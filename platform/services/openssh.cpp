@@ -1,10 +1,13 @@
 #include "services/openssh.h"
 
 #include <algorithm>
+#include <csignal>
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <utility>
 
+#include "base/account_name.h"
 #include "base/text.h"
 #include "services/account_name.h"
 #include "services/client_sockets.h"
@@ -19,7 +22,9 @@ constexpr std::string_view kInternalSftp = "internal-sftp";
 constexpr std::string_view kExternalSftp = "sftp-server";
 constexpr std::string_view kTerminals = "pts/";
 constexpr std::string_view kUnknownTerminal = "terminal not known";
+constexpr std::string_view kLoggingIn = "logging in";
 constexpr std::string_view kUnknownAddress = "unknown";
+constexpr std::string_view kGuard = " [priv]";
 constexpr std::string_view kLoginHelper = "sshd";  // the account of what serves logins in progress
 
 // sshd, or sshd-session of newer releases; not sshd-auth, which serves logins in progress.
@@ -117,16 +122,55 @@ Result<Session> identifyByIds(const Sources& sources, Session session, const Ssh
   });
 }
 
+// The children of `process` that are or may be sshd's, including those that have ended, until it
+// has waited for them.
+Result<std::size_t> countServants(const Sources& sources, const Process& process) {
+  const auto children = sources.filesOf(process).and_then(&ProcessFiles::children);
+  if (!children) return errorOf(children);
+  std::size_t count = 0;
+  for (const pid_t pid : *children) {
+    const auto child = readProcess(sources.paths(), pid);
+    if (hasFailed(child) || (child && child->name.starts_with("sshd"))) ++count;
+  }
+  return count;
+}
+
+// The account's own name if the client logged in as `name`.
+std::string accountCalled(const std::string& name) {
+  const auto answer = askForAccount(name);
+  return answer.found ? answer.entry.pw_name : name;
+}
+
+// The login that `process`, with a guard's title, has let in and whose session has not begun: that
+// takes as long as its user's files, which modules of PAM read. As long as the client has not been
+// authenticated, a child of the guard talks to it; during the session another one does, and
+// afterwards the guard still handles SIGTERM. A session's process is forked with its guard's title.
+Result<Session> identifyLogin(const Sources& sources, const Process& process,
+                              const std::string& text, const Process* guard) {
+  const auto servants = countServants(sources, process);
+  const auto handles = sources.filesOf(process).and_then(
+      [](const ProcessFiles& files) { return files.handles(SIGTERM); });
+  const auto beside = guard != nullptr ? countServants(sources, *guard) : Result<std::size_t>(1);
+  if (!servants || !handles || !beside) return errorOf(servants, handles, beside);
+  if (*servants != 0 || *handles || *beside != 1) return Session();
+  std::string user = accountCalled(text.substr(0, text.size() - kGuard.size()));
+  return Session{
+      &process, guard != nullptr ? guard : &process, std::move(user), std::string(kLoggingIn), {}};
+}
+
 // The session that `process` serves; its owner is null if it serves none.
 Result<Session> identify(const Sources& sources, const Process& process) {
   const auto text = titleText(sources, &process);
   if (!text) return errorOf(text);
   if (text->empty()) return identifyOrphan(sources, process);
-  const auto told = sshSession(*text);
-  if (!told) return Session();
   const Process* parent = sources.processes().find(process.parent);
   const auto parentText = titleText(sources, parent);
   if (!parentText) return errorOf(parentText);
+  if (isSshGuard(*text)) {
+    return identifyLogin(sources, process, *text, isSshGuard(*parentText) ? parent : nullptr);
+  }
+  const auto told = sshSession(*text);
+  if (!told) return Session();
   Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
   if (isSshGuard(*parentText)) return session;
   return identifyByIds(sources, std::move(session), *told, *parentText);
@@ -243,7 +287,7 @@ std::optional<std::string_view> sshTitleText(std::string_view title) {
 }
 
 bool isSshGuard(std::string_view text) {
-  return text.ends_with(" [priv]");
+  return text.ends_with(kGuard);
 }
 
 std::optional<SshSession> sshSession(std::string_view text) {

@@ -34,7 +34,8 @@ std::optional<SshSession> sshSession(std::string_view text);
 // cannot, so it is another record of the session, "SFTP (sftp-server)". All data comes from root's
 // processes and their forks: programs that a user starts in a session may have any name and title.
 //
-// The address of a client that did not connect over TCP is "unknown".
+// Before its session has a process, a connection is "logging in", with the pid of the process that
+// opens the session. The address of a client that did not connect over TCP is "unknown".
 //
 // A session whose guarding process was killed continues. Over TCP it still has one record, of the
 // account of its process, "terminal not known", but none for an internal SFTP server in it.

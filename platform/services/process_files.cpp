@@ -18,6 +18,7 @@
 #include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
+#include "base/text.h"
 
 namespace zevo::connections {
 namespace {
@@ -277,6 +278,31 @@ Result<Namespaces> ProcessFiles::namespaces() const {
   const auto mount = namespaceNumber("mnt");
   if (!pid || !network || !mount) return errorOf(pid, network, mount);
   return Namespaces{*pid, *network, *mount};
+}
+
+Result<std::vector<pid_t>> ProcessFiles::children() const {
+  const std::string name = "task/" + std::to_string(pid_) + "/children";
+  return readText(folder_.get(), name.c_str()).map([](std::string_view text) {
+    std::vector<pid_t> children;
+    while (!text.empty()) {
+      if (const auto pid = parseNumber<pid_t>(takeUntil(' ', text))) children.push_back(*pid);
+    }
+    return children;
+  });
+}
+
+// In the line "SigCgt:\t0000000180014a03", whose lowest bit is signal 1.
+Result<bool> ProcessFiles::handles(int signal) const {
+  constexpr std::string_view kKey = "\nSigCgt:\t";
+  const auto status = readText(folder_.get(), "status");
+  if (!status) return errorOf(status);
+  const std::size_t line = status->find(kKey);
+  if (line == std::string::npos) return endedOrFailed("status", EBADMSG);
+  std::uint64_t handled = 0;
+  const char* begin = status->data() + line + kKey.size();
+  const auto result = std::from_chars(begin, status->data() + status->size(), handled, 16);
+  if (result.ec != std::errc()) return endedOrFailed("status", EBADMSG);
+  return (handled >> static_cast<unsigned>(signal - 1) & 1U) != 0;
 }
 
 // In the line "Max processes             0                    0                    processes".

@@ -108,6 +108,11 @@ class ProcessFiles {
   [[nodiscard]] Result<bool> isRootsProgram() const;
   // The name of the program's file, without its directories, even if it was replaced since.
   [[nodiscard]] Result<std::string> programName() const;
+  // Its children, including those that have ended, until it has waited for them. Gone if the kernel
+  // does not tell.
+  [[nodiscard]] Result<std::vector<pid_t>> children() const;
+  // Whether the process handles the signal itself.
+  [[nodiscard]] Result<bool> handles(int signal) const;
   // Whether its process limit allows another one. The kernel does not apply it to root.
   [[nodiscard]] Result<bool> mayMakeProcesses() const;
   [[nodiscard]] Result<Namespaces> namespaces() const;

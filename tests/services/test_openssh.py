@@ -274,6 +274,59 @@ class OpenSshTest(ServiceTest):
         self.assertEmptiesAfterwards()
 
 
+class HeldLoginTest(ServiceTest):
+    """A user's slow file holds a login between the password and the session."""
+
+    ROW = Row("alice", "10.20.0.2", "SSH", "logging in")
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(OpenSsh())
+
+    def assertRefused(self, client):
+        waiting.until("ssh to end", client.has_ended)
+        self.assertFalse(client.has_begun())
+        self.assertEmptiesAfterwards()
+
+    def test_it_is_listed_until_its_session_begins(self):
+        client = self.client(ssh.Held, "alice", "10.20.0.2")
+        before = self.assertList([self.ROW])
+        client.release()
+        waiting.until("the session", client.has_begun)
+        after = self.assertList([self.ROW._replace(descr="no terminal")])
+        self.assertEqual(before[0]["time"], after[0]["time"])
+
+    def test_sigterm_to_the_rows_process_ends_it(self):
+        client = self.client(ssh.Held, "alice", "10.20.0.2")
+        self.assertEndsAtOnce(self.assertList([self.ROW])[0], INTERNAL_PORT)
+        self.assertRefused(client)
+
+    def test_a_kick_ends_it(self):
+        client = self.client(ssh.Held, "alice", "10.20.0.2")
+        self.assertList([self.ROW])
+        self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
+        self.assertRefused(client)
+
+    def test_it_ends_where_its_user_is_disabled(self):
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "alice")
+        client = self.client(ssh.Held, "alice", "10.20.0.2")
+        self.assertList([self.ROW])
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertRefused(client)
+
+    def test_a_login_in_progress_whose_helper_has_ended_is_not_listed(self):
+        self.client(ssh.PasswordPrompt, "alice", "10.20.0.3")
+        guard, = waiting.until("the guard", lambda: processes.titled("alice [priv]"))
+        self.addCleanup(os.kill, guard, signal.SIGKILL)
+        os.kill(guard, signal.SIGSTOP)  # so that it stays, as while PAM delays its answer to a wrong password
+        helper, = processes.titled("alice [net]")
+        os.kill(helper, signal.SIGKILL)
+        waiting.until("the helper to end", lambda: not processes.runs(helper))
+        self.assertEqual([], listing.rows())
+        self.assertEqual(1, processes.established(INTERNAL_PORT))
+
+
 class UnixSocketTest(ServiceTest):
     """A client on this machine, or a virtual machine's host, has no address."""
 

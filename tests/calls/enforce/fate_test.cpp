@@ -219,6 +219,21 @@ TEST(Fates, SayThatAProcessWaitsInTheKernel) {
   EXPECT_EQ(briefly(fatesOf(attempt, Snapshot{{kTargetShell}, {}})[0]), "still_there in_kernel");
 }
 
+TEST(Fates, SayThatALoginGoesOnAsItsSession) {
+  ProcessTree tree;
+  tree.add(20, 12);
+  tree.add(21, 1);
+  Attempt attempt = attemptOn({kTargetShell});
+  attempt.proc = tree.path();
+  for (const std::string& time : {kTargetShell.time, kLater}) {
+    const Json::Value fates =
+        fatesOf(attempt, Snapshot{{since(time, connection(20, "alice"))}, {}});
+    EXPECT_EQ(briefly(fates[0]), "still_there goes_on 20");
+  }
+  const Snapshot another{{since(kLater, connection(21, "alice"))}, {}};
+  EXPECT_EQ(briefly(fatesOf(attempt, another)[0]), "connected_again 21");
+}
+
 TEST(ServicesWithoutUsers, AreThoseWithARowThatNobodyIsNamedFor) {
   Snapshot now{{connection(20, "unknown", "CIFS"), kTargetShell}, {}};
   EXPECT_EQ(servicesWithoutUsers(now), std::vector<std::string>{});

@@ -130,6 +130,18 @@ class PlanTest(HostTest):
         self.assertEqual({"ends": [], "stays": [], "gone": [named(row)]}, self.plan_kick(row))
         self.assertEqual([named(row) | {"fate": "gone_before"}], self.kick(row))
 
+    def test_a_login_is_followed_to_its_session(self):
+        client = self.client(ssh.Held, "alice", "10.20.0.2")
+        login = self.rows("SSH")[0]
+        client.release()
+        waiting.until("the session", client.has_begun)
+        session = self.rows("SSH")[0]
+        self.assertNotEqual(login["pid"], session["pid"])
+        planned = self.plan_kick(login)
+        self.assertEqual(([session["pid"]], []), ([end["pid"] for end in planned["ends"]], planned["gone"]))
+        self.assertEqual([("ended", None)], brief(self.kick(login)))
+        waiting.until("ssh to end", client.has_ended)
+
     def test_each_row_comes_to_its_fate_in_the_order_of_the_request(self):
         shells = [self.client(ssh.Shell, "alice", "10.20.0.2") for _ in range(3)]
         rows = self.rows("SSH", 3)

@@ -13,6 +13,8 @@ inline constexpr uid_t kAlice = 1001;
 inline constexpr uid_t kBob = 1002;
 inline constexpr uid_t kWordy = 1003;
 inline constexpr std::string_view kWordyName = "example\\bartholomew.featherstone-haugh";
+// What a client may call alice, as directory services allow.
+inline constexpr std::string_view kOtherNameOfAlice = "EXAMPLE\\alice";
 inline constexpr uid_t kNobody = 65534;
 
 inline constexpr uid_t kNoAccount = 4000;       // nobody has it

@@ -1,3 +1,5 @@
+#include <csignal>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -137,6 +139,62 @@ TEST_F(OpensshSessionsTest, AChildThatHasNotBecomeAProgramYetIsNoConnection) {
        .cmdline = title("sshd: root@notty"),
        .sockets = {{4, 5}}});
   EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal"), ssh(106, "no terminal", "root")));
+}
+
+TEST_F(OpensshSessionsTest, ALoginWhoseSessionHasNotBegunIsOneOfTheProcessThatOpensIt) {
+  addMonitor(66, "alice");
+  addMonitor(76, "bob", "sshd-session");
+  addProgram(77, 76, "run-parts", "run-parts");
+  EXPECT_THAT(read(), ElementsAre(ssh(66, "logging in"), ssh(76, "logging in", "bob")));
+}
+
+TEST_F(OpensshSessionsTest, ALoginIsThatOfTheAccountUnderWhateverNameTheClientGave) {
+  addMonitor(66, std::string(test::kOtherNameOfAlice));
+  addMonitor(76, "nobody-known");
+  EXPECT_THAT(read(), ElementsAre(ssh(66, "logging in"), ssh(76, "logging in", "nobody-known")));
+}
+
+TEST_F(OpensshSessionsTest, ASessionThatHasItsGuardsTitleStillIsALogin) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice [priv]");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "logging in")));
+}
+
+TEST_F(OpensshSessionsTest, AGuardWhoseSessionIsOverIsNoConnection) {
+  add({.pid = 66,
+       .parent = 56,
+       .name = "sshd",
+       .cmdline = title("sshd: alice [priv]"),
+       .handledSignals = 1U << (SIGTERM - 1U)});
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshSessionsTest, ALoginInProgressWhoseHelperHasJustEndedIsNoConnection) {
+  addMonitor(66, "alice");
+  add({.pid = 67, .parent = 66, .name = "sshd", .cmdline = "", .state = 'Z'});
+  addMonitor(76, "alice", "sshd-session");
+  add({.pid = 77, .parent = 76, .name = "sshd-auth", .cmdline = "", .state = 'Z'});
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshSessionsTest, WhatSshdForksForALoginInProgressIsNoConnection) {
+  addMonitor(66, "alice");
+  addChild(67, 66, "sshd: alice [net]", kSshdUser);
+  addChild(68, 66, "sshd: alice [priv]", 0);  // "alice [pam]" in a moment
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshSessionsTest, ALoginInProgressWhoseHelperCannotBeReadIsNoConnection) {
+  addMonitor(66, "alice");
+  addChild(67, 66, "sshd: alice [net]", kSshdUser);
+  tree_.makeUnreadable(67, "stat");
+  EXPECT_THAT(read(), IsEmpty());
+}
+
+TEST_F(OpensshSessionsTest, ALoginOfAKernelThatTellsNoChildrenIsNotTakenForASession) {
+  addMonitor(66, "alice");
+  tree_.removeFile(66, "task/66/children");
+  EXPECT_THAT(read(), IsEmpty());
 }
 
 TEST_F(OpensshSessionsTest, AShellAndSftpOverOneConnectionAreBothThere) {

@@ -2,6 +2,8 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iomanip>
+#include <sstream>
 #include <stdexcept>
 #include <stdlib.h>
 #include <time.h>
@@ -35,13 +37,20 @@ std::string statLine(const FakeProcess& process) {
   return line + "\n";
 }
 
+std::string hexText(std::uint64_t number) {
+  std::ostringstream text;
+  text << std::hex << std::setfill('0') << std::setw(16) << number;
+  return text.str();
+}
+
 std::string statusText(const FakeProcess& process) {
   const std::string uid = std::to_string(process.uid);
   const std::string uids =
       process.uids.empty() ? uid + "\t" + uid + "\t" + uid + "\t" + uid : process.uids;
   const std::string gids = process.gids.empty() ? uids : process.gids;
   return "Name:\t" + printable(process.name) + "\nUmask:\t0022\nState:\t" + process.state +
-         "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + gids + "\n";
+         "\nPid:\t" + std::to_string(process.pid) + "\nUid:\t" + uids + "\nGid:\t" + gids +
+         "\nSigCgt:\t" + hexText(process.handledSignals) + "\n";
 }
 
 void writeNamespaces(const fs::path& process, const Namespaces& numbers, std::uint64_t user) {
@@ -98,6 +107,12 @@ ProcTree& ProcTree::add(const FakeProcess& process) {
   fs::create_directories(folder / "fd");
   writeFile(folder / "stat", statLine(process));
   writeFile(folder / "status", statusText(process));
+  const auto childrenOf = [this](pid_t pid) {
+    const std::string number = std::to_string(pid);
+    return paths_.proc + "/" + number + "/task/" + number + "/children";
+  };
+  writeFile(childrenOf(process.pid), "");
+  std::ofstream(childrenOf(process.parent), std::ios::app) << process.pid << ' ';
   writeFile(folder / "cmdline",
             process.cmdline.empty() ? process.name + std::string(1, '\0') : process.cmdline);
   if (process.exe.empty()) {
@@ -129,6 +144,10 @@ void ProcTree::remove(pid_t pid) {
 
 void ProcTree::write(pid_t pid, const std::string& name, const std::string& content) {
   writeFile(paths_.proc + "/" + std::to_string(pid) + "/" + name, content);
+}
+
+void ProcTree::removeFile(pid_t pid, const std::string& name) {
+  fs::remove(paths_.proc + "/" + std::to_string(pid) + "/" + name);
 }
 
 void ProcTree::makeUnreadable(pid_t pid, const std::string& name) {

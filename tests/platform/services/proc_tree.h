@@ -42,6 +42,7 @@ struct FakeProcess {
   Namespaces namespaces = kOurNamespaces;
   std::uint64_t userNamespace = kOurUserNamespace;
   int processLimit = 1000;
+  std::uint64_t handledSignals = 0;  // bit 0 is signal 1
   std::string cgroup = "0::/system.slice/some.service\n";
 };
 
@@ -61,6 +62,8 @@ class ProcTree {
   void remove(pid_t pid);
   // Replaces /proc/PID/NAME by other content.
   void write(pid_t pid, const std::string& name, const std::string& content);
+  // Takes /proc/PID/NAME away.
+  void removeFile(pid_t pid, const std::string& name);
   // Makes a reading of /proc/PID/NAME fail otherwise than by the process's end, for root too.
   void makeUnreadable(pid_t pid, const std::string& name);
 

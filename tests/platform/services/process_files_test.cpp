@@ -208,12 +208,26 @@ TEST_F(ProcessFilesTest, TellsAProgramFromOthersOfItsName) {
   EXPECT_FALSE(*files.runs(tree_.folder() + "/missing"));
 }
 
+TEST_F(ProcessFilesTest, TellsItsChildrenAndTheSignalsThatItHandles) {
+  const ProcessFiles files = open({.pid = 9, .name = "sshd", .handledSignals = 1U << 14U});
+  EXPECT_TRUE(files.children()->empty());
+  tree_.add({.pid = 10, .parent = 9, .name = "sshd"});
+  tree_.add({.pid = 11, .parent = 9, .name = "sshd", .state = 'Z'});
+  EXPECT_EQ(*files.children(), (std::vector<pid_t>{10, 11}));
+  EXPECT_TRUE(*files.handles(SIGTERM));
+  EXPECT_FALSE(*files.handles(SIGINT));
+  tree_.write(9, "status", "Name:\tsshd\n");
+  EXPECT_TRUE(hasFailed(files.handles(SIGTERM)));
+}
+
 TEST_F(ProcessFilesTest, EveryReadingOfAnEndedProcessIsGone) {
   const ProcessFiles files = open({.pid = 9, .name = "sshd"});
   tree_.remove(9);
   EXPECT_TRUE(isGone(files.title()));
   EXPECT_TRUE(isGone(files.userIds()));
   EXPECT_TRUE(isGone(files.groupIds()));
+  EXPECT_TRUE(isGone(files.children()));
+  EXPECT_TRUE(isGone(files.handles(SIGTERM)));
   EXPECT_TRUE(isGone(files.workingDirectory()));
   EXPECT_TRUE(isGone(files.root()));
   EXPECT_TRUE(isGone(files.sockets(100)));

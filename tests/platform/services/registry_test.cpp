@@ -1,5 +1,6 @@
 #include "services/registry.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -41,7 +42,8 @@ class RegistryTest : public ::testing::Test {
         .add({.pid = pid,
               .name = "sshd",
               .cmdline = "sshd: " + user + " [priv]",
-              .sockets = {{4, 9}}})
+              .sockets = {{4, 9}},
+              .handledSignals = 1U << (SIGTERM - 1U)})
         .add({.pid = pid + 1,
               .parent = pid,
               .name = "sshd",

@@ -40,6 +40,9 @@ class OpenSsh(Daemon):
             namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", "/etc/ssh/test_host_key")
         text = _CONFIGURATION.format(port=self.ports[0], subsystem=self._subsystem)
         namespace.write(f"/etc/ssh/test_{self.ports[0]}_config", text)
+        # Debian 12's rules let it read ~/.pam_environment while it opens a session, Debian 13's do not.
+        rules = namespace.read("/etc/pam.d/sshd")
+        namespace.write("/etc/pam.d/sshd", rules.replace("pam_env.so envfile=", "pam_env.so user_readenv=1 envfile="))
 
     def command(self):
         return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]
