@@ -12,7 +12,7 @@ from clients.smb import Smb
 from daemons.openssh import EXTERNAL, OpenSsh
 from daemons.samba import Samba
 from daemons.vsftpd import Vsftpd
-from daemons_of_host import Currentconnd, PACKAGING, PlainLighttpd
+from daemons_of_host import Currentconnd, PACKAGING, PlainLighttpd, SOURCES
 from host_test import HostTest
 from http_client import Client
 
@@ -37,6 +37,11 @@ exec "$@"
 def settings(name):
     """All values of one setting of the daemon's unit."""
     return [value for line in re.findall(rf"(?m)^{name}=(.*)$", namespace.read(UNIT)) for value in line.split()]
+
+
+def number(path, pattern):
+    """The one that a file has there."""
+    return int(re.search(pattern, namespace.read(path), re.MULTILINE)[1])
 
 
 def capabilities():
@@ -67,6 +72,15 @@ class ConfinedDaemon(Currentconnd):
         return ["unshare", "--mount", "sh", "-c", _CONFINE, "sh", *writable, "--",
                 "setpriv", "--no-new-privs", "--inh-caps=-all",
                 "--bounding-set=-all," + ",".join(f"+{name}" for name in self._rights), *super().command()]
+
+
+class UnitLimits(HostTest):
+    TOOLS = 7  # the process that reads the list, those that it starts, and some in reserve
+
+    def test_the_processes_of_all_calls_fit(self):
+        calls = number(f"{PACKAGING}/currentconn.toml", r"^#?max_calls = (\d+)")
+        children = number(f"{SOURCES}/calls/child_calls.h", r"kMostChildren = (\d+)")
+        self.assertEqual([str(calls * (1 + children + self.TOOLS))], settings("TasksMax"))
 
 
 class UnitRights(HostTest):
