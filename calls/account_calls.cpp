@@ -6,7 +6,7 @@
 
 #include "zevo/error_trail.h"
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "host/disabled_accounts.h"
 
 namespace calls {
@@ -29,7 +29,7 @@ Answer enableAccounts(const Json::Value& parameters) {
   const zevo::Enabling done = zevo::enableAccounts(names);
   switch (done.status) {
     case zevo::Enabling::Status::kDone:
-      return successAnswer(compactJson(zevo::enabledAccountsAsJson(done.accounts)));
+      return successAnswer(zevo::compactJson(zevo::enabledAccountsAsJson(done.accounts)));
     case zevo::Enabling::Status::kNotDisabled:
       return problemAnswer(Problem::kNotDisabled, zevo::errorTrail());
     case zevo::Enabling::Status::kFailed:
@@ -42,7 +42,7 @@ Answer disabledAccounts() {
   zevo::clearErrorTrail();
   const auto accounts = zevo::disabledAccounts();
   if (!accounts) return problemAnswer(Problem::kWorkFailed, zevo::errorTrail());
-  return successAnswer(compactJson(zevo::disabledAccountsAsJson(*accounts)));
+  return successAnswer(zevo::compactJson(zevo::disabledAccountsAsJson(*accounts)));
 }
 
 }  // namespace calls

@@ -6,20 +6,16 @@
 
 #include "base/account_name.h"
 #include "host/administrators.h"
-#include "host/login_state.h"
 #include "host/web_login.h"
 
 namespace calls {
 
 std::string Account::loginName() const {
-  return uid == 0 ? "admin" : name;
+  return uid == 0 ? zevo::kRootAlias : name;
 }
 
-std::string Account::objection() const {
-  if (isExpired) return "the account is disabled or has expired";
-  if (uid == 0) return "";
-  if (isLocked) return "the account is locked";
-  return hasLoginShell ? "" : "the account has no login shell";
+std::string Account::objection(zevo::LoginBy by) const {
+  return zevo::objectionToLogin({isExpired, isLocked, hasLoginShell, {}}, uid, by);
 }
 
 std::optional<Account> SystemAccounts::byName(const std::string& name) {

@@ -6,6 +6,8 @@
 #include <sys/types.h>
 #include <utility>
 
+#include "host/login_state.h"
+
 namespace calls {
 
 struct Account {
@@ -17,9 +19,8 @@ struct Account {
   bool hasLoginShell = true;
   std::string passwordMark = {};  // differs after each change of the password; never empty
 
-  // Why the account cannot log in to the page; empty if it can. root creates its own link and may
-  // have neither password nor shell.
-  [[nodiscard]] std::string objection() const;
+  // Why the account cannot log in to the page; empty if it can.
+  [[nodiscard]] std::string objection(zevo::LoginBy by = zevo::LoginBy::kLink) const;
 
   // The name in modules and lists: "admin" for uid 0.
   [[nodiscard]] std::string loginName() const;

@@ -5,7 +5,7 @@
 
 #include <json/value.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 
 namespace calls {
 namespace {
@@ -61,7 +61,7 @@ Answer problemDocument(Problem problem, int code, const std::vector<std::string>
   answer.causes = causes;
   answer.headers = {{"Content-Type", "application/problem+json"}};
   if (problem == Problem::kBusy) answer.headers.emplace_back("Retry-After", kRetrySeconds);
-  answer.body = compactJson(document) + "\n";
+  answer.body = zevo::compactJson(document) + "\n";
   return answer;
 }
 
@@ -71,7 +71,7 @@ Answer successAnswer(const std::string& data, const Json::Value& warnings) {
   Answer answer;
   answer.headers = {{"Content-Type", "application/json"}};
   answer.body = "{\"data\":" + data;
-  if (!warnings.empty()) answer.body += ",\"warnings\":" + compactJson(warnings);
+  if (!warnings.empty()) answer.body += ",\"warnings\":" + zevo::compactJson(warnings);
   answer.body += "}\n";
   return answer;
 }

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <syslog.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "calls/log.h"
 
 namespace calls {
@@ -49,7 +49,7 @@ std::string timeText(std::chrono::steady_clock::duration spent) {
 }
 
 void logBeginning(const std::string& summary, const Json::Value& parameters, bool isAdmin) {
-  const std::string text = asciiJson(parameters);
+  const std::string text = zevo::asciiJson(parameters);
   for (std::size_t at = 0; at < text.size(); at += kLoggedAtOnce) {
     const bool isCut = text.size() - at > kLoggedAtOnce;
     logAuthorisation(levelFor(isAdmin), summary + (at == 0 ? " begins with " : " continues with ") +
@@ -59,7 +59,8 @@ void logBeginning(const std::string& summary, const Json::Value& parameters, boo
 }
 
 void logLeftOut(const std::string& summary, const Json::Value& what) {
-  logAuthorisation(LOG_NOTICE, summary + " skipped: " + asciiJson(what).substr(0, kLoggedAtOnce));
+  logAuthorisation(LOG_NOTICE,
+                   summary + " skipped: " + zevo::asciiJson(what).substr(0, kLoggedAtOnce));
 }
 
 void logEnd(const std::string& summary, int status, int code, bool isAdmin) {

@@ -7,8 +7,10 @@
 
 #include <json/value.h>
 
+#include "zevo/account.h"
+
+#include "base/json.h"
 #include "calls/cookie.h"
-#include "calls/json_text.h"
 #include "calls/log.h"
 #include "calls/parameters.h"
 #include "host/config.h"
@@ -19,7 +21,6 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;
 constexpr std::size_t kLongestPassword = 511;  // PAM_MAX_RESP_SIZE with its NUL
-constexpr const char* kRootAlias = "admin";
 
 // The client's credentials: a token, or a name and a password.
 struct Credentials {
@@ -76,7 +77,7 @@ struct Verdict {
 // If there is an account named "admin", the page could not distinguish the two.
 bool isShadowedRoot(const Account& account, Accounts& accounts) {
   if (account.uid != 0) return false;
-  const auto alias = accounts.byName(kRootAlias);
+  const auto alias = accounts.byName(zevo::kRootAlias);
   return alias && alias->uid != 0;
 }
 
@@ -96,8 +97,7 @@ std::string objectionToPassword(const std::optional<Account>& account) {
   if (!account || account->uid != 0) return "";
   if (!zevo::config().rootPasswordLogin)
     return "root logs in by a link, or see root_password_login";
-  if (account->isLocked) return "the account is locked";
-  return account->hasLoginShell ? "" : "the account has no login shell";
+  return account->objection(zevo::LoginBy::kPassword);
 }
 
 Verdict checkToken(const std::string& token, const LoginTools& tools) {
@@ -211,7 +211,7 @@ std::string identityText(const Caller& caller) {
   if (caller.via == SocketKind::kWeb) identity["address"] = caller.address;
   if (caller.viewUntil) identity["viewUntil"] = Json::Int64(*caller.viewUntil);
   identity["idleMinutes"] = static_cast<int>(zevo::config().idleLimit.count());
-  return compactJson(identity);
+  return zevo::compactJson(identity);
 }
 
 }  // namespace calls

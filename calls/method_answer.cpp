@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "host/disabled_accounts.h"
 
 namespace calls {
@@ -35,7 +35,7 @@ MethodAnswer answerOfSuccess(const std::string& body) {
   const std::size_t warnings = body.rfind(kWarningsStart);
   if (warnings != std::string::npos) {
     const std::size_t start = warnings + kWarningsStart.size();
-    const std::optional<Json::Value> array = calls::parseJson(body.substr(start, end - start));
+    const std::optional<Json::Value> array = zevo::parseJson(body.substr(start, end - start));
     if (array) answer.warnings = zevo::readNotesFromJson(*array);
     if (array) end = warnings;
   }
@@ -83,7 +83,7 @@ MethodAnswer answerFromScgi(const std::string& received) {
   if (status == kOk && body.starts_with(kDataStart) && body.ends_with('}')) {
     return answerOfSuccess(body);
   }
-  const std::optional<Json::Value> document = calls::parseJson(body);
+  const std::optional<Json::Value> document = zevo::parseJson(body);
   if (status == kOk || !document || !document->isObject()) {
     return failedAnswer("the answer is not valid");
   }

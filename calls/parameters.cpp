@@ -1,28 +1,23 @@
 #include "calls/parameters.h"
 
 #include <algorithm>
-#include <charconv>
-#include <memory>
 #include <string>
 #include <utility>
 
-#include <json/reader.h>
-
+#include "base/json.h"
+#include "base/numbers.h"
 #include "base/text.h"
 
 namespace calls {
 namespace {
 
 constexpr Json::ArrayIndex kMostParameters = 64;
-constexpr int kDeepest = 32;
 
 // The byte of an escape's two digits; none if they are not hexadecimal digits.
 std::optional<char> escapedByte(std::string_view digits) {
-  unsigned value = 0;
-  if (digits.size() != 2) return std::nullopt;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + 2, value, 16);
-  if (error != std::errc() || end != digits.data() + 2) return std::nullopt;
-  return static_cast<char>(value);
+  unsigned char byte = 0;
+  if (digits.size() != 2 || !zevo::parseNumber(digits, &byte, 16)) return std::nullopt;
+  return static_cast<char>(byte);
 }
 
 std::optional<std::string> unescaped(std::string_view text) {
@@ -81,19 +76,8 @@ std::optional<Json::Value> bodyParameters(std::string_view body) {
   if (body.empty()) return Json::Value(Json::objectValue);
   const auto values = mostValuesIn(body);
   if (!zevo::validUtf8(body) || !values || *values > kMostValues) return std::nullopt;
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["stackLimit"] = kDeepest;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value parameters;
-  try {
-    if (!reader->parse(body.data(), body.data() + body.size(), &parameters, nullptr)) {
-      return std::nullopt;
-    }
-  } catch (const Json::Exception&) {  // nested deeper than the limit
-    return std::nullopt;
-  }
-  return parameters.isObject() ? std::optional(std::move(parameters)) : std::nullopt;
+  auto parameters = zevo::parseJson(body);
+  return parameters && parameters->isObject() ? std::move(parameters) : std::nullopt;
 }
 
 bool isJsonType(std::string_view contentType) {

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kPlaces = 16384;
 constexpr std::uint64_t kSecondsMask = 0xFFFFFFFFU;
 
-std::uint64_t secondsOf(RecentClients::Clock::time_point time) {
+std::uint64_t maskedSeconds(RecentClients::Clock::time_point time) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time.time_since_epoch());
   return static_cast<std::uint64_t>(seconds.count()) & kSecondsMask;
 }
@@ -38,14 +38,14 @@ std::uint64_t RecentClients::hashOf(std::string_view client) const {
 
 void RecentClients::note(std::string_view client, Clock::time_point now) {
   const std::uint64_t hash = hashOf(client);
-  places_[hash % kPlaces] = (hash & ~kSecondsMask) | secondsOf(now);
+  places_[hash % kPlaces] = (hash & ~kSecondsMask) | maskedSeconds(now);
 }
 
 bool RecentClients::holds(std::string_view client, Clock::time_point now) const {
   const std::uint64_t hash = hashOf(client);
   const std::uint64_t place = places_[hash % kPlaces];
   if ((place & ~kSecondsMask) != (hash & ~kSecondsMask)) return false;
-  const std::uint64_t age = (secondsOf(now) - place) & kSecondsMask;
+  const std::uint64_t age = (maskedSeconds(now) - place) & kSecondsMask;
   return age < static_cast<std::uint64_t>(remembered_.count());
 }
 

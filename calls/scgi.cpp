@@ -1,8 +1,8 @@
 #include "calls/scgi.h"
 
 #include <algorithm>
-#include <charconv>
 
+#include "base/numbers.h"
 #include "calls/http_request.h"
 #include "calls/route.h"
 
@@ -22,9 +22,7 @@ std::optional<std::size_t> parseLength(std::string_view text) {
     return std::nullopt;
   }
   if (text.size() > 1 && text.front() == '0') return std::nullopt;
-  std::size_t length = 0;
-  std::from_chars(text.data(), text.data() + text.size(), length);
-  return length;
+  return zevo::parseNumber<std::size_t>(text);
 }
 
 // Removes the text up to the next NUL from `block`; none if there is no NUL.

@@ -9,6 +9,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "zevo/account.h"
+
 #include "base/numbers.h"
 #include "base/text.h"
 #include "cli/help_texts.h"
@@ -302,7 +304,7 @@ using Request = decltype(Command::request);
 
 std::optional<Request> readListing(ListingWords words, bool isMine, std::string* wrong) {
   const bool isOwn = isMine && !words.user;
-  if (isOwn) words.user = kNameOfRoot;
+  if (isOwn) words.user = zevo::kRootAlias;
   std::optional<Listing> listing = checkListing(words, wrong);
   if (!listing) return {};
   listing->isOwn = isOwn;

@@ -12,8 +12,8 @@
 #include "zevo/error_trail.h"
 
 #include "base/account_name.h"
+#include "base/json.h"
 #include "calls/enforce/kick_plan.h"
-#include "calls/json_text.h"
 #include "host/account_access.h"
 #include "host/disabled_accounts.h"
 
@@ -46,7 +46,7 @@ const char* refusalOf(const std::string& user, const std::set<std::string>& own)
 }
 
 Json::Value withCauses(Json::Value value) {
-  value["causes"] = asArray(zevo::errorTrail());
+  value["causes"] = zevo::asArray(zevo::errorTrail());
   return value;
 }
 
@@ -80,7 +80,7 @@ Json::Value asJson(const std::vector<zevo::ServiceAccess>& services) {
 Json::Value asJson(const zevo::LeftRunning& left) {
   Json::Value value(Json::objectValue);
   value["processes"] = static_cast<Json::UInt64>(left.processes);
-  value["apart"] = asArray(left.apart);
+  value["apart"] = zevo::asArray(left.apart);
   value["crontab"] = left.hasCrontab;
   value["at_jobs"] = static_cast<Json::UInt64>(left.atJobs);
   return value;

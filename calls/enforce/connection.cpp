@@ -2,14 +2,11 @@
 
 #include <utility>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "host/disabled_accounts.h"
-#include "host/service_table.h"
 
 namespace calls::enforce {
 namespace {
-
-constexpr std::string_view kWebLogins = zevo::serviceName(ZEVO_CURCONN_HTTP);
 
 bool takeText(const Json::Value& object, const char* key, std::string* text) {
   const Json::Value& member = object[key];
@@ -54,7 +51,7 @@ bool isAbout(const zevo::ReadNote& warning, const std::string& type) {
   // Web logins are in no registry, and a source of SSH connections is one of their SFTP servers.
   if (type == kWebLogins || warning.code == zevo::kStillLetIn) return false;
   return warning.service.empty() || warning.service == type ||
-         (warning.service == "SSH" && type == "SFTP");
+         (warning.service == kSsh && type == kSftp);
 }
 
 Json::Value nameOf(const Connection& connection) {
@@ -95,7 +92,7 @@ std::optional<Connection> listedConnection(const Json::Value& item) {
 }
 
 std::optional<Page> parsePage(const std::string& json) {
-  const std::optional<Json::Value> value = parseJson(json);
+  const std::optional<Json::Value> value = zevo::parseJson(json);
   if (!value || !value->isObject()) return {};
   const Json::Value& object = *value;
   const Json::Value& items = object["items"];

@@ -4,13 +4,22 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <json/value.h>
 
 #include "zevo/read_notes.h"
 
+#include "host/service_table.h"
+
 namespace calls::enforce {
+
+// The types of connections with rules of their own.
+inline constexpr std::string_view kSmb = zevo::serviceName(ZEVO_CURCONN_CIFS);
+inline constexpr std::string_view kSftp = zevo::serviceName(ZEVO_CURCONN_SFTP);
+inline constexpr std::string_view kSsh = zevo::serviceName(ZEVO_CURCONN_SSH);
+inline constexpr std::string_view kWebLogins = zevo::serviceName(ZEVO_CURCONN_HTTP);
 
 // One row of a list. Texts come from the services: they may contain anything and may be empty.
 struct Connection {

@@ -4,9 +4,9 @@
 #include <iterator>
 #include <set>
 
+#include "base/json.h"
 #include "calls/call_line.h"
 #include "calls/enforce/accounts.h"
-#include "calls/json_text.h"
 
 namespace calls::enforce {
 namespace {
@@ -72,7 +72,7 @@ Answer refused(const Work& work, const std::vector<std::string>& users, const Re
 std::optional<MethodAnswer> callDisable(const Work& work, const std::vector<std::string>& users) {
   const Module& module = work.module();
   ChildCall call{module.disable, module.context, work.request().summary("disable_user")};
-  call.context.parameters["users"] = asArray(users);
+  call.context.parameters["users"] = zevo::asArray(users);
   return callInChildren({call}, work.kickTimes()).front();
 }
 
@@ -124,7 +124,7 @@ Answer performDisable(const Work& work, const std::vector<std::string>& users) {
   const zevo::Result<Snapshot> after = work.readAfter(attempt);
   Json::Value result(Json::objectValue);
   result["connections"] = fatesOf(attempt, after);
-  if (after) result["services_without_users"] = asArray(servicesWithoutUsers(*after));
+  if (after) result["services_without_users"] = zevo::asArray(servicesWithoutUsers(*after));
   result["accounts"] = accountsAfter(users, disabledBefore, hindrance);
   if (!hindrance.isNull()) result["failure"] = hindrance;
   std::vector<zevo::ReadNote> notes = attempt.warnings;

@@ -6,8 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "base/json.h"
 #include "calls/call_line.h"
-#include "calls/json_text.h"
 #include "host/open_files.h"
 
 namespace calls::enforce {
@@ -38,7 +38,7 @@ zevo::Result<Connections> select(const Work& work, const Selection& selection,
 std::optional<zevo::OpenFiles> readOpenFiles(std::vector<zevo::ReadNote>* notes) {
   std::string cause;
   auto files = zevo::openFiles(&cause);
-  if (!files) notes->push_back({kOpenFilesMissing, "CIFS", cause});
+  if (!files) notes->push_back({kOpenFilesMissing, std::string(kSmb), cause});
   return files;
 }
 
@@ -113,8 +113,8 @@ Answer planKick(const Work& work, const Selection& selection) {
   const auto wanted = select(work, selection, *now);
   if (!wanted) return failed(wanted.error());
   Json::Value plan = planNow(work, *wanted, &*now);
-  plan["missing_pids"] = asArray(missingPids(*wanted, selection));
-  plan["ambiguous_pids"] = asArray(ambiguousPids(*wanted, selection));
+  plan["missing_pids"] = zevo::asArray(missingPids(*wanted, selection));
+  plan["ambiguous_pids"] = zevo::asArray(ambiguousPids(*wanted, selection));
   return success(plan, now->warnings);
 }
 

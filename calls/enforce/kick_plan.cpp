@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "zevo/account.h"
+
 #include "calls/http_request.h"
 
 namespace calls::enforce {
@@ -66,7 +68,7 @@ class Plan {
   Plan(const std::vector<Connection>& wanted, const PlanView& view) : view_(view) {
     const RowIndex wantedRows(wanted);
     for (const Connection& sftp : view.now.connections) {
-      if (sftp.type != "SFTP" || !hasProcess(sftp) || wantedRows.find(sftp)) continue;
+      if (sftp.type != kSftp || !hasProcess(sftp) || wantedRows.find(sftp)) continue;
       for (const std::uint32_t pid : processesAbove(sftp.pid, view.proc))
         sftp_[pid].push_back(&sftp);
     }
@@ -75,7 +77,7 @@ class Plan {
   [[nodiscard]] Json::Value ending(const Connection& row) const {
     Json::Value item = asJson(row);
     item["effects"] = effects(row);
-    if (view_.openFiles && row.type == "CIFS") item["open_files"] = filesOf(row, *view_.openFiles);
+    if (view_.openFiles && row.type == kSmb) item["open_files"] = filesOf(row, *view_.openFiles);
     return item;
   }
 
@@ -87,7 +89,7 @@ class Plan {
       effects.append(reason("same_process"))["user"] = user;
     }
     // sshd's internal SFTP server ends with the process of its connection.
-    const auto sftp = row.type == "SSH" ? sftp_.find(row.pid) : sftp_.end();
+    const auto sftp = row.type == kSsh ? sftp_.find(row.pid) : sftp_.end();
     if (sftp != sftp_.end()) {
       for (const Connection* below : sftp->second)
         effects.append(reason("same_ssh_connection"))["connection"] = asJson(*below);
@@ -145,7 +147,7 @@ std::optional<Selection> selectionOf(const Json::Value& value) {
     return name == "pids" || name == "user" || name == "from" || name == "type" || name == "filter";
   });
   if (!isRight || !isKnown || selection == Selection()) return {};
-  if (selection.user == "root") selection.user = "admin";
+  selection.user = zevo::shownName(selection.user);
   return selection;
 }
 
@@ -182,7 +184,7 @@ std::vector<std::uint32_t> ambiguousPids(const std::vector<Connection>& selected
 
 bool endsSmb(const std::vector<Connection>& wanted, const Snapshot& now) {
   return std::any_of(wanted.begin(), wanted.end(), [&](const Connection& row) {
-    return row.type == "CIFS" && now.smbUsers.contains(row.pid);
+    return row.type == kSmb && now.smbUsers.contains(row.pid);
   });
 }
 

@@ -1,16 +1,17 @@
 #include "calls/enforce/snapshot.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string_view>
 
+#include "zevo/account.h"
 #include "zevo/connections.h"
 #include "zevo/error_trail.h"
 #include "zevo/login_log.h"
 
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "host/list_age.h"
 
@@ -41,11 +42,6 @@ zevo::Result<Page> readPage(const Module& module, const std::string& filter,
   return std::move(*page);
 }
 
-// The name in the list.
-std::string shownName(const char* user) {
-  return std::string_view(user) == "root" ? "admin" : user;
-}
-
 bool addSmbUsers(Snapshot* snapshot) {
   _tag_ZEVO_CURCONN_* block = nullptr;
   const int count = ZEVOCurConnGet(&block);
@@ -54,7 +50,7 @@ bool addSmbUsers(Snapshot* snapshot) {
     const _tag_ZEVO_CURCONN_& record = block[i];
     if (record.type != ZEVO_CURCONN_CIFS || record.pid <= 1 || *record.user == '\0') continue;
     std::vector<std::string>& users = snapshot->smbUsers[static_cast<std::uint32_t>(record.pid)];
-    const std::string user = shownName(record.user);
+    const std::string user(zevo::shownName(record.user));
     if (std::find(users.begin(), users.end(), user) == users.end()) users.push_back(user);
   }
   return count >= 0;
@@ -64,7 +60,9 @@ bool countWebLogins(const std::string& sessionFile, Snapshot* snapshot) {
   _tag_ZEVO_CURCONN_* block = nullptr;
   const int count = ZEVOCgiLoginUserCurrentLog(sessionFile.c_str(), &block);
   const Records records(block, &std::free);
-  for (int i = 0; i < count; ++i) ++snapshot->webLogins[{shownName(block[i].user), block[i].from}];
+  for (int i = 0; i < count; ++i) {
+    ++snapshot->webLogins[{std::string(zevo::shownName(block[i].user)), block[i].from}];
+  }
   return count >= 0;
 }
 
@@ -72,11 +70,9 @@ bool countWebLogins(const std::string& sessionFile, Snapshot* snapshot) {
 std::uint32_t parentIn(std::string_view status) {
   constexpr std::string_view kKey = "\nPPid:\t";
   const std::size_t begin = status.find(kKey);
-  std::uint32_t parent = 0;
-  if (begin == std::string_view::npos) return parent;
+  if (begin == std::string_view::npos) return 0;
   status.remove_prefix(begin + kKey.size());
-  std::from_chars(status.data(), status.data() + status.size(), parent);
-  return parent;
+  return zevo::takeNumber<std::uint32_t>(status).value_or(0);
 }
 
 }  // namespace
@@ -84,7 +80,7 @@ std::uint32_t parentIn(std::string_view status) {
 std::vector<std::string> Snapshot::usersOf(const Connection& connection) const {
   std::vector<std::string> users;
   if (!connection.who.empty()) users.push_back(connection.who);
-  const auto served = connection.type == "CIFS" ? smbUsers.find(connection.pid) : smbUsers.end();
+  const auto served = connection.type == kSmb ? smbUsers.find(connection.pid) : smbUsers.end();
   if (served == smbUsers.end()) return users;
   for (const std::string& user : served->second) {
     if (user != connection.who) users.push_back(user);

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <thread>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "host/config.h"
 
 namespace calls::enforce {
@@ -60,7 +60,7 @@ Answer failed(const zevo::Error& error) {
 }
 
 Answer success(const Json::Value& result, const std::vector<zevo::ReadNote>& warnings) {
-  return successAnswer(compactJson(result), zevo::readNotesAsJson(warnings));
+  return successAnswer(zevo::compactJson(result), zevo::readNotesAsJson(warnings));
 }
 
 Json::Value hindranceOf(const std::optional<MethodAnswer>& answer) {
@@ -68,7 +68,7 @@ Json::Value hindranceOf(const std::optional<MethodAnswer>& answer) {
   if (answer->status == MethodAnswer::Status::kDone) return {};
   if (answer->code == kCodeTooFewAdministrators) return reason("too_few_administrators");
   Json::Value why = reason("call_failed");
-  why["causes"] = asArray(answer->causes);
+  why["causes"] = zevo::asArray(answer->causes);
   return why;
 }
 

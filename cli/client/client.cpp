@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "base/file_failure.h"
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "calls/scgi.h"
 #include "cli/terminal/output.h"
 
@@ -75,7 +75,7 @@ Client::Client(Transport& transport, calls::RootsWord word, std::chrono::seconds
     : transport_(transport), word_(std::move(word)), limit_(limit) {}
 
 zevo::Result<PendingCall> Client::begin(const std::string& method, const Json::Value& parameters) {
-  return send("POST", kModulePath + method, calls::asciiJson(parameters));
+  return send("POST", kModulePath + method, zevo::asciiJson(parameters));
 }
 
 Answer Client::call(const std::string& method, const Json::Value& parameters) {
@@ -88,7 +88,7 @@ Answer Client::get(const std::string& resource) {
 
 Answer Client::post(const std::string& resource, const Json::Value& parameters,
                     const std::function<void()>& isWaiting) {
-  return wait(send("POST", "/api/" + resource, calls::asciiJson(parameters)), isWaiting);
+  return wait(send("POST", "/api/" + resource, zevo::asciiJson(parameters)), isWaiting);
 }
 
 zevo::Result<PendingCall> Client::send(const std::string& httpMethod, const std::string& path,

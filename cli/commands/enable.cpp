@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "cli/terminal/columns.h"
 #include "cli/terminal/output.h"
 #include "cli/terminal/table_output.h"
@@ -79,7 +79,7 @@ ExitCode enable(const Enable& request, Client& client) {
   Json::Value parameters(Json::objectValue);
   for (const std::string& user : request.users) parameters["users"].append(user);
   const Answer answer = client.post("enable", parameters);
-  const auto accounts = calls::parseJson(answer.data);
+  const auto accounts = zevo::parseJson(answer.data);
   if (answer.status != Answer::Status::kDone || !accounts) {
     return failWith("no account was enabled:", answer);
   }
@@ -97,7 +97,7 @@ ExitCode enable(const Enable& request, Client& client) {
 
 ExitCode showDisabled(const ShowDisabled& request, Client& client) {
   const Answer answer = client.get("disabled");
-  const auto list = calls::parseJson(answer.data);
+  const auto list = zevo::parseJson(answer.data);
   if (answer.status != Answer::Status::kDone || !list) {
     return failWith("cannot list the disabled accounts:", answer);
   }

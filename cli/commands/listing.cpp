@@ -4,6 +4,8 @@
 #include <limits>
 #include <string_view>
 
+#include "zevo/account.h"
+
 #include "base/numbers.h"
 
 namespace cli {
@@ -93,7 +95,7 @@ bool takeUser(const std::optional<std::string>& word, std::optional<std::string>
     *wrong = "--user must be the name of an account, found an empty string";
     return false;
   }
-  *user = *word == "root" ? kNameOfRoot : *word;
+  *user = zevo::shownName(*word);
   return true;
 }
 

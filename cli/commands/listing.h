@@ -9,9 +9,6 @@
 
 namespace cli {
 
-// The name under which the module shows the connections of uid 0.
-inline constexpr const char* kNameOfRoot = "admin";
-
 struct Listing {
   std::optional<std::string> user;  // "mine": whose connections
   bool isOwn = false;               // "mine" without a name: the caller's

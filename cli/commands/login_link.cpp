@@ -19,8 +19,6 @@
 namespace cli {
 namespace {
 
-constexpr const char* kRootAlias = "admin";
-
 using User = std::unique_ptr<UserRecord, void (*)(UserRecord*)>;
 
 User lookUp(const std::string& name) {
@@ -43,11 +41,9 @@ ExitCode failToLink(const std::string& reason) {
 
 // Why the account cannot log in to the page; empty if no obstacle is known.
 std::string objectionTo(const UserRecord& user, const zevo::LoginState& state) {
-  if (state.isExpired) return "the account is disabled or has expired";
-  if (user.uid != 0 && state.isLocked) return "the account is locked: give it a password";
-  if (user.uid != 0 && !state.hasLoginShell) return "the account has no login shell";
-  if (user.uid != 0) return "";
-  const User alias = lookUp(kRootAlias);
+  std::string objection = zevo::objectionToLogin(state, user.uid);
+  if (!objection.empty() || user.uid != 0) return objection;
+  const User alias = lookUp(zevo::kRootAlias);
   return alias && alias->uid != 0 ? "root is \"admin\" on the page, but an account \"admin\" "
                                     "exists: give an account, as in 'login-link admin'"
                                   : "";

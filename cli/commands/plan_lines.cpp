@@ -5,8 +5,8 @@
 #include <string_view>
 #include <utility>
 
+#include "base/json.h"
 #include "calls/enforce/connection.h"
-#include "calls/json_text.h"
 #include "cli/commands/warnings.h"
 #include "cli/terminal/output.h"
 #include "cli/terminal/progress.h"
@@ -41,12 +41,12 @@ std::string joined(const Json::Value& texts, const char* between) {
 }
 
 std::string pidText(const Json::Value& row) {
-  const bool hasProcess = row["pid"].asUInt() != 0 && row["type"] != "HTTP/HTTPS";
-  return hasProcess ? ", pid " + row["pid"].asString() : "";
+  const bool isWebLogin = row["type"].asString() == calls::enforce::kWebLogins;
+  return row["pid"].asUInt() != 0 && !isWebLogin ? ", pid " + row["pid"].asString() : "";
 }
 
 std::optional<Json::Value> resultOf(const Answer& answer, const char* failure) {
-  if (answer.status == Answer::Status::kDone) return calls::parseJson(answer.data);
+  if (answer.status == Answer::Status::kDone) return zevo::parseJson(answer.data);
   std::vector<std::string> lines = {failure};
   lines.insert(lines.end(), answer.causes.begin(), answer.causes.end());
   if (answer.causes.empty()) lines.emplace_back("see the system log: journalctl -t currentconn");

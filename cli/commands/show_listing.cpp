@@ -4,7 +4,7 @@
 #include <string>
 #include <unistd.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "cli/client/connection.h"
 #include "cli/commands/failure.h"
 #include "cli/commands/summary.h"
@@ -27,7 +27,7 @@ ExitCode printJson(const Answer& answer) {
   if (!answer.warnings.empty()) {
     Json::Value object(Json::objectValue);
     object["warnings"] = zevo::readNotesAsJson(answer.warnings);
-    writeAll(STDERR_FILENO, calls::asciiJson(object) + "\n");
+    writeAll(STDERR_FILENO, zevo::asciiJson(object) + "\n");
   }
   return printText(answer.data + "\n");
 }

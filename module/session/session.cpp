@@ -1,11 +1,12 @@
 #include "session/session.h"
 
+#include "zevo/account.h"
+
 bool Session::setValue(const _tag_ZEVO_CURCONN_* rec) {
   if (rec == nullptr) return false;
   pid = static_cast<std::uint32_t>(rec->pid);
   time = rec->time;
-  who = rec->user;
-  if (who == "root") who = "admin";
+  who = zevo::shownName(rec->user);
   from = rec->from;
   descr = rec->descr;
   set_strType(rec->type);

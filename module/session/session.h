@@ -18,7 +18,7 @@ class Session {
 
   std::uint32_t pid = 0;  // of the process that serves the connection; of a web login its number
   std::string time;       // as the source writes it; sorted as text
-  std::string who;        // "root" is stored as "admin"
+  std::string who;        // as shown: "admin" for root
   std::string from;
   std::string descr;
   std::string type;  // name of the service, see set_strType

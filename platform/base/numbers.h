@@ -2,6 +2,7 @@
 #pragma once
 
 #include <charconv>
+#include <cstddef>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -25,6 +26,16 @@ template <typename Number, typename... Base>
 std::optional<Number> parseNumber(std::string_view text, Base... base) {
   Number number{};
   if (!parseNumber(text, &number, base...)) return {};
+  return number;
+}
+
+// Removes the integer at the beginning of `text`; nothing, and `text` unchanged, if there is none.
+template <typename Number>
+std::optional<Number> takeNumber(std::string_view& text) {
+  Number number{};
+  const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc()) return {};
+  text.remove_prefix(static_cast<std::size_t>(rest - text.data()));
   return number;
 }
 

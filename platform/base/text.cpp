@@ -70,6 +70,12 @@ std::string_view takeUntil(char mark, std::string_view& rest) {
   return part;
 }
 
+std::vector<std::string_view> linesOf(std::string_view text) {
+  std::vector<std::string_view> lines;
+  while (!text.empty()) lines.push_back(takeUntil('\n', text));
+  return lines;
+}
+
 bool validUtf8(std::string_view text) {
   while (!text.empty()) {
     const Character character = firstCharacter(text);

@@ -4,12 +4,16 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zevo {
 
 // Removes the text before the first `mark`, and the mark, from `rest`; all of it where there is
 // none.
 std::string_view takeUntil(char mark, std::string_view& rest);
+
+// The lines of `text`, without their line feeds.
+std::vector<std::string_view> linesOf(std::string_view text);
 
 // Whether `text` is well-formed UTF-8: no overlong forms, surrogates or code points above U+10FFFF.
 // NUL is allowed.

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <dirent.h>
 #include <sys/stat.h>
 #include <time.h>
@@ -14,6 +13,7 @@
 
 #include "base/atomic_file.h"
 #include "base/file_descriptor.h"
+#include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
 #include "host/login_token.h"
@@ -36,12 +36,10 @@ bool isYoung(const struct stat& status) {
 
 // Removes a number and the space after it from `text`.
 template <typename Number>
-std::optional<Number> takeNumber(std::string_view& text) {
-  Number number = 0;
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc() || rest == end || *rest != ' ') return std::nullopt;
-  text.remove_prefix(static_cast<std::size_t>(rest - text.data()) + 1);
+std::optional<Number> takeField(std::string_view& text) {
+  const auto number = takeNumber<Number>(text);
+  if (!text.starts_with(' ')) return std::nullopt;
+  text.remove_prefix(1);
   return number;
 }
 
@@ -52,8 +50,8 @@ std::string contentOf(const LinkAccount& account) {
 }
 
 std::optional<LinkAccount> parseAccount(std::string_view content) {
-  const auto uid = takeNumber<uid_t>(content);
-  const auto end = uid ? takeNumber<std::time_t>(content) : std::nullopt;
+  const auto uid = takeField<uid_t>(content);
+  const auto end = uid ? takeField<std::time_t>(content) : std::nullopt;
   const std::size_t space = end ? content.find(' ') : std::string_view::npos;
   if (space == std::string_view::npos || space + 1 == content.size()) return std::nullopt;
   return LinkAccount{.name = std::string(content.substr(space + 1)),

@@ -56,7 +56,7 @@ int readLogins(const std::string& path, std::vector<Connection>* logins) {
   }
   const AccessTimes accessTimes(path);
   std::size_t number = 0;
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     ++number;
     const JsonObject record = parseSessionRecord(line);
     const auto login = connectionOf(record.get());

@@ -100,7 +100,7 @@ bool checkSessionFile(const std::string& path) {
     return failAtFile(*failure);
   }
   std::size_t number = 0;
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     ++number;
     if (parseSessionRecord(line)) continue;
     return refuse(path, "its line " + std::to_string(number) +

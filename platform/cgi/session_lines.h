@@ -8,7 +8,7 @@ namespace zevo {
 
 // The lines of `content`, each with its line feed; the last one may lack it. None if `content` is
 // empty.
-inline std::vector<std::string_view> linesOf(std::string_view content) {
+inline std::vector<std::string_view> wholeLinesOf(std::string_view content) {
   std::vector<std::string_view> lines;
   while (!content.empty()) {
     const std::size_t feed = content.find('\n');

@@ -85,7 +85,7 @@ int appendLocked(const std::string& path, const Login& login) {
     return fail(ZEVO_ERR_FILE_OPEN, failure->text());
   }
   std::set<std::int64_t> numbers;
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     // A line that is not a record is kept for the administrator.
     const JsonObject record = parseSessionRecord(line);
     if (!record) continue;

@@ -65,7 +65,7 @@ std::optional<WebLogin> loginOf(json_object* record) {
 std::set<std::string> loginsToEnd(std::string_view content, const std::string& user,
                                   const AccessTimes& times) {
   std::vector<std::pair<std::int64_t, std::string>> logins;  // by last use
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     const JsonObject record = parseSessionRecord(line);
     const auto login = record ? loginOf(record.get()) : std::nullopt;
     if (!login || login->user != user || login->viewUntil) continue;
@@ -109,7 +109,7 @@ bool removeLogins(const std::string& path, const Judgement& judge) {
   std::vector<std::string_view> kept;
   std::set<std::string, std::less<>> ids;
   bool isChanged = false;
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     const JsonObject record = parseSessionRecord(line);
     const Currency currency = record ? judge(record.get()) : Currency::kCurrent;
     if (currency == Currency::kUnknown) return false;
@@ -167,7 +167,7 @@ LoginSearch findWebLogin(const std::string& path, const std::string& id, WebLogi
     return LoginSearch::kFailed;
   }
   const std::string key = '"' + id + "\":";
-  for (const std::string_view line : linesOf(content)) {
+  for (const std::string_view line : wholeLinesOf(content)) {
     if (!line.starts_with(key)) continue;
     const JsonObject record = parseSessionRecord(line);
     const auto found = record ? loginOf(record.get()) : std::nullopt;

@@ -26,4 +26,16 @@ struct LoginState {
 // then. nologin and false are never login shells, even if /etc/shells has them.
 ZEVO_EXPORT LoginState loginState(const UserRecord& user);
 
+enum class LoginBy { kLink, kPassword };
+
+// Why an account in this state cannot log in to the page; empty if it can. root makes its link
+// itself, for which it needs neither a password nor a shell.
+inline std::string objectionToLogin(const LoginState& state, uid_t uid,
+                                    LoginBy by = LoginBy::kLink) {
+  if (state.isExpired) return "the account is disabled or has expired";
+  if (uid == 0 && by == LoginBy::kLink) return "";
+  if (state.isLocked) return "the account is locked";
+  return state.hasLoginShell ? "" : "the account has no login shell";
+}
+
 }  // namespace zevo

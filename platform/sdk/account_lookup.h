@@ -21,9 +21,6 @@ struct NameService {
   static const NameService& system();
 };
 
-// The name under which uid 0 is shown.
-inline constexpr const char* kRootAlias = "admin";
-
 // ZEVOUserGet over `service`.
 int lookUpAccount(const NameService& service, const char* name, UserRecord** user);
 

@@ -2,14 +2,13 @@
 
 #include <array>
 #include <cerrno>
-#include <memory>
 #include <sys/stat.h>
 #include <utility>
 
-#include <json/reader.h>
-#include <json/writer.h>
+#include <json/value.h>
 
 #include "base/account_name.h"
+#include "base/json.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "sdk/account_lock.h"
@@ -50,23 +49,10 @@ bool hasTexts(const Json::Value& object) {
   return true;
 }
 
-// jsoncpp reports unreadable text by its return value, but deep nesting by an exception.
-std::optional<Json::Value> parseObject(std::string_view text) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value value;
-  try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) return {};
-  } catch (const Json::Exception&) {
-    return {};
-  }
-  return value.isObject() ? std::optional(std::move(value)) : std::nullopt;
-}
-
 std::optional<std::pair<std::string, Disabling>> parseLine(std::string_view line) {
-  const auto object = parseObject(line);
-  if (!object || object->size() != kMembers || !hasTexts(*object)) return std::nullopt;
+  const auto object = parseJson(line);
+  if (!object || !object->isObject() || object->size() != kMembers || !hasTexts(*object))
+    return std::nullopt;
   const Json::Value& when = (*object)["when"];
   const auto samba = sambaOf((*object)["samba"].asString());
   const std::string expiry = (*object)["expiry"].asString();
@@ -105,8 +91,6 @@ std::optional<Disablings> parseDisablings(std::string_view content, unsigned* li
 }
 
 std::string textOf(const Disablings& disablings) {
-  Json::StreamWriterBuilder builder;
-  builder["indentation"] = "";
   std::string text;
   for (const auto& [user, disabling] : disablings) {
     Json::Value object(Json::objectValue);
@@ -116,7 +100,7 @@ std::string textOf(const Disablings& disablings) {
     object["by"] = disabling.by;
     object["from"] = disabling.from;
     object["when"] = static_cast<Json::Int64>(disabling.when);
-    text += Json::writeString(builder, object) + "\n";
+    text += compactJson(object) + "\n";
   }
   return text;
 }

@@ -28,12 +28,6 @@ std::string failure(const SambaTool& tool, const std::string& why) {
   return "Samba's " + printable(tool.path, 4096) + " " + why;
 }
 
-std::vector<std::string_view> linesOf(std::string_view text) {
-  std::vector<std::string_view> lines;
-  while (!text.empty()) lines.push_back(takeUntil('\n', text));
-  return lines;
-}
-
 // The value of the first line "KEY:  VALUE"; nothing if there is none.
 std::optional<std::string_view> valueOf(std::string_view output, std::string_view key) {
   for (std::string_view line : linesOf(output)) {

@@ -1,10 +1,10 @@
 #include "services/boot_clock.h"
 
-#include <charconv>
 #include <string_view>
 #include <unistd.h>
 
 #include "base/local_time.h"
+#include "base/numbers.h"
 #include "base/read_file.h"
 
 namespace zevo::connections {
@@ -21,12 +21,8 @@ std::optional<std::time_t> parseBootTime(std::string_view stat) {
   constexpr std::string_view kKey = "\nbtime ";
   const std::size_t key = stat.find(kKey);
   if (key == std::string_view::npos) return std::nullopt;
-  std::time_t boot = 0;
-  const char* digits = stat.data() + key + kKey.size();
-  if (std::from_chars(digits, stat.data() + stat.size(), boot).ec != std::errc()) {
-    return std::nullopt;
-  }
-  return boot;
+  stat.remove_prefix(key + kKey.size());
+  return takeNumber<std::time_t>(stat);
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 
+#include "base/numbers.h"
 #include "base/text.h"
 
 namespace zevo::connections {
@@ -68,9 +68,8 @@ std::string unescaped(std::string_view text) {
   std::string plain;
   while (!text.empty()) {
     unsigned char byte = 0;
-    const char* digits = text.data() + kMark.size();
     const bool isEscape = text.starts_with(kMark) && text.size() >= kMark.size() + 2 &&
-                          std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
+                          parseNumber(text.substr(kMark.size(), 2), &byte, 16);
     plain += isEscape ? static_cast<char>(byte) : text.front();
     text.remove_prefix(isEscape ? kMark.size() + 2 : 1);
   }

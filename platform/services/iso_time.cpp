@@ -1,17 +1,15 @@
 #include "services/iso_time.h"
 
 #include <algorithm>
-#include <charconv>
+
+#include "base/numbers.h"
 
 namespace zevo::connections {
 namespace {
 
 // Parses a number of exactly `digits` digits from `lowest` to `highest`.
-bool takeNumber(std::string_view& rest, std::size_t digits, int lowest, int highest, int* number) {
-  if (rest.size() < digits) return false;
-  const char* end = rest.data() + digits;
-  const auto result = std::from_chars(rest.data(), end, *number);
-  if (result.ec != std::errc() || result.ptr != end) return false;
+bool takeDigits(std::string_view& rest, std::size_t digits, int lowest, int highest, int* number) {
+  if (rest.size() < digits || !parseNumber(rest.substr(0, digits), number)) return false;
   rest.remove_prefix(digits);
   return *number >= lowest && *number <= highest;
 }
@@ -25,9 +23,9 @@ bool takeCharacter(std::string_view& rest, char character) {
 bool takeDate(std::string_view& rest, std::tm* time) {
   int year = 0;
   int month = 0;
-  if (!takeNumber(rest, 4, 1970, 9999, &year) || !takeCharacter(rest, '-') ||
-      !takeNumber(rest, 2, 1, 12, &month) || !takeCharacter(rest, '-') ||
-      !takeNumber(rest, 2, 1, 31, &time->tm_mday)) {
+  if (!takeDigits(rest, 4, 1970, 9999, &year) || !takeCharacter(rest, '-') ||
+      !takeDigits(rest, 2, 1, 12, &month) || !takeCharacter(rest, '-') ||
+      !takeDigits(rest, 2, 1, 31, &time->tm_mday)) {
     return false;
   }
   time->tm_year = year - 1900;
@@ -36,9 +34,9 @@ bool takeDate(std::string_view& rest, std::tm* time) {
 }
 
 bool takeTime(std::string_view& rest, std::tm* time) {
-  if (!takeNumber(rest, 2, 0, 23, &time->tm_hour) || !takeCharacter(rest, ':') ||
-      !takeNumber(rest, 2, 0, 59, &time->tm_min) || !takeCharacter(rest, ':') ||
-      !takeNumber(rest, 2, 0, 60, &time->tm_sec)) {
+  if (!takeDigits(rest, 2, 0, 23, &time->tm_hour) || !takeCharacter(rest, ':') ||
+      !takeDigits(rest, 2, 0, 59, &time->tm_min) || !takeCharacter(rest, ':') ||
+      !takeDigits(rest, 2, 0, 60, &time->tm_sec)) {
     return false;
   }
   if (!takeCharacter(rest, '.')) return true;
@@ -54,9 +52,9 @@ std::optional<int> parseOffset(std::string_view rest) {
   if (!takeCharacter(rest, isWest ? '-' : '+')) return std::nullopt;
   int hours = 0;
   int minutes = 0;
-  if (!takeNumber(rest, 2, 0, 23, &hours)) return std::nullopt;
+  if (!takeDigits(rest, 2, 0, 23, &hours)) return std::nullopt;
   takeCharacter(rest, ':');
-  if (!takeNumber(rest, 2, 0, 59, &minutes) || !rest.empty()) return std::nullopt;
+  if (!takeDigits(rest, 2, 0, 59, &minutes) || !rest.empty()) return std::nullopt;
   const int seconds = (hours * 60 + minutes) * 60;
   return isWest ? -seconds : seconds;
 }

@@ -1,7 +1,6 @@
 #include "services/nfs_clients.h"
 
 #include <cerrno>
-#include <charconv>
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -118,9 +117,8 @@ std::vector<NfsMount> parseRmtab(std::string_view table) {
 bool isKernelNfsRunning(const Paths& paths) {
   std::string threads;
   if (readFile(paths.nfsd + "/threads", kInfoLimit, &threads)) return false;
-  unsigned count = 0;
-  std::from_chars(threads.data(), threads.data() + threads.size(), count);
-  return count > 0;
+  std::string_view count = threads;
+  return takeNumber<unsigned>(count).value_or(0) > 0;
 }
 
 Result<void> readRmtab(const Paths& paths, std::vector<NfsMount>* mounts) {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <dirent.h>
 #include <fcntl.h>
 #include <optional>
@@ -44,14 +43,14 @@ template <typename Ids>
 std::optional<Ids> parseIds(std::string_view status, std::string_view key) {
   const std::size_t line = status.find(key);
   if (line == std::string_view::npos) return std::nullopt;
-  const char* at = status.data() + line + key.size();
-  const char* end = status.data() + status.size();
+  status.remove_prefix(line + key.size());
   Ids ids;
   for (auto* id : {&ids.real, &ids.effective, &ids.saved}) {
-    if (at == end || *at != '\t') return std::nullopt;
-    const auto [next, error] = std::from_chars(at + 1, end, *id);
-    if (error != std::errc()) return std::nullopt;
-    at = next;
+    if (!status.starts_with('\t')) return std::nullopt;
+    status.remove_prefix(1);
+    const auto number = takeNumber<std::remove_pointer_t<decltype(id)>>(status);
+    if (!number) return std::nullopt;
+    *id = *number;
   }
   return ids;
 }
@@ -61,11 +60,9 @@ std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view k
   if (!target.starts_with(kind) || !target.substr(kind.size()).starts_with(":[")) {
     return std::nullopt;
   }
-  std::uint64_t inode = 0;
-  const auto result =
-      std::from_chars(target.data() + kind.size() + 2, target.data() + target.size(), inode);
-  if (result.ec != std::errc() || *result.ptr != ']') return std::nullopt;
-  return inode;
+  target.remove_prefix(kind.size() + 2);
+  const auto inode = takeNumber<std::uint64_t>(target);
+  return target == "]" ? inode : std::nullopt;
 }
 
 OpenFolder openFolderAt(int parent, const char* name) {
@@ -196,10 +193,8 @@ Result<std::optional<uid_t>> ProcessFiles::loginUid() const {
   const auto text = readText(folder_.get(), "loginuid");
   if (isGone(text)) return std::nullopt;  // a kernel without it has no such file
   if (!text) return errorOf(text);
-  uid_t uid = kNoLogin;
-  const auto result = std::from_chars(text->data(), text->data() + text->size(), uid);
-  if (result.ec != std::errc() || uid == kNoLogin) return std::nullopt;
-  return uid;
+  const auto uid = parseNumber<uid_t>(*text);
+  return uid == kNoLogin ? std::nullopt : uid;
 }
 
 Result<std::string> ProcessFiles::workingDirectory() const {

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <optional>
 #include <sys/file.h>
@@ -12,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/file_descriptor.h"
+#include "base/numbers.h"
 #include "base/read_file.h"
 #include "services/boot_clock.h"
 #include "services/list_text.h"
@@ -114,11 +114,9 @@ class ReadersLock {
   [[nodiscard]] std::optional<std::chrono::nanoseconds> holdersBegin() const {
     std::array<char, 32> text{};
     const ssize_t size = ::pread(file_.get(), text.data(), text.size(), 0);
-    std::int64_t began = 0;
-    if (size <= 0 || std::from_chars(text.data(), text.data() + size, began).ec != std::errc()) {
-      return std::nullopt;
-    }
-    return std::chrono::nanoseconds(began);
+    std::string_view written(text.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    const auto began = takeNumber<std::int64_t>(written);
+    return began ? std::optional(std::chrono::nanoseconds(*began)) : std::nullopt;
   }
 
  private:

@@ -1,11 +1,8 @@
 #include "services/smbstatus.h"
 
-#include <exception>
-#include <memory>
-
-#include <json/reader.h>
 #include <json/value.h>
 
+#include "base/json.h"
 #include "base/local_time.h"
 #include "base/numbers.h"
 #include "base/text.h"
@@ -23,22 +20,10 @@ constexpr std::int64_t kNoUserUnsigned = 4294967295;
 
 // The member `name` of the object `text`, if it is an object too.
 std::optional<Json::Value> parseMember(std::string_view text, const char* name) {
-  Json::CharReaderBuilder builder;
-  Json::CharReaderBuilder::strictMode(&builder.settings_);
-  builder["rejectDupKeys"] = false;
-  builder["stackLimit"] = 32;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value answer;
-  try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &answer, nullptr)) {
-      return std::nullopt;
-    }
-  } catch (const Json::Exception&) {  // nested too deeply
-    return std::nullopt;
-  }
-  if (!answer.isObject() || !answer[name].isObject()) return std::nullopt;
+  auto answer = parseJson(text, RepeatedNames::kLastCounts);
+  if (!answer || !answer->isObject() || !(*answer)[name].isObject()) return std::nullopt;
   Json::Value member;
-  member.swap(answer[name]);
+  member.swap((*answer)[name]);
   return member;
 }
 

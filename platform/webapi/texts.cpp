@@ -6,15 +6,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <dlfcn.h>
-#include <exception>
 #include <filesystem>
-#include <memory>
 #include <optional>
 #include <string_view>
 #include <unistd.h>
 
-#include <json/reader.h>
-
+#include "base/json.h"
 #include "base/read_file.h"
 #include "base/text.h"
 
@@ -24,19 +21,6 @@ namespace {
 constexpr std::size_t kLongestFile = 1024UL * 1024;
 constexpr const char* kEnglish = "en";
 constexpr const char* kSuffix = ".json";
-
-std::optional<Json::Value> parse(const std::string& text, std::string* problem) {
-  Json::CharReaderBuilder builder;
-  builder["stackLimit"] = 16;
-  const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
-  Json::Value root;
-  try {
-    if (reader->parse(text.data(), text.data() + text.size(), &root, problem)) return root;
-  } catch (const Json::Exception& failure) {  // too deep
-    *problem = failure.what();
-  }
-  return std::nullopt;
-}
 
 // The file of one language; null, with the reason in *problem, if it cannot be read.
 Json::Value readLanguage(const std::string& folder, const std::string& language,
@@ -48,7 +32,7 @@ Json::Value readLanguage(const std::string& folder, const std::string& language,
     return {};
   }
   std::string why = "it is not a JSON object";
-  const auto root = parse(text, &why);
+  const auto root = parseJson(text, RepeatedNames::kLastCounts, &why);
   if (root && root->isObject()) return *root;
   *problem = "cannot read " + path + ": " + printable(why, 200);
   return {};

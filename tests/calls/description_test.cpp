@@ -8,7 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 #include "host/service_table.h"
 
 namespace calls {
@@ -40,7 +40,7 @@ TEST(Description, NamesEveryServiceOfTheTable) {
   std::ostringstream text;
   text << file.rdbuf();
   std::vector<Names> lists;
-  collectServiceLists(parseJson(text.str()).value(), lists);
+  collectServiceLists(zevo::parseJson(text.str()).value(), lists);
   EXPECT_THAT(lists, testing::Contains(all));
   EXPECT_THAT(lists, testing::Contains(read));
   EXPECT_THAT(lists, testing::Each(testing::AnyOf(all, read)));

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 
 namespace cli {
 namespace {
@@ -58,7 +58,7 @@ TEST(Arguments, ReadTheCallersOwnConnectionsAsRootsWhereNobodyIsNamed) {
 TEST(Arguments, ReadAKick) {
   Kick expected;
   expected.selection =
-      *calls::parseJson(R"({"user":"alice","from":"10.20.0.2","type":"CIFS","filter":"photos"})");
+      *zevo::parseJson(R"({"user":"alice","from":"10.20.0.2","type":"CIFS","filter":"photos"})");
   for (const unsigned pid : {12U, 4711U}) expected.selection["pids"].append(pid);
   expected.isConfirmed = true;
   const Command read = command({"kick", "12", "4711", "--user", "alice", "--from", "10.20.0.2",

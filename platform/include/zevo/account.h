@@ -1,6 +1,7 @@
 // Accounts of this server.
 #pragma once
 
+#include <string_view>
 #include <sys/types.h>
 
 #include "zevo/export.h"
@@ -13,6 +14,18 @@ struct UserRecord {
   const char* home;
   const char* shell;
 };
+
+namespace zevo {
+
+// The name under which uid 0 is shown.
+inline constexpr const char* kRootAlias = "admin";
+
+// The name under which connections of the account `user` are shown.
+constexpr std::string_view shownName(std::string_view user) {
+  return user == "root" ? kRootAlias : user;
+}
+
+}  // namespace zevo
 
 extern "C" {
 

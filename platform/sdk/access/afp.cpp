@@ -17,7 +17,7 @@ constexpr const char* kUsualUams = "uams_dhx.so uams_dhx2.so";
 std::string globalValue(const std::string& text, const std::string& name) {
   bool isGlobal = false;
   std::string value;
-  for (const std::string& line : linesOf(text)) {
+  for (const std::string& line : trimmedLines(text)) {
     if (line.starts_with('[')) isGlobal = lowered(line) == "[global]";
     const std::size_t equals = line.find('=');
     if (!isGlobal || line.starts_with('#') || line.starts_with(';')) continue;

@@ -32,7 +32,7 @@ std::optional<Arguments> optionsOf(const std::string& title) {
 
 // The value of `key` in the output of "sshd -T"; empty if missing.
 std::string valueOf(const std::string& settings, const std::string& key) {
-  for (const std::string& line : linesOf(settings)) {
+  for (const std::string& line : trimmedLines(settings)) {
     if (line.starts_with(key + " ")) return line.substr(key.size() + 1);
   }
   return "";

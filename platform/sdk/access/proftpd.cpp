@@ -62,7 +62,7 @@ class ProftpdReader {
     }
     const auto text = server_.read(file, &cause_);
     if (!text) return false;
-    const std::vector<std::string> lines = linesOf(*text);
+    const std::vector<std::string> lines = trimmedLines(*text);
     return std::all_of(lines.begin(), lines.end(),
                        [&](const std::string& line) { return take(wordsOf(line), depth); });
   }
@@ -120,7 +120,7 @@ std::string systemsValue(const Server& server, const std::string& name) {
   std::string cause;
   auto text = server.read("/etc/os-release", &cause);
   if (!text) text = server.read("/usr/lib/os-release", &cause);
-  for (const std::string& line : linesOf(text.value_or(""))) {
+  for (const std::string& line : trimmedLines(text.value_or(""))) {
     if (line.starts_with(name + "=")) return unquoted(line.substr(name.size() + 1));
   }
   return {};

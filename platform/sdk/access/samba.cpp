@@ -35,7 +35,7 @@ std::string configurationOf(const std::string& title) {
 std::map<std::string, std::string> globalSettings(const std::string& text) {
   std::map<std::string, std::string> settings;
   bool isGlobal = false;
-  for (const std::string& line : linesOf(text)) {
+  for (const std::string& line : trimmedLines(text)) {
     if (line.starts_with('[')) isGlobal = lowered(line) == "[global]";
     const std::size_t equals = line.find('=');
     if (!isGlobal || equals == std::string::npos) continue;

@@ -14,7 +14,7 @@ using Settings = std::map<std::string, std::string>;
 
 // Lines "name=value"; the last one counts.
 void readSettings(const std::string& text, Settings* settings) {
-  for (const std::string& line : linesOf(text)) {
+  for (const std::string& line : trimmedLines(text)) {
     const std::size_t equals = line.find('=');
     if (line.starts_with('#') || equals == std::string::npos) continue;
     (*settings)[line.substr(0, equals)] = line.substr(equals + 1);

@@ -25,9 +25,9 @@ std::vector<std::string> wordsOf(std::string_view text) {
   return words;
 }
 
-std::vector<std::string> linesOf(std::string_view text) {
+std::vector<std::string> trimmedLines(std::string_view text) {
   std::vector<std::string> lines;
-  while (!text.empty()) lines.emplace_back(trimmed(takeUntil('\n', text)));
+  for (const std::string_view line : linesOf(text)) lines.emplace_back(trimmed(line));
   return lines;
 }
 

@@ -11,7 +11,7 @@ namespace zevo::access {
 std::vector<std::string> wordsOf(std::string_view text);
 
 // The lines of `text` without surrounding spaces.
-std::vector<std::string> linesOf(std::string_view text);
+std::vector<std::string> trimmedLines(std::string_view text);
 
 // `text` without surrounding spaces.
 std::string_view trimmed(std::string_view text);

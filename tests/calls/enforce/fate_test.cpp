@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/json.h"
 #include "calls/answer.h"
 #include "calls/enforce/connections.h"
-#include "calls/json_text.h"
 
 namespace calls::enforce {
 namespace {
@@ -198,7 +198,7 @@ TEST(Fates, SayThatTheCallMayHaveMissedIt) {
   attempt.warnings = {{"still_let_in", "CIFS", ""},
                       {"details_missing", "CIFS", "smbstatus failed"}};
   const Json::Value fates = fatesOf(attempt, Snapshot{{kTargetShares}, {}});
-  EXPECT_EQ(compactJson(fates[0]["reason"]),
+  EXPECT_EQ(zevo::compactJson(fates[0]["reason"]),
             R"({"reason":"may_be_unlisted","warning":{"code":"details_missing",)"
             R"("detail":"smbstatus failed","service":"CIFS"}})");
 }
@@ -207,7 +207,7 @@ TEST(Fates, AreNotKnownOfAListThatCannotBeRead) {
   const Json::Value fates = fatesOf(attemptOn({kTargetShell}), zevo::failure("no sockets today"));
   ASSERT_EQ(fates.size(), 1U);
   EXPECT_EQ(fates[0]["fate"], "not_known");
-  EXPECT_EQ(compactJson(fates[0]["reason"]),
+  EXPECT_EQ(zevo::compactJson(fates[0]["reason"]),
             R"({"causes":["no sockets today"],"reason":"list_failed"})");
 }
 

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/json.h"
 #include "calls/answer.h"
 #include "calls/enforce/connections.h"
-#include "calls/json_text.h"
 
 namespace calls::enforce {
 namespace {
@@ -47,7 +47,7 @@ Pids pidsOf(const Json::Value& rows) {
 }
 
 std::optional<Selection> parsed(const std::string& json) {
-  return selectionOf(parseJson(json).value_or(Json::Value()));
+  return selectionOf(zevo::parseJson(json).value_or(Json::Value()));
 }
 
 Pids selected(const std::string& json) {
@@ -81,7 +81,7 @@ TEST(Plan, TellsWhatEndsWhatStaysAndWhatIsGone) {
   EXPECT_EQ(pidsOf(parts["ends"]), Pids{12});
   EXPECT_EQ(pidsOf(parts["stays"]), (Pids{77, 0}));
   EXPECT_EQ(parts["stays"][0]["reason"]["reason"], "console");
-  EXPECT_EQ(compactJson(parts["gone"]),
+  EXPECT_EQ(zevo::compactJson(parts["gone"]),
             R"([{"from":"10.20.0.2","pid":99,"type":"SSH","who":"alice"}])");
 }
 
@@ -98,7 +98,7 @@ TEST(Plan, TakesRowsAsTheyAreNow) {
 
 TEST(Plan, NamesTheOtherUsersOfAProcessAsTheRegistryKnowsThem) {
   Snapshot now = snapshot();
-  EXPECT_EQ(compactJson(plan({kShares}, {now, {}})["ends"][0]["effects"]),
+  EXPECT_EQ(zevo::compactJson(plan({kShares}, {now, {}})["ends"][0]["effects"]),
             R"([{"reason":"same_process","user":"bob"}])");
   now.smbUsers[4711] = {"alice"};
   EXPECT_TRUE(plan({kShares}, {now, {}})["ends"][0]["effects"].empty())
@@ -127,7 +127,7 @@ TEST(Plan, CountsFurtherWebLogins) {
   Snapshot now = snapshot();
   EXPECT_TRUE(plan({kWeb}, {now, {}})["ends"][0]["effects"].empty());
   now.webLogins[{"alice", "10.20.0.9"}] = 3;
-  EXPECT_EQ(compactJson(plan({kWeb}, {now, {}})["ends"][0]["effects"]),
+  EXPECT_EQ(zevo::compactJson(plan({kWeb}, {now, {}})["ends"][0]["effects"]),
             R"([{"count":2,"reason":"further_web_logins"}])");
 }
 

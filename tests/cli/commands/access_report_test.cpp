@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 
 namespace cli {
 namespace {
@@ -23,8 +23,8 @@ const std::string kSsh = R"({"service":"ssh","access":"unknown","reason":"not-re
 
 Json::Value account(const std::string& access,
                     const std::string& left = R"({"processes":0,"apart":[]})") {
-  return calls::parseJson(R"({"user":"alice","access":[)" + access + R"(],"left_running":)" + left +
-                          "}")
+  return zevo::parseJson(R"({"user":"alice","access":[)" + access + R"(],"left_running":)" + left +
+                         "}")
       .value_or(Json::Value());
 }
 

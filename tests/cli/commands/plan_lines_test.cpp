@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 
 namespace cli {
 namespace {
@@ -13,7 +13,7 @@ namespace {
 using Lines = std::vector<std::string>;
 
 Json::Value parsed(const std::string& json) {
-  return calls::parseJson(json).value_or(Json::Value());
+  return zevo::parseJson(json).value_or(Json::Value());
 }
 
 // The members that identify a row, and `more`.

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "calls/json_text.h"
+#include "base/json.h"
 
 namespace cli {
 namespace {
@@ -71,7 +71,7 @@ TEST(Selection, RefusesUnknownServices) {
 }
 
 TEST(Selection, IsWhatTheHostTakes) {
-  EXPECT_EQ(calls::compactJson(select({{"12", "13"}, "alice", "10.20.0.2", "ssh", "photos"})),
+  EXPECT_EQ(zevo::compactJson(select({{"12", "13"}, "alice", "10.20.0.2", "ssh", "photos"})),
             R"({"filter":"photos","from":"10.20.0.2","pids":[12,13],"type":"SSH","user":"alice"})");
 }
 

@@ -123,7 +123,7 @@ class SessionLoss : public testing::Test {
   void checkFile() {
     const std::string content = testing_support::contentOf(path_);
     std::map<std::string, int> lines;
-    for (const std::string_view line : linesOf(content)) {
+    for (const std::string_view line : wholeLinesOf(content)) {
       const JsonObject record = parseSessionRecord(line);
       ASSERT_TRUE(record && line.ends_with('\n')) << "torn: " << line;
       ++lines[sessionIdOf(record.get())];

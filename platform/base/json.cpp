@@ -1,12 +1,14 @@
-#include "calls/json_text.h"
+#include "base/json.h"
 
 #include <memory>
 
 #include <json/reader.h>
 #include <json/writer.h>
 
-namespace calls {
+namespace zevo {
 namespace {
+
+constexpr int kDeepest = 32;
 
 std::string onOneLine(const Json::Value& value, bool inAscii) {
   Json::StreamWriterBuilder builder;
@@ -17,18 +19,21 @@ std::string onOneLine(const Json::Value& value, bool inAscii) {
 
 }  // namespace
 
-// jsoncpp reports unreadable text by its return value, but deep nesting by an exception.
-std::optional<Json::Value> parseJson(const std::string& text) {
+std::optional<Json::Value> parseJson(std::string_view text, RepeatedNames repeated,
+                                     std::string* problem) {
   Json::CharReaderBuilder builder;
-  builder["failIfExtra"] = true;
+  Json::CharReaderBuilder::strictMode(&builder.settings_);
+  builder["strictRoot"] = false;
+  builder["rejectDupKeys"] = repeated == RepeatedNames::kRefused;
+  builder["stackLimit"] = kDeepest;
   const std::unique_ptr<Json::CharReader> reader(builder.newCharReader());
   Json::Value value;
   try {
-    if (!reader->parse(text.data(), text.data() + text.size(), &value, nullptr)) return {};
-  } catch (const Json::Exception&) {
-    return {};
+    if (reader->parse(text.data(), text.data() + text.size(), &value, problem)) return value;
+  } catch (const Json::Exception& failure) {  // nested too deeply
+    if (problem != nullptr) *problem = failure.what();
   }
-  return value;
+  return std::nullopt;
 }
 
 std::string compactJson(const Json::Value& value) {
@@ -43,4 +48,4 @@ std::string asciiJson(const Json::Value& value) {
   return text;
 }
 
-}  // namespace calls
+}  // namespace zevo
