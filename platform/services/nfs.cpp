@@ -32,7 +32,7 @@ Hosts::iterator findHost(Hosts* hosts, const std::string& from) {
 // Kernel threads and servers started by root open their sockets as root.
 bool isServed(const Socket& socket) {
   return socket.local.port == kNfsPort && socket.inode != 0 && socket.owner == 0 &&
-         !socket.isHalfClosed;
+         !socket.isHalfClosed && !socket.isShutDown;
 }
 
 Result<void> countConnections(const Sources& sources, Hosts* hosts) {

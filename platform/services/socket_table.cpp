@@ -45,7 +45,8 @@ int takeSocket(const nlmsghdr* header, void* data) {
   static_cast<std::vector<Socket>*>(data)->push_back(
       {message.idiag_inode, addressOf(message, message.id.idiag_src, message.id.idiag_sport),
        addressOf(message, message.id.idiag_dst, message.id.idiag_dport), message.idiag_uid,
-       message.idiag_state == TCP_CLOSE_WAIT});
+       message.idiag_state == TCP_CLOSE_WAIT,
+       message.idiag_state == TCP_FIN_WAIT1 || message.idiag_state == TCP_FIN_WAIT2});
   return MNL_CB_OK;
 }
 
@@ -77,7 +78,8 @@ bool sendRequest(const mnl_socket* netlink, std::uint8_t family) {
   request.header.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
   request.what.sdiag_family = family;
   request.what.sdiag_protocol = IPPROTO_TCP;
-  request.what.idiag_states = (1U << TCP_ESTABLISHED) | (1U << TCP_CLOSE_WAIT);
+  request.what.idiag_states = (1U << TCP_ESTABLISHED) | (1U << TCP_CLOSE_WAIT) |
+                              (1U << TCP_FIN_WAIT1) | (1U << TCP_FIN_WAIT2);
   return ::mnl_socket_sendto(netlink, &request, sizeof(request)) >= 0;
 }
 

@@ -1,5 +1,5 @@
-// The TCP connections of this system at one moment: the established ones, and those whose peer has
-// closed its direction, while data may still be sent to it.
+// The TCP connections of this system at one moment: the established ones, and those of which one
+// end has closed its direction, while data may still flow in the other.
 #pragma once
 
 #include <cstddef>
@@ -20,6 +20,7 @@ struct Socket {
   Address remote;
   uid_t owner = 0;            // effective user of the process that accepted or opened it
   bool isHalfClosed = false;  // by the peer
+  bool isShutDown = false;    // by this end
 
   bool operator==(const Socket&) const = default;
 };

@@ -1,5 +1,6 @@
 #include "services/tcp_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <optional>
@@ -12,6 +13,7 @@ namespace {
 
 constexpr std::string_view kEstablished = "01";
 constexpr std::string_view kCloseWait = "08";  // the peer has closed its own direction
+constexpr std::array<std::string_view, 2> kFinWait = {"04", "05"};  // this end has
 constexpr std::size_t kWordDigits = 8;
 constexpr std::size_t kIpv4Words = 1;
 constexpr std::size_t kIpv6Words = 4;
@@ -52,7 +54,9 @@ std::optional<Address> parseEnd(std::string_view text) {
 std::optional<Socket> parseLine(std::string_view line) {
   const Fields fields = fieldsOf(line);
   const bool isHalfClosed = fields[kState] == kCloseWait;
-  if (fields[kState] != kEstablished && !isHalfClosed) return std::nullopt;
+  const bool isShutDown =
+      std::find(kFinWait.begin(), kFinWait.end(), fields[kState]) != kFinWait.end();
+  if (fields[kState] != kEstablished && !isHalfClosed && !isShutDown) return std::nullopt;
   const auto local = parseEnd(fields[kLocal]);
   const auto remote = parseEnd(fields[kRemote]);
   Socket socket;
@@ -63,6 +67,7 @@ std::optional<Socket> parseLine(std::string_view line) {
   socket.local = *local;
   socket.remote = *remote;
   socket.isHalfClosed = isHalfClosed;
+  socket.isShutDown = isShutDown;
   return socket;
 }
 

@@ -54,6 +54,15 @@ TEST(TcpTextTest, ConnectionsOfWhichThePeerHasClosedItsDirection) {
               ElementsAre(closing));
 }
 
+TEST(TcpTextTest, ConnectionsThatThisEndHasShutDown) {
+  Socket closing = socket(4711, "10.30.0.2", 22, "10.30.0.1", 50000);
+  closing.isShutDown = true;
+  for (const char* state : {"04", "05"}) {
+    EXPECT_THAT(parseTcpText(kHead + line("02001E0A:0016 01001E0A:C350", state, "4711")),
+                ElementsAre(closing));
+  }
+}
+
 TEST(TcpTextTest, ALinkLocalAddressCarriesNoInterface) {
   const auto sockets = parseTcpText(line(
       "000080FE000000000000000002000000:0016 000080FE000000000000000003000000:C350", "01", "7"));
