@@ -46,6 +46,15 @@ constexpr std::string_view serviceName(ZEVO_CURCONN_TYPE id) {
   return kUnlistedService;
 }
 
+// The list's name for the service of a process of this name; empty if no service has it.
+constexpr std::string_view serviceOfProcess(std::string_view name) {
+  for (const ListedService& service : kListedServices) {
+    const bool isNamed = name.find(service.process) != std::string_view::npos;
+    if (!service.process.empty() && isNamed) return service.name;
+  }
+  return "";
+}
+
 // The results of `part` for each service, separated by a comma and a space.
 template <typename Part>
 std::string enumerateServices(Part part) {

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <string>
+#include <utility>
 
 #include "base/text.h"
+#include "host/service_table.h"
 
 namespace zevo::connections {
 namespace {
@@ -27,9 +29,9 @@ Result<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& pro
   auto low = files.sockets(most);
   if (!low) return low;
   looks.left -= std::min(looks.left, low->looks);
-  if (low->hasMore && most < kMostOfOrphan && !looks.isNoted) {
-    looks.isNoted = true;
-    sources.note(kConnectionsMissing, "",
+  const std::string_view service = serviceOfProcess(process.name);
+  if (low->hasMore && most < kMostOfOrphan && looks.noted.insert(service).second) {
+    sources.note(kConnectionsMissing, service,
                  "too many processes look like what is left of sessions, process " +
                      std::to_string(process.pid) + " (" + printable(process.name) +
                      ") among them; end those that are not");
@@ -37,15 +39,30 @@ Result<LowSockets> lowSocketsOfOrphan(const Sources& sources, const Process& pro
   return low;
 }
 
+struct Examined {
+  LowSockets low;
+  bool isOrphans = false;
+};
+
 // The sockets of `process`, as far as they are examined.
-Result<LowSockets> askedSockets(const Sources& sources, const Process& process, Family family,
-                                const ProcessFiles& files) {
+Result<Examined> examine(const Sources& sources, const Process& process, Family family,
+                         const ProcessFiles& files) {
   const auto vouched = isVouchedFor(sources, process, family);
   if (!vouched) return errorOf(vouched);
-  if (*vouched) return files.sockets(kMostOfService);
+  const auto as = [](bool isOrphans) {
+    return [isOrphans](LowSockets low) { return Examined{std::move(low), isOrphans}; };
+  };
+  if (*vouched) return files.sockets(kMostOfService).map(as(false));
   const auto orphaned = isBelowOrphan(sources, process, family);
   if (!orphaned) return errorOf(orphaned);
-  return *orphaned ? lowSocketsOfOrphan(sources, process, files) : LowSockets();
+  if (!*orphaned) return Examined();
+  return lowSocketsOfOrphan(sources, process, files).map(as(true));
+}
+
+// A server that ends at a signal may shut down its client's connection while its child goes on
+// transferring. A session that shuts its own down is over.
+bool isInUse(const Socket& socket, const Examined& examined) {
+  return examined.isOrphans || !socket.isShutDown;
 }
 
 // The connections in the network namespace of a process's server, if that is not ours; null if it
@@ -69,19 +86,19 @@ const Result<SocketTable>* otherSockets(const Sources& sources, const Process& p
 Result<std::vector<Socket>> connectionsOf(const Sources& sources, const Process& process,
                                           Family family) {
   const auto files = sources.filesOf(process);
-  const auto low = files.and_then(
-      [&](const ProcessFiles& open) { return askedSockets(sources, process, family, open); });
-  if (!low) return errorOf(low);
-  if (low->sockets.empty()) return std::vector<Socket>();
+  const auto examined = files.and_then(
+      [&](const ProcessFiles& open) { return examine(sources, process, family, open); });
+  if (!examined) return errorOf(examined);
+  if (examined->low.sockets.empty()) return std::vector<Socket>();
   const Result<SocketTable>& ours = sources.sockets();
   if (!ours) return errorOf(ours);
   const Result<SocketTable>* others = otherSockets(sources, process, *files);
   if (others != nullptr && !*others) return errorOf(*others);
   std::vector<Socket> sockets;
-  for (const SocketDescriptor& descriptor : low->sockets) {
+  for (const SocketDescriptor& descriptor : examined->low.sockets) {
     const Socket* socket = ours->find(descriptor.inode);
     if (socket == nullptr && others != nullptr) socket = (*others)->find(descriptor.inode);
-    if (socket != nullptr) sockets.push_back(*socket);
+    if (socket != nullptr && isInUse(*socket, *examined)) sockets.push_back(*socket);
   }
   return sockets;
 }

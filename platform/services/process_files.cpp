@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include <linux/openat2.h>
 
@@ -17,6 +18,7 @@
 #include "base/numbers.h"
 #include "base/open_folder.h"
 #include "base/read_file.h"
+#include "base/result.h"
 #include "base/text.h"
 
 namespace zevo::connections {
@@ -63,6 +65,29 @@ std::optional<std::uint64_t> inodeIn(std::string_view target, std::string_view k
   target.remove_prefix(kind.size() + 2);
   const auto inode = takeNumber<std::uint64_t>(target);
   return target == "]" ? inode : std::nullopt;
+}
+
+// The lowest numbers in a process's directory of descriptors, in order, at least `most` if there
+// are so many; an errno if it cannot be read. The kernel makes an inode for each entry that fits
+// into the buffer, which costs more than reading its link.
+tl::expected<std::vector<int>, int> lowNumbers(const FileDescriptor& folder, std::size_t most) {
+  constexpr std::size_t kEntry = 32;         // bytes, rounded up
+  constexpr std::size_t kMostAtOnce = 1024;  // entries
+  constexpr std::size_t kDots = 2;
+  std::vector<char> buffer((std::min(most, kMostAtOnce) + kDots) * kEntry);
+  std::vector<int> numbers;  // the kernel lists them in numerical order
+  while (numbers.size() < most) {
+    const ssize_t size = ::getdents64(folder.get(), buffer.data(), buffer.size());
+    if (size < 0) return tl::unexpected(errno);
+    if (size == 0) break;
+    for (ssize_t at = 0; at < size;) {
+      const auto* entry = reinterpret_cast<const dirent64*>(buffer.data() + at);
+      if (const auto number = parseNumber<int>(entry->d_name)) numbers.push_back(*number);
+      at += entry->d_reclen;
+    }
+  }
+  std::sort(numbers.begin(), numbers.end());
+  return numbers;
 }
 
 OpenFolder openFolderAt(int parent, const char* name) {
@@ -348,28 +373,24 @@ Result<std::string> ProcessFiles::tcpText(const std::string& table) const {
 }
 
 Result<LowSockets> ProcessFiles::sockets(std::size_t most) const {
-  const OpenFolder folder = openFolderAt(running(), "fd");
+  const FileDescriptor folder = openFileAt(running(), "fd", O_RDONLY | O_DIRECTORY);
   if (!folder) return endedOrFailed("fd", errno);
-
-  LowSockets low;  // the kernel lists descriptors in numerical order
-  for (errno = 0; const dirent* entry = ::readdir(folder.get()); errno = 0) {
-    const auto number = parseNumber<int>(entry->d_name);
-    if (!number) continue;
-    low.hasMore = low.looks == most;
-    if (low.hasMore) break;
+  const auto numbers = lowNumbers(folder, most + 1);
+  if (!numbers) return endedOrFailed("fd", numbers.error());
+  LowSockets low;
+  low.hasMore = numbers->size() > most;
+  for (const int number : *numbers) {
+    if (low.looks == most) break;
     ++low.looks;
     std::array<char, 64> target{};  // a socket's link is shorter
-    const ssize_t size =
-        ::readlinkat(::dirfd(folder.get()), entry->d_name, target.data(), target.size() - 1);
+    const ssize_t size = ::readlinkat(folder.get(), std::to_string(number).c_str(), target.data(),
+                                      target.size() - 1);
     if (size < 0 && errno == ENOENT) continue;        // closed in the meantime
     if (size < 0 && errno == ENAMETOOLONG) continue;  // a file in a user's deep directory
     if (size < 0) return endedOrFailed("fd", errno);
     const auto inode = inodeIn({target.data(), static_cast<std::size_t>(size)}, "socket");
-    if (inode) low.sockets.push_back({*number, *inode});
+    if (inode) low.sockets.push_back({number, *inode});
   }
-  if (errno != 0) return endedOrFailed("fd", errno);
-  std::sort(low.sockets.begin(), low.sockets.end(),
-            [](const auto& a, const auto& b) { return a.number < b.number; });
   return low;
 }
 

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -39,7 +40,7 @@ Home readHome(const Paths& paths);
 // A user can create processes that look like orphans, up to the process limit.
 struct OrphanLooks {
   std::size_t left = 8192;
-  bool isNoted = false;  // whether these were not enough
+  std::set<std::string_view> noted = {};  // the services for which these were not enough
 };
 
 // One read of the registry: one scan of processes, one dump of sockets, shared by all collectors.

@@ -54,6 +54,7 @@ TEST_F(ClientSocketsTest, OrphansShareTheirLooksAndEachHasSome) {
   EXPECT_THAT(looks(sources), ElementsAre(256, 256, 88, 8, 8));
   ASSERT_THAT((*sources).notes(), SizeIs(1));
   EXPECT_EQ((*sources).notes()[0].code, kConnectionsMissing);
+  EXPECT_EQ((*sources).notes()[0].service, "FTP");
   EXPECT_EQ(
       (*sources).notes()[0].detail,
       "too many processes look like what is left of sessions, process 102 (vsftpd) among them; "
