@@ -17,9 +17,13 @@ namespace calls::enforce {
 
 // The types of connections with rules of their own.
 inline constexpr std::string_view kSmb = zevo::serviceName(ZEVO_CURCONN_CIFS);
+inline constexpr std::string_view kFtp = zevo::serviceName(ZEVO_CURCONN_FTP);
 inline constexpr std::string_view kSftp = zevo::serviceName(ZEVO_CURCONN_SFTP);
 inline constexpr std::string_view kSsh = zevo::serviceName(ZEVO_CURCONN_SSH);
 inline constexpr std::string_view kWebLogins = zevo::serviceName(ZEVO_CURCONN_HTTP);
+
+// Of a connection whose user could not be told.
+inline constexpr const char* kUnknownUser = "unknown";
 
 // One row of a list. Texts come from the services: they may contain anything and may be empty.
 struct Connection {
@@ -54,7 +58,7 @@ Json::Value asJson(const Connection& connection);
 Json::Value nameOf(const Connection& connection);
 // A row of a list; nothing if a member is missing or has another type.
 std::optional<Connection> listedConnection(const Json::Value& item);
-// A connection in a request: "who", "from", "type" and "pid" are required.
+// A connection in a request: "who", "from", "type" and "pid" are required, "time" may be missing.
 std::optional<Connection> namedConnection(const Json::Value& item);
 
 // One page of a list.

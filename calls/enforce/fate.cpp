@@ -14,8 +14,6 @@
 namespace calls::enforce {
 namespace {
 
-constexpr const char* kUnknownUser = "unknown";
-
 // A process by its pid, regardless of whom it serves now.
 bool isOfSameServer(const Connection& a, const Connection& b) {
   return hasProcess(a) ? a.type == b.type && a.pid == b.pid : isOfSameClient(a, b);
@@ -127,10 +125,11 @@ class Comparison {
     return stillThere(before, whyStillThere(row, target.hindrance));
   }
 
+  // A new row may have begun before the attempt: its client logged in over a connection that it had
+  // kept at the password.
   [[nodiscard]] Json::Value fateOfMissing(const Connection& before) {
     const Connection* next = take(ofClient_[{before.who, before.from}], [&](const Connection& row) {
-      return isOfSameClient(before, row) && !wasThere(row) &&
-             (beganSince(row) || isGoingOn(before, row));
+      return isOfSameClient(before, row) && !wasThere(row);
     });
     if (next && isGoingOn(before, *next))
       return withNow(stillThere(before, reason("goes_on")), *next);
@@ -142,7 +141,7 @@ class Comparison {
   // connection from the beginning of its session.
   [[nodiscard]] bool isGoingOn(const Connection& before, const Connection& row) const {
     if (isSessionOf(before, row, attempt_.proc)) return true;
-    return before.type == "FTP" && (row.time == before.time || !beganSince(row));
+    return before.type == kFtp && (row.time == before.time || !beganSince(row));
   }
 
   [[nodiscard]] bool mayLack(const Connection& before) const {

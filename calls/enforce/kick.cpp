@@ -42,19 +42,6 @@ std::optional<zevo::OpenFiles> readOpenFiles(std::vector<zevo::ReadNote>* notes)
   return files;
 }
 
-// Sessions that have begun since they were named, in place of their logins.
-Connections withSessions(Connections named, const Snapshot& now) {
-  const RowIndex index(now.connections);
-  for (Connection& login : named) {
-    if (index.find(login)) continue;
-    const auto session =
-        std::find_if(now.connections.begin(), now.connections.end(),
-                     [&](const Connection& row) { return isSessionOf(login, row, "/proc"); });
-    if (session != now.connections.end()) login = *session;
-  }
-  return named;
-}
-
 Json::Value planNow(const Work& work, const Connections& wanted, Snapshot* now) {
   PlanView view{*now, work.ownWay()};
   if (endsSmb(wanted, *now)) view.openFiles = readOpenFiles(&now->warnings);
@@ -98,12 +85,31 @@ void endTargets(const Work& work, const OwnWay& own, bool isOwn, Attempt* attemp
   }
 }
 
+// The fates of `missing`, which the list `before` does not have.
+Json::Value fatesOfMissing(const Work& work, const Connections& missing, const Snapshot& before) {
+  Attempt attempt{.targets = {}, .before = {}, .begin = beginOfAttempt()};
+  for (const Connection& named : missing) attempt.targets.push_back({named});
+  // One whose user is unknown now may be one of them.
+  std::copy_if(before.connections.begin(), before.connections.end(),
+               std::back_inserter(attempt.before),
+               [](const Connection& row) { return row.who != kUnknownUser; });
+  Json::Value fates = fatesOf(attempt, before);
+  for (Json::ArrayIndex i = 0; i < fates.size(); ++i) {
+    if (fates[i]["fate"] == "ended") {
+      fates[i] = nameOf(missing[i]);
+      fates[i]["fate"] = "gone_before";
+    }
+    leaveOut(work, missing[i], fates[i]["fate"].asCString());
+  }
+  return fates;
+}
+
 }  // namespace
 
 Answer planKick(const Work& work, const std::vector<Connection>& wanted) {
   zevo::Result<Snapshot> now = work.readNow();
   if (!now) return failed(now.error());
-  const Json::Value plan = planNow(work, withSessions(wanted, *now), &*now);
+  const Json::Value plan = planNow(work, wanted, &*now);
   return success(plan, now->warnings);
 }
 
@@ -118,32 +124,44 @@ Answer planKick(const Work& work, const Selection& selection) {
   return success(plan, now->warnings);
 }
 
-Answer performKick(const Work& work, const std::vector<Connection>& named) {
+// The fates of `missing`, which are not in the list `before`.
+Json::Value fatesOfMissing(const Connections& missing, const Snapshot& before) {
+  Attempt attempt{.targets = {}, .before = {}, .begin = beginOfAttempt()};
+  for (const Connection& named : missing) attempt.targets.push_back({named});
+  // A connection whose user could not be told may be one of them.
+  std::copy_if(before.connections.begin(), before.connections.end(),
+               std::back_inserter(attempt.before),
+               [](const Connection& row) { return row.who != kUnknownUser; });
+  Json::Value fates = fatesOf(attempt, before);
+  for (Json::ArrayIndex i = 0; i < fates.size(); ++i) {
+    if (fates[i]["fate"] != "ended") continue;
+    fates[i] = nameOf(missing[i]);
+    fates[i]["fate"] = "gone_before";
+  }
+  return fates;
+}
+
+Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
   const zevo::Result<Snapshot> before = work.readNow();
   if (!before) return failed(before.error());
-  const RowIndex index(before->connections);
-  const Connections wanted = withSessions(named, *before);
+  const std::vector<const Connection*> rows = rowsOf(wanted, before->connections);
   Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
-  for (const Connection& connection : wanted) {
-    const Connection* row = index.find(connection);
-    if (row) attempt.targets.push_back({*row});
-    if (!row) leaveOut(work, connection, "gone_before");
+  Connections missing;
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    if (rows[i]) attempt.targets.push_back({*rows[i]});
+    if (!rows[i]) missing.push_back(wanted[i]);
   }
+  const Json::Value fatesOfOthers = fatesOfMissing(work, missing, *before);
   const OwnWay own = work.ownWay();
   for (const bool isOwn : {false, true}) endTargets(work, own, isOwn, &attempt);
   const zevo::Result<Snapshot> after = work.readAfter(attempt);
   const Json::Value fates = fatesOf(attempt, after);
   Json::Value result(Json::objectValue);
   result["connections"] = Json::Value(Json::arrayValue);
-  Json::ArrayIndex next = 0;
-  for (const Connection& connection : wanted) {
-    Json::Value& item = result["connections"].append(nameOf(connection));
-    if (index.find(connection)) {
-      item = fates[next++];
-    } else {
-      item["fate"] = "gone_before";
-    }
-  }
+  Json::ArrayIndex target = 0;
+  Json::ArrayIndex other = 0;
+  for (const Connection* row : rows)
+    result["connections"].append(row ? fates[target++] : fatesOfOthers[other++]);
   return success(result, after ? after->warnings : std::vector<zevo::ReadNote>());
 }
 

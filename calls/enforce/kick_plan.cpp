@@ -105,6 +105,11 @@ class Plan {
   std::map<std::uint32_t, std::vector<const Connection*>> sftp_;  // by the processes above it
 };
 
+bool isContinuation(const Connection& before, const Connection& row, const std::string& proc) {
+  if (before.type != kFtp) return isSessionOf(before, row, proc);
+  return !before.time.empty() && before.time == row.time && isOfSameClient(before, row);
+}
+
 }  // namespace
 
 Json::Value reason(const char* key) {
@@ -201,16 +206,35 @@ const Connection* RowIndex::find(const Connection& named) const {
   return row == rows_.end() ? nullptr : row->second;
 }
 
+std::vector<const Connection*> rowsOf(const std::vector<Connection>& named,
+                                      const std::vector<Connection>& rows,
+                                      const std::string& proc) {
+  const RowIndex index(rows);
+  std::vector<const Connection*> found;
+  for (const Connection& name : named) found.push_back(index.find(name));
+  std::set<const Connection*> taken(found.begin(), found.end());
+  for (std::size_t i = 0; i < named.size(); ++i) {
+    if (found[i]) continue;
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const Connection& other) {
+      return isContinuation(named[i], other, proc) && !taken.contains(&other);
+    });
+    if (row == rows.end()) continue;
+    found[i] = &*row;
+    taken.insert(&*row);
+  }
+  return found;
+}
+
 Json::Value planOf(const std::vector<Connection>& wanted, const PlanView& view,
                    const char* (*why)(const Connection& connection)) {
   Json::Value parts(Json::objectValue);
   for (const char* part : {"ends", "stays", "gone"}) parts[part] = Json::Value(Json::arrayValue);
-  const RowIndex now(view.now.connections);
+  const std::vector<const Connection*> rows = rowsOf(wanted, view.now.connections, view.proc);
   const Plan plan(wanted, view);
-  for (const Connection& given : wanted) {
-    const Connection* row = now.find(given);
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    const Connection* row = rows[i];
     if (!row) {
-      parts["gone"].append(nameOf(given));
+      parts["gone"].append(nameOf(wanted[i]));
     } else if (const char* key = why(*row)) {
       parts["stays"].append(asJson(*row))["reason"] = reason(key);
     } else {

@@ -127,7 +127,7 @@ std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::stri
 }
 
 bool isSessionOf(const Connection& before, const Connection& row, const std::string& proc) {
-  if (before.type != "SSH" || !isOfSameClient(before, row)) return false;
+  if (before.type != kSsh || !isOfSameClient(before, row)) return false;
   const std::vector<std::uint32_t> above = processesAbove(row.pid, proc);
   return !above.empty() && above.front() == before.pid;
 }

@@ -11,6 +11,7 @@ import listing
 import namespace
 import processes
 import waiting
+from clients.dialogue import Dialogue
 from daemon_test import DaemonTest
 
 # The names that a connection's process may have before it is signalled.
@@ -32,6 +33,15 @@ class ServiceTest(DaemonTest):
             self._check_process(item)
             self._check_time(item)
         return found
+
+    def agree(self, change, *arguments):
+        """Runs a command that asks, and agrees after `change`; returns its exit code and what it says then."""
+        question = self.client(Dialogue, [listing.program(), *arguments])
+        question.expect("[y/N]")
+        change()
+        question.send("y")
+        waiting.until(f"{arguments} to end", question.has_ended)
+        return question.process.returncode, question.output
 
     def assertEndsAtOnce(self, item, port):
         """Ends one connection by SIGTERM to its process and waits until the server's end is closed."""

@@ -23,6 +23,8 @@ from daemons.vsftpd import Vsftpd
 from listing import Row
 from service_test import ServiceTest, add_users, main
 
+CONFIGURATION = "/etc/currentconn/currentconn.toml"
+
 
 def setUpModule():
     add_users("alice", "bob")
@@ -173,6 +175,19 @@ class KickTest(ServiceTest):
         self.assertEqual((1, "currentconn: nothing to end\n"), (done.returncode, done.stderr))
         self.assertFalse(client.has_ended())
         self.assertNotIn("bob;", self.kick("--user", "alice"))
+
+    def test_a_connection_whose_user_is_unknown_by_now_is_not_called_gone(self):
+        namespace.write("/srv/tool", '#!/bin/sh\ntest ! -e /srv/fails && exec smbstatus "$@"\n', 0o755)
+        namespace.write(CONFIGURATION, 'smbstatus = "/srv/tool"\n')
+        self.addCleanup(os.remove, CONFIGURATION)
+        self.addCleanup(os.remove, "/srv/fails")
+        client = self.client(Smb, "alice", "10.20.0.2", "media")
+        self.assertList([Row("alice", "10.20.0.2", "CIFS", "media")])
+        code, output = self.agree(lambda: namespace.write("/srv/fails", ""), "kick", "--user", "alice")
+        self.assertEqual(1, code, output)
+        self.assertNotIn("already gone", output)
+        self.assertIn("still there", output)
+        self.assertFalse(client.has_ended())
 
     def test_open_files_are_named_before_they_are_closed(self):
         namespace.write("/srv/media/a film.txt", "x", 0o666)

@@ -65,10 +65,43 @@ class VsftpdTransferTest(TransferBehaviour, ServiceTest):
         self._kill_parent()
         self.assertKickEnds(transfer)
 
-    def _kill_parent(self):
+    def test_a_transfer_whose_parent_hung_up_is_listed_and_can_be_ended(self):
+        """At SIGTERM the parent shuts the control connection down, at SIGKILL it cannot."""
+        _, transfer = self.download()
+        self._kill_parent(signal.SIGTERM)
+        self.assertKickEnds(transfer)
+
+    def test_a_session_ends_although_a_transfer_begins_while_the_question_is_open(self):
+        client = self.connected("10.20.0.2")
+        transfers = []
+        self.assertAgreeingEndsIt(lambda: transfers.append(self.client(Download, client, True)))
+        self.assertEnded(transfers[0])
+
+    def test_a_session_ends_although_its_transfer_ends_while_the_question_is_open(self):
+        _, transfer = self.download()
+        self.assertAgreeingEndsIt(transfer.close)
+
+    def assertAgreeingEndsIt(self, change):
+        """`change` makes the session one of another process."""
+        before = self.assertList([self.row("10.20.0.2")])[0]["pid"]
+
+        def is_another():
+            return [item["pid"] for item in listing.result()["items"]] not in ([], [before])
+
+        def change_and_wait():
+            change()
+            waiting.until("the session to change its process", is_another)
+
+        code, output = self.agree(change_and_wait, "kick", "--user", "alice")
+        self.assertEqual(0, code, output)
+        self.assertNotIn("already gone", output)
+        self.assertList([])
+        self.assertNoSessionIsLeft()
+
+    def _kill_parent(self, how=signal.SIGKILL):
         """Ends the process above those that move the data."""
         moving = self.assertList([self.row("10.20.0.2")])[0]["pid"]
-        os.kill(int(processes.status(moving, "PPid")), signal.SIGKILL)
+        os.kill(int(processes.status(moving, "PPid")), how)
         waiting.until("the process to be an orphan", lambda: processes.status(moving, "PPid") == "1")
 
 

@@ -59,6 +59,34 @@ Pids selected(const std::string& json) {
   return pids;
 }
 
+Connection ftpSession(std::uint32_t pid, const char* time) {
+  Connection session = connection(pid, "alice", "FTP");
+  session.time = time;
+  return session;
+}
+
+Pids pidsNow(const Connections& named, const Connections& rows) {
+  Pids pids;
+  for (const Connection* row : rowsOf(named, rows)) pids.push_back(row ? row->pid : 0);
+  return pids;
+}
+
+TEST(RowsOf, FindAnFtpSessionUnderAnotherOfItsProcesses) {
+  const Connections rows = {ftpSession(31, "08:00"), ftpSession(40, "09:00"), kShell};
+  EXPECT_EQ(pidsNow({ftpSession(30, "08:00")}, rows), Pids{31});
+  EXPECT_EQ(pidsNow({ftpSession(40, "09:00"), ftpSession(30, "08:00")}, rows), (Pids{40, 31}));
+}
+
+TEST(RowsOf, DoNotFindAnotherSession) {
+  const Connections rows = {ftpSession(31, "08:00"), kShell};
+  EXPECT_EQ(pidsNow({ftpSession(30, "08:01"), ftpSession(29, "")}, rows), (Pids{0, 0}));
+  EXPECT_EQ(pidsNow({ftpSession(30, "08:00"), ftpSession(31, "08:00")}, rows), (Pids{0, 31}));
+  EXPECT_EQ(pidsNow({ftpSession(30, "08:00"), ftpSession(29, "08:00")}, rows), (Pids{31, 0}));
+  Connection another = kShell;
+  another.pid = 13;
+  EXPECT_EQ(pidsNow({another}, rows), Pids{0});
+}
+
 TEST(WhyNotEnded, IsNullForWhatCanBeEnded) {
   for (const char* type : {"CIFS", "AFP", "FTP", "SFTP", "SSH", "TELNET", "HTTP/HTTPS"}) {
     EXPECT_EQ(whyNotEnded(connection(12, "alice", type)), nullptr) << type;
