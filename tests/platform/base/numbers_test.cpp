@@ -33,5 +33,19 @@ TEST(ParseNumberTest, LeavesTheNumberWhereThereIsNone) {
   EXPECT_EQ(number, 6);
 }
 
+TEST(TakeNumber, RemovesItFromTheBeginning) {
+  std::string_view text = "12 34";
+  EXPECT_EQ(takeNumber<int>(text), 12);
+  EXPECT_EQ(text, " 34");
+}
+
+TEST(TakeNumber, LeavesATextThatBeginsWithNone) {
+  for (const char* written : {"", " 1", "+1", "x1", "4294967296"}) {
+    std::string_view text = written;
+    EXPECT_EQ(takeNumber<std::uint32_t>(text), std::nullopt) << written;
+    EXPECT_EQ(text, written);
+  }
+}
+
 }  // namespace
 }  // namespace zevo
