@@ -211,6 +211,7 @@ std::vector<const Connection*> rowsOf(const std::vector<Connection>& named,
                                       const std::string& proc) {
   const RowIndex index(rows);
   std::vector<const Connection*> found;
+  found.reserve(named.size());
   for (const Connection& name : named) found.push_back(index.find(name));
   std::set<const Connection*> taken(found.begin(), found.end());
   for (std::size_t i = 0; i < named.size(); ++i) {
