@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/account_name.h"
+#include "base/numbers.h"
 #include "base/text.h"
 #include "services/account_name.h"
 #include "services/client_sockets.h"
@@ -41,11 +42,30 @@ struct Session {
   std::string from;
 };
 
+// Decodes what titles of sshd escape: a doubled backslash, and bytes beyond ASCII as "\303".
+std::string withoutEscapes(std::string_view text) {
+  constexpr std::size_t kDigits = 3;
+  std::string plain;
+  while (!text.empty()) {
+    unsigned char byte = 0;
+    std::size_t length = 1;
+    if (text.starts_with("\\\\")) {
+      length = 2;
+    } else if (text.front() == '\\' && text.size() > kDigits &&
+               parseNumber(text.substr(1, kDigits), &byte, 8) && byte != 0) {
+      length = 1 + kDigits;
+    }
+    plain += byte != 0 ? static_cast<char>(byte) : text.front();
+    text.remove_prefix(length);
+  }
+  return plain;
+}
+
 // The title of an sshd without the program's name; empty if it has none that can be trusted.
 Result<std::string> titleText(const Sources& sources, const Process* process) {
   if (process == nullptr || !isSshd(process->name)) return std::string();
   return readTitle(sources, *process).map([](const Title& title) {
-    return std::string(sshTitleText(title.first).value_or(""));
+    return sshTitleText(title.first).value_or("");
   });
 }
 
@@ -280,10 +300,10 @@ Result<void> appendSession(const Sources& sources, Session session,
 
 }  // namespace
 
-std::optional<std::string_view> sshTitleText(std::string_view title) {
+std::optional<std::string> sshTitleText(std::string_view title) {
   const std::size_t colon = title.find(": ");
   if (colon == std::string_view::npos || !isSshd(title.substr(0, colon))) return std::nullopt;
-  return title.substr(colon + 2);
+  return withoutEscapes(title.substr(colon + 2));
 }
 
 bool isSshGuard(std::string_view text) {

@@ -2,16 +2,18 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <string_view>
 
 #include "services/sources.h"
 
 namespace zevo::connections {
 
-// The text after the program's name in a title of sshd, "alice@pts/3" in "sshd: alice@pts/3";
-// nothing if it is not such a title (but the program's arguments, before it has set one). Since
-// release 9.8 the programs of a session have separate names: "sshd-session: alice@pts/3".
-std::optional<std::string_view> sshTitleText(std::string_view title);
+// The text after the program's name in a title of sshd, "alice@pts/3" in "sshd: alice@pts/3", with
+// its escapes decoded; nothing if it is not such a title (but the program's arguments, before it
+// has set one). Since release 9.8 the programs of a session have separate names:
+// "sshd-session: alice@pts/3".
+std::optional<std::string> sshTitleText(std::string_view title);
 
 // Whether root's process with this text guards a login or a session ("alice [priv]"). The name is
 // the one sent by the client: a directory service may accept several for one account.

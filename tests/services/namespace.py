@@ -10,6 +10,7 @@ As a program: `namespace.py COMMAND…` runs one command in such a server.
 
 import os
 import pwd
+import re
 import socket
 import subprocess
 import sys
@@ -49,7 +50,8 @@ def add_account(name, password=PASSWORD):
     if any(line.startswith(f"{name}:") for line in read("/etc/passwd").splitlines()):
         run("userdel", "--force", name)
     home = f"/home/{name}"
-    run("useradd", "--create-home", "--home-dir", home, "--shell", "/bin/bash", name)
+    usual = [] if re.fullmatch("[a-z0-9-]+", name) else ["--badname"]
+    run("useradd", *usual, "--create-home", "--home-dir", home, "--shell", "/bin/bash", name)
     account = pwd.getpwnam(name)
     os.chown(home, account.pw_uid, account.pw_gid)
     run("chpasswd", text=f"{name}:{password}\n")

@@ -374,6 +374,35 @@ class NoRoomForTitlesTest(ServiceTest):
         self.assertFalse(root.has_ended())
 
 
+class EscapedTitlesTest(ServiceTest):
+    """sshd's titles escape a backslash and what is no ASCII."""
+
+    NAMES = ("jürgen", "EXAMPLE\\dora")
+
+    @classmethod
+    def setUpClass(cls):
+        add_users(*cls.NAMES)
+        for name in cls.NAMES:
+            ssh.allow(name)
+        cls.server(OpenSsh())
+
+    def test_their_users_have_their_own_names(self):
+        for name in self.NAMES:
+            client = self.client(ssh.Shell, name, "10.20.0.2")
+            self.assertList([Row(name, "10.20.0.2", "SSH", client.terminal())])
+            done = listing.run("kick", "--yes", "--user", name)
+            self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+            waiting.until(f"{name} to be disconnected", client.has_ended)
+
+    def test_disabling_their_accounts_ends_their_connections(self):
+        name = self.NAMES[0]
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", name)
+        client = self.client(ssh.Shell, name, "10.20.0.2")
+        done = listing.run("disable", "--yes", name)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("its user to be disconnected", client.has_ended)
+
+
 class ServerOfAUserTest(ServiceTest):
     """A user can run the very program of root's server, and kill its processes."""
 

@@ -36,11 +36,14 @@ TEST_F(OpensshTitlesTest, NamesOfUsersMayHoldBlanksBracketsAndAtSigns) {
   addChild(77, 76, "sshd: bob@example.com@pts/2");
   addMonitor(86, "carol [net]");
   addChild(87, 86, "sshd: carol [net]@pts/3");
-  addMonitor(96, "DOM\\dave");
-  addChild(97, 96, "sshd: DOM\\dave@notty");
+  addMonitor(96, R"(DOM\\dave)");
+  addChild(97, 96, R"(sshd: DOM\\dave@notty)");
+  addMonitor(106, R"(j\303\274rgen)");
+  addChild(107, 106, R"(sshd: j\303\274rgen@notty)");
   EXPECT_THAT(read(),
               ElementsAre(ssh(67, "pts/1", "alice liddell"), ssh(77, "pts/2", "bob@example.com"),
-                          ssh(87, "pts/3", "carol [net]"), ssh(97, "no terminal", "DOM\\dave")));
+                          ssh(87, "pts/3", "carol [net]"), ssh(97, "no terminal", "DOM\\dave"),
+                          ssh(107, "no terminal", "jürgen")));
 }
 
 TEST_F(OpensshTitlesTest, TheUserIsTheAccountUnderWhateverNameTheClientGave) {
