@@ -3,16 +3,23 @@
 #include <algorithm>
 #include <iterator>
 #include <set>
+#include <string>
+#include <syslog.h>
 
 #include "base/json.h"
 #include "calls/call_line.h"
 #include "calls/enforce/accounts.h"
+#include "calls/log.h"
+#include "host/pending_logins.h"
 
 namespace calls::enforce {
 namespace {
 
 using Connections = std::vector<Connection>;
+using Logins = std::vector<zevo::PendingLogin>;
 using Names = std::set<std::string>;
+
+constexpr const char* kSsh = "SSH";  // in notes
 
 Names namesOf(const Caller& caller) {
   Names names = {caller.user};
@@ -76,13 +83,51 @@ std::optional<MethodAnswer> callDisable(const Work& work, const std::vector<std:
   return callInChildren({call}, work.kickTimes()).front();
 }
 
+Names disabledOf(const std::vector<std::string>& users) {
+  Names disabled;
+  std::copy_if(users.begin(), users.end(), std::inserter(disabled, disabled.end()),
+               [](const std::string& user) { return isDisabled(user).value_or(false); });
+  return disabled;
+}
+
+// Ends the logins under way of those of `users` that are disabled.
+Logins endLogins(const Work& work, const std::vector<std::string>& users,
+                 std::vector<zevo::ReadNote>* notes) {
+  std::string cause;
+  Logins logins = zevo::endPendingLogins(disabledOf(users), &cause);
+  if (!cause.empty()) notes->push_back({std::string(zevo::kConnectionsMissing), kSsh, cause});
+  for (const zevo::PendingLogin& login : logins) {
+    logAuthorisation(LOG_NOTICE, work.request().summary("disable_user") +
+                                     (login.hasEnded ? " ended" : " could not end") +
+                                     " the SSH login of " + inQuotes(login.user) +
+                                     " under way, pid " + std::to_string(login.pid));
+  }
+  return logins;
+}
+
+void addLogins(const Logins& logins, Json::Value* account) {
+  Json::UInt64 ended = 0;
+  Json::Value left(Json::arrayValue);
+  for (const zevo::PendingLogin& login : logins) {
+    if (login.user != (*account)["user"].asString()) continue;
+    if (login.hasEnded) {
+      ++ended;
+    } else {
+      left.append(login.pid);
+    }
+  }
+  (*account)["logins_ended"] = ended;
+  (*account)["logins_left"] = left;
+}
+
 // The results for the accounts. `hindrance`: why the call failed; null if it did not.
 Json::Value accountsAfter(const std::vector<std::string>& users, const Names& disabledBefore,
-                          const Json::Value& hindrance) {
+                          const Logins& logins, const Json::Value& hindrance) {
   Json::Value accounts = accountResults(users);
   for (Json::Value& account : accounts) {
     if (account["disabled"].asBool()) {
       account["already"] = disabledBefore.contains(account["user"].asString());
+      addLogins(logins, &account);
     } else {
       account["reason"] = hindrance;
     }
@@ -113,10 +158,10 @@ Answer performDisable(const Work& work, const std::vector<std::string>& users) {
   if (!before) return failed(before.error());
   Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
   attempt.users = {users.begin(), users.end()};
-  Names disabledBefore;
-  for (const std::string& user : users)
-    if (isDisabled(user).value_or(false)) disabledBefore.insert(user);
+  const Names disabledBefore = disabledOf(users);
   const auto answer = callDisable(work, users);
+  std::vector<zevo::ReadNote> notes;
+  const Logins logins = endLogins(work, users, &notes);
   const Json::Value hindrance = hindranceOf(answer);
   if (answer) attempt.warnings = answer->warnings;
   for (const Connection& row : connectionsOf(attempt.users, *before))
@@ -125,9 +170,9 @@ Answer performDisable(const Work& work, const std::vector<std::string>& users) {
   Json::Value result(Json::objectValue);
   result["connections"] = fatesOf(attempt, after);
   if (after) result["services_without_users"] = zevo::asArray(servicesWithoutUsers(*after));
-  result["accounts"] = accountsAfter(users, disabledBefore, hindrance);
+  result["accounts"] = accountsAfter(users, disabledBefore, logins, hindrance);
   if (!hindrance.isNull()) result["failure"] = hindrance;
-  std::vector<zevo::ReadNote> notes = attempt.warnings;
+  addNotes(attempt.warnings, &notes);
   if (after) addNotes(after->warnings, &notes);
   return success(result, notes);
 }

@@ -109,6 +109,28 @@ bool areConnectionsGone(const Performed& done) {
   return areGone && services.empty();
 }
 
+// The line about logins that were ended; none if there were none.
+std::vector<std::string> loginLines(const Json::Value& account) {
+  const Json::UInt64 count = account["logins_ended"].asUInt64();
+  if (count == 0) return {};
+  return {"ended " + std::to_string(count) + (count == 1 ? " SSH login of " : " SSH logins of ") +
+          account["user"].asString() + (count == 1 ? " that was" : " that were") + " under way"};
+}
+
+// Names the logins that could not be ended; true if there are none.
+bool areLoginsGone(const Json::Value& accounts) {
+  std::vector<std::string> lines;
+  for (const Json::Value& account : accounts) {
+    for (const Json::Value& pid : account["logins_left"]) {
+      lines.push_back("an SSH login of " + account["user"].asString() +
+                      " is still under way, pid " + pid.asString() +
+                      ", and may succeed; end it with: kill -KILL " + pid.asString());
+    }
+  }
+  if (!lines.empty()) complain(lines);
+  return lines.empty();
+}
+
 ExitCode reportFailure(const Json::Value& result) {
   if (result.isMember("refusal")) return refuse(result["refusal"]);
   if (!allOf(result["accounts"], [](const Json::Value& one) { return one["disabled"].asBool(); }))
@@ -125,9 +147,11 @@ ExitCode reportOn(const Performed& done) {
   std::vector<std::string> lines;
   for (const Json::Value& account : result["accounts"]) lines.push_back(accountLine(account));
   append(&lines, fateLines(result["connections"]));
+  for (const Json::Value& account : result["accounts"]) append(&lines, loginLines(account));
   for (const Json::Value& account : result["accounts"])
     append(&lines, accessLines(account, Tense::kPresent));
   const ExitCode written = printText(linesText(lines, lookOfOutput().charset));
+  const bool areEnded = areLoginsGone(result["accounts"]);
   if (result.isMember("refusal") || result.isMember("failure")) return reportFailure(result);
   const bool areGone = areConnectionsGone(done);
   const std::vector<zevo::ReadNote> letIn = stillLetIn(done.warnings);
@@ -137,7 +161,7 @@ ExitCode reportOn(const Performed& done) {
   if (!areOut) complain("a disabled account can still log in");
   const bool areDisabled =
       allOf(result["accounts"], [](const Json::Value& one) { return one["disabled"].asBool(); });
-  return areDisabled && areOut && letIn.empty() && areGone ? written : kExitFailed;
+  return areDisabled && areOut && letIn.empty() && areGone && areEnded ? written : kExitFailed;
 }
 
 }  // namespace

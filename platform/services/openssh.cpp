@@ -155,8 +155,9 @@ Result<std::size_t> countServants(const Sources& sources, const Process& process
   return count;
 }
 
-// The account's own name if the client logged in as `name`.
-std::string accountCalled(const std::string& name) {
+// The account in the text of a guard, whose name there is the one that the client sent.
+std::string accountIn(const std::string& guardText) {
+  const std::string name = guardText.substr(0, guardText.size() - kGuard.size());
   const auto answer = askForAccount(name);
   return answer.found ? answer.entry.pw_name : name;
 }
@@ -173,9 +174,8 @@ Result<Session> identifyLogin(const Sources& sources, const Process& process,
   const auto beside = guard != nullptr ? countServants(sources, *guard) : Result<std::size_t>(1);
   if (!servants || !handles || !beside) return errorOf(servants, handles, beside);
   if (*servants != 0 || *handles || *beside != 1) return Session();
-  std::string user = accountCalled(text.substr(0, text.size() - kGuard.size()));
   return Session{
-      &process, guard != nullptr ? guard : &process, std::move(user), std::string(kLoggingIn), {}};
+      &process, guard != nullptr ? guard : &process, accountIn(text), std::string(kLoggingIn), {}};
 }
 
 // The session that `process` serves; its owner is null if it serves none.
@@ -308,6 +308,12 @@ std::optional<std::string> sshTitleText(std::string_view title) {
 
 bool isSshGuard(std::string_view text) {
   return text.ends_with(kGuard);
+}
+
+Result<std::string> guardedAccount(const Sources& sources, const Process& process) {
+  return titleText(sources, &process).map([](const std::string& text) {
+    return isSshGuard(text) ? accountIn(text) : std::string();
+  });
 }
 
 std::optional<SshSession> sshSession(std::string_view text) {

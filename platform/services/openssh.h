@@ -19,6 +19,10 @@ std::optional<std::string> sshTitleText(std::string_view title);
 // the one sent by the client: a directory service may accept several for one account.
 bool isSshGuard(std::string_view text);
 
+// The account whose login or session `process` guards according to its title; empty if it has no
+// such title that can be trusted.
+Result<std::string> guardedAccount(const Sources& sources, const Process& process);
+
 // The contents of the title of a session's process.
 struct SshSession {
   std::string_view user;  // the account's own name

@@ -62,8 +62,8 @@ Result<uid_t> loginOwner(const Sources& sources, const ProcessFiles& server, con
   return isKnown ? **after : below.uid;
 }
 
-LoginReading readLogin(const Sources& sources, const ServedClient& /*client*/,
-                       const Process& server) {
+LoginReading readTelnetLogin(const Sources& sources, const ServedClient& /*client*/,
+                             const Process& server) {
   const auto files = sources.filesOf(server);
   const auto ids = files.and_then(&ProcessFiles::userIds);
   const auto below =
@@ -90,7 +90,7 @@ std::string pseudoTerminalName(std::int32_t device) {
 }
 
 Result<void> readTelnet(const Sources& sources, std::vector<Connection>& connections) {
-  return readSessions(sources, {ZEVO_CURCONN_TELNET, isTelnetd}, readLogin, connections);
+  return readSessions(sources, {ZEVO_CURCONN_TELNET, isTelnetd}, readTelnetLogin, connections);
 }
 
 }  // namespace zevo::connections

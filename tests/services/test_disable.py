@@ -1,7 +1,11 @@
 """Disabled accounts cannot come back, over any service."""
 
+import os
+import signal
+
 import listing
 import namespace
+import processes
 import waiting
 from clients import ssh
 from clients.console import Console
@@ -9,7 +13,7 @@ from clients.dialogue import Dialogue
 from clients.ftp import Ftp
 from clients.smb import Smb
 from clients.telnet import LoginPrompt, Telnet
-from daemons.openssh import OpenSsh
+from daemons.openssh import OpenSsh, OpenSshWith
 from daemons.proftpd import Proftpd
 from daemons.samba import Samba
 from daemons.telnetd import Telnetd
@@ -134,6 +138,65 @@ class DisableTest(ServiceTest):
         self.disable("alice")
         self.assertEqual(0, listing.run("enable", "alice").returncode)
         self.client(Smb, "alice", "10.20.0.2", "media")
+
+
+class LoginUnderWayTest(ServiceTest):
+    """sshd checks the account before it waits for the client, which may be disabled meanwhile.
+
+    With keyboard-interactive, PAM's account rules come before the client's last message; without PAM, sshd looks at the
+    account before it asks for the password."""
+
+    PORT = 2224
+    PORT_WITHOUT_PAM = 2225
+
+    @classmethod
+    def setUpClass(cls):
+        cls.server(OpenSshWith(cls.PORT, "KbdInteractiveAuthentication yes"))
+        cls.server(OpenSshWith(cls.PORT_WITHOUT_PAM, "UsePAM no"))
+
+    def setUp(self):
+        self.addCleanup(listing.run, "enable", "alice")
+
+    def parked(self, user):
+        """A login under way, and its process."""
+        client = self.client(ssh.Parked, user, "10.20.0.2", self.PORT)
+        return client, processes.titled(f": {user} [priv]")[0]
+
+    def test_it_ends_and_those_of_others_go_on(self):
+        alices, process = self.parked("alice")
+        bobs, _ = self.parked("bob")
+        self.assertList([])
+        done = listing.run("disable", "--yes", "alice")
+        self.assertFalse(processes.runs(process))
+        waiting.until("alice to be disconnected", alices.has_ended)
+        bobs.go_on()
+        waiting.until("bob's shell", bobs.has_begun)
+        self.assertFalse(alices.has_begun())
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertIn("ended 1 SSH login of alice that was under way\n", done.stdout)
+
+    def test_it_ends_at_its_password(self):
+        prompt = self.client(ssh.PasswordPrompt, "alice", "10.20.0.2", self.PORT_WITHOUT_PAM)
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        prompt.send(namespace.PASSWORD)
+        waiting.until("alice to be disconnected", prompt.has_ended)
+
+    def test_one_that_has_begun_to_work_is_none(self):
+        client, _ = self.parked("alice")
+        client.go_on()
+        waiting.until("alice's shell", client.has_begun)
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertNotIn("under way", done.stdout)
+
+    def test_one_that_cannot_be_ended_is_named(self):
+        _, process = self.parked("alice")
+        os.kill(process, signal.SIGSTOP)
+        self.addCleanup(os.kill, process, signal.SIGCONT)
+        done = listing.run("disable", "--yes", "alice")
+        self.assertEqual(1, done.returncode, done.stdout + done.stderr)
+        self.assertIn(f"an SSH login of alice is still under way, pid {process}", done.stderr)
 
 
 class LeftBehindTest(ServiceTest):

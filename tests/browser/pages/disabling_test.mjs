@@ -187,6 +187,25 @@ pageTest('a service that still lets the disabled user in is named, with the caus
   ]);
 });
 
+pageTest('SSH logins that were under way are told', async ({ driver, world }) => {
+  someConnections(world);
+  world.logins = { logins_ended: 2, logins_left: [] };
+  await disableCarol(driver);
+  await driver.dialogTitle('carol is disabled');
+  assertSaid(await driver.dialogText(), ['2 SSH logins of carol that were under way were ended.']);
+});
+
+pageTest('SSH logins that go on are named', async ({ driver, world }) => {
+  someConnections(world);
+  world.logins = { logins_ended: 0, logins_left: [71, 72] };
+  await disableCarol(driver);
+  await driver.dialogTitle('carol is disabled, but can still log in to some services');
+  assertSaid(await driver.dialogText(), [
+    '2 SSH logins of carol are still under way and may succeed. To end them, run on the server:',
+    'kill -KILL 71 72',
+  ]);
+});
+
 // An answer of perform, of which no connection is left.
 const answered = (account, more = {}) => ({
   status: 200,

@@ -76,8 +76,8 @@ function planned(world, user) {
 }
 
 function disabled(world, user) {
-  const { access, leftRunning: left_running = kNothingLeft, undo } = world;
-  return { user, disabled: true, access, left_running, ...(undo ? { undo } : {}) };
+  const { access, leftRunning: left_running = kNothingLeft, logins, undo } = world;
+  return { user, disabled: true, access, left_running, ...logins, ...(undo ? { undo } : {}) };
 }
 
 // Ends a row, unless another result is scripted.

@@ -30,6 +30,7 @@ export class World {
     this.refusals = new Map(); // name → refusal of its disabling
     this.access = []; // what lets a disabled account in
     this.leftRunning = undefined; // what a disabled account leaves running
+    this.logins = { logins_ended: 0, logins_left: [] }; // of a disabled account, those under way
     this.undo = { expiry_before: null }; // of a disabling
     this.warnings = undefined; // beside lists, plans and results: [{code, service, detail}]
     this.isAway = false; // takes connections and breaks them off

@@ -330,6 +330,18 @@ class PlanTest(HostTest):
     def _left_running(answer):
         return {account["left_running"]["processes"] for account in answer["accounts"]}
 
+    def test_logins_under_way_are_counted_and_logged(self):
+        self.addCleanup(listing.run, "enable", "alice", "carol")
+        self.client(ssh.PasswordPrompt, "alice", "10.20.0.2")
+        self.client(ssh.PasswordPrompt, "alice", "10.20.0.3")
+        bobs = self.client(ssh.PasswordPrompt, "bob", "10.20.0.4")
+        accounts = self.perform(action="disable", users=["alice", "carol"])["accounts"]
+        self.assertEqual({("alice", 2), ("carol", 0)}, {(one["user"], one["logins_ended"]) for one in accounts})
+        self.assertEqual([[], []], [one["logins_left"] for one in accounts])
+        self.assertEqual(2, self.daemon.log_text().count(' ended the SSH login of "alice" under way, pid '))
+        bobs.send(PASSWORD)
+        self.assertEqual("bob", self.rows("SSH")[0]["who"])
+
     def test_who_works_under_anothers_name_stays(self):
         client = self.client(Smb, "alice", "10.20.0.2", "media")
         client.log_on("bob", "photos")

@@ -11,6 +11,7 @@ import namespace
 import waiting
 from clients import hoarding, refusing, stalling
 from clients.dialogue import Dialogue
+from clients.relay import Relay
 
 _KEY = "/srv/client_key"
 _OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null"]
@@ -207,6 +208,33 @@ class PasswordPrompt(Dialogue):
     def __init__(self, user, address, port=22):
         super().__init__(["ssh", *_OPTIONS, "-o", "PubkeyAuthentication=no", "-p", str(port), f"{user}@{address}"])
         self.expect("password:")
+
+
+class Parked(Dialogue):
+    """ssh that has given the password to PAM, whose account rules have passed, and does not confirm what sshd says."""
+
+    def __init__(self, user, address, port):
+        self._relay = Relay((address, port))
+        super().__init__(["ssh", *_OPTIONS, "-o", "PreferredAuthentications=keyboard-interactive", "-tt",
+                          "-p", str(self._relay.port), f"{user}@127.0.0.1"])
+        self.expect("assword:")
+        self._relay.hold_after_an_answer()
+        self.send(namespace.PASSWORD)
+        waiting.until("sshd's answer to the password", self._relay.holds)
+
+    def go_on(self):
+        """Confirms it, and types a command for the shell."""
+        self._relay.go_on()
+        self.send("echo re''ady")
+
+    def has_begun(self):
+        """Whether it has a shell."""
+        self.has_ended()
+        return "ready" in self.output
+
+    def close(self):
+        super().close()
+        self._relay.close()
 
 
 class Banner:

@@ -48,6 +48,19 @@ class OpenSsh(Daemon):
         return ["/usr/sbin/sshd", "-D", "-e", "-f", f"/etc/ssh/test_{self.ports[0]}_config"]
 
 
+class OpenSshWith(OpenSsh):
+    """The real sshd with a setting in place of the usual one."""
+
+    def __init__(self, port, setting):
+        super().__init__(port)
+        self._setting = setting
+
+    def configure(self):
+        super().configure()
+        path = f"/etc/ssh/test_{self.ports[0]}_config"
+        namespace.write(path, f"{self._setting}\n{namespace.read(path)}")  # the first one counts
+
+
 class OpenSshOnUnixSocket:
     """The real sshd, started for each connection to a Unix socket, as systemd's sshd-unix-local.socket does."""
 

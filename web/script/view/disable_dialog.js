@@ -46,14 +46,15 @@ export class DisableDialog extends PlanDialog {
 
   #showResult(user, result) {
     const [account] = result.accounts;
-    const { access = [], left_running: left } = account;
+    const { access = [], left_running: left, logins_left: logins = [] } = account;
     const why = result.refusal ?? result.failure ?? account.reason;
-    const isOpen = access.some((service) => service.access === 'let_in');
+    const isOpen = access.some((service) => service.access === 'let_in') || logins.length > 0;
     const title = !account.disabled ? 'disable.failed' : isOpen ? 'disable.partly' : 'disable.done';
     this.result(sayNodes(title, { user }), [
       ...(why ? [lead(reasonText(why))] : []),
       ...(account.disabled ? undoParts(user, account.undo) : []),
       ...fateParts(user, result),
+      ...loginParts(user, account.logins_ended ?? 0, logins),
       ...accessNotes(user, access),
       ...(left ? leftRunningNotes(user, left) : []),
       ...warningNotes(result.warnings),
@@ -79,6 +80,15 @@ function fateParts(user, { connections, services_without_users: unknown = [] }) 
   return [
     ...(connections.length === 0 ? [] : [fateList(connections)]),
     ...(services === '' ? [] : [consequence(sayNodes('disable.unknown_users', { services, user }))]),
+  ];
+}
+
+// What became of SSH logins under way; `left`: processes of sshd.
+function loginParts(user, ended, left) {
+  const kill = () => command(`kill -KILL ${left.join(' ')}`);
+  return [
+    ...(ended === 0 ? [] : [consequence(sayNodes('disable.logins_ended', { count: ended, user }))]),
+    ...(left.length === 0 ? [] : [consequence(sayNodes('disable.logins_left', { count: left.length, user }), kill())]),
   ];
 }
 
