@@ -78,7 +78,6 @@ std::optional<Connection> namedConnection(const Json::Value& item) {
                        takeText(item, "from", &connection.from) &&
                        takeText(item, "type", &connection.type) &&
                        takeNumber(item, "pid", &connection.pid);
-  if (isNamed) takeText(item, "time", &connection.time);
   return isNamed ? std::optional(std::move(connection)) : std::nullopt;
 }
 

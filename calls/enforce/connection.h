@@ -58,7 +58,7 @@ Json::Value asJson(const Connection& connection);
 Json::Value nameOf(const Connection& connection);
 // A row of a list; nothing if a member is missing or has another type.
 std::optional<Connection> listedConnection(const Json::Value& item);
-// A connection in a request: "who", "from", "type" and "pid" are required, "time" may be missing.
+// A connection in a request: "who", "from", "type" and "pid" are required.
 std::optional<Connection> namedConnection(const Json::Value& item);
 
 // One page of a list.

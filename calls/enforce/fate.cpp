@@ -1,10 +1,12 @@
 #include "calls/enforce/fate.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <ctime>
 #include <map>
 #include <string_view>
+#include <unistd.h>
 #include <utility>
 
 #include "base/local_time.h"
@@ -134,14 +136,22 @@ class Comparison {
     if (next && isGoingOn(before, *next))
       return withNow(stillThere(before, reason("goes_on")), *next);
     if (next) return withNow(fate(before, "connected_again"), *next);
-    return fate(before, mayLack(before) || mayBeUntold(before) ? "not_known" : "ended");
+    const bool isKnown = hasEnded(before) || !(mayLack(before) || mayBeUntold(before));
+    return fate(before, isKnown ? "ended" : "not_known");
   }
 
   // An FTP session is listed under another of its processes while a transfer runs, and an SSH
   // connection from the beginning of its session.
   [[nodiscard]] bool isGoingOn(const Connection& before, const Connection& row) const {
-    if (isSessionOf(before, row, attempt_.proc)) return true;
+    if (isContinuationOf(before, row, attempt_.proc)) return true;
     return before.type == kFtp && (row.time == before.time || !beganSince(row));
+  }
+
+  // Whether its process does not exist any more. An FTP session may continue in another one.
+  [[nodiscard]] bool hasEnded(const Connection& before) const {
+    const std::string process = attempt_.proc + "/" + std::to_string(before.pid);
+    return hasProcess(before) && before.type != kFtp && ::access(process.c_str(), F_OK) != 0 &&
+           errno == ENOENT;
   }
 
   [[nodiscard]] bool mayLack(const Connection& before) const {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -17,6 +18,8 @@ using Connections = std::vector<Connection>;
 
 // The plan could not read the open files.
 constexpr const char* kOpenFilesMissing = "open_files_missing";
+
+constexpr std::size_t kMissingAtOnce = 256;
 
 zevo::Result<Connections> select(const Work& work, const Selection& selection,
                                  const Snapshot& now) {
@@ -85,21 +88,35 @@ void endTargets(const Work& work, const OwnWay& own, bool isOwn, Attempt* attemp
   }
 }
 
-// The fates of `missing`, which the list `before` does not have.
-Json::Value fatesOfMissing(const Work& work, const Connections& missing, const Snapshot& before) {
+// Adds the fates of `missing`, which the list `before` does not have.
+void addFatesOfMissing(const Work& work, std::span<const Connection> missing,
+                       const Snapshot& before, Json::Value* fates) {
   Attempt attempt{.targets = {}, .before = {}, .begin = beginOfAttempt()};
   for (const Connection& named : missing) attempt.targets.push_back({named});
   // One whose user is unknown now may be one of them.
   std::copy_if(before.connections.begin(), before.connections.end(),
                std::back_inserter(attempt.before),
                [](const Connection& row) { return row.who != kUnknownUser; });
-  Json::Value fates = fatesOf(attempt, before);
-  for (Json::ArrayIndex i = 0; i < fates.size(); ++i) {
-    if (fates[i]["fate"] == "ended") {
-      fates[i] = nameOf(missing[i]);
-      fates[i]["fate"] = "gone_before";
+  Json::Value found = fatesOf(attempt, before);
+  for (Json::ArrayIndex i = 0; i < found.size(); ++i) {
+    Json::Value& fate = found[i];
+    if (fate["fate"] == "ended") {
+      fate = nameOf(missing[i]);
+      fate["fate"] = "gone_before";
     }
-    leaveOut(work, missing[i], fates[i]["fate"].asCString());
+    leaveOut(work, missing[i], fate["fate"].asCString());
+    fates->append(std::move(fate));
+  }
+}
+
+// In parts, since a fate takes more memory than the name in the request.
+Json::Value fatesOfMissing(const Work& work, std::span<const Connection> missing,
+                           const Snapshot& before) {
+  Json::Value fates(Json::arrayValue);
+  while (!missing.empty()) {
+    const std::size_t size = std::min(missing.size(), kMissingAtOnce);
+    addFatesOfMissing(work, missing.first(size), before, &fates);
+    missing = missing.subspan(size);
   }
   return fates;
 }
@@ -124,23 +141,6 @@ Answer planKick(const Work& work, const Selection& selection) {
   return success(plan, now->warnings);
 }
 
-// The fates of `missing`, which are not in the list `before`.
-Json::Value fatesOfMissing(const Connections& missing, const Snapshot& before) {
-  Attempt attempt{.targets = {}, .before = {}, .begin = beginOfAttempt()};
-  for (const Connection& named : missing) attempt.targets.push_back({named});
-  // A connection whose user could not be told may be one of them.
-  std::copy_if(before.connections.begin(), before.connections.end(),
-               std::back_inserter(attempt.before),
-               [](const Connection& row) { return row.who != kUnknownUser; });
-  Json::Value fates = fatesOf(attempt, before);
-  for (Json::ArrayIndex i = 0; i < fates.size(); ++i) {
-    if (fates[i]["fate"] != "ended") continue;
-    fates[i] = nameOf(missing[i]);
-    fates[i]["fate"] = "gone_before";
-  }
-  return fates;
-}
-
 Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
   const zevo::Result<Snapshot> before = work.readNow();
   if (!before) return failed(before.error());
@@ -151,17 +151,17 @@ Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
     if (rows[i]) attempt.targets.push_back({*rows[i]});
     if (!rows[i]) missing.push_back(wanted[i]);
   }
-  const Json::Value fatesOfOthers = fatesOfMissing(work, missing, *before);
+  Json::Value fatesOfOthers = fatesOfMissing(work, missing, *before);
   const OwnWay own = work.ownWay();
   for (const bool isOwn : {false, true}) endTargets(work, own, isOwn, &attempt);
   const zevo::Result<Snapshot> after = work.readAfter(attempt);
-  const Json::Value fates = fatesOf(attempt, after);
+  Json::Value fates = fatesOf(attempt, after);
   Json::Value result(Json::objectValue);
   result["connections"] = Json::Value(Json::arrayValue);
   Json::ArrayIndex target = 0;
   Json::ArrayIndex other = 0;
   for (const Connection* row : rows)
-    result["connections"].append(row ? fates[target++] : fatesOfOthers[other++]);
+    result["connections"].append(std::move(row ? fates[target++] : fatesOfOthers[other++]));
   return success(result, after ? after->warnings : std::vector<zevo::ReadNote>());
 }
 

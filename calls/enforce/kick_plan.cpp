@@ -105,11 +105,6 @@ class Plan {
   std::map<std::uint32_t, std::vector<const Connection*>> sftp_;  // by the processes above it
 };
 
-bool isContinuation(const Connection& before, const Connection& row, const std::string& proc) {
-  if (before.type != kFtp) return isSessionOf(before, row, proc);
-  return !before.time.empty() && before.time == row.time && isOfSameClient(before, row);
-}
-
 }  // namespace
 
 Json::Value reason(const char* key) {
@@ -217,7 +212,7 @@ std::vector<const Connection*> rowsOf(const std::vector<Connection>& named,
   for (std::size_t i = 0; i < named.size(); ++i) {
     if (found[i]) continue;
     const auto row = std::find_if(rows.begin(), rows.end(), [&](const Connection& other) {
-      return isContinuation(named[i], other, proc) && !taken.contains(&other);
+      return isContinuationOf(named[i], other, proc) && !taken.contains(&other);
     });
     if (row == rows.end()) continue;
     found[i] = &*row;

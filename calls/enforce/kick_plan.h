@@ -78,8 +78,7 @@ Json::Value planOf(const std::vector<Connection>& wanted, const PlanView& view,
                    const char* (*why)(const Connection& connection));
 
 // The rows that `named` are in the list `rows`, in their order; null for each that is gone. One
-// that was listed under another of its processes is the row of the same client that is the session
-// of an SSH login, or the FTP session that began at the same time.
+// that was listed under another of its processes is found by their relationship.
 std::vector<const Connection*> rowsOf(const std::vector<Connection>& named,
                                       const std::vector<Connection>& rows,
                                       const std::string& proc = "/proc");

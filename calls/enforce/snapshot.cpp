@@ -126,10 +126,15 @@ std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::stri
   return above;
 }
 
-bool isSessionOf(const Connection& before, const Connection& row, const std::string& proc) {
-  if (before.type != kSsh || !isOfSameClient(before, row)) return false;
+bool isContinuationOf(const Connection& before, const Connection& row, const std::string& proc) {
+  if (!isOfSameClient(before, row)) return false;
   const std::vector<std::uint32_t> above = processesAbove(row.pid, proc);
-  return !above.empty() && above.front() == before.pid;
+  if (before.type == kSsh) return !above.empty() && above.front() == before.pid;
+  if (before.type != kFtp) return false;
+  const auto contains = [](const std::vector<std::uint32_t>& pids, std::uint32_t pid) {
+    return std::find(pids.begin(), pids.end(), pid) != pids.end();
+  };
+  return contains(above, before.pid) || contains(processesAbove(before.pid, proc), row.pid);
 }
 
 }  // namespace calls::enforce

@@ -51,8 +51,9 @@ zevo::Result<std::vector<Connection>> readFiltered(const Module& module, const s
 // them serves carries it. The list ends at an unreadable process.
 std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::string& proc);
 
-// Whether `row` is the SSH session of the login that was listed as `before`: under sshd's process
-// that opened the session, the parent of the session's own.
-bool isSessionOf(const Connection& before, const Connection& row, const std::string& proc);
+// Whether `row` is the connection that was listed as `before`, under another of its processes: an
+// SSH login as its session, below sshd's process that opened it, or an FTP session in whose other
+// process, above or below, a transfer began or ended.
+bool isContinuationOf(const Connection& before, const Connection& row, const std::string& proc);
 
 }  // namespace calls::enforce

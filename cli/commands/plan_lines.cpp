@@ -136,7 +136,7 @@ Json::Value namesOf(const Json::Value& rows) {
   Json::Value names(Json::arrayValue);
   for (const Json::Value& row : rows) {
     Json::Value& name = names.append(Json::Value(Json::objectValue));
-    for (const char* member : {"who", "from", "type", "pid", "time"}) name[member] = row[member];
+    for (const char* member : {"who", "from", "type", "pid"}) name[member] = row[member];
   }
   return names;
 }

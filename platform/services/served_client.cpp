@@ -80,13 +80,14 @@ std::vector<ServedClient> gather(const Holders& holders) {
 }
 
 // Whether the service vouches for the processes of `client`, or they are orphans with a connection
-// that root accepted or opened, which users cannot do.
-Result<bool> judge(const Sources& sources, Family family, ServedClient& client) {
+// that root or its server's helper accepted or opened, which users cannot do.
+Result<bool> judge(const Sources& sources, const ServiceKind& kind, ServedClient& client) {
   const Process& top = *client.processes.front();
-  auto vouched = isVouchedFor(sources, top, family);
+  auto vouched = isVouchedFor(sources, top, kind.family);
   if (!vouched || *vouched) return vouched;
-  if (client.socket.owner != 0) return false;
-  auto orphaned = isOrphan(sources, top, family);
+  const uid_t owner = client.socket.owner;
+  if (owner != 0 && owner != kind.helper) return false;
+  auto orphaned = isOrphan(sources, top, kind.family);
   client.isOrphaned = orphaned && *orphaned;
   return orphaned;
 }
@@ -104,7 +105,7 @@ LoginReading loginOf(const Sources& sources, const ServedClient& client,
 
 Result<void> appendSession(const Sources& sources, const ServiceKind& kind, ServedClient client,
                            const LoginReader& readLogin, std::vector<Connection>* connections) {
-  const auto vouched = judge(sources, kind.family, client);
+  const auto vouched = judge(sources, kind, client);
   if (!vouched || !*vouched) return failureOf(vouched);
   auto login = loginOf(sources, client, readLogin);
   if (!login || !login->has_value()) return failureOf(login);

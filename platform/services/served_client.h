@@ -16,6 +16,8 @@ struct ServiceKind {
   ZEVO_CURCONN_TYPE type;
   Family family;
   std::optional<std::uint16_t> port = {};  // in case a process has other connections too
+  // Besides root, the user as whom root's server opens connections; no user can have such a socket.
+  std::optional<uid_t> helper = {};
 };
 
 // One TCP connection and the service's processes that have it.

@@ -127,7 +127,12 @@ VsftpdTitle parseVsftpdTitle(std::string_view title) {
 }
 
 Result<void> readVsftpd(const Sources& sources, std::vector<Connection>& connections) {
-  return readSessions(sources, {ZEVO_CURCONN_FTP, isVsftpd}, readLogin, connections);
+  if (sources.processes().named(isVsftpd).empty()) return {};
+  // The parent opens the data connections as this account. The control connection proves nothing
+  // any more once its client has closed it too.
+  const auto helper = accountId(readGuests("", sources.paths().vsftpd).helper);
+  const ServiceKind kind{ZEVO_CURCONN_FTP, isVsftpd, {}, helper ? *helper : std::optional<uid_t>()};
+  return readSessions(sources, kind, readLogin, connections);
 }
 
 }  // namespace zevo::connections

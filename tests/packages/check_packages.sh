@@ -86,7 +86,7 @@ ssh_row_of_alice() {
 }
 
 end_alice_over_the_page() {
-  call -d "{\"service_conn\":[$(ssh_row_of_alice)]}" "$page/api/ZEVO.Core.CurrentConnection/1/kick_connection"
+  call -d "{\"action\":\"kick\",\"connections\":[$(ssh_row_of_alice)]}" "$page/api/perform" | grep -q '"fate":"ended"'
 }
 
 # The same packages as the next version.

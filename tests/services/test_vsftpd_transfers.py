@@ -71,6 +71,13 @@ class VsftpdTransferTest(TransferBehaviour, ServiceTest):
         self._kill_parent(signal.SIGTERM)
         self.assertKickEnds(transfer)
 
+    def test_a_transfer_that_has_lost_its_control_connection_is_listed_and_can_be_ended(self):
+        client, transfer = self.download()
+        self._kill_parent(signal.SIGTERM)
+        client.session.sock.close()
+        waiting.until("the control connection to end", lambda: processes.established(21) == 0)
+        self.assertKickEnds(transfer)
+
     def test_a_session_ends_although_a_transfer_begins_while_the_question_is_open(self):
         client = self.connected("10.20.0.2")
         transfers = []
@@ -85,12 +92,11 @@ class VsftpdTransferTest(TransferBehaviour, ServiceTest):
         """`change` makes the session one of another process."""
         before = self.assertList([self.row("10.20.0.2")])[0]["pid"]
 
-        def is_another():
-            return [item["pid"] for item in listing.result()["items"]] not in ([], [before])
-
         def change_and_wait():
             change()
-            waiting.until("the session to change its process", is_another)
+            found = self._settled(lambda items: items and items[0]["pid"] != before, (), "list")
+            self.assertNotIn(before, [item["pid"] for item in found])
+            self.assertEqual(1, len(found))
 
         code, output = self.agree(change_and_wait, "kick", "--user", "alice")
         self.assertEqual(0, code, output)

@@ -153,10 +153,12 @@ TEST_P(FateTest, TellsWhatBecameOfIt) {
   const FateCase& given = GetParam();
   Connections before = given.others;
   before.push_back(given.target);
+  ProcessTree tree;
+  if (hasProcess(given.target)) tree.add(given.target.pid, 1);
   const Attempt attempt{.targets = {{given.target, given.hindrance}},
                         .before = before,
                         .begin = kBegin,
-                        .proc = "/nowhere"};
+                        .proc = tree.path()};
   const Json::Value fates = fatesOf(attempt, Snapshot{given.now, given.warnings});
   ASSERT_EQ(fates.size(), 1U);
   EXPECT_EQ(briefly(fates[0]), given.expected);
@@ -171,6 +173,12 @@ Attempt attemptOn(const Connections& targets) {
   Attempt attempt{.targets = {}, .before = targets, .begin = kBegin, .proc = "/nowhere"};
   for (const Connection& target : targets) attempt.targets.push_back({target});
   return attempt;
+}
+
+TEST(Fates, KnowThatAProcessHasEndedWhateverTheListMayLack) {
+  const Snapshot now{{}, {{"connections_missing", "", "too many processes"}}};
+  EXPECT_EQ(briefly(fatesOf(attemptOn({kTargetShell}), now)[0]), "ended");
+  EXPECT_EQ(briefly(fatesOf(attemptOn({kTargetFtp}), now)[0]), "not_known");
 }
 
 TEST(Fates, CountOneReturnOnce) {

@@ -59,32 +59,43 @@ Pids selected(const std::string& json) {
   return pids;
 }
 
-Connection ftpSession(std::uint32_t pid, const char* time) {
-  Connection session = connection(pid, "alice", "FTP");
-  session.time = time;
-  return session;
-}
-
-Pids pidsNow(const Connections& named, const Connections& rows) {
+Pids pidsNow(const Connections& named, const Connections& rows, const ProcessTree& tree) {
   Pids pids;
-  for (const Connection* row : rowsOf(named, rows)) pids.push_back(row ? row->pid : 0);
+  for (const Connection* row : rowsOf(named, rows, tree.path())) pids.push_back(row ? row->pid : 0);
   return pids;
 }
 
+// 40 serves two sessions, of the processes 41 above 42 and 45 above 46.
+void addSessions(ProcessTree* tree) {
+  tree->add(40, 1);
+  tree->add(41, 40);
+  tree->add(42, 41);
+  tree->add(45, 40);
+  tree->add(46, 45);
+}
+
 TEST(RowsOf, FindAnFtpSessionUnderAnotherOfItsProcesses) {
-  const Connections rows = {ftpSession(31, "08:00"), ftpSession(40, "09:00"), kShell};
-  EXPECT_EQ(pidsNow({ftpSession(30, "08:00")}, rows), Pids{31});
-  EXPECT_EQ(pidsNow({ftpSession(40, "09:00"), ftpSession(30, "08:00")}, rows), (Pids{40, 31}));
+  ProcessTree tree;
+  addSessions(&tree);
+  const Connection idle = connection(41, "alice", "FTP");
+  const Connection transferring = connection(42, "alice", "FTP");
+  const Connection other = connection(45, "alice", "FTP");
+  EXPECT_EQ(pidsNow({idle}, {transferring, other}, tree), Pids{42});
+  EXPECT_EQ(pidsNow({transferring, other}, {other, idle}, tree), (Pids{41, 45}));
 }
 
 TEST(RowsOf, DoNotFindAnotherSession) {
-  const Connections rows = {ftpSession(31, "08:00"), kShell};
-  EXPECT_EQ(pidsNow({ftpSession(30, "08:01"), ftpSession(29, "")}, rows), (Pids{0, 0}));
-  EXPECT_EQ(pidsNow({ftpSession(30, "08:00"), ftpSession(31, "08:00")}, rows), (Pids{0, 31}));
-  EXPECT_EQ(pidsNow({ftpSession(30, "08:00"), ftpSession(29, "08:00")}, rows), (Pids{31, 0}));
-  Connection another = kShell;
-  another.pid = 13;
-  EXPECT_EQ(pidsNow({another}, rows), Pids{0});
+  ProcessTree tree;
+  addSessions(&tree);
+  const Connection ended = connection(39, "alice", "FTP");
+  const Connection idle = connection(41, "alice", "FTP");
+  const Connection transferring = connection(42, "alice", "FTP");
+  const Connection other = connection(45, "alice", "FTP");
+  EXPECT_EQ(pidsNow({idle, ended}, {other}, tree), (Pids{0, 0}));
+  EXPECT_EQ(pidsNow({idle, transferring}, {transferring}, tree), (Pids{0, 42}));
+  EXPECT_EQ(pidsNow({idle}, {connection(42, "bob", "FTP")}, tree), Pids{0});
+  EXPECT_EQ(pidsNow({connection(41, "alice", "TELNET")}, {connection(42, "alice", "TELNET")}, tree),
+            Pids{0});
 }
 
 TEST(WhyNotEnded, IsNullForWhatCanBeEnded) {

@@ -57,6 +57,10 @@ TEST_F(AfpTest, ALoginInProgressIsNoConnection) {
 TEST_F(AfpTest, ASessionThatActsAsRootForAMomentIsAnUnknownUsers) {
   addSession(41, kRoot, kEffectiveAlice);
   EXPECT_THAT(read(readAfp), ElementsAre(afp(41, "unknown")));
+  const auto notes = notesOf(readAfp);
+  ASSERT_THAT(notes, ::testing::SizeIs(1));
+  EXPECT_EQ(notes[0].code, kDetailsMissing);
+  EXPECT_EQ(notes[0].service, "AFP");
 }
 
 TEST_F(AfpTest, TheClientIsTheOneOnTheAfpPort) {

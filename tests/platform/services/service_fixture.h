@@ -26,6 +26,12 @@ class ServiceFixture : public ::testing::Test {
     const FakeSources sources(tree_, sockets_);
     return readAll(collector, *sources);
   }
+  // What the collector notes beside its records.
+  std::vector<ReadNote> notesOf(Collector collector) {
+    const FakeSources sources(tree_, sockets_);
+    readAll(collector, *sources);
+    return (*sources).notes();
+  }
   // The records of a collector that has to fail, and appends what it could read.
   std::vector<Connection> readPartly(Collector collector) {
     const FakeSources sources(tree_, sockets_);

@@ -17,7 +17,7 @@ export const plan = (task) => retryWhenBusy(() => post('plan', task));
 export const perform = (task) => retryWhenBusy(() => post('perform', task));
 
 export function kickTask(connections) {
-  return { action: 'kick', connections: connections.map(({ who, from, type, pid, time }) => ({ who, from, type, pid, time })) };
+  return { action: 'kick', connections: connections.map(({ who, from, type, pid }) => ({ who, from, type, pid })) };
 }
 
 export function disableTask(user) {
