@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -183,6 +184,18 @@ std::string listAnswer(const std::vector<std::string>& rows, int total) {
   const std::string count = std::to_string(total < 0 ? static_cast<int>(rows.size()) : total);
   return R"({"data":{"total":)" + count + R"(,"items":[)" + items +
          R"(],"systime":"Fri Nov 20 21:30:00 2026\n"}})";
+}
+
+IdleProcess::IdleProcess() : pid_(::fork()) {
+  if (pid_ != 0) return;
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  while (true) ::pause();
+}
+
+IdleProcess::~IdleProcess() {
+  if (pid_ < 0) return;
+  ::kill(pid_, SIGKILL);
+  ::waitpid(pid_, nullptr, 0);
 }
 
 }  // namespace cli

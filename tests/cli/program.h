@@ -65,4 +65,18 @@ std::string row(int pid, const std::string& who, const std::string& type = "SSH"
                 const std::string& from = "10.20.0.2", const std::string& descr = "pts/3",
                 const std::string& time = "2026-11-20 21:26:24");
 
+// A process that does nothing and ends with this.
+class IdleProcess {
+ public:
+  IdleProcess();
+  ~IdleProcess();
+  IdleProcess(const IdleProcess&) = delete;
+  IdleProcess& operator=(const IdleProcess&) = delete;
+
+  [[nodiscard]] int pid() const { return pid_; }
+
+ private:
+  int pid_;
+};
+
 }  // namespace cli

@@ -83,7 +83,8 @@ TEST_F(DisableTest, ADryRunSaysWhatTheRealRunSays) {
 }
 
 TEST_F(DisableTest, CallsNothingEndedThatTheListMayLack) {
-  answerLists({listAnswer({row(12, kAlice)}), incomplete(listAnswer({}), "SSH")});
+  const IdleProcess server;
+  answerLists({listAnswer({row(server.pid(), kAlice)}), incomplete(listAnswer({}), "SSH")});
   const Outcome run = program.run({"disable", kAlice, "--yes"});
   EXPECT_NE(
       run.err.find("currentconn: it is not known whether all of their connections have ended:\n"
