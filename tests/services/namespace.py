@@ -49,7 +49,9 @@ def add_account(name, password=PASSWORD):
     """Makes a local account with a home folder and a login shell, in place of one of that name."""
     if any(line.startswith(f"{name}:") for line in read("/etc/passwd").splitlines()):
         run("userdel", "--force", name)
-    home = f"/home/{name}"
+    # As directories do for "DOMAIN\user". OpenSSH 10 reads the path of a user's keys as a pattern, where \ is an escape.
+    home = "/home/" + name.replace("\\", "/")
+    os.makedirs(os.path.dirname(home), exist_ok=True)
     usual = [] if re.fullmatch("[a-z0-9-]+", name) else ["--badname"]
     run("useradd", *usual, "--create-home", "--home-dir", home, "--shell", "/bin/bash", name)
     account = pwd.getpwnam(name)

@@ -340,7 +340,7 @@ class PlanTest(HostTest):
         self.assertEqual([[], []], [one["logins_left"] for one in accounts])
         self.assertEqual(2, self.daemon.log_text().count(' ended the SSH login of "alice" under way, pid '))
         bobs.send(PASSWORD)
-        self.assertEqual("bob", self.rows("SSH")[0]["who"])
+        waiting.until("bob's session", lambda: [row["who"] for row in self.rows("SSH")] == ["bob"])
 
     def test_who_works_under_anothers_name_stays(self):
         client = self.client(Smb, "alice", "10.20.0.2", "media")
