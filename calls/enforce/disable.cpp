@@ -19,8 +19,6 @@ using Connections = std::vector<Connection>;
 using Logins = std::vector<zevo::PendingLogin>;
 using Names = std::set<std::string>;
 
-constexpr const char* kSsh = "SSH";  // in notes
-
 Names namesOf(const Caller& caller) {
   Names names = {caller.user};
   if (!caller.sudoUser.empty()) names.insert(caller.sudoUser);
@@ -95,7 +93,8 @@ Logins endLogins(const Work& work, const std::vector<std::string>& users,
                  std::vector<zevo::ReadNote>* notes) {
   std::string cause;
   Logins logins = zevo::endPendingLogins(disabledOf(users), &cause);
-  if (!cause.empty()) notes->push_back({std::string(zevo::kConnectionsMissing), kSsh, cause});
+  if (!cause.empty())
+    notes->push_back({std::string(zevo::kConnectionsMissing), std::string(kSsh), cause});
   for (const zevo::PendingLogin& login : logins) {
     logAuthorisation(LOG_NOTICE, work.request().summary("disable_user") +
                                      (login.hasEnded ? " ended" : " could not end") +

@@ -148,8 +148,11 @@ Answer performKick(const Work& work, const std::vector<Connection>& wanted) {
   Attempt attempt{.targets = {}, .before = before->connections, .begin = beginOfAttempt()};
   Connections missing;
   for (std::size_t i = 0; i < wanted.size(); ++i) {
-    if (rows[i]) attempt.targets.push_back({*rows[i]});
-    if (!rows[i]) missing.push_back(wanted[i]);
+    if (rows[i]) {
+      attempt.targets.push_back({*rows[i]});
+    } else {
+      missing.push_back(wanted[i]);
+    }
   }
   Json::Value fatesOfOthers = fatesOfMissing(work, missing, *before);
   const OwnWay own = work.ownWay();

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "calls/enforce/connection.h"
 #include "cli/commands/access_report.h"
 #include "cli/commands/enable.h"
 #include "cli/commands/plan_lines.h"
@@ -84,7 +85,7 @@ std::string doubtOver(const std::string& service, const Json::Value& accounts) {
   for (const Json::Value& account : accounts)
     names += (names.empty() ? "" : " or ") + account["user"].asString();
   return "it is not known whether " + names + " is connected over " +
-         (service == "CIFS" ? "SMB" : service) + ":";
+         (service == calls::enforce::kSmb ? "SMB" : service) + ":";
 }
 
 bool allOf(const Json::Value& items, bool (*holds)(const Json::Value& item)) {

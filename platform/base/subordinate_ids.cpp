@@ -18,8 +18,7 @@ std::vector<SubordinateRange> subordinateRanges(const std::string& path) {
   std::vector<SubordinateRange> ranges;
   std::string text;
   if (readFile(path, kFileLimit, &text)) return ranges;
-  for (std::string_view rest = text; !rest.empty();) {
-    std::string_view line = takeUntil('\n', rest);
+  for (std::string_view line : linesOf(text)) {
     const std::string_view account = takeUntil(':', line);
     const auto first = parseNumber<std::uint32_t>(takeUntil(':', line));
     const auto count = parseNumber<std::uint32_t>(line);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "host/service_table.h"
 #include "sdk/account_change.h"
 #include "sdk/account_disabling.h"
 #include "sdk/noted_error.h"
@@ -92,7 +93,7 @@ int setUsers(char** names, UserRecord** users, VLIBUserShadow** shadows, int cou
     // The strings of the other fields are short enough to be stored in the object itself.
     ReadNote& note = notes.emplace_back();
     note.code = kStillLetIn;
-    note.service = "CIFS";
+    note.service = serviceName(ZEVO_CURCONN_CIFS);
     note.detail = std::move(account.detail);
   }
   return code;

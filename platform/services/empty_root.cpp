@@ -43,8 +43,7 @@ std::string_view typeIn(std::string_view line) {
 
 bool isKernelsMount(std::string_view mounts, std::uint64_t id) {
   const std::string begin = std::to_string(id) + " ";
-  while (!mounts.empty()) {
-    const std::string_view line = takeUntil('\n', mounts);
+  for (const std::string_view line : linesOf(mounts)) {
     if (!line.starts_with(begin)) continue;
     const std::string_view type = typeIn(line);
     return !type.empty() && !type.starts_with("fuse");

@@ -17,8 +17,7 @@ constexpr std::size_t kFileLimit = 64UL * 1024;  // one has about twenty short l
 
 // The value of the first line "KEY=value"; empty if there is none.
 std::string_view valueOf(std::string_view text, std::string_view key) {
-  while (!text.empty()) {
-    const std::string_view line = takeUntil('\n', text);
+  for (const std::string_view line : linesOf(text)) {
     if (line.starts_with(key) && line.substr(key.size()).starts_with('=')) {
       return line.substr(key.size() + 1);
     }

@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "host/service_table.h"
 #include "services/nfs_clients.h"
 
 namespace zevo::connections {
@@ -65,7 +66,7 @@ void addMounts(const Sources& sources, Hosts* hosts) {
   std::vector<NfsMount> mounts;
   const Result<void> outcome = readRmtab(sources.paths(), &mounts);
   if (!outcome) {
-    sources.note(kDetailsMissing, "NFS",
+    sources.note(kDetailsMissing, serviceName(ZEVO_CURCONN_NFS),
                  "NFS: " + outcome.error().sentence + "; exports of version 3 are not shown");
   }
   for (const NfsMount& mount : mounts) {

@@ -22,8 +22,7 @@ constexpr std::size_t kTableLimit = 16UL * 1024 * 1024;  // some 200,000 mounts
 // The text after `key` on the first line that begins with it. The kernel escapes line breaks in the
 // client's strings.
 std::optional<std::string_view> valueAfter(std::string_view text, std::string_view key) {
-  while (!text.empty()) {
-    std::string_view line = takeUntil('\n', text);
+  for (std::string_view line : linesOf(text)) {
     if (!line.starts_with(key)) continue;
     line.remove_prefix(key.size());
     return line;
@@ -107,8 +106,8 @@ Result<void> readNfsClients(const Paths& paths, std::vector<NfsClient>* clients)
 
 std::vector<NfsMount> parseRmtab(std::string_view table) {
   std::vector<NfsMount> mounts;
-  while (!table.empty()) {
-    auto mount = parseMount(takeUntil('\n', table));
+  for (const std::string_view line : linesOf(table)) {
+    auto mount = parseMount(line);
     if (mount) mounts.push_back(std::move(*mount));
   }
   return mounts;

@@ -8,6 +8,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "host/service_table.h"
 #include "services/containers.h"
 #include "services/served_client.h"
 
@@ -39,7 +40,7 @@ std::map<pid_t, std::string> readAccounts(const Sources& sources, const ToolLimi
   if (::access(tool.c_str(), X_OK) != 0 && errno == ENOENT) return {};
   const ToolResult result = ToolRun({tool, "-s"}, limits).finish();
   if (result.complete) return parsePureFtpwho(result.output);
-  sources.note(kDetailsMissing, "FTP",
+  sources.note(kDetailsMissing, serviceName(ZEVO_CURCONN_FTP),
                "Pure-FTPd: " + tool + " " + result.cause +
                    "; its virtual users are shown under the accounts of their processes");
   return {};
@@ -69,8 +70,7 @@ LoginReading readLogin(const Sources& sources, const Process& process,
 std::map<pid_t, std::string> parsePureFtpwho(std::string_view output) {
   std::map<pid_t, std::string> accounts;
   std::set<pid_t> repeated;
-  while (!output.empty()) {
-    std::string_view line = takeUntil('\n', output);
+  for (std::string_view line : linesOf(output)) {
     const std::string digits = takeField(line);
     std::string account = takeField(line);
     const auto pid = parseNumber<pid_t>(digits);

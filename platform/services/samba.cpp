@@ -5,6 +5,7 @@
 
 #include "base/account_name.h"
 #include "base/numbers.h"
+#include "host/service_table.h"
 #include "services/samba_processes.h"
 #include "services/samba_records.h"
 #include "services/smbstatus.h"
@@ -63,7 +64,7 @@ Result<void> readSamba(const Sources& sources, Result<std::optional<SmbstatusRun
   if (sessionsAnswer.complete) sessions = parseSmbSessions(sessionsAnswer.output);
   if (sharesAnswer.complete) shares = parseSmbShares(sharesAnswer.output);
   if (!sessions || !shares) {
-    sources.note(kDetailsMissing, "CIFS",
+    sources.note(kDetailsMissing, serviceName(ZEVO_CURCONN_CIFS),
                  "Samba: " + sources.paths().smbstatus + " " +
                      causeOf(sessions ? sharesAnswer : sessionsAnswer) +
                      "; connections are listed without its data (it needs release 4.17 "

@@ -75,8 +75,8 @@ std::optional<Socket> parseLine(std::string_view line) {
 
 std::vector<Socket> parseTcpText(std::string_view text) {
   std::vector<Socket> sockets;
-  while (!text.empty()) {
-    if (const auto socket = parseLine(takeUntil('\n', text))) sockets.push_back(*socket);
+  for (const std::string_view line : linesOf(text)) {
+    if (const auto socket = parseLine(line)) sockets.push_back(*socket);
   }
   return sockets;
 }

@@ -33,7 +33,7 @@ void takeFile(const std::string& path, VsftpdGuests& guests) {
 }  // namespace
 
 void takeSettings(std::string_view text, VsftpdGuests& guests) {
-  while (!text.empty()) takeSetting(takeUntil('\n', text), guests);
+  for (const std::string_view line : linesOf(text)) takeSetting(line, guests);
 }
 
 VsftpdGuests readGuests(std::string_view arguments, const std::string& standardFile) {

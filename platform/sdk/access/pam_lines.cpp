@@ -63,8 +63,7 @@ std::string takeWord(std::string_view& rest) {
 // Lines without comments; a line that ends in a backslash is joined with the next.
 std::vector<std::string> logicalLines(std::string_view text) {
   std::vector<std::string> lines(1);
-  while (!text.empty()) {
-    std::string_view line = takeUntil('\n', text);
+  for (std::string_view line : linesOf(text)) {
     line = line.substr(0, line.find('#'));
     line = line.substr(0, line.find_last_not_of(kPamBlanks) + 1);
     const bool goesOn = line.ends_with('\\');

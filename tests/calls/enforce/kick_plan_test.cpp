@@ -65,6 +65,11 @@ Pids pidsNow(const Connections& named, const Connections& rows, const ProcessTre
   return pids;
 }
 
+// alice's two FTP sessions: `idle`, which becomes `transferring`, and `other`.
+const Connection idle = connection(41, "alice", "FTP");
+const Connection transferring = connection(42, "alice", "FTP");
+const Connection other = connection(45, "alice", "FTP");
+
 // 40 serves two sessions, of the processes 41 above 42 and 45 above 46.
 void addSessions(ProcessTree* tree) {
   tree->add(40, 1);
@@ -77,9 +82,6 @@ void addSessions(ProcessTree* tree) {
 TEST(RowsOf, FindAnFtpSessionUnderAnotherOfItsProcesses) {
   ProcessTree tree;
   addSessions(&tree);
-  const Connection idle = connection(41, "alice", "FTP");
-  const Connection transferring = connection(42, "alice", "FTP");
-  const Connection other = connection(45, "alice", "FTP");
   EXPECT_EQ(pidsNow({idle}, {transferring, other}, tree), Pids{42});
   EXPECT_EQ(pidsNow({transferring, other}, {other, idle}, tree), (Pids{41, 45}));
 }
@@ -88,9 +90,6 @@ TEST(RowsOf, DoNotFindAnotherSession) {
   ProcessTree tree;
   addSessions(&tree);
   const Connection ended = connection(39, "alice", "FTP");
-  const Connection idle = connection(41, "alice", "FTP");
-  const Connection transferring = connection(42, "alice", "FTP");
-  const Connection other = connection(45, "alice", "FTP");
   EXPECT_EQ(pidsNow({idle, ended}, {other}, tree), (Pids{0, 0}));
   EXPECT_EQ(pidsNow({idle, transferring}, {transferring}, tree), (Pids{0, 42}));
   EXPECT_EQ(pidsNow({idle}, {connection(42, "bob", "FTP")}, tree), Pids{0});
