@@ -10,7 +10,7 @@
 #include "base/text.h"
 #include "calls/account_calls.h"
 #include "calls/answer.h"
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "calls/client_network.h"
 #include "calls/connection.h"
 #include "calls/cookie.h"
@@ -64,17 +64,22 @@ bool hasSessionFile(const Service& service) {
   return ZEVOCgiSessionFileCreate(service.sessionFile.c_str()) == 0;
 }
 
+// A call that changes something.
+template <typename Run>
+Reply change(const Caller& caller, const HttpRequest& request, const Json::Value& parameters,
+             Run run) {
+  setActor(caller);
+  return runLogged(summaryOf(request, &caller), parameters, caller.isAdmin, run);
+}
+
 Reply enable(const Caller& caller, const HttpRequest& request) {
   auto parameters = parametersOf(request);
   if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
   const Json::Value& values = std::get<Parameters>(parameters).values;
-  const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, values, caller.isAdmin);
-  setActor(caller);
-  Reply reply =
-      replyOf(caller.isAdmin ? enableAccounts(values) : problemAnswer(Problem::kNotAdministrator));
-  logEnd(summary, reply.status, reply.code, caller.isAdmin);
-  return reply;
+  return change(caller, request, values, [&] {
+    return replyOf(caller.isAdmin ? enableAccounts(values)
+                                  : problemAnswer(Problem::kNotAdministrator));
+  });
 }
 
 enforce::Request enforceRequest(const Caller& caller, const HttpRequest& request,
@@ -97,17 +102,12 @@ Reply perform(const Caller& caller, const HttpRequest& request, const Service& s
   auto parameters = parametersOf(request);
   if (const auto* problem = std::get_if<Problem>(&parameters)) return replyOf(*problem);
   const Json::Value& values = std::get<Parameters>(parameters).values;
-  const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, values, caller.isAdmin);
-  setActor(caller);
-  const auto answer = [&] {
-    if (!caller.isAdmin) return problemAnswer(Problem::kNotAdministrator);
-    if (!hasSessionFile(service)) return problemAnswer(Problem::kWorkFailed, zevo::errorTrail());
-    return enforce::perform(enforceRequest(caller, request, service), values);
-  };
-  Reply reply = replyOf(answer());
-  logEnd(summary, reply.status, reply.code, caller.isAdmin);
-  return reply;
+  return change(caller, request, values, [&] {
+    if (!caller.isAdmin) return replyOf(Problem::kNotAdministrator);
+    if (!hasSessionFile(service))
+      return replyOf(problemAnswer(Problem::kWorkFailed, zevo::errorTrail()));
+    return replyOf(enforce::perform(enforceRequest(caller, request, service), values));
+  });
 }
 
 Reply listDisabled(const Caller& caller, const HttpRequest& request) {
@@ -135,12 +135,8 @@ Reply runAs(const Caller& caller, const HttpRequest& request, const Route& route
     if (request.background) zevo::acceptListAge(kListAgeOfRefreshes);
     return runMethod(route.handler, std::move(context));
   }
-  setActor(caller);
-  const std::string summary = summaryOf(request, &caller);
-  logBeginning(summary, context.parameters, caller.isAdmin);
-  Reply reply = runMethod(route.handler, std::move(context));
-  logEnd(summary, reply.status, reply.code, caller.isAdmin);
-  return reply;
+  return change(caller, request, context.parameters,
+                [&] { return runMethod(route.handler, std::move(context)); });
 }
 
 Reply logOut(const Caller& caller, const HttpRequest& request, const Service& service) {

@@ -17,7 +17,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "calls/method_call.h"
 
 namespace calls {
@@ -33,10 +33,10 @@ constexpr std::chrono::seconds kTimeToDie{2};  // a process that waits for a dis
   // Ending the parent, as the daemon does with a call that takes too long, ends this process too.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) ::_exit(1);
-  const bool isLogged = !call.summary.empty();
-  if (isLogged) logBeginning(call.summary, call.context.parameters, call.context.isAdmin);
-  const Reply reply = runMethod(call.handler, call.context);
-  if (isLogged) logEnd(call.summary, reply.status, reply.code, call.context.isAdmin);
+  const auto run = [&] { return runMethod(call.handler, call.context); };
+  const Reply reply = call.summary.empty() ? run()
+                                           : runLogged(call.summary, call.context.parameters,
+                                                       call.context.isAdmin, run);
   // Without it the parent tells that the child died.
   static_cast<void>(zevo::writeAll(reply.bytes, output));
   std::fflush(nullptr);

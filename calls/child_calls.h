@@ -10,7 +10,7 @@
 #include "zevo/api_request.h"
 #include "zevo/api_table.h"
 
-#include "calls/method_answer.h"
+#include "calls/parsed_answer.h"
 
 namespace calls {
 

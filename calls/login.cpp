@@ -74,11 +74,9 @@ struct Verdict {
   std::optional<std::time_t> viewUntil = std::nullopt;  // of a view login
 };
 
-// If there is an account named "admin", the page could not distinguish the two.
 bool isShadowedRoot(const Account& account, Accounts& accounts) {
-  if (account.uid != 0) return false;
   const auto alias = accounts.byName(zevo::kRootAlias);
-  return alias && alias->uid != 0;
+  return zevo::isShadowedRoot(account.uid, alias ? std::optional(alias->uid) : std::nullopt);
 }
 
 Verdict judge(const std::string& name, const std::optional<Account>& account, Accounts& accounts) {

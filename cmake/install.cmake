@@ -29,7 +29,7 @@ install(FILES docs/currentconnd.8 DESTINATION share/man/man8)
 # The services of a kick, from the table of services.
 set(service_table ${PROJECT_SOURCE_DIR}/platform/host/service_table.h)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${service_table})
-file(STRINGS ${service_table} KICKED_SERVICES REGEX "^ +{ZEVO_CURCONN_.*, true},$")
+file(STRINGS ${service_table} KICKED_SERVICES REGEX "^ +{ZEVO_CURCONN_.*, nullptr},$")
 list(TRANSFORM KICKED_SERVICES REPLACE "^[^{]*{[^{]*{\"([a-z]+)\".*$" "\\1")
 list(JOIN KICKED_SERVICES " " KICKED_SERVICES)
 foreach(shell bash fish zsh)

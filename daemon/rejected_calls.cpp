@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "calls/problem.h"
 
 namespace currentconnd {

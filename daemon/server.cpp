@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "base/file_failure.h"
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "calls/call_process.h"
 #include "calls/log.h"
 

@@ -20,8 +20,6 @@
 namespace calls::enforce {
 namespace {
 
-constexpr long kDisabledExpiry = 1;  // the day that disabling sets
-
 std::optional<uid_t> uidOf(const std::string& user) {
   UserRecord* record = nullptr;
   if (!zevo::canBeAccountName(user) || ZEVOUserGet(user.c_str(), &record) < 0) return {};
@@ -137,7 +135,7 @@ Refusals refusalsOf(const std::vector<std::string>& users, const std::set<std::s
 
 std::optional<bool> isDisabled(const std::string& user) {
   const std::optional<long> expiry = expiryOf(user);
-  return expiry ? std::optional(*expiry == kDisabledExpiry) : std::nullopt;
+  return expiry ? std::optional(*expiry == zevo::kDisablingDay) : std::nullopt;
 }
 
 Json::Value accountPlans(const std::vector<std::string>& users, const std::vector<pid_t>& ending) {

@@ -22,9 +22,6 @@ inline constexpr std::string_view kSftp = zevo::serviceName(ZEVO_CURCONN_SFTP);
 inline constexpr std::string_view kSsh = zevo::serviceName(ZEVO_CURCONN_SSH);
 inline constexpr std::string_view kWebLogins = zevo::serviceName(ZEVO_CURCONN_HTTP);
 
-// Of a connection whose user could not be told.
-inline constexpr const char* kUnknownUser = "unknown";
-
 // One row of a list. Texts come from the services: they may contain anything and may be empty.
 struct Connection {
   std::string time;

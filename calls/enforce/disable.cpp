@@ -7,7 +7,7 @@
 #include <syslog.h>
 
 #include "base/json.h"
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "calls/enforce/accounts.h"
 #include "calls/log.h"
 #include "host/pending_logins.h"

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "base/local_time.h"
-#include "base/read_file.h"
+#include "base/process_status.h"
 #include "calls/enforce/kick_plan.h"
 
 namespace calls::enforce {
@@ -22,11 +22,8 @@ bool isOfSameServer(const Connection& a, const Connection& b) {
 }
 
 bool waitsInKernel(const Connection& connection, const std::string& proc) {
-  constexpr std::size_t kLongestStatus = 65536;
-  std::string status;
-  const std::string path = proc + "/" + std::to_string(connection.pid) + "/status";
-  if (zevo::readFile(path, kLongestStatus, &status)) return false;
-  return status.find("\nState:\tD") != std::string::npos;
+  const auto status = zevo::readProcessStatus(connection.pid, proc);
+  return status && zevo::statusValue(*status, "State").starts_with('D');
 }
 
 // Compares one attempt with the list after it. Each row of the list accounts for one fate.
@@ -167,7 +164,7 @@ class Comparison {
           return warning.code == zevo::kDetailsMissing && warning.service == before.type;
         });
     if (!isUntold) return false;
-    const Places& places = ofClient_[{kUnknownUser, before.from}];
+    const Places& places = ofClient_[{zevo::kUnknownUser, before.from}];
     return std::any_of(places.begin(), places.end(), [&](std::size_t i) {
       const Connection& row = now_.connections[i];
       return row.type == before.type && !wasThere(row);
@@ -241,7 +238,7 @@ std::vector<std::string> servicesWithoutUsers(const Snapshot& now) {
     if (warning.code != zevo::kDetailsMissing) continue;
     const bool hasUnknown = std::any_of(
         now.connections.begin(), now.connections.end(), [&](const Connection& connection) {
-          return connection.type == warning.service && connection.who == kUnknownUser;
+          return connection.type == warning.service && connection.who == zevo::kUnknownUser;
         });
     if (hasUnknown) services.push_back(warning.service);
   }

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "base/json.h"
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 #include "host/open_files.h"
 
 namespace calls::enforce {
@@ -96,7 +96,7 @@ void addFatesOfMissing(const Work& work, std::span<const Connection> missing,
   // One whose user is unknown now may be one of them.
   std::copy_if(before.connections.begin(), before.connections.end(),
                std::back_inserter(attempt.before),
-               [](const Connection& row) { return row.who != kUnknownUser; });
+               [](const Connection& row) { return row.who != zevo::kUnknownUser; });
   Json::Value found = fatesOf(attempt, before);
   for (Json::ArrayIndex i = 0; i < found.size(); ++i) {
     Json::Value& fate = found[i];

@@ -115,8 +115,9 @@ Json::Value reason(const char* key) {
 
 const char* whyOutOfReach(const Connection& connection) {
   if (!connection.canBeKicked) return "no_process";
-  if (connection.type == "LOGIN") return "console";
-  if (connection.type == "UNKNOWN") return "unknown_service";
+  const zevo::ListedService* service = zevo::serviceNamed(connection.type);
+  if (service == nullptr) return "unknown_service";
+  if (service->whyNotEnded != nullptr) return service->whyNotEnded;
   if (connection.pid == 0 && !isWebLogin(connection)) return "unknown_process";
   return nullptr;
 }

@@ -12,7 +12,7 @@
 #include "zevo/login_log.h"
 
 #include "base/numbers.h"
-#include "base/read_file.h"
+#include "base/process_status.h"
 #include "host/list_age.h"
 
 namespace calls::enforce {
@@ -66,15 +66,6 @@ bool countWebLogins(const std::string& sessionFile, Snapshot* snapshot) {
   return count >= 0;
 }
 
-// The parent in the text of /proc/PID/status; 0 if there is none.
-std::uint32_t parentIn(std::string_view status) {
-  constexpr std::string_view kKey = "\nPPid:\t";
-  const std::size_t begin = status.find(kKey);
-  if (begin == std::string_view::npos) return 0;
-  status.remove_prefix(begin + kKey.size());
-  return zevo::takeNumber<std::uint32_t>(status).value_or(0);
-}
-
 }  // namespace
 
 std::vector<std::string> Snapshot::usersOf(const Connection& connection) const {
@@ -113,14 +104,13 @@ zevo::Result<std::vector<Connection>> readFiltered(const Module& module, const s
 std::vector<std::uint32_t> processesAbove(std::uint32_t process, const std::string& proc) {
   // No chain of processes is longer; a tree that changes while it is read may contain cycles.
   constexpr std::size_t kMostProcesses = 64;
-  constexpr std::size_t kLongestStatus = 65536;
   std::vector<std::uint32_t> above;
   while (above.size() < kMostProcesses) {
-    std::string status;
-    const std::string path = proc + "/" + std::to_string(process) + "/status";
-    if (zevo::readFile(path, kLongestStatus, &status)) break;
-    process = parentIn(status);
-    if (process == 0) break;
+    const auto status = zevo::readProcessStatus(process, proc);
+    const auto parent = zevo::parseNumber<std::uint32_t>(status ? zevo::statusValue(*status, "PPid")
+                                                                : std::string_view());
+    if (!parent || *parent == 0) break;
+    process = *parent;
     above.push_back(process);
   }
   return above;

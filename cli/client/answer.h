@@ -1,7 +1,7 @@
 // The outcome of one call of a method.
 #pragma once
 
-#include "calls/method_answer.h"
+#include "calls/parsed_answer.h"
 
 namespace cli {
 

@@ -42,11 +42,12 @@ ExitCode failToLink(const std::string& reason) {
 // Why the account cannot log in to the page; empty if no obstacle is known.
 std::string objectionTo(const UserRecord& user, const zevo::LoginState& state) {
   std::string objection = zevo::objectionToLogin(state, user.uid);
-  if (!objection.empty() || user.uid != 0) return objection;
+  if (!objection.empty()) return objection;
   const User alias = lookUp(zevo::kRootAlias);
-  return alias && alias->uid != 0 ? "root is \"admin\" on the page, but an account \"admin\" "
-                                    "exists: give an account, as in 'login-link admin'"
-                                  : "";
+  return zevo::isShadowedRoot(user.uid, alias ? std::optional(alias->uid) : std::nullopt)
+             ? "root is \"admin\" on the page, but an account \"admin\" exists: give an account, "
+               "as in 'login-link admin'"
+             : "";
 }
 
 std::optional<std::time_t> endOf(const LoginLink& request) {

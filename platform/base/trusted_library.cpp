@@ -11,6 +11,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
+#include "base/file_owner.h"
 
 namespace zevo {
 namespace {
@@ -20,11 +21,11 @@ std::string objectionTo(const FileDescriptor& file, const std::string& path, mod
   struct stat status {};
   if (::fstat(file.get(), &status) != 0) return "cannot read " + path + ": " + errorText(errno);
   if ((status.st_mode & S_IFMT) != kind) return path + " is not a regular file";
-  if (status.st_uid != 0 && status.st_uid != ::geteuid()) {
+  if (!belongsToUsOrRoot(status)) {
     return path + " belongs to the user " + std::to_string(status.st_uid) +
            " instead of root; run chown root on it, or reinstall it";
   }
-  if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+  if (canOthersWrite(status)) {
     return path + " can be written by others than its owner; run chmod go-w on it";
   }
   return "";

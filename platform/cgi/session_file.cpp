@@ -10,6 +10,7 @@
 
 #include "base/file_descriptor.h"
 #include "base/file_failure.h"
+#include "base/file_owner.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "cgi/failure.h"
@@ -28,11 +29,10 @@ bool refuse(const std::string& path, const std::string& why) {
 bool isOurs(int file, const std::string& path) {
   struct stat status {};
   if (::fstat(file, &status) != 0) return failAtFile({"read", path, errno});
-  if (status.st_uid != ::geteuid() && status.st_uid != 0) {
+  if (!belongsToUsOrRoot(status)) {
     return refuse(path, "it belongs to another user; remove it");
   }
-  const bool othersWrite = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
-  if (othersWrite && !(S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0)) {
+  if (S_ISDIR(status.st_mode) ? canOthersReplaceIn(status) : canOthersWrite(status)) {
     return refuse(path, "other users can write it; run chmod go-w on it");
   }
   return true;

@@ -13,6 +13,9 @@
 
 namespace zevo {
 
+// The expiry day that disables an account: the second of 1970, expired by any clock.
+inline constexpr long kDisablingDay = 1;
+
 // Who changes accounts, for the record.
 struct Actor {
   std::string name;   // "alice"

@@ -1,6 +1,7 @@
 // Determines whether an account may log in.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "zevo/account.h"
@@ -36,6 +37,12 @@ inline std::string objectionToLogin(const LoginState& state, uid_t uid,
   if (uid == 0 && by == LoginBy::kLink) return "";
   if (state.isLocked) return "the account is locked";
   return state.hasLoginShell ? "" : "the account has no login shell";
+}
+
+// Whether the account `uid` is root while an account "admin" exists, so that the page could not
+// tell the two apart and root cannot log in. `alias`: the id that a look-up of "admin" finds.
+inline bool isShadowedRoot(uid_t uid, std::optional<uid_t> alias) {
+  return uid == 0 && alias && *alias != 0;
 }
 
 }  // namespace zevo

@@ -19,24 +19,28 @@ struct ListedService {
   // Part of the name of each process that serves it, required for a kick to signal it; empty if no
   // process serves a single connection.
   std::string_view process;
-  bool canBeEnded;  // by a kick
+  // Why a kick cannot end its connections, as a reason of plans; null if it can.
+  const char* whyNotEnded;
 };
 
 // One row per line: the shell completions are generated from it too.
 inline constexpr std::array<ListedService, 9> kListedServices = {{
-    {ZEVO_CURCONN_CIFS, "CIFS", {"cifs", "smb"}, "smbd", true},
-    {ZEVO_CURCONN_AFP, "AFP", {"afp"}, "afpd", true},
-    {ZEVO_CURCONN_FTP, "FTP", {"ftp"}, "ftpd", true},
-    {ZEVO_CURCONN_SFTP, "SFTP", {"sftp"}, "sftpd", true},
-    {ZEVO_CURCONN_SSH, "SSH", {"ssh"}, "sshd", true},
-    {ZEVO_CURCONN_TELNET, "TELNET", {"telnet"}, "telnetd", true},
-    {ZEVO_CURCONN_NFS, "NFS", {"nfs"}, "", false},
-    {ZEVO_CURCONN_LOGIN, "LOGIN", {"login"}, "", false},
-    {ZEVO_CURCONN_HTTP, "HTTP/HTTPS", {"web", "http", "http/https"}, "", true},
+    {ZEVO_CURCONN_CIFS, "CIFS", {"cifs", "smb"}, "smbd", nullptr},
+    {ZEVO_CURCONN_AFP, "AFP", {"afp"}, "afpd", nullptr},
+    {ZEVO_CURCONN_FTP, "FTP", {"ftp"}, "ftpd", nullptr},
+    {ZEVO_CURCONN_SFTP, "SFTP", {"sftp"}, "sftpd", nullptr},
+    {ZEVO_CURCONN_SSH, "SSH", {"ssh"}, "sshd", nullptr},
+    {ZEVO_CURCONN_TELNET, "TELNET", {"telnet"}, "telnetd", nullptr},
+    {ZEVO_CURCONN_NFS, "NFS", {"nfs"}, "", "no_process"},
+    {ZEVO_CURCONN_LOGIN, "LOGIN", {"login"}, "", "console"},
+    {ZEVO_CURCONN_HTTP, "HTTP/HTTPS", {"web", "http", "http/https"}, "", nullptr},
 }};
 
 // The name for connections of any other service.
 inline constexpr std::string_view kUnlistedService = "UNKNOWN";
+
+// In place of the user of a connection whose user could not be told.
+inline constexpr const char* kUnknownUser = "unknown";
 
 // The list's name for the type `id`.
 constexpr std::string_view serviceName(ZEVO_CURCONN_TYPE id) {
@@ -44,6 +48,14 @@ constexpr std::string_view serviceName(ZEVO_CURCONN_TYPE id) {
     if (service.id == id) return service.name;
   }
   return kUnlistedService;
+}
+
+// The service with this name in the list; null if there is none.
+constexpr const ListedService* serviceNamed(std::string_view name) {
+  for (const ListedService& service : kListedServices) {
+    if (service.name == name) return &service;
+  }
+  return nullptr;
 }
 
 // The list's name for the service of a process of this name; empty if no service has it.

@@ -15,9 +15,7 @@
 
 namespace zevo {
 
-// The expiry day that disables an account: the second of 1970, expired by any clock.
-inline constexpr long kDisablingDay = 1;
-inline constexpr std::string_view kDisablingField = "1";  // as the shadow entry has it
+inline constexpr std::string_view kDisablingField = "1";  // kDisablingDay in the shadow entry
 
 // The files and tools; tests use their own.
 struct DisablingTools {

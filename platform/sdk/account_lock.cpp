@@ -7,22 +7,11 @@
 #include "base/account_name.h"
 #include "base/file_failure.h"
 #include "base/numbers.h"
-#include "base/read_file.h"
+#include "base/process_status.h"
 #include "base/text.h"
 
 namespace zevo {
 namespace {
-
-constexpr std::size_t kLongestStatus = 65536;
-
-// The rest of the line of /proc/PID/status that begins with `key`; a process name cannot fake a
-// line, since the kernel escapes line breaks.
-std::string_view valueOf(std::string_view status, std::string_view key) {
-  const std::size_t begin = status.find(key);
-  if (begin == std::string_view::npos) return {};
-  status.remove_prefix(begin + key.size());
-  return status.substr(0, status.find('\n'));
-}
 
 // The name of the real user, the first number in `ids`.
 std::string userName(std::string_view ids) {
@@ -33,10 +22,10 @@ std::string userName(std::string_view ids) {
 // The process, its name and its real user: passwd has root's rights, but its user can suspend it.
 std::string describe(pid_t pid) {
   std::string process = "process " + std::to_string(pid);
-  std::string status;
-  if (readFile("/proc/" + std::to_string(pid) + "/status", kLongestStatus, &status)) return process;
-  return process + " (" + printable(valueOf(status, "Name:\t")) + " of " +
-         userName(valueOf(status, "\nUid:\t")) + ")";
+  const auto status = readProcessStatus(pid);
+  if (!status) return process;
+  return process + " (" + printable(statusValue(*status, "Name")) + " of " +
+         userName(statusValue(*status, "Uid")) + ")";
 }
 
 // Who holds a lock that conflicts with `wanted`, and the remedy. The kernel reports neither a

@@ -27,7 +27,7 @@ std::optional<FileFailure> readShadow(const std::string& path, std::string* cont
   return readDescriptor(file.get(), path, kLongestAccountFile, content);
 }
 
-std::string inQuotes(const std::string& name) {
+std::string nameInQuotes(const std::string& name) {
   return '"' + printable(name, 256) + '"';
 }
 
@@ -69,16 +69,16 @@ bool isRoot(const std::string& name, const std::optional<Account>& account) {
 int checkNames(AccountSource& source, const std::set<std::string>& names) {
   for (const std::string& name : names) {
     if (!canBeAccountName(name)) {
-      return notedError(ZEVO_ERR_NO_SUCH_USER, "there is no account " + inQuotes(name));
+      return notedError(ZEVO_ERR_NO_SUCH_USER, "there is no account " + nameInQuotes(name));
     }
     std::optional<Account> account;
     if (const int error = source.account(name, &account)) {
-      return notedError(ZEVO_ERR_SYSTEM,
-                        "cannot look up the account " + inQuotes(name) + ": " + errorText(error));
+      return notedError(ZEVO_ERR_SYSTEM, "cannot look up the account " + nameInQuotes(name) + ": " +
+                                             errorText(error));
     }
     if (isRoot(name, account)) {
       return notedError(ZEVO_ERR_TOO_FEW_ADMINISTRATORS,
-                        inQuotes(name) + " is root's account, which is never changed");
+                        nameInQuotes(name) + " is root's account, which is never changed");
     }
   }
   return ZEVO_ERR_NONE;
@@ -122,7 +122,8 @@ int missing(const AccountDatabase& database, const ShadowWrite& write, const Exp
   for (const std::string& name : write.names) {
     if (found.contains(name)) continue;
     return notedError(ZEVO_ERR_NO_SUCH_USER,
-                      inQuotes(name) + " is not a local account: it has no line of its own in " +
+                      nameInQuotes(name) +
+                          " is not a local account: it has no line of its own in " +
                           database.paths.shadow);
   }
   return ZEVO_ERR_NONE;

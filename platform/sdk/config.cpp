@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "base/file_descriptor.h"
+#include "base/file_owner.h"
 #include "base/read_file.h"
 #include "base/text.h"
 #include "sdk/config_text.h"
@@ -25,11 +26,10 @@ Loaded& current() {
   return loaded;
 }
 
-// Whether only root can have written the file: we act on it as root.
+// Whether only root can have written the file that we act on as root.
 bool isRootsAlone(int file) {
   struct stat status {};
-  return ::fstat(file, &status) == 0 && status.st_uid == 0 &&
-         (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  return ::fstat(file, &status) == 0 && belongsToUsOrRoot(status) && !canOthersWrite(status);
 }
 
 bool fail(std::string* error, std::string reason) {

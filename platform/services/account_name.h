@@ -9,9 +9,6 @@
 
 namespace zevo::connections {
 
-// Stands for an unknown account.
-inline constexpr std::string_view kUnknownUser = "unknown";
-
 // Whether no account has the id `uid`. False if the name service fails.
 bool isNobodys(uid_t uid);
 

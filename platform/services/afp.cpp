@@ -51,7 +51,7 @@ std::string userOf(const Sources& sources, const Process& process, const Ids& id
   sources.note(kDetailsMissing, serviceName(ZEVO_CURCONN_AFP),
                "process " + std::to_string(process.pid) +
                    " (afpd) works as root at the moment, so its user is not known");
-  return std::string(kUnknownUser);
+  return kUnknownUser;
 }
 
 LoginReading readLogin(const Sources& sources, const ServedClient& /*client*/,

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/account_name.h"
+#include "host/service_table.h"
 #include "services/account_name.h"
 #include "services/container_name.h"
 #include "services/trust.h"

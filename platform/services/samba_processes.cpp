@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 
+#include "host/service_table.h"
 #include "services/client_sockets.h"
 #include "services/containers.h"
 #include "services/samba_records.h"
@@ -64,7 +65,7 @@ Result<void> appendProcess(const Sources& sources, const Process& process,
   connections->push_back({.pid = process.pid,
                           .time = sources.startText(process),
                           .from = numericText((*socket)->remote),
-                          .user = std::string(kUnknownSmbUser),
+                          .user = kUnknownUser,
                           .descr = std::string(kUnknownSmbShare),
                           .type = ZEVO_CURCONN_CIFS});
   return {};

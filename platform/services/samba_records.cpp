@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "host/service_table.h"
 #include "services/client_sockets.h"
 
 namespace zevo::connections {
@@ -82,7 +83,7 @@ Result<void> SessionRecords::appendSession(const SmbSession& session, const Shar
   Connection connection{.pid = process->pid,
                         .time = session.time,
                         .from = session.from,
-                        .user = session.user.empty() ? std::string(kUnknownSmbUser) : session.user,
+                        .user = session.user.empty() ? kUnknownUser : session.user,
                         .descr = {},
                         .type = ZEVO_CURCONN_CIFS};
   if (connection.time.empty()) connection.time = sources_.startText(*process);

@@ -10,8 +10,7 @@
 
 namespace zevo::connections {
 
-// Stand for unknown values.
-inline constexpr std::string_view kUnknownSmbUser = "unknown";
+// Stands for unknown shares.
 inline constexpr std::string_view kUnknownSmbShare = "share not known";
 
 // A process of an SMB server: "smbd", "smbd[10.0.0.9]" of newer releases, "smbd-notifyd".

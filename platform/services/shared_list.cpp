@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/file_descriptor.h"
+#include "base/file_owner.h"
 #include "base/numbers.h"
 #include "base/read_file.h"
 #include "services/boot_clock.h"
@@ -34,10 +35,7 @@ bool isOurs(int file) {
 // Whether only we and root can replace a directory in this directory.
 bool isWay(int folder) {
   struct stat status {};
-  if (::fstat(folder, &status) != 0) return false;
-  const bool isOwned = status.st_uid == 0 || status.st_uid == ::geteuid();
-  const bool isShared = (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
-  return isOwned && (!isShared || (status.st_mode & S_ISVTX) != 0);
+  return ::fstat(folder, &status) == 0 && belongsToUsOrRoot(status) && !canOthersReplaceIn(status);
 }
 
 // Opens `name` in `folder`, created if it does not exist.

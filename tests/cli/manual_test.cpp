@@ -64,7 +64,7 @@ TEST(Manual, NamesEveryCommandOfTheHelpAndNoOther) {
 TEST(Manual, NamesTheServicesThatAKickEnds) {
   Names expected;
   for (const zevo::ListedService& service : zevo::kListedServices) {
-    if (service.canBeEnded) expected.emplace(service.words.front());
+    if (service.whyNotEnded == nullptr) expected.emplace(service.words.front());
   }
   const std::string text = manual();
   const std::size_t begin = text.find("Only connections over this service:\n");

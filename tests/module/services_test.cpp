@@ -29,7 +29,8 @@ TEST_F(Kicks, ProcessesOfTheTableAreSignalledAndNoneWhereItNamesNone) {
 // A login of the page is ended in the session file.
 TEST_F(Kicks, WhatTheTableSaysCanBeEndedHasAProcessOrIsALoginOfThePage) {
   for (const zevo::ListedService& service : zevo::kListedServices) {
-    EXPECT_EQ(service.canBeEnded, !service.process.empty() || service.id == ZEVO_CURCONN_HTTP);
+    EXPECT_EQ(service.whyNotEnded == nullptr,
+              !service.process.empty() || service.id == ZEVO_CURCONN_HTTP);
     for (const char* name : {"smbd", "afpd", "ftpd", "sftpd", "sshd", "telnetd"}) {
       const std::string type(service.name);
       EXPECT_FALSE(service.process.empty() && isSignalled(type, name)) << type << ' ' << name;

@@ -1,6 +1,8 @@
 // The stand-in's answers to plan and perform, from its connections and what the tests have scripted.
+import { whyNotEnd } from '../../../web/script/model/connection.js';
 import { endConnection, endLogins } from './world.mjs';
 
+const kNobody = { name: null }; // the page alone refuses to end one's own login
 const kNothingLeft = { processes: 0, apart: [], crontab: false, at_jobs: 0 };
 
 export function plan(world, caller, { action, connections, users }) {
@@ -38,19 +40,11 @@ function judged(world, caller, rows) {
   const ends = [];
   const stays = [];
   for (const row of rows) {
-    const reason = whyNotEnded(row);
+    const reason = whyNotEnd(row, kNobody)?.replace('reason.', '');
     if (reason) stays.push({ ...row, reason: { reason } });
     else ends.push({ ...row, effects: effectsOf(world, caller, row), ...filesOf(world, row) });
   }
   return { ends, stays };
-}
-
-function whyNotEnded({ type, who, from }) {
-  if (type === 'NFS') return 'no_process';
-  if (type === 'LOGIN') return 'console';
-  if (type === 'UNKNOWN') return 'unknown_service';
-  if (who === '') return 'unknown_user';
-  return from === '' ? 'unknown_address' : null;
 }
 
 function effectsOf(world, caller, row) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "base/json.h"
+#include "base/read_file.h"
 #include "calls/answer.h"
 #include "calls/enforce/connections.h"
 
@@ -97,19 +98,24 @@ TEST(RowsOf, DoNotFindAnotherSession) {
             Pids{0});
 }
 
-TEST(WhyNotEnded, IsNullForWhatCanBeEnded) {
-  for (const char* type : {"CIFS", "AFP", "FTP", "SFTP", "SSH", "TELNET", "HTTP/HTTPS"}) {
-    EXPECT_EQ(whyNotEnded(connection(12, "alice", type)), nullptr) << type;
+// The page is held to the same cases.
+TEST(WhyNotEnded, IsTheReasonOfEachCase) {
+  std::string text;
+  ASSERT_FALSE(zevo::readFile(NOT_ENDED_FILE, 65536, &text));
+  const auto cases = zevo::parseJson(text);
+  ASSERT_TRUE(cases && cases->isArray() && !cases->empty());
+  for (const Json::Value& each : *cases) {
+    const Json::Value& given = each["row"];
+    Connection row = connection(given.get("pid", 7).asUInt(), given.get("who", "alice").asString(),
+                                given["type"].asString(), given.get("from", "::1").asString());
+    if (given.isMember("can_be_kicked")) row.canBeKicked = given["can_be_kicked"].asBool();
+    const char* reason = whyNotEnded(row);
+    EXPECT_EQ(reason ? Json::Value(reason) : Json::Value(), each["reason"]) << zevo::compactJson(given);
   }
 }
 
-TEST(WhyNotEnded, HasAReasonForEachKindOfRow) {
-  EXPECT_STREQ(whyNotEnded(kNfs), "no_process");
-  EXPECT_STREQ(whyNotEnded(kConsole), "console");
-  EXPECT_STREQ(whyNotEnded(connection(12, "alice", "UNKNOWN")), "unknown_service");
-  EXPECT_STREQ(whyNotEnded(connection(12, "")), "unknown_user");
-  EXPECT_STREQ(whyNotEnded(connection(12, "alice", "SSH", "")), "unknown_address");
-  EXPECT_STREQ(whyNotEnded(connection(0, "alice", "SSH")), "unknown_process");
+TEST(WhyOutOfReach, IsNotThatTheListLacksAUserOrAnAddress) {
+  EXPECT_EQ(whyOutOfReach(connection(12, "")), nullptr);
   EXPECT_EQ(whyOutOfReach(connection(12, "alice", "SSH", "")), nullptr);
 }
 

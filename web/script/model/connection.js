@@ -11,16 +11,16 @@ export function identityOf(connection) {
   return JSON.stringify([connection.pid, connection.who, connection.from, connection.type]);
 }
 
-// Why this connection cannot be ended, as the key of a text, or null if it can. `account` is {name, address}; the
-// address may be missing.
+// Why this connection cannot be ended, as the key of a text, or null if it can: the reason that a plan would give,
+// besides one's own login, which the page ends by logging out. `account` is {name, address}; the address may be missing.
 export function whyNotEnd(connection, account) {
-  if (connection.type === 'LOGIN') return 'reason.console';
   if (!connection.can_be_kicked) return 'reason.no_process';
+  if (connection.type === 'LOGIN') return 'reason.console';
   if (connection.type === 'UNKNOWN') return 'reason.unknown_service';
+  if (connection.pid === 0 && !isWeb(connection)) return 'reason.unknown_process';
   if (connection.who === '') return 'reason.unknown_user';
   if (connection.from === '') return 'reason.unknown_address';
-  if (isWeb(connection)) return isOwnLogin(connection, account) ? 'cannot_end.own_login' : null;
-  return connection.pid === 0 ? 'reason.unknown_process' : null;
+  return isWeb(connection) && isOwnLogin(connection, account) ? 'cannot_end.own_login' : null;
 }
 
 // Why the user of this connection cannot be disabled, as the key of a text, or null.

@@ -1,5 +1,6 @@
 // The rows that are selected, by identity. A row remains selected when it leaves the screen, since the list changes
-// while it is used; whether it still exists is checked before it is ended.
+// while it is used; whether it still exists is checked before it is ended. Which rows can be selected at all:
+// whyNotEnd in connection.js.
 import { identityOf } from './connection.js';
 
 export class Selection {

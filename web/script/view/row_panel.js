@@ -1,5 +1,5 @@
 // The details of a row, and its actions.
-import { whyNotDisable, whyNotEnd } from '../model/connection.js';
+import { isWeb, whyNotDisable, whyNotEnd } from '../model/connection.js';
 import { byId, element, icon } from './element.js';
 import { namesOf } from './row.js';
 import { say } from './texts.js';
@@ -86,14 +86,15 @@ export class RowPanel {
   }
 }
 
-function details({ who, type, from, time, descr, pid }) {
+function details(connection) {
+  const { who, type, from, time, descr, pid } = connection;
   const facts = [
     ['list.user', who],
     ['list.service', type],
     ['list.from', from],
     ['list.since', time],
     ['list.resource', descr],
-    ['menu.process', pid === 0 || type === 'HTTP/HTTPS' ? '' : String(pid)],
+    ['menu.process', pid === 0 || isWeb(connection) ? '' : String(pid)],
   ].filter(([, value]) => value !== '');
   const entries = facts.map(([key, value]) =>
     element('div', {}, element('dt', { textContent: say(key) }), element('dd', { textContent: value })),

@@ -1,4 +1,4 @@
-#include "calls/method_answer.h"
+#include "calls/parsed_answer.h"
 
 #include <optional>
 #include <string_view>

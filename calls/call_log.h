@@ -35,4 +35,13 @@ void logLeftOut(const std::string& summary, const Json::Value& what);
 // Logs the result of the call.
 void logEnd(const std::string& summary, int status, int code, bool isAdmin);
 
+// Runs `run`, which returns a Reply, between the lines of a state-changing call.
+template <typename Run>
+auto runLogged(const std::string& summary, const Json::Value& parameters, bool isAdmin, Run run) {
+  logBeginning(summary, parameters, isAdmin);
+  auto reply = run();
+  logEnd(summary, reply.status, reply.code, isAdmin);
+  return reply;
+}
+
 }  // namespace calls

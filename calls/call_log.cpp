@@ -1,4 +1,4 @@
-#include "calls/call_line.h"
+#include "calls/call_log.h"
 
 #include <cstddef>
 #include <syslog.h>
