@@ -168,6 +168,9 @@ std::string accountIn(const std::string& guardText) {
 // afterwards the guard still handles SIGTERM. A session's process is forked with its guard's title.
 Result<Session> identifyLogin(const Sources& sources, const Process& process,
                               const std::string& text, const Process* guard) {
+  const Result<bool>& isRoots = sources.rootOwned(guard != nullptr ? *guard : process);
+  if (!isRoots) return errorOf(isRoots);
+  if (!*isRoots) return Session();  // a user can give it that title
   const auto servants = countServants(sources, process);
   const auto handles = sources.filesOf(process).and_then(
       [](const ProcessFiles& files) { return files.handles(SIGTERM); });
@@ -329,7 +332,7 @@ std::optional<SshSession> sshSession(std::string_view text) {
 }
 
 Result<void> readOpenssh(const Sources& sources, std::vector<Connection>& connections) {
-  Result<void> outcome;
+  Result<void> outcome = readTitlesAhead(sources, isSshd);
   for (const Process* process : sources.processes().named(isSshd)) {
     auto session = identify(sources, *process);
     addPart(outcome, session);

@@ -1,6 +1,10 @@
 #include "services/process_owner.h"
 
+#include <algorithm>
+#include <functional>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <utility>
@@ -8,6 +12,10 @@
 #include <linux/nsfs.h>
 
 #include "base/file_descriptor.h"
+#include "base/numbers.h"
+#include "base/read_file.h"
+#include "base/text.h"
+#include "services/account_name.h"
 
 namespace zevo::connections {
 namespace {
@@ -21,6 +29,12 @@ std::uint64_t numberOf(const FileDescriptor& space) {
 
 FileDescriptor related(const FileDescriptor& space, unsigned long which) {
   return FileDescriptor(::ioctl(space.get(), which));
+}
+
+// Removes the next of the ids, which the kernel aligns with spaces.
+std::optional<uid_t> takeId(std::string_view& line) {
+  line.remove_prefix(std::min(line.find_first_not_of(' '), line.size()));
+  return takeNumber<uid_t>(line);
 }
 
 // Of `space` and its ancestors, the one directly in `home`; none if `home` is not an ancestor.
@@ -55,6 +69,20 @@ uid_t accountBehind(uid_t uid, const Home& home) {
   return home.subordinates.ownerOf(uid).value_or(uid);
 }
 
+// The id here to which 0 is mapped in the user namespace of the process.
+std::optional<uid_t> rootIn(const Paths& paths, pid_t pid) {
+  constexpr std::size_t kLongestMap = 64UL * 1024;
+  std::string map;
+  const std::string path = paths.proc + "/" + std::to_string(pid) + "/uid_map";
+  if (readFile(path, kLongestMap, &map)) return std::nullopt;
+  for (std::string_view line : linesOf(map)) {
+    const auto inner = takeId(line);
+    const auto outer = takeId(line);
+    if (inner == 0U) return outer;
+  }
+  return std::nullopt;
+}
+
 }  // namespace
 
 Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
@@ -63,6 +91,22 @@ Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
   const auto ids = process.userIds();
   if (!ids) return errorOf(ids);
   return maker ? ids->real : accountBehind(ids->real, home);
+}
+
+Result<bool> isContainersRoot(const Paths& paths, const ProcessFiles& process, const Home& home) {
+  const auto number = process.namespaceNumber("user");
+  if (!number || *number == 0 || home.user == 0 || *number == home.user) return false;
+  const FileDescriptor space = process.openNamespace("user");
+  const auto parent = related(space, NS_GET_PARENT);
+  uid_t maker = 1;
+  if (!parent || numberOf(parent) != home.user) return false;  // one within it is anybody's
+  if (::ioctl(space.get(), NS_GET_OWNER_UID, &maker) != 0 || maker != 0) return false;
+  const auto root = rootIn(paths, process.pid());
+  if (!root || !isNobodys(*root)) return false;
+  const auto ids = process.userIds();
+  if (!ids) return errorOf(ids);
+  if (ids->real != *root && ids->effective != *root && ids->saved != *root) return false;
+  return process.isSetuidProgram().map(std::logical_not<>());
 }
 
 Result<bool> runsHere(const ProcessFiles& process, const Home& home) {

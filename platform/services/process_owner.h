@@ -19,4 +19,9 @@ Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home);
 // that a user other than root created there. Any other process belongs to a container.
 Result<bool> runsHere(const ProcessFiles& process, const Home& home);
 
+// Whether the process belongs to root of a container: an id without rights on this machine, to
+// which 0 is mapped in a user namespace that this machine's root created, and which is no account's
+// here. False of a program that runs with the rights of its file's owner.
+Result<bool> isContainersRoot(const Paths& paths, const ProcessFiles& process, const Home& home);
+
 }  // namespace zevo::connections

@@ -1,5 +1,6 @@
 #include "services/sources.h"
 
+#include "services/process_owner.h"
 #include "services/trust.h"
 
 namespace zevo::connections {
@@ -45,7 +46,10 @@ const Result<SocketTable>& Sources::socketsOf(std::uint64_t network,
 const Result<bool>& Sources::rootOwned(const Process& process) const {
   const auto found = rootOwned_.find(process.pid);
   if (found != rootOwned_.end()) return found->second;
-  return rootOwned_.emplace(process.pid, filesOf(process).and_then(isRootOwned)).first->second;
+  const auto files = filesOf(process);
+  auto owned = files.and_then(isRootOwned);
+  if (owned && !*owned) owned = isContainersRoot(paths(), *files, home());
+  return rootOwned_.emplace(process.pid, std::move(owned)).first->second;
 }
 
 const Result<SocketTable>& Sources::sockets() const {

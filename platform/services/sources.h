@@ -22,6 +22,7 @@
 #include "services/process_table.h"
 #include "services/socket_table.h"
 #include "services/subordinate_ids.h"
+#include "services/user_titles.h"
 
 namespace zevo::connections {
 
@@ -73,8 +74,9 @@ class Sources {
   [[nodiscard]] Result<ProcessFiles> filesOf(const Process& process) const {
     return ProcessFiles::open(paths_, process.pid);
   }
-  // Whether root started `process`, by isRootOwned() in trust.h. Computed once: a user can nest
-  // thousands of processes, and each depends on those above it.
+  // Whether root of this machine or of a container started `process`, by isRootOwned() in trust.h
+  // or isContainersRoot() in process_owner.h. Computed once: a user can nest thousands of
+  // processes, and each depends on those above it.
   [[nodiscard]] const Result<bool>& rootOwned(const Process& process) const;
   // Start of the process as local time.
   [[nodiscard]] std::string startText(const Process& process) const {
@@ -98,6 +100,7 @@ class Sources {
     notes_.push_back({std::string(code), std::string(service), detail});
   }
   [[nodiscard]] const std::vector<ReadNote>& notes() const { return notes_; }
+  [[nodiscard]] UserTitles& userTitles() const { return userTitles_; }
   // The remaining number of descriptors to examine, shared by all orphans of services
   // (client_sockets.h).
   [[nodiscard]] OrphanLooks& orphanLooks() const { return orphanLooks_; }
@@ -113,6 +116,7 @@ class Sources {
   mutable std::optional<Home> home_;
   mutable std::map<pid_t, Result<bool>> rootOwned_;
   mutable OrphanLooks orphanLooks_;
+  mutable UserTitles userTitles_;
   mutable std::vector<ReadNote> notes_;
 };
 

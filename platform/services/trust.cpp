@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <vector>
 
 namespace zevo::connections {
 namespace {
@@ -29,20 +30,41 @@ Result<bool> isRootsImage(const Sources& sources, const Process& process) {
   return false;
 }
 
+// Whether a user may control the memory of `process`, although it has the addresses of root's: a
+// user's program can take over those that it learns (PR_SET_MM_MAP). The children of a process that
+// root of this machine started are no user's to make.
+Result<bool> isUsersMemory(const Sources& sources, const Process& process) {
+  const auto owned = sources.filesOf(process).and_then(isRootOwned);
+  if (!owned || *owned) return owned.map(std::logical_not<>());
+  const Process* parent = sources.processes().find(process.parent);
+  if (parent == nullptr) return true;
+  return sources.filesOf(*parent).and_then(isRootOwned).map(std::logical_not<>());
+}
+
 }  // namespace
 
+Result<void> readTitlesAhead(const Sources& sources, Family family) {
+  std::vector<const Process*> users;
+  Result<void> outcome;
+  for (const Process* process : sources.processes().named(family)) {
+    const auto isRoots = isRootsImage(sources, *process);
+    if (isRoots && !*isRoots) continue;
+    const auto isUsers = isUsersMemory(sources, *process);
+    addPart(outcome, isRoots);
+    addPart(outcome, isUsers);
+    if (isRoots && isUsers && *isUsers) users.push_back(process);
+  }
+  addPart(outcome, sources.userTitles().read(sources, users));
+  return outcome;
+}
+
 Result<Title> readTitle(const Sources& sources, const Process& process) {
-  const auto files = sources.filesOf(process);
   const auto isRoots = isRootsImage(sources, process);
-  if (!files || !isRoots) return errorOf(files, isRoots);
+  if (!isRoots) return errorOf(isRoots);
   if (!*isRoots) return Title();
-  // A program executed since the scan may be a user's. One executed after this check has another
-  // memory than the one opened before.
-  const FileDescriptor memory = files->memory();
-  const auto now = readProcess(sources.paths(), process.pid);
-  if (!now) return errorOf(now);
-  if (!shareImage(process, *now)) return Title();
-  return memory ? files->titleIn(memory, *now) : files->title();
+  const auto isUsers = isUsersMemory(sources, process);
+  if (!isUsers) return errorOf(isUsers);
+  return *isUsers ? sources.userTitles().of(sources, process) : titleNow(sources, process);
 }
 
 Result<bool> isRootOwned(const ProcessFiles& files) {

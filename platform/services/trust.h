@@ -18,9 +18,14 @@ Result<bool> isRootOwned(const ProcessFiles& files);
 
 // The title of `process`; empty if it must not be read, since users can arrange the memory of their
 // own processes so that a reader blocks. It is read only of processes that root started, and of
-// forks of root's processes that have executed no other program since: no user controls their
-// memory. A service that a super-server started under another account has none.
+// forks of root's processes that have executed no other program since; where a user can pretend
+// that, by a process that can be ended (user_titles.h). A service that a super-server started under
+// another account has none.
 Result<Title> readTitle(const Sources& sources, const Process& process);
+
+// Reads the titles of that kind at once for all processes of `family`, of which there may be
+// hundreds.
+Result<void> readTitlesAhead(const Sources& sources, Family family);
 
 // The server to which `process` belongs: the nearest process from it upwards that root started, by
 // isRootOwned(), or the uppermost above that with the same name, since some servers (vsftpd) give

@@ -10,7 +10,7 @@ import listing
 import namespace
 import processes
 import waiting
-from clients import hoarding, refusing, ssh, stalling
+from clients import forging, hoarding, refusing, ssh, stalling
 from daemons.openssh import EXTERNAL, OpenSsh, OpenSshOfUser, OpenSshOnUnixSocket, OpenSshWithoutEnvironment
 from listing import Row
 from service_test import ServiceTest, add_users, main
@@ -24,6 +24,7 @@ HANG_SECONDS = 60
 SERVER_TITLES = ("sshd: alice@internal-sftp", "sshd: alice [priv]", "sshd-session: alice@pts/9", "sftp-server: x",
                  "vsftpd: 10.20.0.9/bob: IDLE", "proftpd: bob - localhost: IDLE", "pure-ftpd: bob", "smbd: x",
                  "telnetd: x", "login: x", "afpd: x", "inetd: x")
+FORGED_TITLES = ("sshd: bob [priv]", "sshd: root [priv]", "sshd: bob@pts/9", "sshd: bob")
 SERVER_NAMES = ("vsftpd", "smbd", "telnetd", "afpd", "proftpd", "pure-ftpd")
 
 
@@ -147,6 +148,33 @@ class OpenSshTest(ServiceTest):
         self.assertEqual(0, listing.run("kick", "--yes", "--user", "alice").returncode)
         self.assertTrue(freed.is_alive(), "a list or a kick waited for the user's processes")
         waiting.until("ssh to end", client.has_ended)
+
+    def test_neither_do_those_that_take_over_the_addresses_of_sshds_program(self):
+        reason = stalling.install(namespace.run)
+        if reason:
+            self.skipTest(reason)
+        forging.install()
+        master = self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
+        image = ssh.image_of_sshd("alice", "10.20.0.2", CONTROL)
+        client = self.client(ssh.Stalling, "alice", "10.20.0.2", *FORGED_TITLES, control=CONTROL, image=image)
+        self.client(ssh.Sftp, "bob", "10.20.0.3")
+        freed = self.close_later(client)
+        bobs = [Row("bob", "10.20.0.3", "SSH", "SFTP"), Row("bob", "10.20.0.3", "SFTP", "/home/bob")]
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal"), *bobs])
+        self.assertIn(" keeps readers of its title waiting; end it", listing.run("list").stderr)
+        done = listing.run("kick", "--yes", "--user", "alice")
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        self.assertTrue(freed.is_alive(), "a list or a kick waited for the user's processes")
+        waiting.until("the connection to end", master.has_ended)
+        self.assertList(bobs)
+
+    def test_nor_do_these_make_rows_of_others(self):
+        forging.install()
+        self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
+        image = ssh.image_of_sshd("alice", "10.20.0.2", CONTROL)
+        for title in FORGED_TITLES:
+            self.client(ssh.Forging, "alice", "10.20.0.2", CONTROL, image, title, "10.20.0.7")
+        self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
 
     def test_users_programs_that_root_may_not_look_at_leave_the_list_whole(self):
         reason = refusing.install(namespace.run)

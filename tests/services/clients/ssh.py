@@ -9,7 +9,7 @@ import tempfile
 
 import namespace
 import waiting
-from clients import hoarding, refusing, stalling
+from clients import forging, hoarding, refusing, stalling
 from clients.dialogue import Dialogue
 from clients.relay import Relay
 
@@ -35,6 +35,10 @@ def _master(control):
     if os.path.exists(control):
         os.unlink(control)  # of a master that was killed
     return ["-M", "-S", control]
+
+
+def _sharing(control):
+    return ["-o", f"ControlPath={control}"] if control else []
 
 
 class Shell(Dialogue):
@@ -157,11 +161,28 @@ class Pretender(Command):
 class Stalling(Dialogue):
     """ssh whose command makes processes with these titles that keep whoever reads a title waiting for ever."""
 
-    def __init__(self, user, address, *titles, port=22):
-        command = " ".join(["exec", "/usr/bin/python3", stalling.PROGRAM, stalling.DEVICE,
-                            *(f"'{title}'" for title in titles)])
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}", command])
+    def __init__(self, user, address, *titles, control=None, image=None):
+        command = ["/usr/bin/python3", stalling.PROGRAM, stalling.DEVICE, ",".join(image or ["own"]), *titles]
+        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, *_sharing(control), "-T", f"{user}@{address}",
+                          f"exec {shlex.join(command)}"])
         self.expect("stalling")
+
+
+class Forging(Dialogue):
+    """ssh over a Shell's connection whose command pretends to be a process of sshd (forging.py)."""
+
+    def __init__(self, user, address, control, image, title, pretended):
+        command = shlex.join(["/usr/bin/python3", forging.PROGRAM, *image, title, pretended])
+        super().__init__(["ssh", *_OPTIONS, *_sharing(control), "-T", f"{user}@{address}", f"exec {command}"])
+        self.expect("forged")
+
+
+def image_of_sshd(user, address, control):
+    """The addresses of sshd's program, which its internal SFTP server gives away over a Shell's connection."""
+    copy = "/run/test-stat"
+    namespace.run("sftp", *_OPTIONS, *_sharing(control), "-b", "-", f"{user}@{address}",
+                  text=f"get /proc/self/stat {copy}\n")
+    return forging.image_in(namespace.read(copy))
 
 
 class Refusing(Dialogue):
@@ -186,8 +207,7 @@ class Sftp(Dialogue):
     """sftp at its prompt. `control` takes the connection of a Shell."""
 
     def __init__(self, user, address, port=22, control=None):
-        shared = ["-o", f"ControlPath={control}"] if control else []
-        super().__init__(["sftp", *_OPTIONS, "-i", _KEY, "-P", str(port), *shared, f"{user}@{address}"])
+        super().__init__(["sftp", *_OPTIONS, "-i", _KEY, "-P", str(port), *_sharing(control), f"{user}@{address}"])
         self.expect("sftp> ")
 
     def has_ended(self):

@@ -3,8 +3,9 @@
 A command line is read through its process's memory, and the lock over that memory is the user's to hold: one thread
 reads its own memory through /proc/self/mem where that is a file of a file system which this program serves itself, in a
 user namespace, and never answers; another thread asks for more memory and so lets no further reader in. As a program,
-to be run by a user: `stalling.py DEVICE TITLE...` makes one such process for each title, all of them children of the
-caller's parent and named as the titles begin, writes "stalling" and waits for the end of its input.
+to be run by a user: `stalling.py DEVICE IMAGE TITLE...` makes one such process for each title, all of them children of
+the caller's parent and named as the titles begin, writes "stalling" and waits for the end of its input. IMAGE is
+"own", or "CODE,STACK": the addresses of another program, which the processes take over (forging.py).
 """
 
 import ctypes
@@ -50,7 +51,7 @@ def install(run):
     return None
 
 
-def main(device, *titles):
+def main(device, image, *titles):
     ours, theirs = socket.socketpair()
     if os.fork() == 0:
         _check(_libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL))
@@ -59,7 +60,7 @@ def main(device, *titles):
     _, (file,), _, _ = socket.recv_fds(ours, 1, 1)
     # What the servers' own processes have: a connection of their own.
     connection = socket.create_connection(("127.0.0.1", 22))
-    processes = [clone_beside() or stall(title, file) for title in titles]
+    processes = [clone_beside() or stall(title, file, image) for title in titles]
     while not all(map(is_stalled, processes)):
         time.sleep(0.05)
     print("stalling", flush=True)
@@ -146,10 +147,13 @@ def clone_beside():
     return _check(_libc.syscall(number, _CLONE_PARENT | signal.SIGCHLD, 0, 0, 0, 0))
 
 
-def stall(title, file):
+def stall(title, file, image):
     """Takes a title and the name in it, and then lets nobody look at this process's memory any more."""
     name = title.split(":")[0].split("/")[-1].encode()
     _check(_libc.prctl(_PR_SET_PDEATHSIG, signal.SIGKILL))
+    if image != "own":
+        import forging  # beside this program
+        forging.take_image(*image.split(","))
     _check(_libc.prctl(_PR_SET_NAME, name, 0, 0, 0))
     ctypes.memmove(int(_stat("self")[45]), title.encode() + b"\0", len(title) + 1)
     address = _map(mmap.MAP_PRIVATE, file)

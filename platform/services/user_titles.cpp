@@ -1,0 +1,174 @@
+#include "services/user_titles.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "zevo/read_notes.h"
+
+#include "base/file_descriptor.h"
+#include "base/file_failure.h"
+#include "base/text.h"
+#include "host/service_table.h"
+#include "services/process_owner.h"
+#include "services/sources.h"
+
+namespace zevo::connections {
+namespace {
+
+using Processes = std::span<const Process* const>;
+
+constexpr std::chrono::milliseconds kPatience{1000};
+constexpr std::size_t kMostSlow = 4;  // together well below the time that a tool may take
+
+using Titles = std::vector<Result<Title>>;
+
+// What the reader writes before each title.
+struct Header {
+  std::uint32_t isGone = 0;
+  std::uint32_t first = 0;  // sizes
+  std::uint32_t all = 0;
+};
+
+[[noreturn]] void serveTitles(const Sources& sources, Processes processes, int output) {
+  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  for (const Process* process : processes) {
+    const Result<Title> reading = titleNow(sources, *process);
+    // A user can make it unreadable, too.
+    const Title title = reading.value_or(Title());
+    const Header header{isGone(reading) ? 1U : 0U, static_cast<std::uint32_t>(title.first.size()),
+                        static_cast<std::uint32_t>(title.all.size())};
+    std::string bytes(sizeof header, '\0');
+    std::memcpy(bytes.data(), &header, sizeof header);
+    if (!writeAll(bytes + title.first + title.all, output)) break;
+  }
+  ::_exit(0);  // no destructors of the parent's objects
+}
+
+// Moves the titles that are complete from `bytes` to `titles`.
+void takeTitles(std::string* bytes, Titles* titles) {
+  Header header;
+  std::size_t at = 0;
+  while (bytes->size() - at >= sizeof header) {
+    std::memcpy(&header, bytes->data() + at, sizeof header);
+    const std::size_t end = at + sizeof header + header.first + header.all;
+    if (bytes->size() < end) break;
+    Title title{bytes->substr(at + sizeof header, header.first),
+                bytes->substr(end - header.all, header.all)};
+    titles->push_back(header.isGone != 0 ? Result<Title>(gone()) : std::move(title));
+    at = end;
+  }
+  bytes->erase(0, at);
+}
+
+// False if nothing comes for too long, or ever again.
+bool receive(int input, std::string* bytes) {
+  pollfd wait{input, POLLIN, 0};
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  for (;;) {
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+    const int ready = ::poll(&wait, 1, static_cast<int>(std::max<long>(left.count(), 0)));
+    if (ready == 0) return false;
+    if (ready < 0 && errno != EINTR) return false;
+    if (ready > 0) break;
+  }
+  std::array<char, 16384> part{};
+  const ssize_t size = ::read(input, part.data(), part.size());
+  if (size > 0) bytes->append(part.data(), static_cast<std::size_t>(size));
+  return size > 0;
+}
+
+// The titles of `processes` in their order, up to one whose reader is kept waiting.
+Result<Titles> readTitles(const Sources& sources, Processes processes) {
+  std::array<int, 2> ends{};
+  if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+    return failure("cannot read titles: " + errorText(errno));
+  const FileDescriptor input(ends[0]);
+  FileDescriptor output(ends[1]);
+  const pid_t reader = ::fork();
+  if (reader < 0) return failure("cannot read titles: " + errorText(errno));
+  if (reader == 0) serveTitles(sources, processes, output.get());
+  output.reset();
+  Titles titles;
+  std::string bytes;
+  while (titles.size() < processes.size() && receive(input.get(), &bytes))
+    takeTitles(&bytes, &titles);
+  ::kill(reader, SIGKILL);
+  while (::waitpid(reader, nullptr, 0) < 0 && errno == EINTR) {
+  }
+  return titles;
+}
+
+}  // namespace
+
+Result<Title> titleNow(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  if (!files) return errorOf(files);
+  // A program executed since the scan may be a user's. One executed after this check has another
+  // memory than the one opened before.
+  const FileDescriptor memory = files->memory();
+  const auto now = readProcess(sources.paths(), process.pid);
+  if (!now) return errorOf(now);
+  if (!shareImage(process, *now)) return Title();
+  return memory ? files->titleIn(memory, *now) : files->title();
+}
+
+bool UserTitles::isAskedFor(uid_t owner) const {
+  return slow_.size() < kMostSlow && !slow_.contains(owner);
+}
+
+void UserTitles::giveUp(const Sources& sources, const Process& process, uid_t owner) {
+  slow_.insert(owner);
+  sources.note(kDetailsMissing, serviceOfProcess(process.name),
+               "process " + std::to_string(process.pid) + " (" + printable(process.name) +
+                   ") keeps readers of its title waiting; end it: until then the title of no such "
+                   "process of its user is known");
+}
+
+Result<void> UserTitles::read(const Sources& sources, Processes processes) {
+  std::vector<std::pair<const Process*, uid_t>> left;
+  for (const Process* process : processes) {
+    const auto owner = sources.filesOf(*process).and_then(
+        [&](const ProcessFiles& files) { return ownerOf(files, sources.home()); });
+    if (hasFailed(owner)) return failureOf(owner);
+    if (owner) left.emplace_back(process, *owner);
+  }
+  for (;;) {
+    std::erase_if(left, [&](const auto& one) { return !isAskedFor(one.second); });
+    if (left.empty()) return {};
+    std::vector<const Process*> asked;
+    for (const auto& one : left) asked.push_back(one.first);
+    auto titles = readTitles(sources, asked);
+    if (!titles) return failureOf(titles);
+    for (std::size_t i = 0; i < titles->size(); ++i)
+      titles_.insert_or_assign(asked[i]->pid, std::move((*titles)[i]));
+    if (titles->size() == asked.size()) return {};
+    const auto [process, owner] = left[titles->size()];
+    giveUp(sources, *process, owner);
+    left.erase(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(titles->size()));
+  }
+}
+
+Result<Title> UserTitles::of(const Sources& sources, const Process& process) {
+  const auto known = titles_.find(process.pid);
+  if (known != titles_.end()) return known->second;
+  const std::array<const Process*, 1> one = {&process};
+  const auto outcome = read(sources, one);
+  if (!outcome) return errorOf(outcome);
+  return titles_.try_emplace(process.pid, Title()).first->second;
+}
+
+}  // namespace zevo::connections

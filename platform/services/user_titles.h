@@ -1,0 +1,40 @@
+// Titles of processes whose memory a user may control. A user can keep the reader of such a title
+// waiting for ever, so another process reads them, which is killed then.
+#pragma once
+
+#include <map>
+#include <set>
+#include <span>
+#include <sys/types.h>
+
+#include "services/gone.h"
+#include "services/process_files.h"
+
+namespace zevo::connections {
+
+class Sources;
+
+// The title of `process` if it still runs the program of the scan, otherwise an empty one. May
+// never return if a user controls its memory.
+Result<Title> titleNow(const Sources& sources, const Process& process);
+
+// Those of one list.
+class UserTitles {
+ public:
+  // Reads the titles of `processes` ahead, one after the other. If one takes a second, it and all
+  // others of its user remain empty, with a note; after a few of these so do all that are left.
+  Result<void> read(const Sources& sources, std::span<const Process* const> processes);
+
+  // The title of `process`, read now if it was not before.
+  Result<Title> of(const Sources& sources, const Process& process);
+
+ private:
+  // Whether the title may be asked for; otherwise it is empty.
+  bool isAskedFor(uid_t owner) const;
+  void giveUp(const Sources& sources, const Process& process, uid_t owner);
+
+  std::map<pid_t, Result<Title>> titles_;
+  std::set<uid_t> slow_;  // users who kept the reader waiting
+};
+
+}  // namespace zevo::connections
