@@ -127,6 +127,59 @@ class ContainerTest(ServiceTest):
         self.assertList([expected])
 
 
+class SshWithMappedIds(OpenSsh):
+    """sshd in namespaces as of an unprivileged container: its root is the id FIRST of this server."""
+
+    FIRST = 100000
+    _OPTIONS = ["--user", "--map-users", f"{FIRST},0,65536", "--map-groups", f"{FIRST},0,65536", "--setuid", "0",
+                "--setgid", "0", "--mount", "--pid", "--fork", "--kill-child"]
+
+    def configure(self):
+        super().configure()
+        path, key = f"/etc/ssh/test_{self.ports[0]}_config", "/srv/mapped_host_key"
+        namespace.run("install", "-m", "0600", "-o", str(self.FIRST), "/etc/ssh/test_host_key", key)
+        text = namespace.read(path).replace("UsePAM yes", "UsePAM no\nStrictModes no")
+        namespace.write(path, text.replace("/etc/ssh/test_host_key", key))
+        os.chown("/run/sshd", self.FIRST, self.FIRST)
+        for file in ("subuid", "subgid"):
+            namespace.write(f"/etc/{file}", f"root:{self.FIRST}:65536\n")
+        bob = pwd.getpwnam("bob")
+        namespace.run("chown", "--recursive", f"{self.FIRST + bob.pw_uid}:{self.FIRST + bob.pw_gid}", bob.pw_dir)
+
+    def command(self):
+        return ["unshare", *self._OPTIONS, *super().command()]
+
+
+class MappedIdsTest(ServiceTest):
+    """A container whose root has no rights on this server, made by this server's root."""
+
+    def setUp(self):
+        super().setUp()
+        bob = pwd.getpwnam("bob")
+        self.addCleanup(namespace.run, "chown", "--recursive", f"{bob.pw_uid}:{bob.pw_gid}", bob.pw_dir)
+        self.addCleanup(os.chown, "/run/sshd", 0, 0)
+        self.server(SshWithMappedIds(OWN_MOUNTS_PORT))
+
+    def test_its_sessions_are_listed_and_end(self):
+        client = self.client(ssh.Command, "bob", "10.20.0.3", OWN_MOUNTS_PORT)
+        (who, *rest), = listing.rows()
+        self.assertEqual(["10.20.0.3", "SSH", "no terminal"], rest)
+        self.assertRegex(who, "^bob@[0-9]+$")
+        ours = listing.run("disable", "--yes", "bob")
+        self.addCleanup(namespace.run, "chage", "--expiredate", "-1", "bob")
+        self.assertEqual(0, ours.returncode, ours.stdout + ours.stderr)
+        self.assertFalse(client.has_ended())
+        done = listing.run("kick", "--yes", "--user", who)
+        self.assertEqual(0, done.returncode, done.stdout + done.stderr)
+        waiting.until("the session to end", client.has_ended)
+
+    def test_a_user_who_has_the_id_vouches_for_nothing(self):
+        namespace.run("useradd", "--uid", str(SshWithMappedIds.FIRST), "--no-create-home", "mapped")
+        self.addCleanup(namespace.run, "userdel", "--force", "mapped")
+        self.client(ssh.Command, "bob", "10.20.0.3", OWN_MOUNTS_PORT)
+        self.assertEqual([], listing.rows())
+
+
 class SambaOfContainerTest(ServiceTest):
     """This server's smbstatus knows nothing of it, so its users have no names."""
 

@@ -160,6 +160,14 @@ TEST_F(OpensshSessionsTest, ASessionThatHasItsGuardsTitleStillIsALogin) {
   EXPECT_THAT(read(), ElementsAre(ssh(72, "logging in")));
 }
 
+TEST_F(OpensshSessionsTest, AGuardsTitleOfAUsersProcessMakesNoLogin) {
+  addMonitor(66, "alice");
+  addChild(72, 66, "sshd: alice@notty");
+  addChild(73, 72, "sshd: bob [priv]");
+  addChild(74, 73, "sshd: bob [priv]");
+  EXPECT_THAT(read(), ElementsAre(ssh(72, "no terminal")));
+}
+
 TEST_F(OpensshSessionsTest, AGuardWhoseSessionIsOverIsNoConnection) {
   add({.pid = 66,
        .parent = 56,
