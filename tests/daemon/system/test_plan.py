@@ -18,7 +18,7 @@ from clients.smb import Smb
 from daemons.ganesha import Ganesha
 from daemons_of_host import LOCAL_SOCKET
 from host_test import HostTest
-from http_client import Client
+from http_client import API, Client
 
 PASSWORD = namespace.PASSWORD
 NAMES = ("who", "from", "type", "pid")
@@ -203,6 +203,26 @@ class PlanTest(HostTest):
         lines = [line for line in self.daemon.log_text()[before:].splitlines() if '"kick_connection"' in line]
         self.assertEqual(8, len(lines), lines)
         self.assertIn('begins with {"http_conn":', lines[6])
+
+    def test_only_a_refresh_in_the_background_takes_a_list_that_is_there(self):
+        self.client(Smb, "alice", "10.20.0.2", "media")
+        self.rows("CIFS")
+        namespace.write("/srv/counting", "#!/bin/sh\necho >>/run/test-runs\nexec /usr/bin/smbstatus \"$@\"\n", 0o755)
+        self._restart('smbstatus = "/srv/counting"')
+        self.addCleanup(self._restart)
+
+        def runs_after(*headers):
+            path = "/run/test-runs"
+            before = os.path.getsize(path) if os.path.exists(path) else 0
+            answer = scgi_client.call(LOCAL_SOCKET, "GET", f"{API}list", *headers)
+            self.assertIn("CIFS", [row["type"] for row in answer.data["items"]])
+            return os.path.getsize(path) - before
+
+        def refreshes_alone():
+            self.assertGreater(runs_after(), 0, "a list that somebody asks for is a new one")
+            return runs_after(("HTTP_CURRENTCONN_BACKGROUND", "1")) == 0
+
+        waiting.until("a refresh within two seconds of a list", refreshes_alone)
 
     def test_no_process_outlives_a_call_that_takes_too_long(self):
         self.client(Smb, "alice", "10.20.0.2", "media")
