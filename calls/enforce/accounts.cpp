@@ -77,6 +77,7 @@ Json::Value asJson(const std::vector<zevo::ServiceAccess>& services) {
 
 Json::Value asJson(const zevo::LeftRunning& left) {
   Json::Value value(Json::objectValue);
+  if (left.uid) value["uid"] = *left.uid;
   value["processes"] = static_cast<Json::UInt64>(left.processes);
   value["apart"] = zevo::asArray(left.apart);
   value["crontab"] = left.hasCrontab;

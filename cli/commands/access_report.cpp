@@ -72,14 +72,14 @@ std::string accessLine(const std::string& user, const Json::Value& service, Tens
 }
 
 // pkill leaves containers alone, where the user's id belongs to somebody else. It misses processes
-// in the user's own namespaces.
-std::string endingCommand(const std::string& user, const Json::Value& left) {
+// in the user's own namespaces. It takes a name of digits for an id.
+std::string endingCommand(const Json::Value& left) {
   std::string command;
   for (const Json::Value& pid : left["apart"])
     command += (command.empty() ? "kill -KILL " : " ") + pid.asString();
   if (left["apart"].size() == left["processes"].asUInt64()) return command;
   if (!command.empty()) command += "; ";
-  return command + "pkill -KILL -U " + shellWord(user) + " --ns 1 --nslist pid";
+  return command + "pkill -KILL -U " + left["uid"].asString() + " --ns 1 --nslist pid";
 }
 
 std::vector<std::string> leftRunningLines(const std::string& user, const Json::Value& left,
@@ -90,7 +90,7 @@ std::vector<std::string> leftRunningLines(const std::string& user, const Json::V
     const bool isNow = tense == Tense::kPresent;
     lines.push_back(left["processes"].asString() + (isOne ? " process of " : " processes of ") +
                     user + (isNow ? (isOne ? " still runs" : " still run") : " will still run") +
-                    "; end " + (isOne ? "it" : "them") + " with: " + endingCommand(user, left));
+                    "; end " + (isOne ? "it" : "them") + " with: " + endingCommand(left));
   }
   if (left["crontab"].asBool()) {
     lines.push_back(user + " has a crontab; remove it with: crontab -r -u " + shellWord(user));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -65,6 +66,7 @@ ZEVO_EXPORT std::map<std::string, std::vector<ServiceAccess>> accountAccess(
 
 // What the account left running.
 struct LeftRunning {
+  std::optional<uid_t> uid = {};  // the account's; nothing if there is none
   // Processes with the account as their real user, and those in user namespaces that it created,
   // without zombies. In a container that root created the id is not this account's.
   std::size_t processes = 0;

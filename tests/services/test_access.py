@@ -7,6 +7,7 @@ import subprocess
 
 import listing
 import namespace
+import processes
 import waiting
 from clients import ssh
 from clients.dialogue import Dialogue
@@ -23,12 +24,16 @@ from service_test import ServiceTest, add_users, main
 
 # Account rules that let everybody pass, beside the usual password check.
 OPEN_RULES = "@include common-auth\naccount required pam_permit.so\nsession required pam_permit.so\n"
-# The printed command that ends what alice has left running.
-END_THEM = "pkill -KILL -U alice --ns 1 --nslist pid"
 REFUSED, LET_IN, UNKNOWN = "refused", "let in", "unknown"
 IS_DEBIAN_13 = 'VERSION_ID="13"' in namespace.read("/etc/os-release")
 # Debian 13's package has no check of the expiry.
 OF_PROFTPDS_OWN_CHECK = LET_IN if IS_DEBIAN_13 else REFUSED
+
+
+
+def ending_command(user):
+    """The printed command that ends what the account has left running."""
+    return f"pkill -KILL -U {pwd.getpwnam(user).pw_uid} --ns 1 --nslist pid"
 
 
 def setUpModule():
@@ -348,6 +353,22 @@ class SambaTest(AccessTest):
 
 class LeftRunningTest(AccessTest):
 
+    def test_the_command_ends_those_of_an_account_whose_name_is_anothers_id(self):
+        name = str(pwd.getpwnam("alice").pw_uid)
+        namespace.add_account(name)
+        self.addCleanup(namespace.run, "userdel", "--force", name)
+        started = {}
+        for user in ("alice", name):
+            started[user] = subprocess.Popen(["sleep", "1000"], user=pwd.getpwnam(user).pw_uid, extra_groups=[])
+            self.addCleanup(started[user].wait)
+            self.addCleanup(started[user].kill)
+            waiting.until("it to run", lambda user=user: processes.named("sleep").count(started[user].pid))
+        lines = listing.run("disable", "--yes", name).stdout.splitlines()
+        command, = (line.split(" with: ")[1] for line in lines if line.startswith(f"1 process of {name} still runs"))
+        namespace.run(*command.split())
+        self.assertEqual(-signal.SIGKILL, started[name].wait(60))
+        self.assertIsNone(started["alice"].poll())
+
     def test_what_goes_on_is_counted_with_the_command_that_ends_it(self):
         self.serve(OpenSsh())
         shell = self.client(ssh.Shell, "alice", "10.20.0.2")
@@ -356,7 +377,7 @@ class LeftRunningTest(AccessTest):
         namespace.write("/var/spool/cron/crontabs/alice", "0 4 * * * true\n", 0o600)
         self.addCleanup(os.unlink, "/var/spool/cron/crontabs/alice")
         lines = listing.run("disable", "--yes", "alice").stdout.splitlines()
-        command = END_THEM
+        command = ending_command("alice")
         self.assertIn(f"3 processes of alice still run; end them with: {command}", lines)
         self.assertIn("alice has a crontab; remove it with: crontab -r -u alice", lines)
         # Her shell may still be ending, or wait for somebody to reap it.
@@ -380,8 +401,8 @@ class LeftRunningTest(AccessTest):
         running = ["pgrep", "-c", "-U", "alice", "-x", "sleep"]
         waiting.until("both to run", lambda: subprocess.run(running, capture_output=True).stdout == b"2\n")
         lines = listing.run("disable", "--yes", "alice").stdout.splitlines()
-        self.assertIn(f"1 process of alice still runs; end it with: {END_THEM}", lines)
-        namespace.run(*END_THEM.split())
+        self.assertIn(f"1 process of alice still runs; end it with: {ending_command('alice')}", lines)
+        namespace.run(*ending_command("alice").split())
         self.assertEqual(-signal.SIGKILL, ours.wait(60))
         self.assertEqual("1", namespace.run(*running).strip())
         self.assertIsNone(theirs.poll())

@@ -131,6 +131,9 @@ std::map<std::string, zevo::LeftRunning> zevo::leftRunning(const std::vector<std
   }
   auto found = access::leftRunning("", known, except);
   std::map<std::string, LeftRunning> all;
-  for (const std::string& account : accounts) all[account] = found[names[account]];
+  for (const std::string& account : accounts) {
+    LeftRunning& left = all[account] = found[names[account]];
+    if (const auto uid = known.find(names[account]); uid != known.end()) left.uid = uid->second;
+  }
   return all;
 }

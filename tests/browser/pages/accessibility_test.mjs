@@ -39,7 +39,7 @@ function someConnections(world) {
   world.openFiles.set(1, ['/srv/photos/a.jpg']);
   const values = { pam: 'sshd' };
   world.access = [{ service: 'ssh', access: 'let_in', reason: 'rules-pass', remedy: 'add-account-check', values }];
-  world.leftRunning = { processes: 2, apart: [], crontab: true, at_jobs: 1 };
+  world.leftRunning = { uid: 1003, processes: 2, apart: [], crontab: true, at_jobs: 1 };
 }
 
 async function askToDisable({ driver, page }) {

@@ -68,7 +68,7 @@ pageTest('what still lets the user in, and what goes on, is said before', async 
     { service: 'ssh', access: 'let_in', reason: 'rules-pass', remedy: 'add-account-check', values: { pam: 'sshd' } },
     { service: 'page', access: 'unknown', reason: 'not-read', remedy: 'try-login', values: { cause: 'no such file' } },
   ];
-  world.leftRunning = { processes: 3, apart: [4711], crontab: true, at_jobs: 1 };
+  world.leftRunning = { uid: 1003, processes: 3, apart: [4711], crontab: true, at_jobs: 1 };
   world.warnings = [{ code: 'connections_missing', service: 'FTP', detail: 'vsftpd: no reason' }];
   await driver.enter();
   await askToDisableCarol(driver);
@@ -80,7 +80,7 @@ pageTest('what still lets the user in, and what goes on, is said before', async 
     'This page: carol may be able to log in even while disabled. Its configuration could not be read: no such file. ' +
       'To be sure, try to log in as carol.',
     '3 processes of carol keep running.',
-    'kill -KILL 4711; pkill -KILL -U carol --ns 1 --nslist pid',
+    'kill -KILL 4711; pkill -KILL -U 1003 --ns 1 --nslist pid',
     'crontab -r -u carol',
     '1 at job of carol is waiting.',
     'Connections may be missing from the list: FTP. The server reports: vsftpd: no reason',
@@ -92,7 +92,7 @@ pageTest('commands take names as they are', async ({ driver, world }) => {
   world.accounts.set(name, { password: 'x', isAdmin: false });
   world.connections = [connection({ pid: 1, who: name, type: 'SSH', descr: 'pts/3' })];
   world.access = [kSamba];
-  world.leftRunning = { processes: 1, apart: [], crontab: true, at_jobs: 0 };
+  world.leftRunning = { uid: 1003, processes: 1, apart: [], crontab: true, at_jobs: 0 };
   await driver.enter();
   await driver.openPanel('pts/3');
   await driver.choose(`Disable ${name}…`);
@@ -101,7 +101,7 @@ pageTest('commands take names as they are', async ({ driver, world }) => {
   assertSaid(await driver.dialogText(), [
     `currentconn enable ${word}`,
     `smbpasswd -c /etc/samba/b.conf -d ${word}`,
-    `pkill -KILL -U ${word} --ns 1 --nslist pid`,
+    'pkill -KILL -U 1003 --ns 1 --nslist pid',
     `crontab -r -u ${word}`,
   ]);
 });
@@ -176,7 +176,7 @@ for (const [undo, sentence, command] of kUndos) {
 pageTest('a service that still lets the disabled user in is named, with the cause', async ({ driver, world }) => {
   someConnections(world);
   world.access = [kSamba];
-  world.leftRunning = { processes: 1, apart: [], crontab: false, at_jobs: 0 };
+  world.leftRunning = { uid: 1003, processes: 1, apart: [], crontab: false, at_jobs: 0 };
   world.warnings = [{ code: 'still_let_in', service: 'CIFS', detail: 'pdbedit: no reason' }];
   await disableCarol(driver);
   await driver.dialogTitle('carol is disabled, but can still log in to some services');

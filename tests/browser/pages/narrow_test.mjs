@@ -24,7 +24,7 @@ function someConnections(world) {
     return { service: 'ssh', access, reason: 'rules-unclear', remedy: 'add-account-check', values };
   });
   world.effects.set(1, [{ reason: 'same_process', user: 'y'.repeat(90) }]);
-  world.leftRunning = { processes: 2, apart: [4711], crontab: true, at_jobs: 1 };
+  world.leftRunning = { uid: 1003, processes: 2, apart: [4711], crontab: true, at_jobs: 1 };
 }
 
 // How far elements extend beyond the right edge, and which ones.

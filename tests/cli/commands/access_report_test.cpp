@@ -74,16 +74,16 @@ TEST(AccessReport, ANoteSaysWhatIsNotKnown) {
 }
 
 TEST(AccessReport, CountsWhatStillRuns) {
-  EXPECT_EQ(leftLines(R"({"processes":3,"apart":[]})"),
-            Lines{"3 processes of alice still run; end them with: pkill -KILL -U alice --ns 1 "
+  EXPECT_EQ(leftLines(R"({"uid":1002,"processes":3,"apart":[]})"),
+            Lines{"3 processes of alice still run; end them with: pkill -KILL -U 1002 --ns 1 "
                   "--nslist pid"});
-  EXPECT_EQ(leftLines(R"({"processes":1,"apart":[]})", Tense::kFuture),
-            Lines{"1 process of alice will still run; end it with: pkill -KILL -U alice --ns 1 "
+  EXPECT_EQ(leftLines(R"({"uid":1002,"processes":1,"apart":[]})", Tense::kFuture),
+            Lines{"1 process of alice will still run; end it with: pkill -KILL -U 1002 --ns 1 "
                   "--nslist pid"});
-  EXPECT_EQ(leftLines(R"({"processes":3,"apart":[30,41]})"),
+  EXPECT_EQ(leftLines(R"({"uid":1002,"processes":3,"apart":[30,41]})"),
             Lines{"3 processes of alice still run; end them with: kill -KILL 30 41; "
-                  "pkill -KILL -U alice --ns 1 --nslist pid"});
-  EXPECT_EQ(leftLines(R"({"processes":1,"apart":[30]})"),
+                  "pkill -KILL -U 1002 --ns 1 --nslist pid"});
+  EXPECT_EQ(leftLines(R"({"uid":1002,"processes":1,"apart":[30]})"),
             Lines{"1 process of alice still runs; end it with: kill -KILL 30"});
   EXPECT_EQ(leftLines(R"({"processes":0,"apart":[]})"), Lines{});
 }
@@ -95,14 +95,15 @@ TEST(AccessReport, NamesWhatRunsLater) {
 }
 
 TEST(AccessReport, QuotesNamesForTheShell) {
-  Json::Value theirs = account(kSamba, R"({"processes":1,"apart":[],"crontab":true,"at_jobs":0})");
+  Json::Value theirs =
+      account(kSamba, R"({"uid":1002,"processes":1,"apart":[],"crontab":true,"at_jobs":0})");
   theirs["user"] = "o'neil $(reboot)";
   theirs["access"][0]["values"]["file"] = "/srv/our smb.conf";
   const std::string quoted = R"('o'\''neil $(reboot)')";
   const Lines lines = accessLines(theirs, Tense::kPresent);
   EXPECT_THAT(lines, ::testing::ElementsAre(
                          ::testing::EndsWith("smbpasswd -c '/srv/our smb.conf' -d " + quoted),
-                         ::testing::EndsWith("pkill -KILL -U " + quoted + " --ns 1 --nslist pid"),
+                         ::testing::EndsWith("pkill -KILL -U 1002 --ns 1 --nslist pid"),
                          ::testing::EndsWith("crontab -r -u " + quoted)));
 }
 

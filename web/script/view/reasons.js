@@ -47,7 +47,7 @@ export function leftRunningNotes(user, left) {
   const { processes, crontab, at_jobs: jobs } = left;
   const notes = [];
   const add = (key, values, todo) => notes.push(note('warning', sayNodes(key, values)), command(todo));
-  if (processes > 0) add('left.processes', { count: processes, user }, killCommand(user, left));
+  if (processes > 0) add('left.processes', { count: processes, user }, killCommand(left));
   if (crontab) add('left.crontab', { user }, shell`crontab -r -u ${user}`);
   if (jobs > 0) add('left.at_jobs', { count: jobs, user }, 'atq');
   return notes;
@@ -81,9 +81,10 @@ function fileValues({ total, names }) {
   return { count: total, names: shown.length < total ? [...shown, '…'].join(', ') : shown.join(', ') };
 }
 
-// pkill leaves containers alone, where the user's id belongs to somebody else, and misses the user's own namespaces.
-function killCommand(user, { processes, apart }) {
+// pkill leaves containers alone, where the user's id belongs to somebody else, and misses the user's own namespaces. It
+// takes a name of digits for an id.
+function killCommand({ uid, processes, apart }) {
   const commands = apart.length > 0 ? [`kill -KILL ${apart.join(' ')}`] : [];
-  if (apart.length < processes) commands.push(shell`pkill -KILL -U ${user} --ns 1 --nslist pid`);
+  if (apart.length < processes) commands.push(`pkill -KILL -U ${uid} --ns 1 --nslist pid`);
   return commands.join('; ');
 }
