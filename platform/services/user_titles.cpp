@@ -150,6 +150,7 @@ Result<void> UserTitles::read(const Sources& sources, Processes processes) {
     std::erase_if(left, [&](const auto& one) { return !isAskedFor(one.second); });
     if (left.empty()) return {};
     std::vector<const Process*> asked;
+    asked.reserve(left.size());
     for (const auto& one : left) asked.push_back(one.first);
     auto titles = readTitles(sources, asked);
     if (!titles) return failureOf(titles);

@@ -30,7 +30,6 @@ IS_DEBIAN_13 = 'VERSION_ID="13"' in namespace.read("/etc/os-release")
 OF_PROFTPDS_OWN_CHECK = LET_IN if IS_DEBIAN_13 else REFUSED
 
 
-
 def ending_command(user):
     """The printed command that ends what the account has left running."""
     return f"pkill -KILL -U {pwd.getpwnam(user).pw_uid} --ns 1 --nslist pid"

@@ -110,7 +110,8 @@ TEST(WhyNotEnded, IsTheReasonOfEachCase) {
                                 given["type"].asString(), given.get("from", "::1").asString());
     if (given.isMember("can_be_kicked")) row.canBeKicked = given["can_be_kicked"].asBool();
     const char* reason = whyNotEnded(row);
-    EXPECT_EQ(reason ? Json::Value(reason) : Json::Value(), each["reason"]) << zevo::compactJson(given);
+    EXPECT_EQ(reason ? Json::Value(reason) : Json::Value(), each["reason"])
+        << zevo::compactJson(given);
   }
 }
 
