@@ -39,6 +39,9 @@ std::string reasonOf(const Json::Value& service) {
     return "its module " + cause + " accepts expired accounts";
   if (service["reason"] == "samba-database") return "it checks only its own database";
   if (service["reason"] == "own-users") return "it has its own users: " + cause;
+  if (service["reason"] == "keys-unchecked") {
+    return "it accepts logins with a key or certificate even if the account is disabled: " + cause;
+  }
   if (service["reason"] == "domain-accounts") return "its accounts belong to a domain";
   if (service["reason"] == "other-check") return "it is not known how it checks accounts: " + cause;
   return cause;
@@ -60,6 +63,8 @@ std::string remedyOf(const Json::Value& service, const std::string& user) {
   if (service["remedy"] == "disable-in-domain") return "disable it in the domain";
   if (service["remedy"] == "remove-own-user")
     return "if " + user + " is one of them, remove it there";
+  if (service["remedy"] == "remove-keys")
+    return "remove the keys and certificates of " + user + " there";
   return "try to log in as " + user;
 }
 

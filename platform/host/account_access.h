@@ -34,6 +34,8 @@ enum class Access {
 //   kUnknown  rules-unclear     PAM's account rules decide          pam, cause: module, or what
 //                                                                   failed
 //             own-users         the server has users of its own     cause: where it has them from
+//             keys-unchecked    a key or certificate of an expired   cause: the directive
+//                               account suffices to log in
 //             domain-accounts   the accounts are a domain's
 //             other-check       the server's way to check is not one that we know   cause
 //             not-read          the configuration cannot be read    cause
@@ -43,7 +45,8 @@ struct ServiceAccess {
   Access access = Access::kUnknown;
   std::string reason;
   // "" if refused; otherwise the remedy: add-account-check (pam), ask-pam-alone (and not the
-  // server's own check), disable-in-samba, disable-in-domain, remove-own-user, try-login.
+  // server's own check), disable-in-samba, disable-in-domain, remove-own-user, remove-keys,
+  // try-login.
   std::string remedy;
   std::map<std::string, std::string> values;
 

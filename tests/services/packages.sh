@@ -21,7 +21,8 @@ installed_packages=(
   inetutils-telnet libutempter0 uidmap
   nfs-ganesha nfs-ganesha-vfs libnfs-utils
 )
-unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core pure-ftpd pure-ftpd-common inetutils-telnetd)
+unpacked_packages=(libapache2-mod-security2 libnss-extrausers proftpd-core proftpd-mod-crypto pure-ftpd
+  pure-ftpd-common inetutils-telnetd)
 
 source_folder=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 unpack_folder=$source_folder/build/service-packages

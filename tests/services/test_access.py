@@ -1,8 +1,10 @@
 """What is said about who a disabled account still gets in with, held against the real daemons."""
 
+import ftplib
 import os
 import pwd
 import signal
+import ssl
 import subprocess
 
 import listing
@@ -231,6 +233,55 @@ class ProftpdTest(AccessTest):
         namespace.write("/etc/proftpd/users", account.replace(":x:", f":{own.split(':')[1]}:") + "\n", 0o600)
         self.configure("AuthOrder mod_auth_file.c", "AuthUserFile /etc/proftpd/users")
         self.assertSaid(UNKNOWN, "ProFTPD", self.by_ftp, LET_IN)
+
+
+class ProftpdKeysTest(AccessTest):
+    """Logins without a password, where PAM has the last word about those with one."""
+
+    def configure(self, *lines):
+        self.serve_edited(Proftpd, "/etc/proftpd/proftpd.conf", lambda text: text + text_of(lines),
+                          auth_order="mod_auth_pam.c* mod_auth_unix.c")
+
+    def by_key(self):
+        """Whether sftp logs in with alice's key."""
+        done = subprocess.run(["sftp", *ssh.OPTIONS, "-o", "BatchMode=yes", "-i", ssh.KEY, "-P", "21", "-b", "-",
+                               "alice@10.20.0.2"], input="pwd\n", capture_output=True, text=True)
+        return done.returncode == 0
+
+    def by_certificate(self):
+        """Whether the server takes alice's name for a login, thanks to the certificate."""
+        context = ssl.create_default_context()
+        context.check_hostname = False
+        context.verify_mode = ssl.CERT_NONE
+        context.load_cert_chain("/srv/alice.pem")
+        with ftplib.FTP_TLS(timeout=20, context=context) as client:
+            client.connect("10.20.0.2")
+            client.auth()
+            return client.sendcmd("USER alice").startswith("232")
+
+    def certify(self, *lines):
+        namespace.run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "/srv/alice.pem",
+                      "-out", "/srv/alice.crt", "-subj", "/CN=alice", "-days", "2")
+        namespace.write("/srv/alice.pem", namespace.read("/srv/alice.pem") + namespace.read("/srv/alice.crt"))
+        self.configure("LoadModule mod_tls.c", "TLSEngine on", "TLSVerifyClient on",
+                       "TLSCACertificateFile /srv/alice.crt", "TLSRSACertificateFile /srv/alice.pem", *lines)
+
+    def test_with_ssh_keys(self):
+        namespace.run("sh", "-c", "yes | ssh-keygen -q -t rsa -m PEM -N '' -f /srv/host_key")
+        namespace.write("/srv/alice_keys", namespace.run("ssh-keygen", "-e", "-f", f"{ssh.KEY}.pub"))
+        self.configure("LoadModule mod_sftp.c", "SFTPEngine on", "SFTPHostKey /srv/host_key",
+                       "SFTPAuthorizedUserKeys file:/srv/%u_keys")
+        said, real = (UNKNOWN, LET_IN) if IS_DEBIAN_13 else (REFUSED, REFUSED)
+        self.assertSaid(said, "ProFTPD", self.by_key, real)
+
+    def test_with_certificates(self):
+        self.certify("TLSUserName CommonName")
+        self.assertSaid(UNKNOWN, "ProFTPD", self.by_certificate, LET_IN)
+
+    def test_with_certificates_in_the_users_folders(self):
+        self.certify("TLSOptions AllowDotLogin")
+        namespace.run("install", "--owner=alice", "/srv/alice.crt", "/home/alice/.tlslogin")
+        self.assertSaid(UNKNOWN, "ProFTPD", self.by_certificate, LET_IN)
 
 
 class PureFtpdTest(AccessTest):

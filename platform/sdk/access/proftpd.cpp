@@ -30,6 +30,8 @@ struct ProftpdSettings {
   bool isPamOff = false;
   std::vector<std::string> pam;                                 // services
   std::vector<std::pair<std::string, std::string>> otherUsers;  // directive and module
+  std::string keys;          // directive for logins with a key over SSH; "" if there is none
+  std::string certificates;  // the same for certificates over TLS
 };
 
 // The files that match `pattern`, as absolute paths of the server.
@@ -81,12 +83,25 @@ class ProftpdReader {
     if (name == "authorder") takeOrder(words);
     if (name == "authpam") settings_.isPamOff = lowered(value) == "off";
     if (name == "authpamconfig") settings_.pam.push_back(value);
+    takeKeys(words, name);
     for (const auto& [directive, module] : kOtherUsers) {
       if (name == directive && lowered(value) != "off") {
         settings_.otherUsers.emplace_back(words.front(), module);
       }
     }
     return true;
+  }
+
+  // Directives that let a client in without a password.
+  void takeKeys(const std::vector<std::string>& words, const std::string& name) {
+    const bool hasDotLogin = std::any_of(words.begin(), words.end(), [](const std::string& word) {
+      return lowered(unquoted(word)) == "allowdotlogin";
+    });
+    if (name == "sftpauthorizeduserkeys" || name == "sftpauthorizedhostkeys") {
+      settings_.keys = words.front();
+    }
+    if (name == "tlsusername") settings_.certificates = words.front();
+    if (name == "tlsoptions" && hasDotLogin) settings_.certificates = "AllowDotLogin";
   }
 
   void takeOrder(const std::vector<std::string>& words) {
@@ -162,7 +177,18 @@ std::vector<ServiceAccess> judgeSystemsAccounts(const Server& server,
   return settings.hasVirtualHosts ? checks : std::vector<ServiceAccess>{worstOf(checks)};
 }
 
-ServiceAccess judgeSettings(const Server& server, const ProftpdSettings& settings) {
+// What logins without a password do with an expired account; nothing if there are none. PAM is not
+// asked about them: with a key over SSH only mod_auth_unix.c's check counts, with a certificate
+// over TLS none. Whether the account has either is not known.
+std::optional<ServiceAccess> judgeKeys(const Server& server, const ProftpdSettings& settings) {
+  const bool areKeysChecked = judgeOwnCheck(server).access == Access::kRefused;
+  std::string cause = settings.certificates;
+  if (cause.empty() && !areKeysChecked) cause = settings.keys;
+  if (cause.empty()) return std::nullopt;
+  return unknown(kProftpd, "keys-unchecked", "remove-keys", cause);
+}
+
+ServiceAccess judgePasswords(const Server& server, const ProftpdSettings& settings) {
   std::vector<ServiceAccess> checks = judgeSystemsAccounts(server, settings);
   for (const auto& [directive, module] : settings.otherUsers) {
     if (!isAsked(settings, module)) continue;
@@ -179,7 +205,9 @@ std::optional<ServiceAccess> proftpdAccess(const Server& server) {
   // A running server shows a title instead of its arguments, so another file would not be visible.
   ProftpdReader reader(server);
   if (!reader.read(kProftpdFile, 0)) return notRead(kProftpd, reader.cause());
-  return judgeSettings(server, reader.settings());
+  std::vector<ServiceAccess> logins = {judgePasswords(server, reader.settings())};
+  if (const auto keys = judgeKeys(server, reader.settings())) logins.push_back(*keys);
+  return worstOf(logins);
 }
 
 }  // namespace zevo::access

@@ -53,6 +53,15 @@ TEST(AccessReport, NamesAnOwnCheckThatOverlooksTheExpiry) {
           "the service"}));
 }
 
+TEST(AccessReport, NamesKeysThatAreNotChecked) {
+  const std::string keys = R"({"service":"proftpd","access":"unknown","reason":"keys-unchecked",)"
+                           R"("remedy":"remove-keys","values":{"cause":"TLSUserName"}})";
+  EXPECT_EQ(accessLines(account(keys), Tense::kPresent),
+            (Lines{"note: ProFTPD may still let alice in: it accepts logins with a key or "
+                   "certificate even if the account is disabled: TLSUserName; remove the keys and "
+                   "certificates of alice there"}));
+}
+
 TEST(AccessReport, SaysBeforehandWhatWillBe) {
   EXPECT_EQ(accessLines(account(kSamba), Tense::kFuture),
             (Lines{"Samba will still let alice in: it checks only its own database; disable it "

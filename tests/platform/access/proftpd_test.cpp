@@ -46,6 +46,34 @@ TEST_F(ProftpdTest, ThereWhatPamRefusesForGoodIsRefused) {
   EXPECT_EQ(onHost->access, Access::kUnknown);
 }
 
+TEST_F(ProftpdTest, PamIsNotAskedAboutKeys) {
+  const std::string order = "AuthOrder mod_auth_pam.c* mod_auth_unix.c\n";
+  for (const char* directive : {"SFTPAuthorizedUserKeys", "SFTPAuthorizedHostKeys"}) {
+    const std::string all = order + "SFTPEngine on\n" + directive + " file:~/.ssh/keys\n";
+    const Result unchecked = unknown("proftpd", "keys-unchecked", "remove-keys", directive);
+    runOn("debian", "12");
+    EXPECT_EQ(access(all), refusedByRules("proftpd", "proftpd"));
+    for (const auto& [system, release] : {std::pair{"debian", "13"}, {"another", "12"}}) {
+      runOn(system, release);
+      EXPECT_EQ(access(all), unchecked);
+      EXPECT_EQ(access(order + "SFTPEngine on\n"), refusedByRules("proftpd", "proftpd"));
+      EXPECT_EQ(access(all + "AuthPAMConfig open\n"), passedByRules("proftpd", "open"));
+    }
+  }
+}
+
+TEST_F(ProftpdTest, NothingIsAskedAboutCertificates) {
+  for (const auto& [directive, cause] :
+       {std::pair{"TLSUserName CommonName", "TLSUserName"},
+        {"tlsoptions NoSessionReuseRequired AllowDotLogin", "AllowDotLogin"}}) {
+    for (const char* order : {"", "AuthOrder mod_auth_pam.c* mod_auth_unix.c\n"}) {
+      EXPECT_EQ(access(std::string(order) + directive + "\n"),
+                unknown("proftpd", "keys-unchecked", "remove-keys", cause));
+    }
+  }
+  EXPECT_EQ(access("TLSOptions NoSessionReuseRequired\n"), refusedByRules("proftpd", "proftpd"));
+}
+
 TEST_F(ProftpdTest, WhetherItDoesElsewhereIsNotKnown) {
   const Result notKnown = unknown("proftpd", "other-check", "try-login", "mod_auth_unix.c");
   for (const auto& [system, release] : {std::pair{"debian", "14"}, {"another", "12"}}) {

@@ -13,18 +13,18 @@ from clients import forging, hoarding, refusing, stalling
 from clients.dialogue import Dialogue
 from clients.relay import Relay
 
-_KEY = "/srv/client_key"
-_OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null"]
+KEY = "/srv/client_key"
+OPTIONS = ["-F", "none", "-o", "StrictHostKeyChecking=no", "-o", "UserKnownHostsFile=/dev/null"]
 
 
 def allow(user):
     """Lets an account log in with the clients' key."""
-    if not os.path.exists(_KEY):
-        namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", _KEY)
+    if not os.path.exists(KEY):
+        namespace.run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", KEY)
     account = pwd.getpwnam(user)
     folder = f"{account.pw_dir}/.ssh"
     os.makedirs(folder, mode=0o700, exist_ok=True)
-    shutil.copy(f"{_KEY}.pub", f"{folder}/authorized_keys")
+    shutil.copy(f"{KEY}.pub", f"{folder}/authorized_keys")
     for path in (folder, f"{folder}/authorized_keys"):
         os.chown(path, account.pw_uid, account.pw_gid)
 
@@ -45,7 +45,7 @@ class Shell(Dialogue):
     """ssh with a terminal, at the shell's prompt. `control` is the path of a socket for more sessions."""
 
     def __init__(self, user, address, port=22, control=None):
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-tt", f"{user}@{address}"])
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, "-p", str(port), *_master(control), "-tt", f"{user}@{address}"])
         self.send("echo re''ady")
         self.expect("ready")
 
@@ -67,7 +67,7 @@ class Forwarding(Dialogue):
     def __init__(self, user, address, port=22, control=None):
         # What -v says of each session would fill a terminal that nobody reads, and stop the client.
         self._log = tempfile.NamedTemporaryFile(prefix="ssh-log-")
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-p", str(port), *_master(control), "-N", "-v", "-E", self._log.name,
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, "-p", str(port), *_master(control), "-N", "-v", "-E", self._log.name,
                           f"{user}@{address}"])
         try:
             waiting.until("ssh to log in", lambda: self._has_logged_in() or self.has_ended())
@@ -89,7 +89,7 @@ class Command(Dialogue):
     """ssh without a terminal, while its command runs."""
 
     def __init__(self, user, address, port=22, command="exec cat", options=()):
-        super().__init__(["ssh", *_OPTIONS, *options, "-i", _KEY, "-p", str(port), "-T", f"{user}@{address}",
+        super().__init__(["ssh", *OPTIONS, *options, "-i", KEY, "-p", str(port), "-T", f"{user}@{address}",
                           f"echo re''ady; {command}"])
         self.expect("ready")
 
@@ -112,7 +112,7 @@ class Held(Dialogue):
         self._file = f"{account.pw_dir}/.pam_environment"
         os.mkfifo(self._file)
         os.chown(self._file, account.pw_uid, account.pw_gid)
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-v", "-T", f"{user}@{address}", "echo re''ady; exec cat"])
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, "-v", "-T", f"{user}@{address}", "echo re''ady; exec cat"])
         self.expect("Authenticated to")
 
     def release(self):
@@ -140,7 +140,7 @@ class Returning(Dialogue):
     """ssh without a terminal that logs in again whenever its connection ends."""
 
     def __init__(self, user, address):
-        login = shlex.join(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", "echo re''ady; exec sleep 1000"])
+        login = shlex.join(["ssh", *OPTIONS, "-i", KEY, "-T", f"{user}@{address}", "echo re''ady; exec sleep 1000"])
         super().__init__(["sh", "-c", f"trap 'kill $!; exit' TERM; while :; do {login} & wait; done"])
         self.expect("ready")
 
@@ -163,7 +163,7 @@ class Stalling(Dialogue):
 
     def __init__(self, user, address, *titles, control=None, image=None):
         command = ["/usr/bin/python3", stalling.PROGRAM, stalling.DEVICE, ",".join(image or ["own"]), *titles]
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, *_sharing(control), "-T", f"{user}@{address}",
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, *_sharing(control), "-T", f"{user}@{address}",
                           f"exec {shlex.join(command)}"])
         self.expect("stalling")
 
@@ -173,14 +173,14 @@ class Forging(Dialogue):
 
     def __init__(self, user, address, control, image, title, pretended):
         command = shlex.join(["/usr/bin/python3", forging.PROGRAM, *image, title, pretended])
-        super().__init__(["ssh", *_OPTIONS, *_sharing(control), "-T", f"{user}@{address}", f"exec {command}"])
+        super().__init__(["ssh", *OPTIONS, *_sharing(control), "-T", f"{user}@{address}", f"exec {command}"])
         self.expect("forged")
 
 
 def image_of_sshd(user, address, control):
     """The addresses of sshd's program, which its internal SFTP server gives away over a Shell's connection."""
     copy = "/run/test-stat"
-    namespace.run("sftp", *_OPTIONS, *_sharing(control), "-b", "-", f"{user}@{address}",
+    namespace.run("sftp", *OPTIONS, *_sharing(control), "-b", "-", f"{user}@{address}",
                   text=f"get /proc/self/stat {copy}\n")
     return forging.image_in(namespace.read(copy))
 
@@ -190,7 +190,7 @@ class Refusing(Dialogue):
 
     def __init__(self, user, address, *names):
         command = " ".join(["exec", "/usr/bin/python3", refusing.PROGRAM, stalling.DEVICE, *names])
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", command])
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, "-T", f"{user}@{address}", command])
         self.expect("refusing")
 
 
@@ -199,7 +199,7 @@ class Hoarding(Dialogue):
 
     def __init__(self, user, address, *names):
         command = " ".join(["exec", "/usr/bin/python3", hoarding.PROGRAM, *names])
-        super().__init__(["ssh", *_OPTIONS, "-i", _KEY, "-T", f"{user}@{address}", command])
+        super().__init__(["ssh", *OPTIONS, "-i", KEY, "-T", f"{user}@{address}", command])
         self.expect("hoarding")
 
 
@@ -207,7 +207,7 @@ class Sftp(Dialogue):
     """sftp at its prompt. `control` takes the connection of a Shell."""
 
     def __init__(self, user, address, port=22, control=None):
-        super().__init__(["sftp", *_OPTIONS, "-i", _KEY, "-P", str(port), *_sharing(control), f"{user}@{address}"])
+        super().__init__(["sftp", *OPTIONS, "-i", KEY, "-P", str(port), *_sharing(control), f"{user}@{address}"])
         self.expect("sftp> ")
 
     def has_ended(self):
@@ -219,14 +219,14 @@ class Sftp(Dialogue):
 
 def sftp_batch(user, address, control):
     """Runs a short batch of sftp over the connection of a master."""
-    namespace.run("sftp", *_OPTIONS, "-o", f"ControlPath={control}", "-b", "-", f"{user}@{address}", text="pwd\n")
+    namespace.run("sftp", *OPTIONS, "-o", f"ControlPath={control}", "-b", "-", f"{user}@{address}", text="pwd\n")
 
 
 class PasswordPrompt(Dialogue):
     """ssh that has named its user and waits for the password: a login in progress."""
 
     def __init__(self, user, address, port=22):
-        super().__init__(["ssh", *_OPTIONS, "-o", "PubkeyAuthentication=no", "-p", str(port), f"{user}@{address}"])
+        super().__init__(["ssh", *OPTIONS, "-o", "PubkeyAuthentication=no", "-p", str(port), f"{user}@{address}"])
         self.expect("password:")
 
 
@@ -235,7 +235,7 @@ class Parked(Dialogue):
 
     def __init__(self, user, address, port):
         self._relay = Relay((address, port))
-        super().__init__(["ssh", *_OPTIONS, "-o", "PreferredAuthentications=keyboard-interactive", "-tt",
+        super().__init__(["ssh", *OPTIONS, "-o", "PreferredAuthentications=keyboard-interactive", "-tt",
                           "-p", str(self._relay.port), f"{user}@127.0.0.1"])
         self.expect("assword:")
         self._relay.hold_after_an_answer()
