@@ -8,7 +8,8 @@ import { answer } from './stand_in/api.mjs';
 import { Description } from './stand_in/description.mjs';
 import { World } from './stand_in/world.mjs';
 
-const kWeb = fileURLToPath(new URL('../../web/', import.meta.url));
+// CURRENTCONN_PAGE names the page as installed, in few files; by default it is that of the checkout.
+const kWeb = process.env.CURRENTCONN_PAGE ?? fileURLToPath(new URL('../../web/', import.meta.url));
 const kTypes = {
   '.html': 'text/html; charset=utf-8',
   '.js': 'text/javascript',
