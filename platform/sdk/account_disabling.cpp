@@ -17,7 +17,7 @@ struct DisablingBatch {
   const DisablingTools& tools;
   const std::set<std::string>& names;
   DisablingRecord record;
-  std::map<std::string, SambaEntry> samba;  // of those that have an entry
+  SambaEntries samba;
   Disablings after;
 };
 
@@ -47,13 +47,13 @@ void note(DisablingBatch& batch, const std::string& name, const std::string& exp
 
 bool readSamba(DisablingBatch& batch) {
   std::string cause;
-  const auto entries =
+  auto entries =
       readSambaEntries(batch.tools.samba, {batch.names.begin(), batch.names.end()}, &cause);
   if (!entries) {
     notedError(ZEVO_ERR_SYSTEM, cause + "; no account was changed");
     return false;
   }
-  for (const SambaEntry& entry : *entries) batch.samba.emplace(entry.name, entry);
+  batch.samba = std::move(*entries);
   return true;
 }
 

@@ -30,7 +30,7 @@ struct Undoing {
   const DisablingTools& tools;
   const std::set<std::string>& names;
   DisablingRecord record;
-  std::map<std::string, SambaEntry> samba;
+  SambaEntries samba;
   std::map<std::string, EnabledAccount> accounts;
 };
 
@@ -57,12 +57,12 @@ bool readSambaEntries(Undoing& undoing) {
   }
   if (names.empty()) return true;
   std::string cause;
-  const auto entries = readSambaEntries(undoing.tools.samba, names, &cause);
+  auto entries = readSambaEntries(undoing.tools.samba, names, &cause);
   if (!entries) {
     notedError(ZEVO_ERR_SYSTEM, cause + "; no account was changed");
     return false;
   }
-  for (const SambaEntry& entry : *entries) undoing.samba.emplace(entry.name, entry);
+  undoing.samba = std::move(*entries);
   for (const std::string& name : names) {
     if (undoing.samba.contains(name)) continue;
     undoing.accounts[name].notes.emplace_back(

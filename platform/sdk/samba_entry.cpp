@@ -1,9 +1,15 @@
 #include "sdk/samba_entry.h"
 
-#include <set>
+#include <array>
 #include <string_view>
+#include <system_error>
 #include <unistd.h>
 
+#include <climits>
+
+#include "zevo/unicode.h"
+
+#include "base/account_name.h"
 #include "base/text.h"
 
 namespace zevo {
@@ -51,16 +57,52 @@ std::optional<SambaEntry> parseEntry(std::string_view output) {
   return entry;
 }
 
-// The names of all entries. It is not possible to query a single one, since the tool fails in the
-// same way if the entry does not exist and if it cannot open the database.
-std::optional<std::set<std::string_view>> parseNames(std::string_view output) {
-  std::set<std::string_view> names;
-  for (const std::string_view line : linesOf(output)) {
-    const std::size_t colon = line.find(':');
-    if (colon == std::string_view::npos) return std::nullopt;
-    names.insert(line.substr(0, colon));
+struct ListedEntry {
+  std::string name;
+  std::string uid;  // of the account that Samba takes it for
+};
+
+// All entries, "alice:1000:Alice Liddell". It is not possible to query a single one, since the tool
+// fails in the same way if the entry does not exist and if it cannot open the database.
+std::optional<std::vector<ListedEntry>> parseList(std::string_view output) {
+  std::vector<ListedEntry> entries;
+  for (std::string_view line : linesOf(output)) {
+    if (line.find(':') == std::string_view::npos) return std::nullopt;
+    const std::string_view name = takeUntil(':', line);
+    entries.push_back({std::string(name), std::string(takeUntil(':', line))});
   }
-  return names;
+  return entries;
+}
+
+std::string upperCased(const std::string& name) {
+  std::array<char, 4UL * LOGIN_NAME_MAX> text{};
+  const int size = static_cast<int>(text.size());
+  if (!canBeAccountName(name) || !validUtf8(name) ||
+      VLIBCUnicodeUTF8StrUpper(name.c_str(), text.data(), size) < 0)
+    return name;
+  return text.data();
+}
+
+// The entry that lets the account in, null in *found if there is none. Samba keeps a name as it was
+// added and compares it without case. The ids tell accounts apart whose names differ in case alone,
+// the names those that share an id. False, with *cause, if the account cannot be looked up.
+bool findEntry(const SambaTool& tool, const std::vector<ListedEntry>& entries,
+               const std::string& account, const ListedEntry** found, std::string* cause) {
+  const std::string upper = upperCased(account);
+  for (const ListedEntry& entry : entries) {
+    *found = &entry;
+    if (entry.name == account) return true;
+    if (upperCased(entry.name) != upper) continue;
+    std::optional<Account> known;
+    if (const int error = tool.accounts->account(account, &known)) {
+      *cause = "cannot look up the account \"" + printable(account, 256) +
+               "\": " + std::generic_category().message(error);
+      return false;
+    }
+    if (known && entry.uid == std::to_string(known->uid)) return true;
+  }
+  *found = nullptr;
+  return true;
 }
 
 std::optional<SambaEntry> readEntry(const SambaTool& tool, const std::string& name,
@@ -74,22 +116,24 @@ std::optional<SambaEntry> readEntry(const SambaTool& tool, const std::string& na
 
 }  // namespace
 
-std::optional<std::vector<SambaEntry>> readSambaEntries(const SambaTool& tool,
-                                                        const std::vector<std::string>& names,
-                                                        std::string* cause) {
-  std::vector<SambaEntry> entries;
+std::optional<SambaEntries> readSambaEntries(const SambaTool& tool,
+                                             const std::vector<std::string>& names,
+                                             std::string* cause) {
+  SambaEntries entries;
   if (::access(tool.path.c_str(), F_OK) != 0) return entries;
   const ToolResult list = run(tool, {"--list"});
-  const auto known = list.complete ? parseNames(list.output) : std::nullopt;
+  const auto known = list.complete ? parseList(list.output) : std::nullopt;
   if (!known) {
     *cause = failure(tool, list.complete ? "gave an unreadable list" : list.cause);
     return std::nullopt;
   }
   for (const std::string& name : names) {
-    if (!known->contains(name)) continue;
-    auto entry = readEntry(tool, name, cause);
+    const ListedEntry* listed = nullptr;
+    if (!findEntry(tool, *known, name, &listed, cause)) return std::nullopt;
+    if (listed == nullptr) continue;
+    auto entry = readEntry(tool, listed->name, cause);
     if (!entry) return std::nullopt;
-    entries.push_back(std::move(*entry));
+    entries.emplace(name, std::move(*entry));
   }
   return entries;
 }

@@ -169,9 +169,9 @@ class SambaTest(AccountTest):
 
     @classmethod
     def setUpClass(cls):
-        samba = cls.server(Samba(("obey pam restrictions = no",)))
+        cls.samba = cls.server(Samba(("obey pam restrictions = no",)))
         for name in ("alice", "bob"):
-            samba.add_user(name)
+            cls.samba.add_user(name)
             cls.addClassCleanup(namespace.run, "pdbedit", "--delete", f"--user={name}")
 
     def setUp(self):
@@ -201,6 +201,18 @@ class SambaTest(AccountTest):
         self.enable("alice")
         self.assertEqual(before, (shadow_line("alice"), samba_flags("alice")))
         self.client(Smb, "alice", "10.20.0.2", "media")
+
+    def test_an_entry_whose_name_is_in_capitals_is_the_accounts(self):
+        self.samba.add_user("CAROL")
+        self.addCleanup(namespace.run, "pdbedit", "--delete", "--user=CAROL")
+        self.assertIn("CAROL:", namespace.run("pdbedit", "--list"))
+        client = self.client(Smb, "carol", "10.20.0.2", "media")
+        self.disable("carol")
+        waiting.until("the session to end", client.has_ended)
+        for name in ("carol", "CAROL"):
+            self.assertRefused(name)
+        self.assertEqual("enabled: carol\n", self.enable("carol").stdout)
+        self.client(Smb, "carol", "10.20.0.2", "media")
 
     def test_an_entry_that_was_disabled_before_stays_disabled(self):
         namespace.run("smbpasswd", "-d", "alice")

@@ -58,10 +58,9 @@ enum class Entry { kNone, kEnabled, kDisabled, kNotRead };
 // The account's entry in Samba's own database.
 Entry entryOf(const SambaDatabases::Read& database, const std::string& account) {
   if (!database.entries) return Entry::kNotRead;
-  for (const SambaEntry& entry : *database.entries) {
-    if (entry.name == account) return entry.isDisabled() ? Entry::kDisabled : Entry::kEnabled;
-  }
-  return Entry::kNone;
+  const auto entry = database.entries->find(account);
+  if (entry == database.entries->end()) return Entry::kNone;
+  return entry->second.isDisabled() ? Entry::kDisabled : Entry::kEnabled;
 }
 
 ServiceAccess judgeServer(const Server& server, const std::string& account, AccessMoment moment,

@@ -17,7 +17,7 @@ class SambaDatabases {
  public:
   struct Read {
     // Nothing where they cannot be read, and `cause` says why.
-    std::optional<std::vector<SambaEntry>> entries;
+    std::optional<SambaEntries> entries;
     std::string cause;
   };
 

@@ -35,10 +35,11 @@ class Disabling : public testing_support::AccountFixture {
     samba_.addEntry("ben", "DU");
   }
 
-  [[nodiscard]] DisablingTools tools() const {
+  [[nodiscard]] DisablingTools tools() {
     DisablingTools tools;
     tools.accounts = database_;
     tools.samba = samba_.tool();
+    tools.samba.accounts = &source_;
     tools.recordFolder = folder_.file("state");
     tools.actor = actor_;
     tools.now = 1795213213;
@@ -117,6 +118,17 @@ TEST_F(Disabling, IsUndoneExactly) {
   EXPECT_TRUE(done.accounts.at(1).isComplete);
   EXPECT_THAT(done.accounts.at(1).notes, IsEmpty());
   expectNothingChanged();
+}
+
+TEST_F(Disabling, ReachesAnEntryThatWasAddedInCapitals) {
+  samba_.removeEntry("cid");
+  samba_.addEntry("CID", "UX");
+  source_.accounts = {{"cid", "x", "/bin/bash", 1000, 1000}, {"ann", "x", "/bin/bash", 1001, 1001}};
+  ASSERT_EQ(disable({"cid"}), "");
+  EXPECT_EQ(samba_.flagsOf("CID"), "UDX");
+  EXPECT_EQ(record().at("cid").samba, SambaBefore::kEnabled);
+  ASSERT_EQ(enable({"cid"}).status, Enabling::Status::kDone);
+  EXPECT_EQ(samba_.flagsOf("CID"), "UX");
 }
 
 TEST_F(Disabling, TwiceKeepsTheFirstRecord) {

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "platform/sdk/account_fixture.h"
 #include "platform/sdk/samba_tool.h"
 
 namespace zevo {
@@ -18,7 +19,9 @@ class SambaEntries : public testing::Test {
     const auto entries = readSambaEntries(tool_, names, &cause_);
     if (!entries) return "failed";
     std::string text;
-    for (const SambaEntry& entry : *entries) text += entry.name + "=" + entry.flags + " ";
+    for (const auto& [account, entry] : *entries) {
+      text += account + (entry.name == account ? "" : ":" + entry.name) + "=" + entry.flags + " ";
+    }
     return text;
   }
   bool set(const std::string& name, const std::string& flags, bool isDisabled) {
@@ -26,7 +29,8 @@ class SambaEntries : public testing::Test {
   }
 
   testing_support::SambaToolStandIn samba_;
-  SambaTool tool_ = samba_.tool();
+  testing_support::ListedAccounts source_;
+  SambaTool tool_{samba_.tool().path, {}, "", &source_};
   std::string cause_;
 };
 
@@ -78,6 +82,32 @@ TEST_F(SambaEntries, AreNotThoseOfAnotherSpelling) {
       "[ $# = 1 ] || { user=ann; set -- --list --verbose --user=ann; }\n"
       "[ $# = 1 ] && { echo ANN:1000:; exit 0; }\n");
   EXPECT_EQ(flagsRead({"ANN"}), "failed");
+}
+
+// Samba finds "ANN" for a login as ann, and looks up its account in lower case first.
+TEST_F(SambaEntries, AreThoseOfTheAccountThatSambaTakesThemFor) {
+  source_.accounts = {{"ann", "x", "", 1000, 1000}, {"Ann", "x", "", 1001, 1001}};
+  samba_.addEntry("ANN", "U");
+  EXPECT_EQ(flagsRead({"ann", "Ann"}), "ann:ANN=U ");
+  source_.accounts = {{"ämy", "x", "", 1000, 1000}};
+  samba_.addEntry("ÄMY", "DU");
+  EXPECT_EQ(flagsRead({"ämy"}), "ämy:ÄMY=DU ");
+}
+
+TEST_F(SambaEntries, AreNotThoseOfAnotherNameWithTheSameId) {
+  source_.accounts = {{"ann", "x", "", 1000, 1000}, {"toor", "x", "", 1000, 1000}};
+  samba_.addEntry("Toor", "U");
+  EXPECT_EQ(flagsRead({"ann"}), "");
+  EXPECT_EQ(flagsRead({"toor"}), "toor:Toor=U ");
+}
+
+TEST_F(SambaEntries, CannotBeReadWhereTheirAccountCannot) {
+  source_.failingAccounts = {"ann"};
+  samba_.addEntry("ANN", "U");
+  EXPECT_EQ(flagsRead({"ann"}), "failed");
+  EXPECT_EQ(cause_, "cannot look up the account \"ann\": Input/output error");
+  samba_.addEntry("ben", "U");
+  EXPECT_EQ(flagsRead({"ben"}), "ben=U ") << "whose name says it";
 }
 
 TEST_F(SambaEntries, KeepTheirOtherFlags) {
