@@ -12,6 +12,7 @@ namespace zevo::connections {
 namespace {
 
 constexpr std::string_view kEstablished = "01";
+constexpr std::string_view kListening = "0A";
 constexpr std::string_view kCloseWait = "08";  // the peer has closed its own direction
 constexpr std::array<std::string_view, 2> kFinWait = {"04", "05"};  // this end has
 constexpr std::size_t kWordDigits = 8;
@@ -79,6 +80,18 @@ std::vector<Socket> parseTcpText(std::string_view text) {
     if (const auto socket = parseLine(line)) sockets.push_back(*socket);
   }
   return sockets;
+}
+
+std::vector<std::pair<std::uint64_t, std::uint16_t>> parseListeners(std::string_view text) {
+  std::vector<std::pair<std::uint64_t, std::uint16_t>> listeners;
+  for (const std::string_view line : linesOf(text)) {
+    const Fields fields = fieldsOf(line);
+    const auto local = parseEnd(fields[kLocal]);
+    std::uint64_t inode = 0;
+    if (fields[kState] != kListening || !local || !parseNumber(fields[kInode], &inode)) continue;
+    listeners.emplace_back(inode, local->port);
+  }
+  return listeners;
 }
 
 }  // namespace zevo::connections

@@ -108,6 +108,9 @@ class AccessTest(ServiceTest):
     def by_ftp(self):
         return self.connects(Ftp, "alice", "10.20.0.2")
 
+    def by_other_ftp(self):
+        return self.connects(lambda: Ftp("alice", "10.20.0.2", port=2121))
+
     def by_smb(self):
         return self.connects(Smb, "alice", "10.20.0.2", "media")
 
@@ -154,8 +157,10 @@ class OpenSshTest(AccessTest):
 
 class VsftpdTest(AccessTest):
 
-    def configure(self, *lines, **options):
-        self.serve_edited(Vsftpd, "/etc/vsftpd-test.conf", lambda text: text + text_of(lines), **options)
+    def configure(self, *lines, port=21, **options):
+        class OnPort(Vsftpd):
+            ports = (port,)
+        self.serve_edited(OnPort, "/etc/vsftpd-test.conf", lambda text: text + text_of(lines), **options)
 
     def test_as_shipped(self):
         self.configure()
@@ -179,6 +184,30 @@ class VsftpdTest(AccessTest):
     def test_with_titles_its_file_is_not_known(self):
         self.configure(titles=True)
         self.assertSaid(UNKNOWN, "vsftpd", self.by_ftp, REFUSED)
+
+    def test_with_titles_one_of_two_may_have_another_file(self):
+        class Usual(Vsftpd):
+            def command(self):
+                return ["/usr/sbin/vsftpd"]
+        self.rules("ftp-open", OPEN_RULES)
+        self.serve_edited(Usual, "/etc/vsftpd-test.conf", self.make_usual, titles=True)
+        self.assertSaid(REFUSED, "vsftpd", self.by_ftp)
+        namespace.run("chage", "--expiredate", "-1", "alice")
+        self.configure("pam_service_name=ftp-open", "listen_port=2121", titles=True, port=2121)
+        self.assertSaid(UNKNOWN, "vsftpd", self.by_other_ftp, LET_IN)
+
+    def test_with_titles_one_on_another_port_has_another_file(self):
+        self.rules("ftp-open", OPEN_RULES)
+        self.make_usual("local_enable=YES\nsetproctitle_enable=YES\n")
+        self.configure("pam_service_name=ftp-open", "listen_port=2121", titles=True, port=2121)
+        self.assertSaid(UNKNOWN, "vsftpd", self.by_other_ftp, LET_IN)
+
+    def make_usual(self, text):
+        """Makes `text` that of the file that vsftpd reads by default, for one test."""
+        before = namespace.read("/etc/vsftpd.conf")
+        self.addCleanup(namespace.write, "/etc/vsftpd.conf", before)
+        namespace.write("/etc/vsftpd.conf", text)
+        return text
 
 
 class ProftpdTest(AccessTest):
@@ -233,6 +262,23 @@ class ProftpdTest(AccessTest):
         namespace.write("/etc/proftpd/users", account.replace(":x:", f":{own.split(':')[1]}:") + "\n", 0o600)
         self.configure("AuthOrder mod_auth_file.c", "AuthUserFile /etc/proftpd/users")
         self.assertSaid(UNKNOWN, "ProFTPD", self.by_ftp, LET_IN)
+
+    def test_with_another_file(self):
+        """Of two servers, one may have another file than the usual one."""
+        class Other(Proftpd):
+            ports = (2121,)
+
+            def configure(self):
+                usual = namespace.read("/etc/proftpd/proftpd.conf").replace("/run/proftpd.", "/run/other-proftpd.")
+                namespace.write("/etc/proftpd/other.conf", usual.replace("Port 21\n", "Port 2121\n")
+                                + "AuthPAMConfig ftp-open\n")
+
+            def command(self):
+                return [*super().command()[:-1], "/etc/proftpd/other.conf"]
+        self.rules("ftp-open", OPEN_RULES)
+        self.configure("AuthOrder mod_auth_pam.c* mod_auth_unix.c")
+        self.serve(Other())
+        self.assertSaid(UNKNOWN, "ProFTPD", self.by_other_ftp, LET_IN)
 
 
 class ProftpdKeysTest(AccessTest):

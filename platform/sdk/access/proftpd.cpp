@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <glob.h>
+#include <set>
 
 #include "sdk/access/services.h"
 #include "sdk/access/words.h"
@@ -9,6 +10,7 @@ namespace zevo::access {
 namespace {
 
 constexpr const char* kProftpd = "proftpd";
+constexpr const char* kProftpdTitle = "proftpd: (accepting connections)";
 constexpr const char* kProftpdFile = "/etc/proftpd/proftpd.conf";
 constexpr int kDeepestProftpdInclude = 8;
 constexpr const char* kPamModule = "mod_auth_pam.c";
@@ -30,6 +32,7 @@ struct ProftpdSettings {
   bool isPamOff = false;
   std::vector<std::string> pam;                                 // services
   std::vector<std::pair<std::string, std::string>> otherUsers;  // directive and module
+  std::set<std::string> ports;
   std::string keys;          // directive for logins with a key over SSH; "" if there is none
   std::string certificates;  // the same for certificates over TLS
 };
@@ -83,6 +86,7 @@ class ProftpdReader {
     if (name == "authorder") takeOrder(words);
     if (name == "authpam") settings_.isPamOff = lowered(value) == "off";
     if (name == "authpamconfig") settings_.pam.push_back(value);
+    if (name == "port") settings_.ports.insert(value);
     takeKeys(words, name);
     for (const auto& [directive, module] : kOtherUsers) {
       if (name == directive && lowered(value) != "off") {
@@ -123,6 +127,13 @@ class ProftpdReader {
   ProftpdSettings settings_;
   std::string cause_;
 };
+
+// A server without a port of its own has the usual one.
+std::set<std::string> portsOf(const ProftpdSettings& settings) {
+  std::set<std::string> ports = settings.ports;
+  if (ports.empty() || settings.hasVirtualHosts) ports.insert("21");
+  return ports;
+}
 
 bool isAsked(const ProftpdSettings& settings, std::string_view module) {
   const std::vector<std::string>& order = settings.order;
@@ -205,6 +216,9 @@ std::optional<ServiceAccess> proftpdAccess(const Server& server) {
   // A running server shows a title instead of its arguments, so another file would not be visible.
   ProftpdReader reader(server);
   if (!reader.read(kProftpdFile, 0)) return notRead(kProftpd, reader.cause());
+  const std::string doubt =
+      server.doubtOf(kProftpd, kProftpdTitle, kProftpdFile, portsOf(reader.settings()));
+  if (!doubt.empty()) return notRead(kProftpd, doubt);
   std::vector<ServiceAccess> logins = {judgePasswords(server, reader.settings())};
   if (const auto keys = judgeKeys(server, reader.settings())) logins.push_back(*keys);
   return worstOf(logins);

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "sdk/access/services.h"
 #include "sdk/access/words.h"
 
@@ -6,11 +8,20 @@ namespace {
 
 constexpr const char* kPureFtpd = "pure-ftpd";
 constexpr const char* kPureFtpdWrapper = "/usr/sbin/pure-ftpd-wrapper";
+constexpr const char* kPureFtpdFolder = "/etc/pure-ftpd";
 
 ServiceAccess judgeSource(const Server& server, const std::string& source) {
   if (source == "unix") return refused(kPureFtpd, "own-check");
   if (source == "pam") return server.askPam(kPureFtpd, kPureFtpd);
   return unknown(kPureFtpd, "own-users", "remove-own-user", source);
+}
+
+// The port of the option -S ADDRESS,PORT; otherwise the usual one.
+std::string portOf(const std::vector<std::string>& options) {
+  const auto bind = std::find(options.begin(), options.end(), "-S");
+  if (bind == options.end() || bind + 1 == options.end()) return "21";
+  const std::size_t comma = (bind + 1)->find(',');
+  return comma == std::string::npos ? "21" : (bind + 1)->substr(comma + 1);
 }
 
 }  // namespace
@@ -21,8 +32,11 @@ std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
   std::string cause;
   const auto options = server.ask({kPureFtpdWrapper, "--show-options"}, &cause);
   if (!options) return notRead(kPureFtpd, cause);
-  std::vector<ServiceAccess> checks;
   const std::vector<std::string> words = wordsOf(*options);
+  const std::string doubt =
+      server.doubtOf(kPureFtpd, "pure-ftpd (SERVER)", kPureFtpdFolder, {portOf(words)});
+  if (!doubt.empty()) return notRead(kPureFtpd, doubt);
+  std::vector<ServiceAccess> checks;
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     if (words[i] == "-l") checks.push_back(judgeSource(server, words[i + 1]));
   }

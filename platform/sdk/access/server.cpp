@@ -1,19 +1,21 @@
 #include "sdk/access/server.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 #include "base/read_file.h"
 #include "sdk/access/words.h"
-#include "services/process_files.h"
+#include "services/tcp_text.h"
 #include "services/trust.h"
 
 namespace zevo::access {
 namespace {
 
 constexpr std::size_t kLongestConfiguration = 4UL * 1024 * 1024;
+constexpr std::size_t kMostDescriptors = 256;
 
 // Whether the process is in its own process namespace, like those of containers.
 bool isElsewhere(const std::string& proc, pid_t pid) {
@@ -23,6 +25,23 @@ bool isElsewhere(const std::string& proc, pid_t pid) {
   return ::stat((proc + "/self" + name).c_str(), &own) == 0 &&
          ::stat((proc + "/" + std::to_string(pid) + name).c_str(), &others) == 0 &&
          own.st_ino != others.st_ino;
+}
+
+// The TCP ports on which a process accepts connections; none if that cannot be read.
+std::set<std::uint16_t> listeningPorts(const connections::ProcessFiles& process) {
+  std::set<std::uint16_t> ports;
+  const auto low = process.sockets(kMostDescriptors);
+  if (!low) return ports;
+  for (const char* table : {"tcp", "tcp6"}) {
+    const auto text = process.tcpText(table);
+    for (const auto& listener : connections::parseListeners(text ? *text : "")) {
+      const bool isOwn =
+          std::any_of(low->sockets.begin(), low->sockets.end(),
+                      [&](const auto& socket) { return socket.inode == listener.first; });
+      if (isOwn) ports.insert(listener.second);
+    }
+  }
+  return ports;
 }
 
 connections::Paths pathsBelow(const std::string& root) {
@@ -69,18 +88,41 @@ std::optional<std::string> Server::ask(const std::vector<std::string>& arguments
   return std::nullopt;
 }
 
-std::vector<std::string> Server::titles(const std::string& name) const {
-  std::vector<std::string> titles;
+std::vector<connections::ProcessFiles> Server::daemons(const std::string& name) const {
+  std::vector<connections::ProcessFiles> daemons;
   for (const auto* process : processes_.named([&](std::string_view own) { return own == name; })) {
-    const auto files = connections::ProcessFiles::open(paths_, process->pid);
+    auto files = connections::ProcessFiles::open(paths_, process->pid);
     if (!files || isElsewhere(paths_.proc, process->pid)) continue;
     const auto isRoots = connections::isRootOwned(*files);
-    if (!isRoots || !*isRoots) continue;
-    const auto title = files->title();
+    if (isRoots && *isRoots) daemons.push_back(std::move(*files));
+  }
+  return daemons;
+}
+
+std::vector<std::string> Server::titles(const std::string& name) const {
+  std::vector<std::string> titles;
+  for (const connections::ProcessFiles& daemon : daemons(name)) {
+    const auto title = daemon.title();
     if (!title || std::find(titles.begin(), titles.end(), title->all) != titles.end()) continue;
     titles.push_back(title->all);
   }
   return titles;
+}
+
+std::string Server::doubtOf(const std::string& name, const std::string& title,
+                            const std::string& file, const std::set<std::string>& ports) const {
+  std::size_t count = 0;
+  std::string elsewhere;
+  for (const connections::ProcessFiles& daemon : daemons(name)) {
+    const auto own = daemon.title();
+    if (!own || own->all != title) continue;
+    ++count;
+    for (const std::uint16_t port : listeningPorts(daemon)) {
+      if (!ports.contains(std::to_string(port))) elsewhere = std::to_string(port);
+    }
+  }
+  if (count > 1) return "several servers run, perhaps with other files than " + file;
+  return elsewhere.empty() ? "" : "it listens on port " + elsewhere + ", which is not in " + file;
 }
 
 ServiceAccess Server::askPam(const std::string& service, const std::string& pam) const {

@@ -3,12 +3,14 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "base/tool_run.h"
 #include "host/account_access.h"
 #include "sdk/access/pam_verdict.h"
+#include "services/process_files.h"
 #include "services/process_table.h"
 
 namespace zevo::access {
@@ -35,11 +37,19 @@ class Server {
   // The titles of processes with this name that root started outside containers, each once.
   [[nodiscard]] std::vector<std::string> titles(const std::string& name) const;
   [[nodiscard]] bool runs(const std::string& name) const { return !titles(name).empty(); }
+  // Why the processes `name` with `title`, which hides their arguments, may have another file than
+  // `file`, which sets `ports`: there are several, or the one listens elsewhere. "" if neither.
+  [[nodiscard]] std::string doubtOf(const std::string& name, const std::string& title,
+                                    const std::string& file,
+                                    const std::set<std::string>& ports) const;
 
   // How the account rules of a PAM service treat an expired account.
   [[nodiscard]] ServiceAccess askPam(const std::string& service, const std::string& pam) const;
 
  private:
+  // Those with this name that root started outside containers.
+  [[nodiscard]] std::vector<connections::ProcessFiles> daemons(const std::string& name) const;
+
   struct Asked {
     std::vector<std::string> arguments;
     ToolResult result;

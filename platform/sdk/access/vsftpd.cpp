@@ -63,15 +63,21 @@ ServiceAccess judgeArguments(const Server& server, const std::vector<std::string
 }
 
 // A server that shows titles instead of its arguments. It uses the default file if that enables
-// titles.
+// titles, and nothing tells that there is another one.
 ServiceAccess judgeTitled(const Server& server) {
   std::string cause;
   const auto text = server.read(kVsftpdFile, &cause);
   if (!text) return notRead(kVsftpd, cause);
   Settings settings;
   readSettings(*text, &settings);
-  if (isOn(settings, "setproctitle_enable")) return judgeSettings(server, settings, kVsftpdFile);
-  return notRead(kVsftpd, std::string("it does not use ") + kVsftpdFile);
+  if (!isOn(settings, "setproctitle_enable")) {
+    return notRead(kVsftpd, std::string("it does not use ") + kVsftpdFile);
+  }
+  const auto port = settings.find("listen_port");
+  const std::string doubt = server.doubtOf(kVsftpd, "vsftpd: LISTENER", kVsftpdFile,
+                                           {port == settings.end() ? "21" : port->second});
+  if (!doubt.empty()) return notRead(kVsftpd, doubt);
+  return judgeSettings(server, settings, kVsftpdFile);
 }
 
 }  // namespace

@@ -115,6 +115,32 @@ TEST_F(ProftpdTest, ReadsWhatItIncludes) {
             notRead("proftpd", "/etc/proftpd/proftpd.conf is included too deeply"));
 }
 
+TEST_F(ProftpdTest, OneOfSeveralServersMayHaveAnotherFile) {
+  const std::string title = "proftpd: (accepting connections)";
+  listen("proftpd", title, "0015");
+  run("proftpd", "proftpd: alice - 10.0.0.1: IDLE");
+  EXPECT_EQ(access("AuthPAM off\n"), refused("proftpd", "own-check"));
+  listen("proftpd", title, "0015");
+  EXPECT_EQ(access("AuthPAM off\n"), notRead("proftpd",
+                                             "several servers run, perhaps with other files than "
+                                             "/etc/proftpd/proftpd.conf"));
+}
+
+TEST_F(ProftpdTest, AServerOnAnotherPortHasAnotherFile) {
+  const Result another =
+      notRead("proftpd", "it listens on port 2121, which is not in /etc/proftpd/proftpd.conf");
+  listen("proftpd", "proftpd: (accepting connections)", "0849");
+  EXPECT_EQ(access("AuthPAM off\n"), another);
+  EXPECT_EQ(access("AuthPAM off\nPort 2222\n"), another);
+  EXPECT_EQ(access("AuthPAM off\nPort 2121\n"), refused("proftpd", "own-check"));
+}
+
+TEST_F(ProftpdTest, AVirtualHostMayHaveAPortOfItsOwn) {
+  const std::string host = "AuthPAM off\n<VirtualHost 10.0.0.1>\nPort 2121\n";
+  listen("proftpd", "proftpd: (accepting connections)", "0015");
+  EXPECT_EQ(access(host), refusedByRules("proftpd", "proftpd"));
+}
+
 TEST_F(ProftpdTest, AVirtualHostMayHaveAnOrderOfItsOwn) {
   const Result result =
       access("AuthOrder mod_auth_unix.c\nAuthPAMConfig open\n<VirtualHost 10.0.0.1>\n");

@@ -26,6 +26,18 @@ TEST_F(PureFtpdTest, JudgesEachOfItsSources) {
   EXPECT_EQ(access("-l pam"), passedByRules("pure-ftpd", "pure-ftpd"));
 }
 
+TEST_F(PureFtpdTest, OneOfSeveralServersMayHaveOtherOptions) {
+  listen("pure-ftpd", "pure-ftpd (SERVER)", "0849");
+  EXPECT_EQ(access("-l unix -E -S 127.0.0.1,2121"), refused("pure-ftpd", "own-check"));
+  EXPECT_EQ(access("-l unix -E -S 127.0.0.1"),
+            notRead("pure-ftpd", "it listens on port 2121, which is not in /etc/pure-ftpd"));
+  listen("pure-ftpd", "pure-ftpd (SERVER)", "0849");
+  EXPECT_EQ(access("-l unix -E -S ,2121"),
+            notRead("pure-ftpd",
+                    "several servers run, perhaps with other files than "
+                    "/etc/pure-ftpd"));
+}
+
 TEST_F(PureFtpdTest, WithoutWhatStartsItItIsUnknown) {
   install("usr/sbin/pure-ftpd");
   const Result result = pureFtpdAccess(server());

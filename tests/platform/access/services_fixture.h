@@ -48,6 +48,14 @@ class ServicesTest : public ::testing::Test {
   void run(const std::string& name, const std::string& title) {
     tree.add({.pid = nextPid++, .name = name, .cmdline = title});
   }
+  // The same, which accepts connections on `port`, four hexadecimal digits.
+  void listen(const std::string& name, const std::string& title, const std::string& port) {
+    const pid_t pid = nextPid++;
+    tree.add({.pid = pid, .name = name, .cmdline = title, .sockets = {{0, 7}, {3, 4711}}});
+    tree.write(pid, "net/tcp",
+               "0: 00000000:" + port + " 00000000:0000 0A 0:0 0:0 0 0 0 4711 1\n" +
+                   "0: 00000000:0016 00000000:0000 0A 0:0 0:0 0 0 0 4712 1\n");
+  }
   [[nodiscard]] Server server() const { return Server(tree.folder()); }
 
   connections::test::ProcTree tree;

@@ -50,6 +50,26 @@ TEST_F(VsftpdTest, AServerWithTitlesHasItsUsualFileWhereThatAsksForThem) {
   EXPECT_EQ(access(), notRead("vsftpd", "it does not use /etc/vsftpd.conf"));
 }
 
+TEST_F(VsftpdTest, OneOfSeveralServersWithTitlesMayHaveAnotherFile) {
+  tree.file("etc/vsftpd.conf", "local_enable=YES\nsetproctitle_enable=YES\n");
+  listen("vsftpd", "vsftpd: LISTENER", "0015");
+  run("vsftpd", "vsftpd: 10.0.0.1: connected");
+  EXPECT_EQ(access(), refusedByRules("vsftpd", "ftp"));
+  listen("vsftpd", "vsftpd: LISTENER", "0015");
+  EXPECT_EQ(access(), notRead("vsftpd",
+                              "several servers run, perhaps with other files than "
+                              "/etc/vsftpd.conf"));
+}
+
+TEST_F(VsftpdTest, AServerOnAnotherPortHasAnotherFile) {
+  tree.file("etc/vsftpd.conf", "local_enable=YES\nsetproctitle_enable=YES\n");
+  listen("vsftpd", "vsftpd: LISTENER", "0849");
+  EXPECT_EQ(access(),
+            notRead("vsftpd", "it listens on port 2121, which is not in /etc/vsftpd.conf"));
+  tree.file("etc/vsftpd.conf", "local_enable=YES\nsetproctitle_enable=YES\nlisten_port=2121\n");
+  EXPECT_EQ(access(), refusedByRules("vsftpd", "ftp"));
+}
+
 TEST_F(VsftpdTest, OptionsOfTheCommandLineAreNotRead) {
   tree.file("etc/vsftpd.conf", "local_enable=YES\n");
   run("vsftpd", "/usr/sbin/vsftpd -opam_service_name=open /etc/vsftpd.conf");

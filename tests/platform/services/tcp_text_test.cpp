@@ -10,6 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Pair;
 
 constexpr const char* kHead =
     "  sl  local_address rem_address   st tx_queue rx_queue tr tm->when retrnsmt   uid  timeout "
@@ -34,6 +35,15 @@ TEST(TcpTextTest, EstablishedConnectionsOfIpv4) {
                            line("00000000:0016 00000000:0000", "0A", "4712") +
                            line("02001E0A:0015 01001E0A:C351", "06", "0");
   EXPECT_THAT(parseTcpText(text), ElementsAre(socket(4711, "10.30.0.2", 22, "10.30.0.1", 50000)));
+}
+
+TEST(TcpTextTest, ListenersWithTheirPorts) {
+  const std::string text =
+      kHead + line("02001E0A:0016 01001E0A:C350", "01", "4711") +
+      line("00000000:0849 00000000:0000", "0A", "4712") + line("broken", "0A", "4713") +
+      line("00000000000000000000000000000000:0015 00000000000000000000000000000000:0000", "0A",
+           "4714");
+  EXPECT_THAT(parseListeners(text), ElementsAre(Pair(4712, 2121), Pair(4714, 21)));
 }
 
 TEST(TcpTextTest, EstablishedConnectionsOfIpv6) {
