@@ -38,6 +38,8 @@ std::string reasonOf(const Json::Value& service) {
   if (service["reason"] == "expiry-ignored")
     return "its module " + cause + " accepts expired accounts";
   if (service["reason"] == "samba-database") return "it checks only its own database";
+  if (service["reason"] == "anonymous")
+    return "anonymous users are logged in as this account: " + cause;
   if (service["reason"] == "own-users") return "it has its own users: " + cause;
   if (service["reason"] == "keys-unchecked") {
     return "it accepts logins with a key or certificate even if the account is disabled: " + cause;
@@ -55,6 +57,8 @@ std::string remedyOf(const Json::Value& service, const std::string& user) {
   if (service["remedy"] == "ask-pam-alone") {
     return R"(set "AuthOrder mod_auth_pam.c* mod_auth_unix.c" in its configuration and restart the service)";
   }
+  if (service["remedy"] == "disable-anonymous")
+    return "disable anonymous logins in its configuration and restart the service";
   if (service["remedy"] == "disable-in-samba") {
     const std::string file = valueOf(service, "file");
     return "disable it there with: smbpasswd " +

@@ -31,6 +31,8 @@ enum class Access {
 //                               the expiry
 //             samba-database    Samba asks its own entries alone    file: of its configuration,
 //                                                                   "" for the usual one
+//             anonymous         users without an account are        cause: the setting
+//                               logged in as it
 //   kUnknown  rules-unclear     PAM's account rules decide          pam, cause: module, or what
 //                                                                   failed
 //             own-users         the server has users of its own     cause: where it has them from
@@ -45,8 +47,8 @@ struct ServiceAccess {
   Access access = Access::kUnknown;
   std::string reason;
   // "" if refused; otherwise the remedy: add-account-check (pam), ask-pam-alone (and not the
-  // server's own check), disable-in-samba, disable-in-domain, remove-own-user, remove-keys,
-  // try-login.
+  // server's own check), disable-anonymous, disable-in-samba, disable-in-domain, remove-own-user,
+  // remove-keys, try-login.
   std::string remedy;
   std::map<std::string, std::string> values;
 

@@ -369,6 +369,47 @@ class PureFtpdTest(AccessTest):
         self.assertSaid(UNKNOWN, "Pure-FTPd", self.by_ftp, LET_IN)
 
 
+class AnonymousTest(AccessTest):
+    """The account that serves the users who log in without one goes on serving them."""
+
+    def setUp(self):
+        super().setUp()
+        os.makedirs("/srv/anonymous", exist_ok=True)
+
+    def anonymously(self):
+        return self.connects(Ftp, "anonymous", "10.20.0.2")
+
+    def test_vsftpd(self):
+        lines = text_of(["anonymous_enable=YES", "ftp_username=alice", "anon_root=/srv/anonymous"])
+        self.serve_edited(Vsftpd, "/etc/vsftpd-test.conf", lambda text: text + lines)
+        self.assertSaid(LET_IN, "vsftpd", self.anonymously)
+
+    def test_vsftpd_without_a_line_about_them(self):
+        lines = text_of(["ftp_username=alice", "anon_root=/srv/anonymous"])
+        self.serve_edited(Vsftpd, "/etc/vsftpd-test.conf",
+                          lambda text: text.replace("anonymous_enable=NO\n", "") + lines)
+        self.assertSaid(LET_IN, "vsftpd", self.anonymously)
+
+    def test_proftpd(self):
+        section = text_of(["<Anonymous /srv/anonymous>", "User alice", "UserAlias anonymous alice", "</Anonymous>"])
+        self.serve_edited(Proftpd, "/etc/proftpd/proftpd.conf", lambda text: text + section,
+                          auth_order="mod_auth_pam.c* mod_auth_unix.c")
+        self.assertSaid(LET_IN, "ProFTPD", self.anonymously)
+
+    def test_pure_ftpd(self):
+        class Anonymous(PureFtpd):
+            def command(self):
+                return [word for word in super().command() if word != "--noanonymous"]
+        namespace.add_account("ftp")
+        namespace.write("/etc/pure-ftpd/conf/NoAnonymous", "no\n")
+        self.serve(Anonymous())
+        self.assertTrue(self.anonymously())
+        done = listing.run("disable", "--yes", "ftp")
+        self.assertIn("Pure-FTPd still lets ftp in: ", done.stdout, done.stderr)
+        self.assertEqual(1, done.returncode)
+        self.assertTrue(self.anonymously())
+
+
 class LoginTest(AccessTest):
 
     def test_telnet(self):

@@ -27,10 +27,11 @@ std::vector<std::string> localOnes(const std::vector<std::string>& accounts) {
 std::vector<ServiceAccess> accessOf(const Server& server, const std::string& account,
                                     AccessMoment moment, SambaDatabases& databases) {
   std::vector<ServiceAccess> all;
-  for (const auto& one : {opensshAccess(server, account), vsftpdAccess(server),
-                          proftpdAccess(server), pureFtpdAccess(server), telnetAccess(server),
-                          consoleAccess(server), sambaAccess(server, account, moment, databases),
-                          afpAccess(server), pageAccess(server, config().pamFolder)}) {
+  for (const auto& one :
+       {opensshAccess(server, account), vsftpdAccess(server, account),
+        proftpdAccess(server, account), pureFtpdAccess(server, account), telnetAccess(server),
+        consoleAccess(server), sambaAccess(server, account, moment, databases),
+        afpAccess(server, account), pageAccess(server, config().pamFolder)}) {
     if (one) all.push_back(*one);
   }
   return all;

@@ -11,6 +11,7 @@ namespace {
 
 constexpr const char* kAfp = "afp";
 constexpr const char* kAfpFile = "/etc/netatalk/afp.conf";
+constexpr const char* kGuestUam = "uams_guest.so";
 constexpr const char* kUsualUams = "uams_dhx.so uams_dhx2.so";
 
 // The value of `name` in the section [Global]; empty if missing.
@@ -60,7 +61,7 @@ ServiceAccess judgeMethod(const Server& server, const std::string& program) {
 
 }  // namespace
 
-std::optional<ServiceAccess> afpAccess(const Server& server) {
+std::optional<ServiceAccess> afpAccess(const Server& server, const std::string& account) {
   if (!server.runs("afpd")) return std::nullopt;
   std::string cause;
   const auto text = server.read(kAfpFile, &cause);
@@ -68,9 +69,14 @@ std::optional<ServiceAccess> afpAccess(const Server& server) {
   std::string uams = globalValue(*text, "uam list");
   if (uams.empty()) uams = kUsualUams;
   std::replace(uams.begin(), uams.end(), ',', ' ');
+  std::string guest = globalValue(*text, "guest account");
+  if (guest.empty()) guest = "nobody";
   std::vector<ServiceAccess> all;
   for (const std::string& uam : wordsOf(uams)) {
-    if (uam == "uams_guest.so") continue;  // no account logs in with it
+    if (uam == kGuestUam) {
+      if (account == guest) return anonymous(kAfp, kGuestUam);
+      continue;  // no other account logs in with it
+    }
     all.push_back(judgeMethod(server, programOf(server, globalValue(*text, "uam path"), uam)));
   }
   if (!all.empty()) return worstOf(all);

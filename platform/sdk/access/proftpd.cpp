@@ -33,8 +33,9 @@ struct ProftpdSettings {
   std::vector<std::string> pam;                                 // services
   std::vector<std::pair<std::string, std::string>> otherUsers;  // directive and module
   std::set<std::string> ports;
-  std::string keys;          // directive for logins with a key over SSH; "" if there is none
-  std::string certificates;  // the same for certificates over TLS
+  std::set<std::string> anonymous;  // accounts of users who log in without one
+  std::string keys;                 // directive for logins with a key over SSH; "" if there is none
+  std::string certificates;         // the same for certificates over TLS
 };
 
 // The files that match `pattern`, as absolute paths of the server.
@@ -76,10 +77,16 @@ class ProftpdReader {
   [[nodiscard]] const std::string& cause() const { return cause_; }
 
  private:
+  struct Section {
+    std::string user;
+    bool asksPassword = false;
+  };
+
   bool take(const std::vector<std::string>& words, int depth) {
     if (words.empty()) return true;
     const std::string name = lowered(words.front());
     if (name == "<virtualhost") settings_.hasVirtualHosts = true;
+    if (name == "</anonymous>") leaveAnonymous();
     if (words.size() < 2) return true;
     const std::string value = unquoted(words[1]);
     if (name == "include") return include(value, depth);
@@ -88,6 +95,7 @@ class ProftpdReader {
     if (name == "authpamconfig") settings_.pam.push_back(value);
     if (name == "port") settings_.ports.insert(value);
     takeKeys(words, name);
+    takeAnonymous(name, value);
     for (const auto& [directive, module] : kOtherUsers) {
       if (name == directive && lowered(value) != "off") {
         settings_.otherUsers.emplace_back(words.front(), module);
@@ -108,6 +116,19 @@ class ProftpdReader {
     if (name == "tlsoptions" && hasDotLogin) settings_.certificates = "AllowDotLogin";
   }
 
+  // Between <Anonymous> and its end.
+  void takeAnonymous(const std::string& name, const std::string& value) {
+    if (name == "<anonymous") section_ = Section();
+    if (section_ && name == "user") section_->user = value;
+    if (section_ && name == "anonrequirepassword") section_->asksPassword = lowered(value) != "off";
+  }
+
+  void leaveAnonymous() {
+    // Its password, where it is asked for, is checked as in other logins.
+    if (section_ && !section_->asksPassword) settings_.anonymous.insert(section_->user);
+    section_.reset();
+  }
+
   void takeOrder(const std::vector<std::string>& words) {
     for (auto word = words.begin() + 1; word != words.end(); ++word) {
       std::string module = unquoted(*word);
@@ -125,6 +146,7 @@ class ProftpdReader {
 
   const Server& server_;
   ProftpdSettings settings_;
+  std::optional<Section> section_;  // of anonymous users
   std::string cause_;
 };
 
@@ -211,7 +233,7 @@ ServiceAccess judgePasswords(const Server& server, const ProftpdSettings& settin
 
 }  // namespace
 
-std::optional<ServiceAccess> proftpdAccess(const Server& server) {
+std::optional<ServiceAccess> proftpdAccess(const Server& server, const std::string& account) {
   if (!server.has("/usr/sbin/proftpd") && !server.runs(kProftpd)) return std::nullopt;
   // A running server shows a title instead of its arguments, so another file would not be visible.
   ProftpdReader reader(server);
@@ -219,6 +241,7 @@ std::optional<ServiceAccess> proftpdAccess(const Server& server) {
   const std::string doubt =
       server.doubtOf(kProftpd, kProftpdTitle, kProftpdFile, portsOf(reader.settings()));
   if (!doubt.empty()) return notRead(kProftpd, doubt);
+  if (reader.settings().anonymous.contains(account)) return anonymous(kProftpd, "<Anonymous>");
   std::vector<ServiceAccess> logins = {judgePasswords(server, reader.settings())};
   if (const auto keys = judgeKeys(server, reader.settings())) logins.push_back(*keys);
   return worstOf(logins);

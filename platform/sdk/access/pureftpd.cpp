@@ -8,6 +8,7 @@ namespace {
 
 constexpr const char* kPureFtpd = "pure-ftpd";
 constexpr const char* kPureFtpdWrapper = "/usr/sbin/pure-ftpd-wrapper";
+constexpr const char* kAnonymousAccount = "ftp";
 constexpr const char* kPureFtpdFolder = "/etc/pure-ftpd";
 
 ServiceAccess judgeSource(const Server& server, const std::string& source) {
@@ -26,7 +27,7 @@ std::string portOf(const std::vector<std::string>& options) {
 
 }  // namespace
 
-std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
+std::optional<ServiceAccess> pureFtpdAccess(const Server& server, const std::string& account) {
   if (!server.has("/usr/sbin/pure-ftpd") && !server.runs(kPureFtpd)) return std::nullopt;
   // The server shows no arguments. Debian's start script determines them.
   std::string cause;
@@ -36,6 +37,8 @@ std::optional<ServiceAccess> pureFtpdAccess(const Server& server) {
   const std::string doubt =
       server.doubtOf(kPureFtpd, "pure-ftpd (SERVER)", kPureFtpdFolder, {portOf(words)});
   if (!doubt.empty()) return notRead(kPureFtpd, doubt);
+  const bool refusesAnonymous = std::find(words.begin(), words.end(), "-E") != words.end();
+  if (account == kAnonymousAccount && !refusesAnonymous) return anonymous(kPureFtpd, "NoAnonymous");
   std::vector<ServiceAccess> checks;
   for (std::size_t i = 0; i + 1 < words.size(); ++i) {
     if (words[i] == "-l") checks.push_back(judgeSource(server, words[i + 1]));

@@ -146,6 +146,10 @@ ServiceAccess notRead(const std::string& service, const std::string& cause) {
   return unknown(service, "not-read", "try-login", cause);
 }
 
+ServiceAccess anonymous(const std::string& service, const std::string& cause) {
+  return {service, Access::kLetIn, "anonymous", "disable-anonymous", {{"cause", cause}}};
+}
+
 ServiceAccess unknown(const std::string& service, const std::string& reason,
                       const std::string& remedy, const std::string& cause) {
   return {service, Access::kUnknown, reason, remedy, {{"cause", cause}}};

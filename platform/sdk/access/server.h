@@ -65,6 +65,8 @@ class Server {
 // The parts of a result.
 ServiceAccess refused(const std::string& service, const std::string& reason);
 ServiceAccess notRead(const std::string& service, const std::string& cause);
+// For the account that `cause` makes that of the users who log in without one.
+ServiceAccess anonymous(const std::string& service, const std::string& cause);
 ServiceAccess unknown(const std::string& service, const std::string& reason,
                       const std::string& remedy, const std::string& cause);
 

@@ -32,15 +32,15 @@ class SambaDatabases {
 };
 
 std::optional<ServiceAccess> opensshAccess(const Server& server, const std::string& account);
-std::optional<ServiceAccess> vsftpdAccess(const Server& server);
-std::optional<ServiceAccess> proftpdAccess(const Server& server);
-std::optional<ServiceAccess> pureFtpdAccess(const Server& server);
+std::optional<ServiceAccess> vsftpdAccess(const Server& server, const std::string& account);
+std::optional<ServiceAccess> proftpdAccess(const Server& server, const std::string& account);
+std::optional<ServiceAccess> pureFtpdAccess(const Server& server, const std::string& account);
 std::optional<ServiceAccess> telnetAccess(const Server& server);
 std::optional<ServiceAccess> consoleAccess(const Server& server);
 // The database of each server that runs is looked at.
 std::optional<ServiceAccess> sambaAccess(const Server& server, const std::string& account,
                                          AccessMoment moment, SambaDatabases& databases);
-std::optional<ServiceAccess> afpAccess(const Server& server);
+std::optional<ServiceAccess> afpAccess(const Server& server, const std::string& account);
 // The page of this system, whose PAM service is in `pamFolder` ("": the system's).
 std::optional<ServiceAccess> pageAccess(const Server& server, const std::string& pamFolder);
 

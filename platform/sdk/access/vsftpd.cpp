@@ -21,23 +21,31 @@ void readSettings(const std::string& text, Settings* settings) {
   }
 }
 
-bool isOn(const Settings& settings, const std::string& name) {
+std::string valueOf(const Settings& settings, const std::string& name,
+                    const std::string& otherwise) {
   const auto found = settings.find(name);
-  if (found == settings.end()) return false;
-  const std::string value = lowered(found->second);
+  return found == settings.end() ? otherwise : found->second;
+}
+
+bool isOn(const Settings& settings, const std::string& name, const std::string& otherwise = "no") {
+  const std::string value = lowered(valueOf(settings, name, otherwise));
   return value == "yes" || value == "true" || value == "1";
 }
 
-ServiceAccess judgeSettings(const Server& server, const Settings& settings,
-                            const std::string& file) {
+ServiceAccess judgeSettings(const Server& server, const std::string& account,
+                            const Settings& settings, const std::string& file) {
+  // PAM is not asked about anonymous users. Without a line they are let in.
+  if (isOn(settings, "anonymous_enable", "yes") &&
+      account == valueOf(settings, "ftp_username", "ftp")) {
+    return anonymous(kVsftpd, "anonymous_enable in " + file);
+  }
   const bool hasGuests = isOn(settings, "guest_enable");
   if (!isOn(settings, "local_enable") && !hasGuests) {
     ServiceAccess result = refused(kVsftpd, "no-local-logins");
     result.values["file"] = file;
     return result;
   }
-  const auto pam = settings.find("pam_service_name");
-  ServiceAccess result = server.askPam(kVsftpd, pam != settings.end() ? pam->second : "ftp");
+  ServiceAccess result = server.askPam(kVsftpd, valueOf(settings, "pam_service_name", "ftp"));
   // Users of another database have their own rules; it is not known whether this one is among them.
   if (hasGuests && result.access == Access::kLetIn) {
     return unknown(kVsftpd, "own-users", "remove-own-user", "guest_enable in " + file);
@@ -46,7 +54,8 @@ ServiceAccess judgeSettings(const Server& server, const Settings& settings,
 }
 
 // `words`: the visible arguments of a server.
-ServiceAccess judgeArguments(const Server& server, const std::vector<std::string>& words) {
+ServiceAccess judgeArguments(const Server& server, const std::string& account,
+                             const std::vector<std::string>& words) {
   Settings settings;
   std::string file = kVsftpdFile;
   std::vector<std::string> files(words.begin() + 1, words.end());
@@ -59,12 +68,12 @@ ServiceAccess judgeArguments(const Server& server, const std::vector<std::string
     readSettings(*text, &settings);
     file = argument;
   }
-  return judgeSettings(server, settings, file);
+  return judgeSettings(server, account, settings, file);
 }
 
 // A server that shows titles instead of its arguments. It uses the default file if that enables
 // titles, and nothing tells that there is another one.
-ServiceAccess judgeTitled(const Server& server) {
+ServiceAccess judgeTitled(const Server& server, const std::string& account) {
   std::string cause;
   const auto text = server.read(kVsftpdFile, &cause);
   if (!text) return notRead(kVsftpd, cause);
@@ -73,24 +82,24 @@ ServiceAccess judgeTitled(const Server& server) {
   if (!isOn(settings, "setproctitle_enable")) {
     return notRead(kVsftpd, std::string("it does not use ") + kVsftpdFile);
   }
-  const auto port = settings.find("listen_port");
   const std::string doubt = server.doubtOf(kVsftpd, "vsftpd: LISTENER", kVsftpdFile,
-                                           {port == settings.end() ? "21" : port->second});
+                                           {valueOf(settings, "listen_port", "21")});
   if (!doubt.empty()) return notRead(kVsftpd, doubt);
-  return judgeSettings(server, settings, kVsftpdFile);
+  return judgeSettings(server, account, settings, kVsftpdFile);
 }
 
 }  // namespace
 
-std::optional<ServiceAccess> vsftpdAccess(const Server& server) {
+std::optional<ServiceAccess> vsftpdAccess(const Server& server, const std::string& account) {
   std::vector<ServiceAccess> all;
   for (const std::string& title : server.titles(kVsftpd)) {
     const bool isTitled = title.starts_with("vsftpd: ");
-    all.push_back(isTitled ? judgeTitled(server) : judgeArguments(server, wordsOf(title)));
+    all.push_back(isTitled ? judgeTitled(server, account)
+                           : judgeArguments(server, account, wordsOf(title)));
   }
   if (!all.empty()) return worstOf(all);
   if (!server.has("/usr/sbin/vsftpd")) return std::nullopt;
-  return judgeArguments(server, {kVsftpd});
+  return judgeArguments(server, account, {kVsftpd});
 }
 
 }  // namespace zevo::access

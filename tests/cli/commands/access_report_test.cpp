@@ -62,6 +62,15 @@ TEST(AccessReport, NamesKeysThatAreNotChecked) {
                    "certificates of alice there"}));
 }
 
+TEST(AccessReport, NamesAnonymousUsers) {
+  const std::string users = R"({"service":"afp","access":"let_in","reason":"anonymous",)"
+                            R"("remedy":"disable-anonymous","values":{"cause":"uams_guest.so"}})";
+  EXPECT_EQ(accessLines(account(users), Tense::kPresent),
+            (Lines{"AFP still lets alice in: anonymous users are logged in as this account: "
+                   "uams_guest.so; disable anonymous logins in its configuration and restart the "
+                   "service"}));
+}
+
 TEST(AccessReport, SaysBeforehandWhatWillBe) {
   EXPECT_EQ(accessLines(account(kSamba), Tense::kFuture),
             (Lines{"Samba will still let alice in: it checks only its own database; disable it "

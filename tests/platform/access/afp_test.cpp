@@ -7,10 +7,10 @@ namespace {
 
 class AfpAccessTest : public ServicesTest {
  protected:
-  Result access(const std::string& configuration) {
+  Result access(const std::string& configuration, const std::string& account = "alice") {
     run("afpd", "/usr/sbin/afpd -d");
     tree.file("etc/netatalk/afp.conf", configuration);
-    return afpAccess(server());
+    return afpAccess(server(), account);
   }
   // A method whose file is a link to `target`.
   void method(const std::string& name, const std::string& target) {
@@ -20,7 +20,7 @@ class AfpAccessTest : public ServicesTest {
 };
 
 TEST_F(AfpAccessTest, IsLeftOutWhereItDoesNotRun) {
-  EXPECT_EQ(afpAccess(server()), std::nullopt);
+  EXPECT_EQ(afpAccess(server(), "alice"), std::nullopt);
 }
 
 TEST_F(AfpAccessTest, AsksPamWhereItsMethodsDo) {
@@ -45,9 +45,17 @@ TEST_F(AfpAccessTest, GuestsAloneAreNoAccount) {
   EXPECT_EQ(access("[Global]\nuam list = uams_guest.so\n")->reason, "no-local-logins");
 }
 
+TEST_F(AfpAccessTest, GuestsHaveAnAccount) {
+  const Result letIn = anonymous("afp", "uams_guest.so");
+  const std::string guests = "[Global]\nuam list = uams_guest.so\n";
+  EXPECT_EQ(access(guests, "nobody"), letIn);
+  EXPECT_EQ(access(guests + "guest account = alice\n", "alice"), letIn);
+  EXPECT_EQ(access(guests + "guest account = alice\n", "nobody")->reason, "no-local-logins");
+}
+
 TEST_F(AfpAccessTest, WithoutItsFileItIsUnknown) {
   run("afpd", "/usr/sbin/afpd -d");
-  EXPECT_EQ(afpAccess(server())->reason, "not-read");
+  EXPECT_EQ(afpAccess(server(), "alice")->reason, "not-read");
 }
 
 }  // namespace

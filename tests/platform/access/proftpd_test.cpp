@@ -9,15 +9,15 @@ class ProftpdTest : public ServicesTest {
   void runOn(const std::string& system, const std::string& release) {
     tree.file("etc/os-release", "NAME=x\nVERSION_ID=\"" + release + "\"\nID=" + system + "\n");
   }
-  Result access(const std::string& configuration) {
+  Result access(const std::string& configuration, const std::string& account = "alice") {
     install("usr/sbin/proftpd");
     tree.file("etc/proftpd/proftpd.conf", configuration);
-    return proftpdAccess(server());
+    return proftpdAccess(server(), account);
   }
 };
 
 TEST_F(ProftpdTest, IsLeftOutWhereItIsNotInstalled) {
-  EXPECT_EQ(proftpdAccess(server()), std::nullopt);
+  EXPECT_EQ(proftpdAccess(server(), "alice"), std::nullopt);
 }
 
 TEST_F(ProftpdTest, LooksAtTheExpiryItself) {
@@ -104,6 +104,20 @@ TEST_F(ProftpdTest, UsersOfItsOwnAreUnknown) {
   EXPECT_EQ(access("AuthPAM off\nAuthUserFile /etc/proftpd/users\n"), own);
   EXPECT_EQ(access("AuthOrder mod_auth_file.c\nAuthUserFile /etc/proftpd/users\n"), own);
   EXPECT_EQ(access("AuthOrder mod_auth_unix.c\nAuthUserFile /etc/proftpd/users\n"),
+            refused("proftpd", "own-check"));
+}
+
+TEST_F(ProftpdTest, AnonymousUsersHaveAnAccount) {
+  const std::string section = "User nobody\nAuthPAM off\n<Anonymous ~ftp>\n  User ftp\n";
+  const std::string end = "</Anonymous>\n";
+  EXPECT_EQ(access(section + end, "ftp"), anonymous("proftpd", "<Anonymous>"));
+  for (const char* other : {"alice", "nobody"})
+    EXPECT_EQ(access(section + end, other), refused("proftpd", "own-check"));
+  EXPECT_EQ(access(section + "AnonRequirePassword on\n" + end, "ftp"),
+            refused("proftpd", "own-check"));
+  EXPECT_EQ(access(section + "AnonRequirePassword off\n" + end, "ftp"),
+            anonymous("proftpd", "<Anonymous>"));
+  EXPECT_EQ(access("AuthPAM off\n<Anonymous ~ftp>\n" + end + "User ftp\n", "ftp"),
             refused("proftpd", "own-check"));
 }
 

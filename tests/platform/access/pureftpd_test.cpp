@@ -5,15 +5,15 @@ namespace {
 
 class PureFtpdTest : public ServicesTest {
  protected:
-  Result access(const std::string& options) {
+  Result access(const std::string& options, const std::string& account = "alice") {
     install("usr/sbin/pure-ftpd");
     program("usr/sbin/pure-ftpd-wrapper", "echo " + options);
-    return pureFtpdAccess(server());
+    return pureFtpdAccess(server(), account);
   }
 };
 
 TEST_F(PureFtpdTest, IsLeftOutWhereItIsNotInstalled) {
-  EXPECT_EQ(pureFtpdAccess(server()), std::nullopt);
+  EXPECT_EQ(pureFtpdAccess(server(), "alice"), std::nullopt);
 }
 
 TEST_F(PureFtpdTest, JudgesEachOfItsSources) {
@@ -24,6 +24,12 @@ TEST_F(PureFtpdTest, JudgesEachOfItsSources) {
             unknown("pure-ftpd", "own-users", "remove-own-user", "puredb:/etc/users.pdb"));
   tree.file("etc/pam.d/pure-ftpd", "account required pam_permit.so\n");
   EXPECT_EQ(access("-l pam"), passedByRules("pure-ftpd", "pure-ftpd"));
+}
+
+TEST_F(PureFtpdTest, AnonymousUsersHaveAnAccount) {
+  EXPECT_EQ(access("-l unix", "ftp"), anonymous("pure-ftpd", "NoAnonymous"));
+  EXPECT_EQ(access("-l unix", "alice"), refused("pure-ftpd", "own-check"));
+  EXPECT_EQ(access("-l unix -E", "ftp"), refused("pure-ftpd", "own-check"));
 }
 
 TEST_F(PureFtpdTest, OneOfSeveralServersMayHaveOtherOptions) {
@@ -40,7 +46,7 @@ TEST_F(PureFtpdTest, OneOfSeveralServersMayHaveOtherOptions) {
 
 TEST_F(PureFtpdTest, WithoutWhatStartsItItIsUnknown) {
   install("usr/sbin/pure-ftpd");
-  const Result result = pureFtpdAccess(server());
+  const Result result = pureFtpdAccess(server(), "alice");
   ASSERT_TRUE(result);
   EXPECT_EQ(result->reason, "not-read");
 }

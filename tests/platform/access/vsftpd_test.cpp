@@ -5,7 +5,7 @@ namespace {
 
 class VsftpdTest : public ServicesTest {
  protected:
-  Result access() { return vsftpdAccess(server()); }
+  Result access(const std::string& account = "alice") { return vsftpdAccess(server(), account); }
 };
 
 TEST_F(VsftpdTest, IsLeftOutWhereItIsNotInstalled) {
@@ -26,6 +26,18 @@ TEST_F(VsftpdTest, WithoutLocalLoginsItRefuses) {
   ServiceAccess expected = refused("vsftpd", "no-local-logins");
   expected.values["file"] = "/etc/vsftpd.conf";
   EXPECT_EQ(access(), expected);
+}
+
+TEST_F(VsftpdTest, AnonymousUsersHaveAnAccount) {
+  install("usr/sbin/vsftpd");
+  const Result letIn = anonymous("vsftpd", "anonymous_enable in /etc/vsftpd.conf");
+  tree.file("etc/vsftpd.conf", "local_enable=YES\n");
+  EXPECT_EQ(access("ftp"), letIn);
+  EXPECT_EQ(access("alice"), refusedByRules("vsftpd", "ftp"));
+  tree.file("etc/vsftpd.conf", "local_enable=NO\nanonymous_enable=YES\nftp_username=alice\n");
+  EXPECT_EQ(access("alice"), letIn);
+  tree.file("etc/vsftpd.conf", "local_enable=YES\nanonymous_enable=NO\n");
+  EXPECT_EQ(access("ftp"), refusedByRules("vsftpd", "ftp"));
 }
 
 TEST_F(VsftpdTest, GuestsMayBeUsersOfAnotherDatabase) {
