@@ -489,6 +489,43 @@ class SambaTest(AccessTest):
         self.assertFalse(self.by_smb())
 
 
+class SambaGuestTest(AccessTest):
+    """Guests come in as the guest account, disabled or not."""
+
+    def configure(self, *lines):
+        samba = Samba(("obey pam restrictions = yes", "guest account = alice", *lines))
+        self.serve(samba)
+        return samba
+
+    def by_name(self):
+        return self.connects(Smb, "stranger", "10.20.0.2", "media")
+
+    def without_name(self, share="media"):
+        return self.connects(Smb, "", "10.20.0.2", share)
+
+    def test_of_unknown_names(self):
+        self.configure("map to guest = Bad User", "guest ok = yes")
+        self.assertSaid(LET_IN, "Samba", self.by_name)
+
+    def test_without_a_name(self):
+        self.configure("map to guest = Never", "guest ok = yes", "restrict anonymous = 2")
+        self.assertFalse(self.by_name())
+        self.assertSaid(LET_IN, "Samba", self.without_name)
+
+    def test_without_a_share(self):
+        self.configure("map to guest = Never")
+        self.assertFalse(self.without_name())
+        self.assertSaid(LET_IN, "Samba", lambda: self.without_name("IPC$"))
+
+    def test_that_are_refused(self):
+        self.configure("map to guest = Bad User", "restrict anonymous = 2").add_user("alice")
+        self.addCleanup(namespace.run, "smbpasswd", "-x", "alice")
+        self.assertSaid(REFUSED, "Samba", self.by_smb)
+        for share in ("media", "IPC$"):
+            self.assertFalse(self.without_name(share))
+        self.assertFalse(self.by_name())
+
+
 class LeftRunningTest(AccessTest):
 
     def test_the_command_ends_those_of_an_account_whose_name_is_anothers_id(self):

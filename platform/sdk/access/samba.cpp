@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <map>
 #include <set>
 #include <unistd.h>
@@ -53,6 +54,20 @@ bool hasAccountsOfItsOwn(const std::map<std::string, std::string>& settings) {
          kRoles.contains(settings.at("server role"));
 }
 
+// The settings that let guests in, who log in without a password; "" if none does. "map to guest"
+// does not matter to clients that give no name, and even without a share they get IPC$.
+std::string whatLetsGuestsIn(const std::map<std::string, std::string>& settings,
+                             const std::string& text) {
+  const std::string& restricted = settings.at("restrict anonymous");
+  std::string open = restricted == "2" ? "" : "restrict anonymous = " + restricted;
+  const std::vector<std::string> lines = trimmedLines(lowered(text));
+  for (const char* line : {"guest ok = yes", "usershare allow guests = yes"}) {
+    if (std::find(lines.begin(), lines.end(), line) == lines.end()) continue;
+    open += (open.empty() ? "" : ", ") + std::string(line);
+  }
+  return open;
+}
+
 enum class Entry { kNone, kEnabled, kDisabled, kNotRead };
 
 // The account's entry in Samba's own database.
@@ -71,10 +86,15 @@ ServiceAccess judgeServer(const Server& server, const std::string& account, Acce
   const auto text = server.ask(arguments, &cause);
   if (!text) return notRead(kSamba, cause);
   const auto settings = globalSettings(*text);
-  for (const char* name : {"security", "server role", "obey pam restrictions"}) {
+  for (const char* name : {"security", "server role", "obey pam restrictions", "guest account",
+                           "restrict anonymous"}) {
     if (!settings.contains(name)) {
       return notRead(kSamba, std::string(kTestparm) + " does not tell \"" + name + "\"");
     }
+  }
+  if (settings.at("guest account") == lowered(account)) {
+    const std::string open = whatLetsGuestsIn(settings, *text);
+    if (!open.empty()) return anonymous(kSamba, open);
   }
   if (!hasAccountsOfItsOwn(settings)) {
     return unknown(kSamba, "domain-accounts", "disable-in-domain", settings.at("server role"));

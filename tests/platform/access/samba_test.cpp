@@ -10,9 +10,11 @@ class SambaAccessTest : public ServicesTest {
 
   void configure(const std::string& obey, const std::string& security = "AUTO",
                  const std::string& role = "standalone server") {
-    program("usr/bin/testparm", "cat <<'E'\n[global]\n\tobey pam restrictions = " + obey +
-                                    "\n\tsecurity = " + security + "\n\tserver role = " + role +
-                                    "\n[media]\n\tsecurity = bogus\nE");
+    testparm("obey pam restrictions = " + obey + "\n\tsecurity = " + security +
+             "\n\tserver role = " + role + "\n" + guests + "[media]\n\tsecurity = bogus\n" + media);
+  }
+  void testparm(const std::string& global) {
+    program("usr/bin/testparm", "cat <<'E'\n[global]\n\t" + global + "\nE");
   }
   void entry(const std::string& flags) {
     program("usr/bin/pdbedit",
@@ -26,6 +28,11 @@ class SambaAccessTest : public ServicesTest {
   }
 
   std::string tool = "/usr/bin/pdbedit";
+  // Samba's defaults, and what [media] has.
+  std::string guests =
+      "\tguest account = nobody\n\trestrict anonymous = 0\n\tusershare allow guests = No\n"
+      "\tguest ok = No\n";
+  std::string media;
 };
 
 TEST_F(SambaAccessTest, IsLeftOutWhereItDoesNotRun) {
@@ -71,6 +78,33 @@ TEST_F(SambaAccessTest, AsksPamWhereItIsToldTo) {
   EXPECT_EQ(access(), passedByRules("samba", "samba"));
 }
 
+TEST_F(SambaAccessTest, GuestsComeInAsTheirAccountWhateverItsEntry) {
+  configure("Yes");
+  entry("DU");
+  EXPECT_EQ(access("nobody", AccessMoment::kOnceDisabled),
+            anonymous("samba", "restrict anonymous = 0"));
+  EXPECT_EQ(access()->reason, "samba-disabled");
+  configure("No", "ADS", "member server");
+  EXPECT_EQ(access("nobody"), anonymous("samba", "restrict anonymous = 0"));
+  // Samba looks up the name in lower case first.
+  guests = "guest account = Alice\nrestrict anonymous = 1\nusershare allow guests = Yes\n";
+  media = "\tguest ok = Yes\n";
+  configure("Yes");
+  EXPECT_EQ(
+      access(),
+      anonymous("samba", "restrict anonymous = 1, guest ok = yes, usershare allow guests = yes"));
+}
+
+TEST_F(SambaAccessTest, RefusesTheAccountOfGuestsThatItRefuses) {
+  entry("DU");
+  guests = "guest account = nobody\nrestrict anonymous = 2\nusershare allow guests = No\n";
+  configure("No");
+  EXPECT_EQ(access("nobody"), refused("samba", "no-samba-entry"));
+  media = "\tguest ok = Yes\n";
+  configure("No");
+  EXPECT_EQ(access("nobody"), anonymous("samba", "guest ok = yes"));
+}
+
 TEST_F(SambaAccessTest, ADomainsAccountsAreUnknown) {
   entry("U");
   configure("No", "ADS", "member server");
@@ -84,7 +118,8 @@ TEST_F(SambaAccessTest, AskedWithTheFileOfTheRunningServer) {
   run("smbd", "/usr/sbin/smbd --foreground --configfile=/srv/smb.conf");
   program("usr/bin/testparm",
           "[ \"$3\" = /srv/smb.conf ] && cat <<'E'\n[global]\nsecurity = user\n"
-          "server role = auto\nobey pam restrictions = No\nE");
+          "server role = auto\nobey pam restrictions = No\nguest account = nobody\n"
+          "restrict anonymous = 0\nE");
   program("usr/bin/pdbedit",
           "case $* in *--configfile=/srv/smb.conf*) echo 'Unix username: alice'; echo alice:1:; "
           "echo 'Account Flags: [DU]';; esac");

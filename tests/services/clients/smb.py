@@ -8,11 +8,12 @@ _PROMPT = "smb: \\> "
 
 
 class Smb(Dialogue):
-    """smbclient at its prompt, connected to the first share of `shares`, with the others in the same session."""
+    """smbclient at its prompt, connected to the first share of `shares`, with the others in the same session. The user
+    "" is an anonymous one."""
 
     def __init__(self, user, address, *shares, port=445):
         super().__init__(["smbclient", f"//{address}/{shares[0]}", "-p", str(port),
-                          "-U", f"{user}%{namespace.PASSWORD}"])
+                          "-U", f"{user}%{namespace.PASSWORD if user else ''}"])
         self.expect(_PROMPT)
         for share in shares[1:]:
             self.command(f"tcon {share}")
