@@ -73,6 +73,7 @@ class AccessTest(ServiceTest):
             def configure(self):
                 super().configure()
                 namespace.write(path, edit(namespace.read(path)))
+        self.addCleanup(namespace.run, "rm", "--force", path)  # the next test's reports are about it, too
         self.serve(Configured(**options))
 
     def rules(self, service, text):
