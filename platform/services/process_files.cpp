@@ -124,7 +124,8 @@ FileDescriptor openOtherThread(int process) {
 tl::unexpected<Error> ProcessFiles::endedOrFailed(const char* name, int error) const {
   if (error == ENOENT || error == ESRCH) return gone();
   return failure("cannot read /proc/" + std::to_string(pid_) + "/" + name + ": " +
-                 errorText(error) + "; run this as root with the capability CAP_SYS_PTRACE");
+                     errorText(error) + "; run this as root with the capability CAP_SYS_PTRACE",
+                 error);
 }
 
 Result<ProcessFiles> ProcessFiles::open(const Paths& paths, pid_t pid) {

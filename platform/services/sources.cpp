@@ -46,10 +46,18 @@ const Result<SocketTable>& Sources::socketsOf(std::uint64_t network,
 const Result<bool>& Sources::rootOwned(const Process& process) const {
   const auto found = rootOwned_.find(process.pid);
   if (found != rootOwned_.end()) return found->second;
-  const auto files = filesOf(process);
-  auto owned = files.and_then(isRootOwned);
-  if (owned && !*owned) owned = isContainersRoot(paths(), *files, home());
+  auto owned = rootOwnedHere(process);
+  if (owned && !*owned) {
+    owned = filesOf(process).and_then(
+        [this](const ProcessFiles& files) { return isContainersRoot(paths(), files, home()); });
+  }
   return rootOwned_.emplace(process.pid, std::move(owned)).first->second;
+}
+
+const Result<bool>& Sources::rootOwnedHere(const Process& process) const {
+  const auto found = rootOwnedHere_.find(process.pid);
+  if (found != rootOwnedHere_.end()) return found->second;
+  return rootOwnedHere_.emplace(process.pid, filesOf(process).and_then(isRootOwned)).first->second;
 }
 
 const Result<SocketTable>& Sources::sockets() const {

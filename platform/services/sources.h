@@ -78,6 +78,8 @@ class Sources {
   // or isContainersRoot() in process_owner.h. Computed once: a user can nest thousands of
   // processes, and each depends on those above it.
   [[nodiscard]] const Result<bool>& rootOwned(const Process& process) const;
+  // The same for root of this machine alone.
+  [[nodiscard]] const Result<bool>& rootOwnedHere(const Process& process) const;
   // Start of the process as local time.
   [[nodiscard]] std::string startText(const Process& process) const {
     return clock_.startText(process.startTicks);
@@ -115,6 +117,7 @@ class Sources {
   mutable std::map<std::uint64_t, Result<SocketTable>> otherSockets_;  // by network namespace
   mutable std::optional<Home> home_;
   mutable std::map<pid_t, Result<bool>> rootOwned_;
+  mutable std::map<pid_t, Result<bool>> rootOwnedHere_;
   mutable OrphanLooks orphanLooks_;
   mutable UserTitles userTitles_;
   mutable std::vector<ReadNote> notes_;

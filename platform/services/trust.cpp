@@ -34,11 +34,11 @@ Result<bool> isRootsImage(const Sources& sources, const Process& process) {
 // user's program can take over those that it learns (PR_SET_MM_MAP). The children of a process that
 // root of this machine started are no user's to make.
 Result<bool> isUsersMemory(const Sources& sources, const Process& process) {
-  const auto owned = sources.filesOf(process).and_then(isRootOwned);
+  const Result<bool>& owned = sources.rootOwnedHere(process);
   if (!owned || *owned) return owned.map(std::logical_not<>());
   const Process* parent = sources.processes().find(process.parent);
   if (parent == nullptr) return true;
-  return sources.filesOf(*parent).and_then(isRootOwned).map(std::logical_not<>());
+  return sources.rootOwnedHere(*parent).map(std::logical_not<>());
 }
 
 }  // namespace

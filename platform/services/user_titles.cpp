@@ -37,18 +37,25 @@ using Titles = std::vector<Result<Title>>;
 
 // What the reader writes before each title.
 struct Header {
-  std::uint32_t isGone = 0;
+  int error = 0;            // of a reading that failed; its sentence is in the place of the title
   std::uint32_t first = 0;  // sizes
   std::uint32_t all = 0;
 };
 
+// A user can unmap the memory: then there is no title, and that is no failure.
+Result<Title> readable(Result<Title> title) {
+  if (!title && title.error().code == EIO) return Title();
+  return title;
+}
+
 [[noreturn]] void serveTitles(const Sources& sources, Processes processes, int output) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   for (const Process* process : processes) {
-    const Result<Title> reading = titleNow(sources, *process);
-    // A user can make it unreadable, too.
-    const Title title = reading.value_or(Title());
-    const Header header{isGone(reading) ? 1U : 0U, static_cast<std::uint32_t>(title.first.size()),
+    const Result<Title> reading = readable(titleNow(sources, *process));
+    const Title title = reading ? *reading : Title{reading.error().sentence, ""};
+    const int error = reading ? 0 : reading.error().code;
+    const Header header{reading || error != 0 ? error : EBADMSG,
+                        static_cast<std::uint32_t>(title.first.size()),
                         static_cast<std::uint32_t>(title.all.size())};
     std::string bytes(sizeof header, '\0');
     std::memcpy(bytes.data(), &header, sizeof header);
@@ -67,7 +74,8 @@ void takeTitles(std::string* bytes, Titles* titles) {
     if (bytes->size() < end) break;
     Title title{bytes->substr(at + sizeof header, header.first),
                 bytes->substr(end - header.all, header.all)};
-    titles->push_back(header.isGone != 0 ? Result<Title>(gone()) : std::move(title));
+    titles->push_back(header.error != 0 ? failure(title.first, header.error)
+                                        : Result<Title>(std::move(title)));
     at = end;
   }
   bytes->erase(0, at);

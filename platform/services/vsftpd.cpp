@@ -132,7 +132,9 @@ Result<void> readVsftpd(const Sources& sources, std::vector<Connection>& connect
   // any more once its client has closed it too.
   const auto helper = accountId(readGuests("", sources.paths().vsftpd).helper);
   const ServiceKind kind{ZEVO_CURCONN_FTP, isVsftpd, {}, helper ? *helper : std::optional<uid_t>()};
-  return readSessions(sources, kind, readLogin, connections);
+  Result<void> outcome = readTitlesAhead(sources, isVsftpd);
+  addPart(outcome, readSessions(sources, kind, readLogin, connections));
+  return outcome;
 }
 
 }  // namespace zevo::connections

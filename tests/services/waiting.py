@@ -10,9 +10,12 @@ def until(what, condition, limit=LIMIT_SECONDS):
     """Returns the first true value of condition(). AssertionError naming what was awaited once the limit is over."""
     end = time.monotonic() + limit
     while True:
+        began = time.monotonic()
         value = condition()
         if value:
             return value
-        if time.monotonic() > end:
+        now = time.monotonic()
+        if now > end:
             raise AssertionError(f"waited {limit:g} s in vain for {what}")
-        time.sleep(_STEP_SECONDS)
+        # A look that takes long leaves the processors to others for as long.
+        time.sleep(max(_STEP_SECONDS, now - began))

@@ -84,6 +84,16 @@ TEST_F(UserTitlesTest, AreNotWaitedForWithoutEnd) {
   EXPECT_EQ(notes_.size(), 4U);
 }
 
+TEST_F(UserTitlesTest, CanBeAFailureThatNamesTheRemedy) {
+  add(10, 1000);
+  tree_.makeUnreadable(10, "cmdline");
+  add(11, 1000);
+  const auto found = read();
+  EXPECT_NE(found[0].find("/proc/10/cmdline"), std::string::npos) << found[0];
+  EXPECT_NE(found[0].find("run this as root"), std::string::npos) << found[0];
+  EXPECT_EQ(found[1], "title 11");
+}
+
 TEST_F(UserTitlesTest, AreEmptyWhereTheProcessHasEnded) {
   add(10, 1000);
   const test::FakeSources sources(tree_);
