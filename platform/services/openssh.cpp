@@ -195,7 +195,11 @@ Result<Session> identify(const Sources& sources, const Process& process) {
   const auto told = sshSession(*text);
   if (!told) return Session();
   Session session{&process, parent, std::string(told->user), std::string(told->use), {}};
-  if (isSshGuard(*parentText)) return session;
+  if (isSshGuard(*parentText)) {
+    const Result<bool>& isRoots = sources.rootOwned(*parent);
+    if (!isRoots) return errorOf(isRoots);
+    return *isRoots ? session : Session();  // a user can give the parent that title
+  }
   return identifyByIds(sources, std::move(session), *told, *parentText);
 }
 

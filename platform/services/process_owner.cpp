@@ -93,6 +93,13 @@ Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home) {
   return maker ? ids->real : accountBehind(ids->real, home);
 }
 
+Result<uid_t> tenantOf(const Paths& paths, const ProcessFiles& process, const Home& home) {
+  if (makerAround(process, home) == uid_t{0}) {
+    if (const auto root = rootIn(paths, process.pid())) return *root;
+  }
+  return ownerOf(process, home);
+}
+
 Result<bool> isContainersRoot(const Paths& paths, const ProcessFiles& process, const Home& home) {
   const auto number = process.namespaceNumber("user");
   if (!number || *number == 0 || home.user == 0 || *number == home.user) return false;

@@ -15,6 +15,10 @@ namespace zevo::connections {
 // this machine's only if runsHere().
 Result<uid_t> ownerOf(const ProcessFiles& process, const Home& home);
 
+// Whose the process's doings are: its owner; in a user namespace that root created, its root, since
+// any of the ids there can be one tenant's.
+Result<uid_t> tenantOf(const Paths& paths, const ProcessFiles& process, const Home& home);
+
 // Whether the process runs beside this machine's services: in their process namespace, or in one
 // that a user other than root created there. Any other process belongs to a container.
 Result<bool> runsHere(const ProcessFiles& process, const Home& home);

@@ -36,6 +36,8 @@ Result<bool> isRootsImage(const Sources& sources, const Process& process) {
 Result<bool> isUsersMemory(const Sources& sources, const Process& process) {
   const Result<bool>& owned = sources.rootOwnedHere(process);
   if (!owned || *owned) return owned.map(std::logical_not<>());
+  const Result<bool>& isContainers = sources.rootOwned(process);
+  if (!isContainers || *isContainers) return isContainers;  // its root may be a stranger
   const Process* parent = sources.processes().find(process.parent);
   if (parent == nullptr) return true;
   return sources.rootOwnedHere(*parent).map(std::logical_not<>());

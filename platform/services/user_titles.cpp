@@ -12,6 +12,7 @@
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -30,8 +31,9 @@ namespace {
 
 using Processes = std::span<const Process* const>;
 
-constexpr std::chrono::milliseconds kPatience{1000};
-constexpr std::size_t kMostSlow = 4;  // together well below the time that a tool may take
+constexpr std::chrono::milliseconds kPatience{2000};  // with all processes of one user
+constexpr std::size_t kMostSlow = 4;  // together below the time that a tool may take
+constexpr std::chrono::milliseconds kTimeToDie{500};
 
 using Titles = std::vector<Result<Title>>;
 
@@ -48,10 +50,21 @@ Result<Title> readable(Result<Title> title) {
   return title;
 }
 
-[[noreturn]] void serveTitles(const Sources& sources, Processes processes, int output) {
+// By "cmdline", for which the kernel does not ask the server of a file that the user may have put
+// there: waiting for that server, even a killed process goes on.
+Result<Title> usersTitle(const Sources& sources, const Process& process) {
+  const auto title = sources.filesOf(process).and_then(&ProcessFiles::title);
+  const auto now = readProcess(sources.paths(), process.pid);
+  if (!title || !now) return errorOf(title, now);
+  return shareImage(process, *now) ? *title : Title();
+}
+
+[[noreturn]] void serveTitles(const Sources& sources, Processes processes, pid_t parent,
+                              int output) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (::getppid() != parent) ::_exit(1);
   for (const Process* process : processes) {
-    const Result<Title> reading = readable(titleNow(sources, *process));
+    const Result<Title> reading = readable(usersTitle(sources, *process));
     const Title title = reading ? *reading : Title{reading.error().sentence, ""};
     const int error = reading ? 0 : reading.error().code;
     const Header header{reading || error != 0 ? error : EBADMSG,
@@ -82,9 +95,9 @@ void takeTitles(std::string* bytes, Titles* titles) {
 }
 
 // False if nothing comes for too long, or ever again.
-bool receive(int input, std::string* bytes) {
+bool receive(int input, std::chrono::milliseconds patience, std::string* bytes) {
   pollfd wait{input, POLLIN, 0};
-  const auto end = std::chrono::steady_clock::now() + kPatience;
+  const auto end = std::chrono::steady_clock::now() + patience;
   for (;;) {
     const auto left =
         std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
@@ -99,24 +112,39 @@ bool receive(int input, std::string* bytes) {
   return size > 0;
 }
 
-// The titles of `processes` in their order, up to one whose reader is kept waiting.
-Result<Titles> readTitles(const Sources& sources, Processes processes) {
+// Not for ever: some waits in the kernel do not end at a signal.
+void end(pid_t reader) {
+  ::kill(reader, SIGKILL);
+  const auto end = std::chrono::steady_clock::now() + kTimeToDie;
+  while (::waitpid(reader, nullptr, WNOHANG) == 0 && std::chrono::steady_clock::now() < end)
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+// The titles of `processes` in their order, up to one whose reader is kept waiting for longer than
+// what is left of its user's time in `spent`, which grows.
+Result<Titles> readTitles(const Sources& sources, Processes processes,
+                          std::span<std::chrono::milliseconds* const> spent) {
   std::array<int, 2> ends{};
   if (::pipe2(ends.data(), O_CLOEXEC) != 0)
     return failure("cannot read titles: " + errorText(errno));
   const FileDescriptor input(ends[0]);
   FileDescriptor output(ends[1]);
+  const pid_t parent = ::getpid();
   const pid_t reader = ::fork();
   if (reader < 0) return failure("cannot read titles: " + errorText(errno));
-  if (reader == 0) serveTitles(sources, processes, output.get());
+  if (reader == 0) serveTitles(sources, processes, parent, output.get());
   output.reset();
   Titles titles;
   std::string bytes;
-  while (titles.size() < processes.size() && receive(input.get(), &bytes))
+  for (bool isAnswering = true; isAnswering && titles.size() < processes.size();) {
+    std::chrono::milliseconds& used = *spent[titles.size()];
+    const auto began = std::chrono::steady_clock::now();
+    isAnswering = receive(input.get(), kPatience - used, &bytes);
+    used += std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - began);
     takeTitles(&bytes, &titles);
-  ::kill(reader, SIGKILL);
-  while (::waitpid(reader, nullptr, 0) < 0 && errno == EINTR) {
+    if (used >= kPatience) break;
   }
+  end(reader);
   return titles;
 }
 
@@ -140,6 +168,11 @@ bool UserTitles::isAskedFor(uid_t owner) const {
 
 void UserTitles::giveUp(const Sources& sources, const Process& process, uid_t owner) {
   slow_.insert(owner);
+  if (slow_.size() == kMostSlow) {
+    sources.note(kConnectionsMissing, serviceName(ZEVO_CURCONN_SFTP),
+                 "processes of several users keep readers of their titles waiting, so no more "
+                 "titles of such processes are read");
+  }
   sources.note(kDetailsMissing, serviceOfProcess(process.name),
                "process " + std::to_string(process.pid) + " (" + printable(process.name) +
                    ") keeps readers of its title waiting; end it: until then the title of no such "
@@ -149,8 +182,9 @@ void UserTitles::giveUp(const Sources& sources, const Process& process, uid_t ow
 Result<void> UserTitles::read(const Sources& sources, Processes processes) {
   std::vector<std::pair<const Process*, uid_t>> left;
   for (const Process* process : processes) {
-    const auto owner = sources.filesOf(*process).and_then(
-        [&](const ProcessFiles& files) { return ownerOf(files, sources.home()); });
+    const auto owner = sources.filesOf(*process).and_then([&](const ProcessFiles& files) {
+      return tenantOf(sources.paths(), files, sources.home());
+    });
     if (hasFailed(owner)) return failureOf(owner);
     if (owner) left.emplace_back(process, *owner);
   }
@@ -159,15 +193,22 @@ Result<void> UserTitles::read(const Sources& sources, Processes processes) {
     if (left.empty()) return {};
     std::vector<const Process*> asked;
     asked.reserve(left.size());
-    for (const auto& one : left) asked.push_back(one.first);
-    auto titles = readTitles(sources, asked);
+    std::vector<std::chrono::milliseconds*> spent;
+    spent.reserve(left.size());
+    for (const auto& [process, owner] : left) {
+      asked.push_back(process);
+      spent.push_back(&spent_[owner]);
+    }
+    auto titles = readTitles(sources, asked, spent);
     if (!titles) return failureOf(titles);
     for (std::size_t i = 0; i < titles->size(); ++i)
       titles_.insert_or_assign(asked[i]->pid, std::move((*titles)[i]));
     if (titles->size() == asked.size()) return {};
-    const auto [process, owner] = left[titles->size()];
-    giveUp(sources, *process, owner);
     left.erase(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(titles->size()));
+    auto slow = std::find_if(left.begin(), left.end(),
+                             [&](const auto& one) { return spent_[one.second] >= kPatience; });
+    if (slow == left.end()) slow = left.begin();
+    giveUp(sources, *slow->first, slow->second);
   }
 }
 

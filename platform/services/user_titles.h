@@ -2,6 +2,7 @@
 // waiting for ever, so another process reads them, which is killed then.
 #pragma once
 
+#include <chrono>
 #include <map>
 #include <set>
 #include <span>
@@ -21,8 +22,9 @@ Result<Title> titleNow(const Sources& sources, const Process& process);
 // Those of one list.
 class UserTitles {
  public:
-  // Reads the titles of `processes` ahead, one after the other. If one takes a second, it and all
-  // others of its user remain empty, with a note; after a few of these so do all that are left.
+  // Reads the titles of `processes` ahead, one after the other. If those of one user take two
+  // seconds, the rest of them remain empty, with a note; after a few such users so do all that are
+  // left.
   Result<void> read(const Sources& sources, std::span<const Process* const> processes);
 
   // The title of `process`, read now if it was not before.
@@ -34,7 +36,8 @@ class UserTitles {
   void giveUp(const Sources& sources, const Process& process, uid_t owner);
 
   std::map<pid_t, Result<Title>> titles_;
-  std::set<uid_t> slow_;  // users who kept the reader waiting
+  std::map<uid_t, std::chrono::milliseconds> spent_;  // by user
+  std::set<uid_t> slow_;                              // users who kept the reader waiting
 };
 
 }  // namespace zevo::connections

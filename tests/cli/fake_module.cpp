@@ -21,6 +21,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <sys/file.h>
 #include <thread>
 #include <unistd.h>
 
@@ -124,10 +125,20 @@ void give(const Json::Value& answer, ZEVO::APIResponse* response) {
   }
 }
 
-void answer(const std::string& method, ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
-  const Json::Value answers = readAnswers()[method];
+// Records the call, and returns how often the method was called before. One call at a time: those
+// side by side would have the same number.
+Json::ArrayIndex recordCall(const std::string& method, ZEVO::APIRequest* request) {
+  const int lock = open((folder() + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+  if (flock(lock, LOCK_EX) != 0) throw std::runtime_error("cannot lock the record of calls");
   const Json::ArrayIndex number = callsSoFar(method);
   record(readRequest(method, request));
+  close(lock);
+  return number;
+}
+
+void answer(const std::string& method, ZEVO::APIRequest* request, ZEVO::APIResponse* response) {
+  const Json::Value answers = readAnswers()[method];
+  const Json::ArrayIndex number = recordCall(method, request);
   if (answers.empty()) throw std::runtime_error("no answer to " + method);
   give(answers[number < answers.size() ? number : answers.size() - 1], response);
 }

@@ -52,7 +52,7 @@ def add_account(name, password=PASSWORD):
     # As directories do for "DOMAIN\user". OpenSSH 10 reads the path of a user's keys as a pattern, where \ is an escape.
     home = "/home/" + name.replace("\\", "/")
     os.makedirs(os.path.dirname(home), exist_ok=True)
-    usual = [] if re.fullmatch("[a-z0-9-]+", name) else ["--badname"]
+    usual = [] if re.fullmatch("[a-z][a-z0-9-]*", name) else ["--badname"]
     run("useradd", *usual, "--create-home", "--home-dir", home, "--shell", "/bin/bash", name)
     account = pwd.getpwnam(name)
     os.chown(home, account.pw_uid, account.pw_gid)

@@ -173,7 +173,8 @@ class OpenSshTest(ServiceTest):
         self.client(ssh.Forwarding, "alice", "10.20.0.2", control=CONTROL)
         image = ssh.image_of_sshd("alice", "10.20.0.2", CONTROL)
         for title in FORGED_TITLES:
-            self.client(ssh.Forging, "alice", "10.20.0.2", CONTROL, image, title, "10.20.0.7")
+            self.client(ssh.Forging, "alice", "10.20.0.2", CONTROL, image, "10.20.0.7", title)
+        self.client(ssh.Forging, "alice", "10.20.0.2", CONTROL, image, "10.20.0.8", "sshd: bob [priv]", "sshd: bob@pts/9")
         self.assertList([Row("alice", "10.20.0.2", "SSH", "no terminal")])
 
     def test_users_programs_that_root_may_not_look_at_leave_the_list_whole(self):

@@ -81,7 +81,7 @@ TEST_F(UserTitlesTest, AreNotWaitedForWithoutEnd) {
   for (int i = 0; i < 6; ++i) addSlow(10 + i, 1000 + static_cast<uid_t>(i));
   add(20, 1020);
   EXPECT_EQ(read(), std::vector<std::string>(7));
-  EXPECT_EQ(notes_.size(), 4U);
+  EXPECT_EQ(notes_.size(), 5U);
 }
 
 TEST_F(UserTitlesTest, CanBeAFailureThatNamesTheRemedy) {

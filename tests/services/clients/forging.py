@@ -1,7 +1,8 @@
 """A user's process that looks as if sshd had forked it: it has the addresses of sshd's program, its name and a title.
 
-As a program, to be run by a user: `forging.py CODE STACK TITLE ADDRESS` takes them, makes a connection of its own from
-ADDRESS, writes "forged" and waits for the end of its input. The addresses are start_code and start_stack in
+As a program, to be run by a user: `forging.py CODE STACK ADDRESS TITLE...` takes them, makes a connection of its own from
+ADDRESS, writes "forged" and waits for the end of its input. With more than one title there is a process for each, every
+one the parent of the next. The addresses are start_code and start_stack in
 /proc/PID/stat, which the user's own internal SFTP server gives away.
 """
 
@@ -43,14 +44,24 @@ def take_image(code, stack):
         raise OSError(ctypes.get_errno(), "cannot take another program's addresses")
 
 
-def main(code, stack, title, address):
+def take_title(title):
+    """Gives this process a title."""
+    ctypes.memmove(int(_stat()[_BEGIN_ARGUMENTS]), title.encode() + b"\0", len(title) + 1)
+
+
+def main(code, stack, address, *titles):
     listener = socket.create_server((address, 0))
     client = socket.create_connection(listener.getsockname())
     served, _ = listener.accept()
     listener.close()
     take_image(code, stack)
     _libc.prctl(_PR_SET_NAME, b"sshd", 0, 0, 0)
-    ctypes.memmove(int(_stat()[_BEGIN_ARGUMENTS]), title.encode() + b"\0", len(title) + 1)
+    for title in titles[:-1]:
+        take_title(title)
+        if os.fork() != 0:
+            os.wait()
+            return
+    take_title(titles[-1])
     print("forged", flush=True)
     sys.stdin.read()
     client.close()

@@ -5,6 +5,8 @@ import socket
 import threading
 import time
 
+import waiting
+
 # What the buffers of both ends may still hold when the server's process has ended.
 BUFFERED_BYTES = 64 * 1024 * 1024
 _LIMIT_SECONDS = 20.0
@@ -60,6 +62,8 @@ class Upload:
         self.socket = client.session.transfercmd(f"STOR {os.path.basename(path)}")
         self.socket.settimeout(_LIMIT_SECONDS)
         self.socket.sendall(b"x" * _CHUNK)
+        # Until then the server may not have begun.
+        waiting.until("the first bytes to be stored", lambda: os.path.getsize(path) > 0)
         self._failure = None
         self._thread = _started(self._write) if runs else None
 

@@ -171,8 +171,8 @@ class Stalling(Dialogue):
 class Forging(Dialogue):
     """ssh over a Shell's connection whose command pretends to be a process of sshd (forging.py)."""
 
-    def __init__(self, user, address, control, image, title, pretended):
-        command = shlex.join(["/usr/bin/python3", forging.PROGRAM, *image, title, pretended])
+    def __init__(self, user, address, control, image, pretended, *titles):
+        command = shlex.join(["/usr/bin/python3", forging.PROGRAM, *image, pretended, *titles])
         super().__init__(["ssh", *OPTIONS, *_sharing(control), "-T", f"{user}@{address}", f"exec {command}"])
         self.expect("forged")
 
