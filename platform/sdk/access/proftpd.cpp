@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <glob.h>
 #include <set>
+#include <system_error>
 
 #include "sdk/access/services.h"
 #include "sdk/access/words.h"
@@ -38,13 +40,30 @@ struct ProftpdSettings {
   std::string certificates;         // the same for certificates over TLS
 };
 
+// All in the directory at `path`, in the order in which ProFTPD reads them.
+std::vector<std::string> filesIn(const std::string& path) {
+  std::vector<std::string> files;
+  std::error_code failed;
+  for (std::filesystem::directory_iterator entry(path, failed), end; !failed && entry != end;
+       entry.increment(failed)) {
+    std::error_code ignored;
+    if (entry->is_regular_file(ignored)) files.push_back(entry->path().string());
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
 // The files that match `pattern`, as absolute paths of the server.
 std::vector<std::string> matching(const Server& server, const std::string& pattern) {
   std::vector<std::string> files;
+  std::error_code ignored;
   glob_t found{};
   if (::glob(server.path(pattern).c_str(), 0, nullptr, &found) == 0) {
     for (std::size_t i = 0; i < found.gl_pathc; ++i) {
-      files.emplace_back(std::string(found.gl_pathv[i]).substr(server.path("").size()));
+      const std::string path = found.gl_pathv[i];
+      const bool isFolder = std::filesystem::is_directory(path, ignored);
+      const auto inFolder = isFolder ? filesIn(path) : std::vector<std::string>{path};
+      for (const std::string& file : inFolder) files.push_back(file.substr(server.path("").size()));
     }
   }
   ::globfree(&found);

@@ -116,8 +116,9 @@ std::string Server::doubtOf(const std::string& name, const std::string& title,
   for (const connections::ProcessFiles& daemon : daemons(name)) {
     const auto own = daemon.title();
     if (!own || own->all != title) continue;
-    ++count;
-    for (const std::uint16_t port : listeningPorts(daemon)) {
+    const auto listening = listeningPorts(daemon);
+    if (!listening.empty()) ++count;  // a client's process may still have the title
+    for (const std::uint16_t port : listening) {
       if (!ports.contains(std::to_string(port))) elsewhere = std::to_string(port);
     }
   }

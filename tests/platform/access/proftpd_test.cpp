@@ -125,6 +125,8 @@ TEST_F(ProftpdTest, ReadsWhatItIncludes) {
   tree.file("etc/proftpd/conf.d/a.conf", "AuthOrder mod_auth_pam.c\n");
   tree.file("etc/proftpd/conf.d/b.conf", "authpamconfig \"open\"\n");
   EXPECT_EQ(access("Include /etc/proftpd/conf.d/*.conf\n"), passedByRules("proftpd", "open"));
+  EXPECT_EQ(access("Include /etc/proftpd/conf.d/\n"), passedByRules("proftpd", "open"));
+  EXPECT_EQ(access("Include /etc/proftpd/conf.d\n"), passedByRules("proftpd", "open"));
   EXPECT_EQ(access("Include /etc/proftpd/proftpd.conf\n"),
             notRead("proftpd", "/etc/proftpd/proftpd.conf is included too deeply"));
 }
