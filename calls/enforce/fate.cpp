@@ -227,7 +227,9 @@ bool mayStillGo(const Json::Value& fates) {
       "no_process",      "unknown_process", "unknown_user",    "no_time",
       "unknown_address", "unknown_service", "under_other_user"};
   return std::any_of(fates.begin(), fates.end(), [](const Json::Value& item) {
-    return item["fate"] == "not_known" ||
+    // Another process of the same FTP session may end a moment after the one that was killed.
+    const bool isOfSession = item["fate"] == "connected_again" && item["type"].asString() == kFtp;
+    return isOfSession || item["fate"] == "not_known" ||
            (item["fate"] == "still_there" && !kFinal.contains(item["reason"]["reason"].asString()));
   });
 }

@@ -253,5 +253,13 @@ TEST(ServicesWithoutUsers, AreThoseWithARowThatNobodyIsNamedFor) {
   EXPECT_EQ(servicesWithoutUsers(now), std::vector<std::string>{"CIFS"});
 }
 
+TEST(MayStillGo, IsTrueOfAnotherProcessOfAnFtpSession) {
+  const auto fates = [](const std::string& type) {
+    return *zevo::parseJson(R"([{"fate":"connected_again","type":")" + type + R"("}])");
+  };
+  EXPECT_TRUE(mayStillGo(fates("FTP")));
+  EXPECT_FALSE(mayStillGo(fates("SSH")));
+}
+
 }  // namespace
 }  // namespace calls::enforce
