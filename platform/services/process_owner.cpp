@@ -101,13 +101,9 @@ Result<uid_t> tenantOf(const Paths& paths, const ProcessFiles& process, const Ho
 }
 
 Result<bool> isContainersRoot(const Paths& paths, const ProcessFiles& process, const Home& home) {
-  const auto number = process.namespaceNumber("user");
-  if (!number || *number == 0 || home.user == 0 || *number == home.user) return false;
-  const FileDescriptor space = process.openNamespace("user");
-  const auto parent = related(space, NS_GET_PARENT);
-  uid_t maker = 1;
+  if (makerAround(process, home) != uid_t{0}) return false;
+  const FileDescriptor parent = related(process.openNamespace("user"), NS_GET_PARENT);
   if (!parent || numberOf(parent) != home.user) return false;  // one within it is anybody's
-  if (::ioctl(space.get(), NS_GET_OWNER_UID, &maker) != 0 || maker != 0) return false;
   const auto root = rootIn(paths, process.pid());
   if (!root || !isNobodys(*root)) return false;
   const auto ids = process.userIds();

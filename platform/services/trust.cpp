@@ -43,6 +43,20 @@ Result<bool> isUsersMemory(const Sources& sources, const Process& process) {
   return sources.rootOwnedHere(*parent).map(std::logical_not<>());
 }
 
+// The title of `process` if it still runs the program of the scan, otherwise an empty one. May
+// never return if a user controls its memory.
+Result<Title> titleNow(const Sources& sources, const Process& process) {
+  const auto files = sources.filesOf(process);
+  if (!files) return errorOf(files);
+  // A program executed since the scan may be a user's. One executed after this check has another
+  // memory than the one opened before.
+  const FileDescriptor memory = files->memory();
+  const auto now = readProcess(sources.paths(), process.pid);
+  if (!now) return errorOf(now);
+  if (!shareImage(process, *now)) return Title();
+  return memory ? files->titleIn(memory, *now) : files->title();
+}
+
 }  // namespace
 
 Result<void> readTitlesAhead(const Sources& sources, Family family) {

@@ -150,18 +150,6 @@ Result<Titles> readTitles(const Sources& sources, Processes processes,
 
 }  // namespace
 
-Result<Title> titleNow(const Sources& sources, const Process& process) {
-  const auto files = sources.filesOf(process);
-  if (!files) return errorOf(files);
-  // A program executed since the scan may be a user's. One executed after this check has another
-  // memory than the one opened before.
-  const FileDescriptor memory = files->memory();
-  const auto now = readProcess(sources.paths(), process.pid);
-  if (!now) return errorOf(now);
-  if (!shareImage(process, *now)) return Title();
-  return memory ? files->titleIn(memory, *now) : files->title();
-}
-
 bool UserTitles::isAskedFor(uid_t owner) const {
   return slow_.size() < kMostSlow && !slow_.contains(owner);
 }

@@ -15,10 +15,6 @@ namespace zevo::connections {
 
 class Sources;
 
-// The title of `process` if it still runs the program of the scan, otherwise an empty one. May
-// never return if a user controls its memory.
-Result<Title> titleNow(const Sources& sources, const Process& process);
-
 // Those of one list.
 class UserTitles {
  public:
